@@ -1,0 +1,30 @@
+# Thin wrapper over CMake so that a new user needs no CMake knowledge.
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+BUILD ?= build
+SANITIZE_BUILD ?= build-sanitize
+
+.PHONY: all build run test test-sanitize clean
+
+all: build
+
+$(BUILD)/Makefile:
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+build: $(BUILD)/Makefile
+	cmake --build $(BUILD) -j $(JOBS)
+
+run: build
+	./$(BUILD)/cogent_example
+
+test: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+$(SANITIZE_BUILD)/Makefile:
+	cmake -S . -B $(SANITIZE_BUILD) -DCMAKE_BUILD_TYPE=Debug -DCOGENT_SANITIZE=ON
+
+test-sanitize: $(SANITIZE_BUILD)/Makefile
+	cmake --build $(SANITIZE_BUILD) -j $(JOBS)
+	cd $(SANITIZE_BUILD) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --output-on-failure -j $(JOBS)
+
+clean:
+	rm -rf $(BUILD) $(SANITIZE_BUILD)

@@ -1,0 +1,240 @@
+#pragma once
+// The host's object model: TObject with run-time class names, class
+// references, TPersistent, TComponent with ownership and free notification,
+// events and TStrings.
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <typeinfo>
+#include <vector>
+
+#include "cogent/host/Sets.h"
+#include "cogent/host/SysUtils.h"
+
+namespace cogent {
+
+class TObject;
+class TPersistent;
+class TComponent;
+
+using TNotifyEvent = std::function<void(TObject* Sender)>;
+
+// ---------------------------------------------------------------- classes
+
+// A class reference. Every polymorphic class has one, named after the C++
+// class without its namespace; a class registered with RegisterClass<T>() also
+// knows its parent and can make instances.
+class TMetaClass {
+public:
+  using TFactory = std::function<TObject*(TComponent* AOwner)>;
+
+  const std::string& ClassName() const noexcept { return FName; }
+  const TMetaClass* ClassParent() const noexcept { return FParent; }
+  // True for this class and for each registered ancestor.
+  bool InheritsFrom(const TMetaClass* AClass) const noexcept;
+  bool CanCreate() const noexcept { return static_cast<bool>(FFactory); }
+  // A new instance; components get AOwner. Nil when the class has no factory.
+  TObject* CreateInstance(TComponent* AOwner = nullptr) const;
+
+  // The class of a C++ type, made on first use.
+  static const TMetaClass* Of(const std::type_info& AType);
+  // A registered class by name, case-insensitive; nil when unknown.
+  static const TMetaClass* FindClass(std::string_view AName);
+  static void Register(const std::type_info& AType, const std::type_info* AParent, TFactory AFactory);
+
+  explicit TMetaClass(std::string AName) : FName(std::move(AName)) {}
+
+private:
+  std::string FName;
+  const TMetaClass* FParent = nullptr;
+  TFactory FFactory;
+};
+
+using TClass = const TMetaClass*;
+using TPersistentClass = const TMetaClass*;
+
+template <class T>
+TClass ClassOf() {
+  return TMetaClass::Of(typeid(T));
+}
+
+// Registers T (with Parent as its ancestor) in the class registry, with a
+// factory when T can be made from an owner (components) or from nothing.
+template <class T, class Parent = void>
+void RegisterClass() {
+  TMetaClass::TFactory Factory;
+  if constexpr (std::is_constructible_v<T, TComponent*>)
+    Factory = [](TComponent* AOwner) -> TObject* { return new T(AOwner); };
+  else if constexpr (std::is_default_constructible_v<T>)
+    Factory = [](TComponent*) -> TObject* { return new T(); };
+  const std::type_info* ParentType = nullptr;
+  if constexpr (!std::is_void_v<Parent>) ParentType = &typeid(Parent);
+  TMetaClass::Register(typeid(T), ParentType, std::move(Factory));
+}
+
+// ---------------------------------------------------------------- TObject
+
+class TObject {
+public:
+  TObject() = default;
+  TObject(const TObject&) = default;
+  TObject& operator=(const TObject&) = default;
+  virtual ~TObject() = default;
+
+  TClass ClassType() const { return TMetaClass::Of(typeid(*this)); }
+  std::string ClassName() const { return ClassType()->ClassName(); }
+  virtual std::string ToString() const { return ClassName(); }
+};
+
+// ---------------------------------------------------------------- TPersistent
+
+class TPersistent : public TObject {
+public:
+  // Copies Source into this object. The base asks Source to AssignTo this
+  // object and raises EConvertError SAssignError when nobody knows how.
+  virtual void Assign(TPersistent* Source);
+
+protected:
+  virtual void AssignTo(TPersistent* Dest);
+  [[noreturn]] void AssignError(TPersistent* Source);
+};
+
+// ---------------------------------------------------------------- TComponent
+
+enum TOperation : std::uint8_t { opInsert, opRemove };
+
+enum TComponentStateItem : std::uint8_t {
+  csLoading,
+  csReading,
+  csWriting,
+  csDestroying,
+  csDesigning,
+  csAncestor,
+  csUpdating,
+  csFixups,
+  csFreeNotification,
+  csInline,
+  csDesignInstance
+};
+using TComponentState = TSet<TComponentStateItem>;
+
+// A component is owned by its owner, which destroys it when it goes, and
+// tells the components that asked for it (FreeNotification) of its removal.
+// Notification(C, opRemove) reaches the owner and the free-notification
+// list while C is being destroyed (its state holds csDestroying).
+class TComponent : public TPersistent {
+public:
+  explicit TComponent(TComponent* AOwner);
+  TComponent(const TComponent&) = delete;
+  TComponent& operator=(const TComponent&) = delete;
+  ~TComponent() override;
+
+  TComponent* GetOwner() const noexcept { return FOwner; }
+  int GetComponentCount() const noexcept { return static_cast<int>(FComponents.size()); }
+  TComponent* GetComponent(int Index) const;
+  int GetComponentIndex() const;
+  TComponent* FindComponent(std::string_view AName) const;
+
+  void InsertComponent(TComponent* AComponent);
+  void RemoveComponent(TComponent* AComponent);
+  // Frees every owned component, last first.
+  void DestroyComponents();
+
+  void FreeNotification(TComponent* AComponent);
+  void RemoveFreeNotification(TComponent* AComponent);
+
+  const std::string& GetName() const noexcept { return FName; }
+  virtual void SetName(const std::string& NewName);
+  std::intptr_t GetTag() const noexcept { return FTag; }
+  void SetTag(std::intptr_t Value) noexcept { FTag = Value; }
+
+  TComponentState GetComponentState() const noexcept { return FComponentState; }
+  void SetDesigning(bool Value);
+  // Marks the component (and its owned components) as loading from a
+  // component stream; EndLoading clears it and calls Loaded.
+  void BeginLoading();
+  void EndLoading();
+  // Called by the derived destructor first, so that csDestroying holds while
+  // the whole object is still alive; the base destructor calls it too.
+  void Destroying();
+
+protected:
+  virtual void Notification(TComponent* AComponent, TOperation Operation);
+  virtual void Loaded();
+  friend class TComponentFriend;
+
+private:
+  void NotifyAll(TComponent* AComponent, TOperation Operation);
+
+  TComponent* FOwner = nullptr;
+  std::string FName;
+  std::intptr_t FTag = 0;
+  TComponentState FComponentState;
+  std::vector<TComponent*> FComponents;
+  std::vector<TComponent*> FFreeNotifies;
+};
+
+// Destroys a component (or any object) held by a plain pointer; nil is fine.
+template <class T>
+void FreeAndNil(T*& AObject) {
+  T* Temp = AObject;
+  AObject = nullptr;
+  delete Temp;
+}
+
+// ---------------------------------------------------------------- TStrings
+
+enum TDuplicates : std::uint8_t { dupIgnore, dupAccept, dupError };
+
+// The host's abstract list of strings with an object beside each line.
+class TStrings : public TPersistent {
+public:
+  virtual int GetCount() const = 0;
+  virtual std::string Get(int Index) const = 0;
+  virtual void Put(int Index, const std::string& S);
+  virtual TObject* GetObject(int Index) const;
+  virtual void PutObject(int Index, TObject* AObject);
+  virtual void Clear() = 0;
+  virtual void Delete(int Index) = 0;
+  virtual void Insert(int Index, const std::string& S) = 0;
+  virtual void InsertObject(int Index, const std::string& S, TObject* AObject);
+  virtual int Add(const std::string& S);
+  virtual int AddObject(const std::string& S, TObject* AObject);
+  void Append(const std::string& S) { Add(S); }
+  virtual void AddStrings(const TStrings& Strings);
+  virtual void Exchange(int Index1, int Index2);
+  virtual void Move(int CurIndex, int NewIndex);
+  virtual int IndexOf(const std::string& S) const;
+  int IndexOfObject(const TObject* AObject) const;
+  int IndexOfName(const std::string& Name) const;
+
+  // Lines joined, each followed by CR LF.
+  virtual std::string GetText() const;
+  // Splits at CR LF, LF or CR.
+  virtual void SetText(const std::string& Value);
+  // "Name=Value" lines.
+  std::string GetNameAt(int Index) const;
+  std::string GetValue(const std::string& Name) const;
+  void SetValue(const std::string& Name, const std::string& Value);
+
+  void BeginUpdate();
+  void EndUpdate();
+  int GetUpdateCount() const noexcept { return FUpdateCount; }
+
+  void Assign(TPersistent* Source) override;
+  bool Equals(const TStrings& Other) const;
+
+protected:
+  virtual void SetUpdateState(bool Updating);
+  // Case-insensitive by default, as the host's lists compare.
+  virtual int CompareStrings(const std::string& S1, const std::string& S2) const;
+  [[noreturn]] static void ListError(const char* Msg, int Data);
+
+private:
+  int FUpdateCount = 0;
+};
+
+}  // namespace cogent

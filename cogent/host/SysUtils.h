@@ -1,0 +1,183 @@
+#pragma once
+// The host's exceptions, text formatting, number conversion and Unicode text
+// helpers. Text is UTF-8 in std::string; functions that speak of characters
+// count code points.
+
+#include <cstdint>
+#include <exception>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace cogent {
+
+// ---------------------------------------------------------------- exceptions
+
+class Exception : public std::exception {
+public:
+  explicit Exception(std::string AMessage) : FMessage(std::move(AMessage)) {}
+  const char* what() const noexcept override { return FMessage.c_str(); }
+  const std::string& GetMessage() const noexcept { return FMessage; }
+  void SetMessage(std::string AMessage) { FMessage = std::move(AMessage); }
+
+private:
+  std::string FMessage;
+};
+
+#define COGENT_DECLARE_EXCEPTION(Name, Base) \
+  class Name : public Base {                 \
+  public:                                    \
+    using Base::Base;                        \
+  };
+
+COGENT_DECLARE_EXCEPTION(EConvertError, Exception)
+COGENT_DECLARE_EXCEPTION(EListError, Exception)
+COGENT_DECLARE_EXCEPTION(EStringListError, EListError)
+COGENT_DECLARE_EXCEPTION(EArgumentException, Exception)
+COGENT_DECLARE_EXCEPTION(EArgumentOutOfRangeException, EArgumentException)
+COGENT_DECLARE_EXCEPTION(EInvalidOperation, Exception)
+COGENT_DECLARE_EXCEPTION(EStreamError, Exception)
+COGENT_DECLARE_EXCEPTION(EReadError, EStreamError)
+COGENT_DECLARE_EXCEPTION(EWriteError, EStreamError)
+COGENT_DECLARE_EXCEPTION(EFOpenError, EStreamError)
+COGENT_DECLARE_EXCEPTION(EFCreateError, EStreamError)
+COGENT_DECLARE_EXCEPTION(EEncodingError, Exception)
+
+// The host's own message texts.
+inline constexpr const char* SAssignError = "Cannot assign a %s to a %s";
+inline constexpr const char* SListIndexError = "List index out of bounds (%d)";
+inline constexpr const char* SDuplicateItem = "Duplicates not allowed in this list";
+inline constexpr const char* SItemNotFound = "Item not found";
+inline constexpr const char* SDuplicateString = "String list does not allow duplicates";
+inline constexpr const char* SSortedListError = "Operation not allowed on sorted list";
+inline constexpr const char* SArgumentOutOfRange = "Argument out of range";
+inline constexpr const char* SInvalidInteger = "'%s' is not a valid integer value";
+inline constexpr const char* SInvalidFloat = "'%s' is not a valid floating point value";
+inline constexpr const char* SInvalidFormat = "Format '%s' invalid or incompatible with argument";
+inline constexpr const char* SArgumentMissing = "No argument for format '%s'";
+inline constexpr const char* SReadError = "Stream read error";
+inline constexpr const char* SWriteError = "Stream write error";
+inline constexpr const char* SFOpenError = "Cannot open file \"%s\". %s";
+inline constexpr const char* SFCreateError = "Cannot create file \"%s\". %s";
+inline constexpr const char* SInvalidSourceArray = "Invalid source array";
+
+// ---------------------------------------------------------------- Format
+
+// One argument of Format, its type kept so that a directive can check it.
+class TVarRec {
+public:
+  enum TKind : std::uint8_t { vtInteger, vtUnsigned, vtFloat, vtString, vtPointer };
+
+  template <class T>
+  TVarRec(const T& AValue) {  // NOLINT: implicit by design
+    using D = std::decay_t<T>;
+    if constexpr (std::is_same_v<D, bool>) {
+      // The host's Format takes no Booleans; keep the kind checkable.
+      FKind = vtPointer;
+      FPointer = nullptr;
+      FIsBool = true;
+    } else if constexpr (std::is_same_v<D, char>) {
+      FKind = vtString;
+      FString.assign(1, AValue);
+    } else if constexpr (std::is_integral_v<D> && std::is_signed_v<D>) {
+      FKind = vtInteger;
+      FInteger = static_cast<std::int64_t>(AValue);
+    } else if constexpr (std::is_integral_v<D>) {
+      FKind = vtUnsigned;
+      FUnsigned = static_cast<std::uint64_t>(AValue);
+    } else if constexpr (std::is_enum_v<D>) {
+      FKind = vtInteger;
+      FInteger = static_cast<std::int64_t>(AValue);
+    } else if constexpr (std::is_floating_point_v<D>) {
+      FKind = vtFloat;
+      FFloat = static_cast<long double>(AValue);
+    } else if constexpr (std::is_convertible_v<const T&, std::string_view>) {
+      FKind = vtString;
+      FString = std::string(std::string_view(AValue));
+    } else if constexpr (std::is_pointer_v<D>) {
+      FKind = vtPointer;
+      FPointer = static_cast<const void*>(AValue);
+    } else {
+      static_assert(sizeof(T) == 0, "type not supported by Format");
+    }
+  }
+
+  TKind Kind() const noexcept { return FKind; }
+  bool IsBool() const noexcept { return FIsBool; }
+  std::int64_t AsInteger() const noexcept { return FInteger; }
+  std::uint64_t AsUnsigned() const noexcept { return FUnsigned; }
+  long double AsFloat() const noexcept { return FFloat; }
+  const std::string& AsString() const noexcept { return FString; }
+  const void* AsPointer() const noexcept { return FPointer; }
+
+private:
+  TKind FKind = vtInteger;
+  bool FIsBool = false;
+  std::int64_t FInteger = 0;
+  std::uint64_t FUnsigned = 0;
+  long double FFloat = 0;
+  std::string FString;
+  const void* FPointer = nullptr;
+};
+
+// Formats like the host runtime: "%" [index ":"] ["-"] [width] ["." prec] type
+// with the types d u x e f g n m p s and "%%". Width and precision may be "*".
+// A directive whose argument has another type, or that has no argument,
+// raises EConvertError; nothing is undefined.
+std::string FormatV(std::string_view Fmt, const std::vector<TVarRec>& Args);
+
+template <class... Args>
+std::string Format(std::string_view Fmt, const Args&... AArgs) {
+  return FormatV(Fmt, std::vector<TVarRec>{TVarRec(AArgs)...});
+}
+
+// ---------------------------------------------------------------- numbers
+// Text to number consumes the whole text: leading and trailing blanks are
+// allowed, anything else is refused. Integers may be written in hexadecimal
+// with a "$" or "0x" prefix.
+
+bool TryStrToInt(std::string_view S, std::int32_t& Value);
+bool TryStrToInt64(std::string_view S, std::int64_t& Value);
+bool TryStrToFloat(std::string_view S, double& Value);
+std::int32_t StrToInt(std::string_view S);    // EConvertError on failure
+std::int64_t StrToInt64(std::string_view S);  // EConvertError on failure
+double StrToFloat(std::string_view S);        // EConvertError on failure
+std::int32_t StrToIntDef(std::string_view S, std::int32_t Default);
+std::string IntToStr(std::int64_t Value);
+std::string IntToHex(std::uint64_t Value, int Digits);
+// Shortest text that reads back as the same double, "." as separator.
+std::string FloatToStr(double Value);
+
+// ---------------------------------------------------------------- Unicode text
+
+// Decodes the code point at byte position Pos and advances Pos; an invalid
+// sequence yields U+FFFD and advances one byte.
+char32_t UTF8Decode(std::string_view S, std::size_t& Pos) noexcept;
+void UTF8Append(std::string& S, char32_t C);
+std::u32string UTF8ToUTF32(std::string_view S);
+std::string UTF32ToUTF8(std::u32string_view S);
+
+// Character counts and positions are 1-based code points, as in the host.
+std::size_t UTF8Length(std::string_view S) noexcept;
+// Copy of Count code points from the 1-based code-point Index.
+std::string UTF8Copy(std::string_view S, std::size_t Index, std::size_t Count);
+// 1-based code-point position of SubStr in S, 0 when absent.
+std::size_t UTF8Pos(std::string_view SubStr, std::string_view S);
+
+char32_t UnicodeUpper(char32_t C) noexcept;
+char32_t UnicodeLower(char32_t C) noexcept;
+std::string UpperCase(std::string_view S);
+std::string LowerCase(std::string_view S);
+// Ordinal comparisons by code point: <0, 0, >0.
+int CompareStr(std::string_view A, std::string_view B) noexcept;
+int CompareText(std::string_view A, std::string_view B) noexcept;  // ignores case
+bool SameText(std::string_view A, std::string_view B) noexcept;
+std::string Trim(std::string_view S);
+std::string TrimLeft(std::string_view S);
+std::string TrimRight(std::string_view S);
+std::string StringReplaceAll(std::string_view S, std::string_view From, std::string_view To);
+
+inline constexpr const char* sLineBreak = "\r\n";
+
+}  // namespace cogent

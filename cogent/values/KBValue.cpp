@@ -1,0 +1,1 @@
+#include "cogent/values/KBValue.h"

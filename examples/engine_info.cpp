@@ -1,0 +1,5 @@
+#include <iostream>
+int main() {
+  std::cout << "cogent\n";
+  return 0;
+}
