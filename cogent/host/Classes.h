@@ -25,8 +25,10 @@ using TNotifyEvent = std::function<void(TObject* Sender)>;
 // ---------------------------------------------------------------- classes
 
 // A class reference. Every polymorphic class has one, named after the C++
-// class without its namespace; a class registered with RegisterClass<T>() also
-// knows its parent and can make instances.
+// class without its namespaces or template arguments ("TList<TFoo>" is
+// "TList"); a class registered with RegisterClass<T>() also knows its parent
+// and can make instances, and is found by FindClass. Registration is meant
+// for start-up; lookups are safe from any thread.
 class TMetaClass {
 public:
   using TFactory = std::function<TObject*(TComponent* AOwner)>;
@@ -66,9 +68,9 @@ TClass ClassOf() {
 template <class T, class Parent = void>
 void RegisterClass() {
   TMetaClass::TFactory Factory;
-  if constexpr (std::is_constructible_v<T, TComponent*>)
+  if constexpr (requires(TComponent* O) { new T(O); })
     Factory = [](TComponent* AOwner) -> TObject* { return new T(AOwner); };
-  else if constexpr (std::is_default_constructible_v<T>)
+  else if constexpr (requires { new T(); })
     Factory = [](TComponent*) -> TObject* { return new T(); };
   const std::type_info* ParentType = nullptr;
   if constexpr (!std::is_void_v<Parent>) ParentType = &typeid(Parent);
@@ -125,6 +127,14 @@ using TComponentState = TSet<TComponentStateItem>;
 // tells the components that asked for it (FreeNotification) of its removal.
 // Notification(C, opRemove) reaches the owner and the free-notification
 // list while C is being destroyed (its state holds csDestroying).
+//
+// Destruction: Destroying() (csDestroying on the component and all it owns);
+// each free-notification partner, last first, is unlinked and then told
+// Notification(this, opRemove); the owned components are freed, last first
+// (one that others watch is first removed with notification, the rest are
+// just unlinked); then the owner removes it, which tells the owner and the
+// owner's other components. Insertion tells the owner and all its components,
+// the new one included, Notification(C, opInsert).
 class TComponent : public TPersistent {
 public:
   explicit TComponent(TComponent* AOwner);
@@ -138,11 +148,15 @@ public:
   int GetComponentIndex() const;
   TComponent* FindComponent(std::string_view AName) const;
 
+  // Takes AComponent from its present owner. A component that would come to
+  // own itself raises EInvalidOperation SComponentOwnerLoop.
   void InsertComponent(TComponent* AComponent);
   void RemoveComponent(TComponent* AComponent);
   // Frees every owned component, last first.
   void DestroyComponents();
 
+  // Links both ways: whichever goes first tells the other. Asking again
+  // changes nothing; a component being destroyed is never linked.
   void FreeNotification(TComponent* AComponent);
   void RemoveFreeNotification(TComponent* AComponent);
 
@@ -154,7 +168,8 @@ public:
   TComponentState GetComponentState() const noexcept { return FComponentState; }
   void SetDesigning(bool Value);
   // Marks the component (and its owned components) as loading from a
-  // component stream; EndLoading clears it and calls Loaded.
+  // component stream; EndLoading clears it and calls Loaded, on the owner
+  // first, then on its components in order, each only if it was loading.
   void BeginLoading();
   void EndLoading();
   // Called by the derived destructor first, so that csDestroying holds while
@@ -162,7 +177,10 @@ public:
   void Destroying();
 
 protected:
+  // The base drops AComponent on opRemove from the free-notification links
+  // and from the owned components; overrides call it.
   virtual void Notification(TComponent* AComponent, TOperation Operation);
+  // The base clears csLoading.
   virtual void Loaded();
   friend class TComponentFriend;
 

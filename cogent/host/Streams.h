@@ -32,8 +32,9 @@ public:
   static TEncoding* BigEndianUnicode();  // UTF-16 big endian
   static TEncoding* Default() { return UTF8(); }
 
-  // Finds the encoding whose preamble starts Buffer; gives its length in
-  // bytes, or 0 (and AEncoding left as it was, UTF-8 when nil) when none does.
+  // Finds the encoding (of the three above) whose preamble starts Buffer,
+  // sets AEncoding to it and gives the preamble's length in bytes; gives 0
+  // (and AEncoding left as it was, UTF-8 when nil) when none does.
   static std::size_t GetBufferEncoding(const std::uint8_t* Buffer, std::size_t Count, TEncoding*& AEncoding);
 };
 
@@ -47,6 +48,8 @@ public:
   virtual std::int64_t Write(const void* Buffer, std::int64_t Count) = 0;
   virtual std::int64_t Seek(std::int64_t Offset, TSeekOrigin Origin) = 0;
 
+  // Seek gives the new position, or -1 (position unchanged) when refused,
+  // as for a position before the start.
   std::int64_t GetPosition() { return Seek(0, soCurrent); }
   void SetPosition(std::int64_t Pos) { Seek(Pos, soBeginning); }
   virtual std::int64_t GetSize();
@@ -55,7 +58,8 @@ public:
   // Raise EReadError / EWriteError when the whole count can't be moved.
   void ReadBuffer(void* Buffer, std::int64_t Count);
   void WriteBuffer(const void* Buffer, std::int64_t Count);
-  // Copies Count bytes from Source; 0 copies all of Source from its start.
+  // Copies Count bytes from Source; 0 (or less) copies all of Source from its
+  // start. Gives the count copied.
   std::int64_t CopyFrom(TStream& Source, std::int64_t Count);
 };
 
@@ -89,8 +93,11 @@ inline constexpr std::uint16_t fmShareDenyNone = 0x0040;
 
 class TFileStream : public TStream {
 public:
+  // fmCreate creates or truncates (read and write); fmOpenRead reads;
+  // fmOpenWrite and fmOpenReadWrite open an existing file without truncating.
   // Raises EFOpenError / EFCreateError with the file name and the system's
-  // reason.
+  // reason; a directory is refused. SetSize raises EStreamError
+  // SStreamSetSize when the file can't be resized (read only).
   TFileStream(const std::string& FileName, std::uint16_t Mode);
   ~TFileStream() override;
   TFileStream(const TFileStream&) = delete;
@@ -103,8 +110,13 @@ public:
   const std::string& GetFileName() const noexcept { return FFileName; }
 
 private:
+  // The C library needs a seek between a read and a write on one FILE.
+  enum TLastOp : std::uint8_t { loNone, loRead, loWrite };
+  void SwitchTo(TLastOp Op);
+
   std::string FFileName;
   std::FILE* FFile = nullptr;
+  TLastOp FLastOp = loNone;
 };
 
 }  // namespace cogent

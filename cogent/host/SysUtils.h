@@ -61,6 +61,8 @@ inline constexpr const char* SWriteError = "Stream write error";
 inline constexpr const char* SFOpenError = "Cannot open file \"%s\". %s";
 inline constexpr const char* SFCreateError = "Cannot create file \"%s\". %s";
 inline constexpr const char* SInvalidSourceArray = "Invalid source array";
+inline constexpr const char* SStreamSetSize = "Error setting stream size";
+inline constexpr const char* SComponentOwnerLoop = "A component cannot own itself or its owner";
 
 // ---------------------------------------------------------------- Format
 
@@ -92,6 +94,13 @@ public:
     } else if constexpr (std::is_floating_point_v<D>) {
       FKind = vtFloat;
       FFloat = static_cast<long double>(AValue);
+    } else if constexpr (std::is_same_v<D, const char*> || std::is_same_v<D, char*>) {
+      // A nil C string is the empty text, never a crash.
+      FKind = vtString;
+      if constexpr (std::is_array_v<T>)
+        FString = AValue;
+      else if (AValue)
+        FString = AValue;
     } else if constexpr (std::is_convertible_v<const T&, std::string_view>) {
       FKind = vtString;
       FString = std::string(std::string_view(AValue));
@@ -122,9 +131,28 @@ private:
 };
 
 // Formats like the host runtime: "%" [index ":"] ["-"] [width] ["." prec] type
-// with the types d u x e f g n m p s and "%%". Width and precision may be "*".
+// with the types d u x e f g n m p s (either case) and "%%". Width and
+// precision may be "*", taken from an integer argument; the index is 0-based
+// and later directives go on from it. Width and precision count characters.
 // A directive whose argument has another type, or that has no argument,
-// raises EConvertError; nothing is undefined.
+// raises EConvertError; nothing is undefined. The forms:
+//   d  "-00012" for "%.5d": precision pads the digits with zeros
+//   u x  a negative argument that fits 32 bits is read as its 32-bit word,
+//      as the host reads an Integer; x is upper case
+//   f  fixed, 2 decimals by default
+//   e  "1.00000000000000E+003": precision (default 15) counts all digits,
+//      the exponent has a sign and at least three digits
+//   g  precision (default 15) significant digits, trailing zeros dropped;
+//      fixed while the value has at most that many integer digits and is at
+//      least 0.0001, otherwise "1.5E20" / "1E-7"
+//   n  fixed with "," between thousands: "1,234,567.89"
+//   m  money: "$1,234.50", "-$0.50" (2 decimals by default)
+//   p  the address as 16 upper-case hex digits
+//   s  precision cuts the text
+// Floats are formatted at double precision and rounded half away from zero
+// on their exact decimal value; a result that rounds to zero has no sign;
+// NaN and infinities give "NAN", "INF", "-INF". Precision above 18 counts as
+// 18 for floats; a width or precision above 2^20 is an invalid format.
 std::string FormatV(std::string_view Fmt, const std::vector<TVarRec>& Args);
 
 template <class... Args>
@@ -135,7 +163,11 @@ std::string Format(std::string_view Fmt, const Args&... AArgs) {
 // ---------------------------------------------------------------- numbers
 // Text to number consumes the whole text: leading and trailing blanks are
 // allowed, anything else is refused. Integers may be written in hexadecimal
-// with a "$" or "0x" prefix.
+// with a "$" or "0x" prefix; a decimal integer out of range is refused, a
+// hexadecimal one may use every bit of the type ("$FFFFFFFF" is -1), as the
+// host reads it. Floats take the forms "1", "1.5", ".5", "5.", "1e3",
+// "-2.5E-3" with "." as separator; "inf", "nan" and overflow are refused,
+// underflow reads as zero.
 
 bool TryStrToInt(std::string_view S, std::int32_t& Value);
 bool TryStrToInt64(std::string_view S, std::int64_t& Value);
@@ -146,13 +178,15 @@ double StrToFloat(std::string_view S);        // EConvertError on failure
 std::int32_t StrToIntDef(std::string_view S, std::int32_t Default);
 std::string IntToStr(std::int64_t Value);
 std::string IntToHex(std::uint64_t Value, int Digits);
-// Shortest text that reads back as the same double, "." as separator.
+// Shortest text that reads back as the same double, "." as separator, laid
+// out as "%g" lays it out: "0.1", "100", "1E20", "1.5E-7".
 std::string FloatToStr(double Value);
 
 // ---------------------------------------------------------------- Unicode text
 
 // Decodes the code point at byte position Pos and advances Pos; an invalid
-// sequence yields U+FFFD and advances one byte.
+// sequence yields U+FFFD and advances one byte. At or past the end it gives
+// U+FFFD and leaves Pos alone. Nothing past the end is ever read.
 char32_t UTF8Decode(std::string_view S, std::size_t& Pos) noexcept;
 void UTF8Append(std::string& S, char32_t C);
 std::u32string UTF8ToUTF32(std::string_view S);
@@ -165,14 +199,20 @@ std::string UTF8Copy(std::string_view S, std::size_t Index, std::size_t Count);
 // 1-based code-point position of SubStr in S, 0 when absent.
 std::size_t UTF8Pos(std::string_view SubStr, std::string_view S);
 
+// Simple (one to one) case mapping, independent of the locale, for Basic
+// Latin, Latin-1, Latin Extended-A, the regular pairs of Latin Extended-B,
+// Latin Extended Additional, Greek and Cyrillic; other code points map to
+// themselves ("ß" stays "ß").
 char32_t UnicodeUpper(char32_t C) noexcept;
 char32_t UnicodeLower(char32_t C) noexcept;
+// Bytes that are no valid UTF-8 pass through unchanged.
 std::string UpperCase(std::string_view S);
 std::string LowerCase(std::string_view S);
 // Ordinal comparisons by code point: <0, 0, >0.
 int CompareStr(std::string_view A, std::string_view B) noexcept;
 int CompareText(std::string_view A, std::string_view B) noexcept;  // ignores case
 bool SameText(std::string_view A, std::string_view B) noexcept;
+// The Trim family removes every character up to and including the blank.
 std::string Trim(std::string_view S);
 std::string TrimLeft(std::string_view S);
 std::string TrimRight(std::string_view S);
