@@ -68,12 +68,20 @@ TPersistent* ClonePersistentClass(TPersistent* P);
 std::string VXUpperCase(std::string_view S);
 std::string VXLowerCase(std::string_view S);
 bool VXCharInSet(char32_t C, std::u32string_view Set) noexcept;
-bool IsNumberChar(char32_t C) noexcept;    // a decimal digit
+// A character that may open a number: a decimal digit or a number symbol, so
+// that "-5" and ".5" are tried as numbers.
+bool IsNumberChar(char32_t C) noexcept;
 bool IsNumberSymbol(char32_t C) noexcept;  // "+", "-", "."
-// "Copy of Name", "Copy (2) of Name", ...
+// "Copy_of_Name", then "Copy_2_of_Name", "Copy_3_of_Name", ...: each call
+// gives a name that differs from its argument and is still a valid
+// construct name (no blanks or parentheses).
 std::string RenameCopy(std::string_view Name);
 void WritePreambleToStream(TStream& Stream, TEncoding& Encoding);
 void WriteStringToStream(TStream& Stream, std::string_view S, TEncoding& Encoding);
+// A nil encoding means UTF-8 without a preamble: no preamble is written and
+// text goes out as its UTF-8 bytes.
+void WritePreambleToStream(TStream& Stream, TEncoding* Encoding);
+void WriteStringToStream(TStream& Stream, std::string_view S, TEncoding* Encoding);
 // The indent of pretty-printed text, Level steps deep.
 std::string IndentString(int Level = 1);
 

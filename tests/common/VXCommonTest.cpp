@@ -1,0 +1,170 @@
+#include "cogent/common/VXCommon.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <set>
+#include <vector>
+
+using namespace cogent;
+
+TEST(VXCommon, HashIsStableAndSeeded) {
+  // Stored tables and token keys depend on these never changing.
+  EXPECT_EQ(CalculateHash(""), -1421968373);
+  EXPECT_EQ(CalculateHash("a"), 711464985);
+  EXPECT_EQ(CalculateHash("MAIN"), 162081800);
+  EXPECT_EQ(CalculateHash("Initial-Fact"), -40599364);
+  EXPECT_EQ(CalculateHash("Gr\xC3\xB6\xC3\x9F" "e"), -621488954);
+  EXPECT_EQ(CalculateHash("MAIN", 1), -849430504);
+  EXPECT_EQ(CalculateHash("MAIN", 0), CalculateHash("MAIN"));
+  EXPECT_NE(CalculateHash("MAIN", 1), CalculateHash("MAIN", 2));
+  // Bytes, not C strings: an embedded NUL counts.
+  EXPECT_NE(CalculateHash(std::string_view("a\0b", 3)), CalculateHash("a"));
+}
+
+TEST(VXCommon, HashSpreadsSimilarKeysOverBuckets) {
+  constexpr int Keys = 20000;
+  constexpr int Buckets = 101;
+  std::set<std::int32_t> Seen;
+  std::vector<int> Count(Buckets, 0);
+  std::vector<int> LowBits(64, 0);
+  for (int I = 0; I < Keys; ++I) {
+    const std::int32_t H = CalculateHash("slot" + std::to_string(I));
+    Seen.insert(H);
+    ++Count[static_cast<std::size_t>(static_cast<std::uint32_t>(H) % Buckets)];
+    ++LowBits[static_cast<std::size_t>(H & 63)];
+  }
+  EXPECT_GE(Seen.size(), static_cast<std::size_t>(Keys - 2));
+  // Each bucket should hold about Keys / Buckets (198); allow a wide margin.
+  for (const int C : Count) {
+    EXPECT_GT(C, 120);
+    EXPECT_LT(C, 280);
+  }
+  for (const int C : LowBits) {
+    EXPECT_GT(C, 200);
+    EXPECT_LT(C, 430);
+  }
+}
+
+TEST(VXCommon, FloatEquals) {
+  EXPECT_TRUE(FloatEquals(1.0, 1.0, 0.0));
+  EXPECT_TRUE(FloatEquals(1.0, 1.25, 0.25));
+  EXPECT_TRUE(FloatEquals(1.25, 1.0, 0.25));
+  EXPECT_FALSE(FloatEquals(1.0, 1.3, 0.25));
+  const double Inf = std::numeric_limits<double>::infinity();
+  EXPECT_TRUE(FloatEquals(Inf, Inf, 0.0));
+  EXPECT_FALSE(FloatEquals(std::nan(""), std::nan(""), 1.0));
+}
+
+TEST(VXCommon, InCircularRange) {
+  // Plain range (Bottom, Top].
+  EXPECT_FALSE(InCircularRange(2, 2, 5));
+  EXPECT_TRUE(InCircularRange(2, 3, 5));
+  EXPECT_TRUE(InCircularRange(2, 5, 5));
+  EXPECT_FALSE(InCircularRange(2, 6, 5));
+  EXPECT_FALSE(InCircularRange(2, 1, 5));
+  // Wrapped: Top below Bottom covers (Bottom, max] and [min, Top].
+  EXPECT_TRUE(InCircularRange(8, 9, 2));
+  EXPECT_TRUE(InCircularRange(8, 0, 2));
+  EXPECT_TRUE(InCircularRange(8, 2, 2));
+  EXPECT_FALSE(InCircularRange(8, 8, 2));
+  EXPECT_FALSE(InCircularRange(8, 5, 2));
+  EXPECT_FALSE(InCircularRange(8, 3, 2));
+  // Bottom equal to Top is an empty range.
+  EXPECT_FALSE(InCircularRange(4, 4, 4));
+  EXPECT_FALSE(InCircularRange(4, 5, 4));
+}
+
+TEST(VXCommon, ContainsCharactersCountsCodePoints) {
+  const std::string_view Forbidden = " '\"#()[]?:$&;<>";
+  EXPECT_EQ(ContainsCharacters("plain-name", Forbidden), 0u);
+  EXPECT_EQ(ContainsCharacters("", Forbidden), 0u);
+  EXPECT_EQ(ContainsCharacters("a(b", Forbidden), 2u);
+  // "ÄÖü?x": the "?" is the fourth character, the seventh byte.
+  EXPECT_EQ(ContainsCharacters("\xC3\x84\xC3\x96\xC3\xBC?x", Forbidden), 4u);
+  // Non-ASCII characters in the set.
+  EXPECT_EQ(ContainsCharacters("abc\xE2\x82\xAC", "\xE2\x82\xAC"), 4u);
+  EXPECT_EQ(ContainsCharacters("\xC3\xA9t\xC3\xA9", "t\xC3\xA9"), 1u);
+  // A character that shares a lead byte with one in the set is no match.
+  EXPECT_EQ(ContainsCharacters("\xC3\xA8", "\xC3\xA9"), 0u);
+}
+
+TEST(VXCommon, CharacterClassesAndCase) {
+  for (char32_t C : std::u32string_view(U"0123456789+-.")) EXPECT_TRUE(IsNumberChar(C)) << static_cast<int>(C);
+  for (char32_t C : std::u32string_view(U"aE e,")) EXPECT_FALSE(IsNumberChar(C)) << static_cast<int>(C);
+  EXPECT_TRUE(IsNumberSymbol(U'+'));
+  EXPECT_TRUE(IsNumberSymbol(U'-'));
+  EXPECT_TRUE(IsNumberSymbol(U'.'));
+  EXPECT_FALSE(IsNumberSymbol(U'5'));
+  EXPECT_TRUE(VXCharInSet(U'\u00E9', U"x\u00E9"));
+  EXPECT_FALSE(VXCharInSet(U'e', U"x\u00E9"));
+  EXPECT_EQ(VXUpperCase("stra\xC3\xA9" "e"), "STRA\xC3\x89" "E");
+  EXPECT_EQ(VXLowerCase("\xC3\x84" "BC"), "\xC3\xA4" "bc");
+}
+
+TEST(VXCommon, RenameCopyGivesFreshValidNames) {
+  EXPECT_EQ(RenameCopy("rule"), "Copy_of_rule");
+  EXPECT_EQ(RenameCopy("Copy_of_rule"), "Copy_2_of_rule");
+  EXPECT_EQ(RenameCopy("Copy_2_of_rule"), "Copy_3_of_rule");
+  EXPECT_EQ(RenameCopy("Copy_x_of_rule"), "Copy_of_Copy_x_of_rule");
+  std::set<std::string> Names{"a"};
+  std::string Name = "a";
+  for (int I = 0; I < 20; ++I) {
+    Name = RenameCopy(Name);
+    EXPECT_TRUE(Names.insert(Name).second) << Name;
+    EXPECT_EQ(ContainsCharacters(Name, " '\"#()[]?:$&;<>"), 0u) << Name;
+  }
+}
+
+TEST(VXCommon, IndentAndStreamHelpers) {
+  EXPECT_EQ(IndentString(), "   ");
+  EXPECT_EQ(IndentString(2), "      ");
+  EXPECT_EQ(IndentString(0), "");
+  EXPECT_EQ(IndentString(-1), "");
+
+  TMemoryStream Stream;
+  WritePreambleToStream(Stream, *TEncoding::Unicode());
+  WriteStringToStream(Stream, "A\xC3\xA9", *TEncoding::Unicode());
+  EXPECT_EQ(Stream.Bytes(), (TBytes{0xFF, 0xFE, 'A', 0, 0xE9, 0}));
+
+  TMemoryStream Plain;
+  WritePreambleToStream(Plain, static_cast<TEncoding*>(nullptr));
+  WriteStringToStream(Plain, "A\xC3\xA9", static_cast<TEncoding*>(nullptr));
+  EXPECT_EQ(Plain.Bytes(), (TBytes{'A', 0xC3, 0xA9}));
+}
+
+namespace {
+
+class TCloneProbe : public TPersistent {
+public:
+  int FValue = 0;
+  void Assign(TPersistent* Source) override {
+    if (auto* Other = dynamic_cast<TCloneProbe*>(Source)) {
+      FValue = Other->FValue;
+      return;
+    }
+    TPersistent::Assign(Source);
+  }
+};
+
+class TNoFactory : public TPersistent {};
+
+}  // namespace
+
+TEST(VXCommon, ClonePersistentClass) {
+  RegisterClass<TCloneProbe, TPersistent>();
+  TCloneProbe Original;
+  Original.FValue = 42;
+  std::unique_ptr<TPersistent> Copy(ClonePersistentClass(&Original));
+  ASSERT_NE(Copy, nullptr);
+  auto* Probe = dynamic_cast<TCloneProbe*>(Copy.get());
+  ASSERT_NE(Probe, nullptr);
+  EXPECT_NE(Probe, &Original);
+  EXPECT_EQ(Probe->FValue, 42);
+
+  TNoFactory Lonely;
+  EXPECT_EQ(ClonePersistentClass(&Lonely), nullptr);
+  EXPECT_EQ(ClonePersistentClass(nullptr), nullptr);
+}

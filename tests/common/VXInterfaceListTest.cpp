@@ -1,0 +1,209 @@
+#include "cogent/common/VXInterfaceList.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace cogent;
+
+namespace {
+
+class TItem : public TRefCounted {
+public:
+  explicit TItem(int AValue, int* ALive = nullptr) : FValue(AValue), FLive(ALive) {
+    if (FLive) ++*FLive;
+  }
+  ~TItem() override {
+    if (FLive) --*FLive;
+  }
+  int FValue;
+  int* FLive;
+};
+using IItem = Ref<TItem>;
+
+// Records every notification as "+v", "-v", "xv" ("nil" for nil items) and
+// the count the list had when it was told.
+class TLoggingList : public TInterfaceListPersistent<TItem> {
+public:
+  std::vector<std::string> Log;
+
+protected:
+  void Notify(const IItem& Item, TListNotification Action) override {
+    static const char* Marks[] = {"+", "x", "-"};
+    Log.push_back(Marks[Action] + (Item ? std::to_string(Item->FValue) : std::string("nil")) + "@" +
+                  std::to_string(GetCount()));
+  }
+};
+
+template <class F>
+std::string MessageOf(F&& Action) {
+  try {
+    Action();
+  } catch (const EListError& E) {
+    return E.what();
+  }
+  return "no exception";
+}
+
+}  // namespace
+
+TEST(VXInterfaceList, IndexErrorsRaiseWithTheIndexAndChangeNothing) {
+  TLoggingList List;
+  List.Add(MakeRef<TItem>(1));
+  List.Add(MakeRef<TItem>(2));
+  List.Log.clear();
+  EXPECT_EQ(MessageOf([&] { List.Get(2); }), "List index out of bounds (2)");
+  EXPECT_EQ(MessageOf([&] { List.Get(-1); }), "List index out of bounds (-1)");
+  EXPECT_EQ(MessageOf([&] { List.GetRef(5); }), "List index out of bounds (5)");
+  EXPECT_EQ(MessageOf([&] { List.Put(2, nullptr); }), "List index out of bounds (2)");
+  EXPECT_EQ(MessageOf([&] { List.Delete(2); }), "List index out of bounds (2)");
+  EXPECT_EQ(MessageOf([&] { List.Insert(3, nullptr); }), "List index out of bounds (3)");
+  EXPECT_EQ(MessageOf([&] { List.Exchange(0, 7); }), "List index out of bounds (7)");
+  EXPECT_EQ(List.GetCount(), 2);
+  EXPECT_TRUE(List.Log.empty());
+  // Insert at the count appends.
+  List.Insert(2, MakeRef<TItem>(3));
+  EXPECT_EQ(List.Get(2)->FValue, 3);
+}
+
+TEST(VXInterfaceList, IdentityDecidesIndexOfAndRemove) {
+  TLoggingList List;
+  const IItem A = MakeRef<TItem>(7);
+  const IItem B = MakeRef<TItem>(7);  // equal value, other object
+  List.Add(A);
+  List.Add(nullptr);
+  List.Add(B);
+  EXPECT_EQ(List.IndexOf(A), 0);
+  EXPECT_EQ(List.IndexOf(B), 2);
+  EXPECT_EQ(List.IndexOf(IItem()), 1);
+  EXPECT_EQ(List.IndexOf(MakeRef<TItem>(7)), -1);
+  EXPECT_EQ(List.Remove(A), 0);
+  EXPECT_EQ(List.Remove(A), -1);
+  EXPECT_EQ(List.IndexOf(B), 1);
+  EXPECT_EQ(List.First(), nullptr);
+  EXPECT_TRUE(SameObject(List.Last(), B));
+  List.Clear();
+  EXPECT_EQ(List.First(), nullptr);
+  EXPECT_EQ(List.Last(), nullptr);
+}
+
+TEST(VXInterfaceList, NotifyFollowsEachChange) {
+  TLoggingList List;
+  List.Add(MakeRef<TItem>(1));
+  List.Insert(0, MakeRef<TItem>(0));
+  List.Put(1, MakeRef<TItem>(5));
+  List.Add(nullptr);
+  const IItem Taken = List.Extract(0);
+  List.Delete(1);
+  List.Add(MakeRef<TItem>(9));
+  List.Clear();
+  EXPECT_EQ(Taken->FValue, 0);
+  const std::vector<std::string> Expected{"+1@1", "+0@2", "-1@2", "+5@2", "+nil@3", "x0@2",
+                                          "-nil@1", "+9@2", "-5@0", "-9@0"};
+  EXPECT_EQ(List.Log, Expected);
+}
+
+TEST(VXInterfaceList, ItemsAreReleasedWithTheList) {
+  int Live = 0;
+  {
+    auto List = MakeRef<TInterfaceListPersistent<TItem>>();
+    for (int I = 0; I < 5; ++I) List->Add(MakeRef<TItem>(I, &Live));
+    const IItem Kept = List->Get(3);
+    EXPECT_EQ(Kept->GetRefCount(), 2);
+    EXPECT_EQ(List->GetRef(3)->GetRefCount(), 2);  // no copy through GetRef
+    List->Delete(0);
+    EXPECT_EQ(Live, 4);
+    List.reset();
+    EXPECT_EQ(Live, 1);
+    EXPECT_EQ(Kept->FValue, 3);
+  }
+  EXPECT_EQ(Live, 0);
+}
+
+TEST(VXInterfaceList, SortIsStableAndSafe) {
+  TInterfaceListPersistent<TItem> List;
+  for (int V : {3, 1, 2, 1, 3}) List.Add(MakeRef<TItem>(V));
+  const IItem FirstOne = List.Get(1);
+  const IItem SecondOne = List.Get(3);
+  List.Sort([](const IItem& A, const IItem& B) { return A->FValue - B->FValue; });
+  std::vector<int> Values;
+  for (const IItem& Item : List) Values.push_back(Item->FValue);
+  EXPECT_EQ(Values, (std::vector<int>{1, 1, 2, 3, 3}));
+  EXPECT_TRUE(SameObject(List.Get(0), FirstOne));
+  EXPECT_TRUE(SameObject(List.Get(1), SecondOne));
+
+  // A comparer that raises leaves every item in place.
+  int Calls = 0;
+  EXPECT_THROW(List.Sort([&Calls](const IItem&, const IItem&) -> int {
+    if (++Calls == 3) throw EVXException("stop");
+    return 1;
+  }),
+               EVXException);
+  Values.clear();
+  for (const IItem& Item : List) Values.push_back(Item->FValue);
+  EXPECT_EQ(Values, (std::vector<int>{1, 1, 2, 3, 3}));
+
+  List.Exchange(0, 4);
+  EXPECT_EQ(List.Get(0)->FValue, 3);
+  EXPECT_TRUE(SameObject(List.Get(4), FirstOne));
+}
+
+TEST(VXInterfaceList, AssignCopiesTheSameItems) {
+  TInterfaceListPersistent<TItem> Source;
+  Source.Add(MakeRef<TItem>(1));
+  Source.Add(nullptr);
+  TLoggingList Target;
+  Target.Add(MakeRef<TItem>(9));
+  Target.Log.clear();
+  Target.Assign(&Source);
+  ASSERT_EQ(Target.GetCount(), 2);
+  EXPECT_TRUE(SameObject(Target.Get(0), Source.Get(0)));
+  EXPECT_EQ(Target.Get(1), nullptr);
+  EXPECT_EQ(Target.Log, (std::vector<std::string>{"-9@0", "+1@1", "+nil@2"}));
+  Target.Assign(&Target);
+  EXPECT_EQ(Target.GetCount(), 2);
+
+  TInterfaceListPersistent<TRefCounted> Other;
+  EXPECT_THROW(Target.Assign(&Other), EConvertError);
+  EXPECT_EQ(Target.GetCount(), 2);
+}
+
+TEST(VXInterfaceList, Iterators) {
+  TInterfaceListPersistent<TItem> List;
+  for (int V : {4, 5, 6}) List.Add(MakeRef<TItem>(V));
+  auto It = MakeRef<TInterfaceListIterator<TItem>>(&List);
+  EXPECT_EQ(It->GetCount(), 3);
+  EXPECT_EQ(It->CurrentElement(), nullptr);
+  std::vector<int> Seen;
+  while (It->HasMoreElements()) {
+    Seen.push_back(It->NextElement()->FValue);
+    EXPECT_EQ(It->CurrentElement()->FValue, Seen.back());
+  }
+  EXPECT_EQ(Seen, (std::vector<int>{4, 5, 6}));
+  EXPECT_EQ(MessageOf([&] { It->NextElement(); }), "List index out of bounds (3)");
+  It->Reset();
+  EXPECT_EQ(It->NextElement()->FValue, 4);
+}
+
+TEST(VXInterfaceList, QueueAndStack) {
+  const IInterface A = MakeRef<TItem>(1);
+  const IInterface B = MakeRef<TItem>(2);
+  TIQueue Queue;
+  EXPECT_TRUE(Queue.IsEmpty());
+  Queue.Push(A);
+  Queue.Push(B);
+  EXPECT_TRUE(SameObject(Queue.Peek(), A));
+  EXPECT_TRUE(SameObject(Queue.Pop(), A));
+  EXPECT_TRUE(SameObject(Queue.Pop(), B));
+  EXPECT_TRUE(Queue.IsEmpty());
+  EXPECT_EQ(MessageOf([&] { Queue.Pop(); }), "Unbalanced stack or queue operation");
+
+  TIStack Stack;
+  Stack.Push(A);
+  Stack.Push(B);
+  EXPECT_TRUE(SameObject(Stack.Peek(), B));
+  EXPECT_TRUE(SameObject(Stack.Pop(), B));
+  EXPECT_TRUE(SameObject(Stack.Pop(), A));
+  EXPECT_EQ(MessageOf([&] { Stack.Peek(); }), "Unbalanced stack or queue operation");
+}

@@ -1,0 +1,314 @@
+#include "cogent/common/VXTextStream.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+using namespace cogent;
+
+namespace {
+
+constexpr char32_t End = TGTextStream::EndOfStream;
+
+// "Grüße €" and a character outside the basic plane (U+1D11E).
+const std::string Text = "Gr\xC3\xBC\xC3\x9F" "e \xE2\x82\xAC";
+const std::string Clef = "\xF0\x9D\x84\x9E";
+
+TMemoryStream* MemoryOf(const TBytes& Bytes) {
+  auto* M = new TMemoryStream();
+  if (!Bytes.empty()) M->WriteBuffer(Bytes.data(), static_cast<std::int64_t>(Bytes.size()));
+  M->SetPosition(0);
+  return M;
+}
+
+std::u32string ReadAll(TGTextStream& S) {
+  std::u32string Result;
+  for (char32_t C = S.GetChar(); C != End; C = S.GetChar()) Result.push_back(C);
+  return Result;
+}
+
+std::string TempFile(const char* Name) { return testing::TempDir() + Name; }
+
+}  // namespace
+
+TEST(VXTextStream, RoundTripsInEachEncodingWithPreamble) {
+  struct TCase {
+    TEncoding* Encoding;
+    TBytes Head;   // preamble and "G"
+    TBytes Clef;   // the bytes of U+1D11E
+  };
+  const std::vector<TCase> Cases{
+      {TEncoding::UTF8(), {0xEF, 0xBB, 0xBF, 'G'}, {0xF0, 0x9D, 0x84, 0x9E}},
+      {TEncoding::Unicode(), {0xFF, 0xFE, 'G', 0}, {0x34, 0xD8, 0x1E, 0xDD}},
+      {TEncoding::BigEndianUnicode(), {0xFE, 0xFF, 0, 'G'}, {0xD8, 0x34, 0xDD, 0x1E}},
+  };
+  for (const TCase& Case : Cases) {
+    SCOPED_TRACE(Case.Encoding->EncodingName());
+    TMemoryStream M;
+    {
+      TGTextStream W(&M, Case.Encoding);
+      W.PutLine(Text);
+      W.Put(Clef + "x");
+      W.PutEOL();
+    }
+    const TBytes& Bytes = M.Bytes();
+    ASSERT_GT(Bytes.size(), 8u);
+    EXPECT_EQ(TBytes(Bytes.begin(), Bytes.begin() + 4), Case.Head);
+
+    // The preamble decides, whatever encoding the reader was given.
+    for (TEncoding* Given : {static_cast<TEncoding*>(nullptr), TEncoding::UTF8(), TEncoding::Unicode()}) {
+      M.SetPosition(0);
+      TGTextStream R(&M, Given);
+      EXPECT_EQ(R.GetEncoding(), Case.Encoding);
+      EXPECT_EQ(R.GetLine(), Text);
+      EXPECT_EQ(R.GetChar(), U'\U0001D11E');
+      EXPECT_EQ(R.GetChar(), U'x');
+      EXPECT_EQ(R.GetLineNumber(), 2);
+      EXPECT_FALSE(R.IsEof());
+      EXPECT_EQ(R.GetLine(), "");
+      EXPECT_TRUE(R.IsEof());
+      EXPECT_EQ(R.GetChar(), End);
+      EXPECT_EQ(R.GetLineNumber(), 3);
+    }
+  }
+}
+
+TEST(VXTextStream, GivenEncodingWithoutPreamble) {
+  for (TEncoding* Encoding : {TEncoding::UTF8(), TEncoding::Unicode(), TEncoding::BigEndianUnicode()}) {
+    SCOPED_TRACE(Encoding->EncodingName());
+    TVXStringStream Source(Text + "\n" + Clef, Encoding);
+    TGTextStream R(&Source, Encoding);
+    EXPECT_EQ(R.GetLine(), Text);
+    EXPECT_EQ(ReadAll(R), U"\U0001D11E");
+  }
+  // Without a preamble or an encoding the text is UTF-8.
+  TVXStringStream Plain(Text);
+  TGTextStream R(&Plain);
+  EXPECT_EQ(R.GetLine(), Text);
+  EXPECT_EQ(R.GetEncoding(), TEncoding::UTF8());
+}
+
+TEST(VXTextStream, PutBackAnyNumberKeepsTheLineCount) {
+  TVXStringStream Source("a\r\nb\rc\nd\n\ne");
+  TGTextStream S(&Source);
+  std::u32string Read;
+  std::vector<int> Lines;
+  for (char32_t C = S.GetChar(); C != End; C = S.GetChar()) {
+    Read.push_back(C);
+    Lines.push_back(S.GetLineNumber());
+  }
+  EXPECT_EQ(Read, U"a\r\nb\rc\nd\n\ne");
+  EXPECT_EQ(Lines, (std::vector<int>{1, 2, 2, 2, 3, 3, 4, 4, 5, 6, 6}));
+  S.PutBack(End);  // a reader may give back what it got
+  for (auto It = Read.rbegin(); It != Read.rend(); ++It) S.PutBack(*It);
+  EXPECT_EQ(S.GetLineNumber(), 1);
+  EXPECT_FALSE(S.IsEof());
+  EXPECT_EQ(ReadAll(S), Read);
+  EXPECT_EQ(S.GetLineNumber(), 6);
+
+  // Characters that were never read come out too, last put back first.
+  S.PutBack(U'y');
+  S.PutBack(U'\u00E9');
+  EXPECT_EQ(S.GetChar(), U'\u00E9');
+  EXPECT_EQ(S.GetChar(), U'y');
+  EXPECT_TRUE(S.IsEof());
+}
+
+TEST(VXTextStream, LinesAndInLineSpaces) {
+  TVXStringStream Source("one\r\ntwo\rthree\nfour\r");
+  TGTextStream S(&Source);
+  std::vector<std::string> Lines;
+  while (!S.IsEof()) Lines.push_back(S.GetLine());
+  EXPECT_EQ(Lines, (std::vector<std::string>{"one", "two", "three", "four"}));
+  EXPECT_EQ(S.GetLine(), "");
+  EXPECT_EQ(S.GetLineNumber(), 5);
+
+  TVXStringStream Spaces(" \t x  \r\n y\t\n\t");
+  TGTextStream T(&Spaces);
+  EXPECT_FALSE(T.SkipInLineSpaces());
+  EXPECT_EQ(T.GetChar(), U'x');
+  EXPECT_TRUE(T.SkipInLineSpaces());  // took CR and LF
+  EXPECT_EQ(T.GetLineNumber(), 2);
+  EXPECT_EQ(T.GetChar(), U' ');
+  EXPECT_FALSE(T.SkipInLineSpaces());
+  EXPECT_EQ(T.GetChar(), U'y');
+  EXPECT_TRUE(T.SkipInLineSpaces());
+  EXPECT_FALSE(T.SkipInLineSpaces());  // the end
+  EXPECT_TRUE(T.IsEof());
+}
+
+TEST(VXTextStream, MalformedInputGivesReplacementCharacters) {
+  std::unique_ptr<TMemoryStream> M(MemoryOf({'a', 0xFF, 'b', 0xE2, 0x82, 'c', 0xED, 0xA0, 0x80, 0xE2, 0x82}));
+  TGTextStream S(M.get(), TEncoding::UTF8());
+  // A broken sequence yields U+FFFD and the byte that broke it starts anew.
+  EXPECT_EQ(ReadAll(S), U"a\uFFFDb\uFFFDc\uFFFD\uFFFD\uFFFD\uFFFD");
+
+  std::unique_ptr<TMemoryStream> W(MemoryOf({0x00, 0xD8, 'A', 0x00, 0x00, 0xDC, 'B'}));
+  TGTextStream U(W.get(), TEncoding::Unicode());
+  // A high surrogate without its pair, a lone low one, a last odd byte.
+  EXPECT_EQ(ReadAll(U), U"\uFFFDA\uFFFD\uFFFD");
+}
+
+TEST(VXTextStream, BorrowedStreamIsLeftWhereReadingStopped) {
+  TVXStringStream Source("line1\nline2\n");
+  {
+    TGTextStream S(&Source);
+    EXPECT_EQ(S.GetLine(), "line1");
+    EXPECT_FALSE(S.GetOwnsStream());
+  }
+  EXPECT_EQ(Source.GetPosition(), 6);
+  // An owned stream goes with the text stream (the sanitizer sees a leak otherwise).
+  TGTextStream Owned(new TVXStringStream("x"), nullptr, true);
+  EXPECT_TRUE(Owned.GetOwnsStream());
+  EXPECT_EQ(Owned.GetChar(), U'x');
+  EXPECT_THROW(TGTextStream(nullptr), EArgumentException);
+}
+
+TEST(VXTextStream, WritingAfterReadingLandsWhereReadingStopped) {
+  TVXStringStream Source("first\nsecond\n");
+  TGTextStream S(&Source);
+  EXPECT_EQ(S.GetLine(), "first");
+  EXPECT_EQ(S.GetChar(), U's');
+  S.PutBack(U's');
+  S.Put("X");  // forgets the character put back; the text goes after it
+  EXPECT_EQ(Source.GetDataString(), "first\nsX");
+  EXPECT_TRUE(S.IsEof());
+}
+
+TEST(VXTextStream, FilesCreateReadAndAppend) {
+  const std::string Name = TempFile("cogent_text_stream.txt");
+  {
+    TGTextStream W(Name, fmCreate, TEncoding::Unicode());
+    W.PutLine("alpha");
+    W.PutLine(Text);
+  }
+  {
+    TGTextStream A(Name, fmOpenReadWrite);
+    A.SeekToEnd();
+    A.PutLine("tail");  // in the file's encoding, found from its preamble
+    EXPECT_EQ(A.GetEncoding(), TEncoding::Unicode());
+  }
+  {
+    TGTextStream R(Name, fmOpenRead);
+    EXPECT_EQ(R.GetEncoding(), TEncoding::Unicode());
+    EXPECT_EQ(R.GetLine(), "alpha");
+    EXPECT_EQ(R.GetLine(), Text);
+    EXPECT_EQ(R.GetLine(), "tail");
+    EXPECT_TRUE(R.IsEof());
+  }
+  {
+    // No encoding: UTF-8 without a preamble.
+    TGTextStream W(Name, fmCreate);
+    W.Put("plain");
+    EXPECT_EQ(W.GetSize(), 5);
+  }
+  std::remove(Name.c_str());
+  EXPECT_THROW(TGTextStream(TempFile("no/such/dir/file.txt"), fmOpenRead), EFOpenError);
+}
+
+TEST(VXTextStream, BufferStreamReadsPutsBackAndWrites) {
+  TVXStringStream Source("hello world");
+  TGBufferStream B(&Source, false, 4);
+  char Buf[16] = {};
+  EXPECT_EQ(B.Read(Buf, 5), 5);
+  EXPECT_EQ(std::string(Buf, 5), "hello");
+  EXPECT_EQ(B.GetPosition(), 5);
+  B.PutBack("lo", 2);
+  B.PutBackChar(U'\u00E9');
+  EXPECT_EQ(B.ReadByte(), 0xC3);
+  EXPECT_EQ(B.ReadByte(), 0xA9);
+  EXPECT_EQ(B.ReadByte(), 'l');
+  EXPECT_EQ(B.ReadByte(), 'o');
+  EXPECT_EQ(B.ReadByte(), ' ');
+  EXPECT_EQ(B.GetPosition(), 6);
+  // Writing goes to the source at the reader's position.
+  EXPECT_EQ(B.Write("W", 1), 1);
+  EXPECT_EQ(Source.GetDataString(), "hello W");
+  EXPECT_TRUE(B.IsEof());
+  B.SetPosition(0);
+  EXPECT_EQ(B.Read(Buf, 16), 7);
+  EXPECT_EQ(B.ReadByte(), -1);
+  EXPECT_TRUE(B.IsEof());
+  B.PutBackByte('!');
+  EXPECT_FALSE(B.IsEof());
+  EXPECT_EQ(B.ReadByte(), '!');
+
+  B.PutBackChar(U'A', TEncoding::BigEndianUnicode());
+  EXPECT_EQ(B.ReadByte(), 0);
+  EXPECT_EQ(B.ReadByte(), 'A');
+}
+
+TEST(VXTextStream, StringStreamInEachEncoding) {
+  const std::string S = "a\xC3\xA9\xE2\x82\xAC";  // "aé€"
+  struct TCase {
+    TEncoding* Encoding;
+    std::string Bytes;
+  };
+  const std::vector<TCase> Cases{
+      {TEncoding::UTF8(), S},
+      {TEncoding::Unicode(), std::string("a\0\xE9\0\xAC\x20", 6)},
+      {TEncoding::BigEndianUnicode(), std::string("\0a\0\xE9\x20\xAC", 6)},
+  };
+  for (const TCase& Case : Cases) {
+    SCOPED_TRACE(Case.Encoding->EncodingName());
+    TVXStringStream Stream(S, Case.Encoding);
+    EXPECT_EQ(Stream.GetBytes(), Case.Bytes);
+    EXPECT_EQ(Stream.GetSize(), static_cast<std::int64_t>(Case.Bytes.size()));
+    EXPECT_EQ(Stream.GetPosition(), 0);
+    std::string Read(Case.Bytes.size() + 4, '?');
+    EXPECT_EQ(Stream.Read(Read.data(), static_cast<std::int64_t>(Read.size())),
+              static_cast<std::int64_t>(Case.Bytes.size()));
+    EXPECT_EQ(Read.substr(0, Case.Bytes.size()), Case.Bytes);
+    Stream.WriteString("!");
+    EXPECT_EQ(Stream.GetDataString(), S + "!");
+    // Writing after moving back replaces the rest.
+    Stream.Seek(-static_cast<std::int64_t>(Case.Encoding->GetBytes("\xE2\x82\xAC!").size()), soEnd);
+    Stream.WriteString("?");
+    EXPECT_EQ(Stream.GetDataString(), "a\xC3\xA9?");
+    Stream.SetDataString("xy");
+    EXPECT_EQ(Stream.GetPosition(), 0);
+    EXPECT_EQ(Stream.GetDataString(), "xy");
+  }
+  TVXStringStream Stream("abc");
+  EXPECT_EQ(Stream.Seek(-10, soCurrent), 0);
+  EXPECT_EQ(Stream.Seek(10, soBeginning), 3);
+  EXPECT_EQ(Stream.Seek(std::numeric_limits<std::int64_t>::max(), soEnd), 3);
+  Stream.SetSize(1);
+  EXPECT_EQ(Stream.GetPosition(), 1);
+  EXPECT_EQ(Stream.GetDataString(), "a");
+  EXPECT_EQ(Stream.GetEncoding(), TEncoding::UTF8());
+}
+
+namespace {
+
+// The shape a tokenizer takes: it reads through the inherited operations
+// and keeps its own view of the characters beside the inherited count.
+class TCountingStream : public TGTextStream {
+public:
+  using TGTextStream::TGTextStream;
+  std::string FSeen;
+  char32_t GetChar() override {
+    const char32_t C = TGTextStream::GetChar();
+    if (C != EndOfStream) UTF8Append(FSeen, C);
+    return C;
+  }
+  int Line() const { return FLineNumber; }
+  char32_t Previous() const { return FLastChar; }
+};
+
+}  // namespace
+
+TEST(VXTextStream, DescendantsReadThroughTheirOverrides) {
+  TVXStringStream Source("ab\r\ncd");
+  TCountingStream S(&Source);
+  EXPECT_EQ(S.GetLine(), "ab");
+  EXPECT_EQ(S.FSeen, "ab\r\n");
+  EXPECT_EQ(S.Line(), 2);
+  EXPECT_EQ(S.Previous(), U'\r');
+  EXPECT_FALSE(S.SkipInLineSpaces());
+  EXPECT_EQ(S.FSeen, "ab\r\nc");
+}
