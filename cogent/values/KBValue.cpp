@@ -1,1 +1,973 @@
 #include "cogent/values/KBValue.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+
+#include "cogent/facts/KBFacts.h"
+#include "cogent/functions/KBPackages.h"
+#include "cogent/values/KBFuzzyLogic.h"
+
+namespace cogent {
+
+namespace {
+
+// "%.4f" without the process locale; a negative value that rounds to zero
+// prints as zero.
+std::string FloatText(double Value) {
+  char Buffer[512];
+  const auto [End, Error] = std::to_chars(Buffer, Buffer + sizeof(Buffer), Value, std::chars_format::fixed, 4);
+  if (Error != std::errc()) return Format("%.4f", Value);
+  std::string Result(Buffer, End);
+  if (Result == "-0.0000") Result.erase(0, 1);
+  return Result;
+}
+
+// Truncation toward zero into 32 bits; false when the number doesn't fit.
+bool TruncToInt32(double Value, std::int32_t& Result) {
+  const double Truncated = std::trunc(Value);
+  if (!(Truncated >= std::numeric_limits<std::int32_t>::min() &&
+        Truncated <= std::numeric_limits<std::int32_t>::max()))
+    return false;
+  Result = static_cast<std::int32_t>(Truncated);
+  return true;
+}
+
+std::int32_t Low32(std::intptr_t Value) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uintptr_t>(Value)));
+}
+
+template <class T>
+std::intptr_t PointerCell(T* Pointer) {
+  return reinterpret_cast<std::intptr_t>(Pointer);
+}
+
+template <class T>
+T* CellPointer(std::intptr_t Cell) {
+  return reinterpret_cast<T*>(Cell);
+}
+
+bool IsTextKind(TKBType AType) { return KBStringTypes.Contains(AType); }
+
+bool IsInterfaceKind(TKBType AType) {
+  return AType == dtFunCall || AType == dtFact || AType == dtList || AType == dtSingletons || AType == dtFuzzy;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------- TKBValueNexus
+
+void TKBValueNexus::Notification(TComponent* AComponent, TOperation Operation) {
+  TComponent::Notification(AComponent, Operation);
+  if (FKBValue) FKBValue->Notification(AComponent, Operation);
+}
+
+// ---------------------------------------------------------------- construction
+
+TKBValue::TKBValue(TPersistentClass AClass) : FKBType(dtClass) {
+  FValue.VInteger = PointerCell(AClass);
+}
+
+TKBValue::TKBValue(std::int32_t AValue, TKBType AType) {
+  if (!KBIntegerTypes.Contains(AType)) throw EKBException(_SInvalidValueType);
+  FKBType = AType;
+  FValue.VInteger = AValue;
+}
+
+TKBValue::TKBValue(const std::string& AValue, TKBType AType) {
+  switch (AType) {
+    case dtAtom:
+    case dtString:
+    case dtVariable:
+    case dtMultiVariable:
+    case dtSlot:
+    case dtMultiSlot:
+      break;
+    default:
+      throw EKBException(_SInvalidValueType);
+  }
+  FKBType = AType;
+  FValue.Str = AValue;
+}
+
+TKBValue::TKBValue(const IValueVector& AValue) : FKBType(dtList) { FValue.VInterface = AValue; }
+
+TKBValue::TKBValue(const IKBValue& AValue) { Assign(IInterface(AValue)); }
+
+TKBValue::TKBValue(const IFuzzySet& AValue) : FKBType(dtFuzzy) { FValue.VInterface = AValue; }
+
+TKBValue::TKBValue(const IFact& AValue) : FKBType(dtFact) { FValue.VInterface = AValue; }
+
+TKBValue::TKBValue(const IFunCall& AValue) : FKBType(dtFunCall) { FValue.VInterface = AValue; }
+
+TKBValue::TKBValue(const ISingletonsVector& AValue) : FKBType(dtSingletons) { FValue.VInterface = AValue; }
+
+TKBValue::TKBValue(TObject* AObject, bool Owned) {
+  if (Owned) {
+    SetAsOwnedObject(AObject);
+  } else {
+    FKBType = dtObject;
+    FValue.VInteger = PointerCell(AObject);
+  }
+}
+
+TKBValue::TKBValue(double AValue) : FKBType(dtFloat) { FValue.VExtended = AValue; }
+
+TKBValue::~TKBValue() {
+  FOnChange = nullptr;
+  Reset();
+  delete FNexus;
+}
+
+// ---------------------------------------------------------------- setters
+
+void TKBValue::Changing(TKBType) {
+  if (FKBType == dtObject && IsOwningObject()) {
+    TKBValueNexus* Nexus = FNexus;
+    FNexus = nullptr;
+    delete Nexus;
+    TObject* Object = CellPointer<TObject>(FValue.VInteger);
+    const TComponent* Component = dynamic_cast<TComponent*>(Object);
+    FValue.VInteger = 0;
+    FKBType = dtNone;
+    if (!(Component && Component->GetComponentState().Contains(csDestroying))) delete Object;
+  } else if (IsInterfaceKind(FKBType)) {
+    FValue.VInterface = nullptr;
+    FKBType = dtNone;
+  }
+}
+
+void TKBValue::Changed() {
+  if (FOnChange) FOnChange(Self());
+}
+
+void TKBValue::StoreString(TKBType AType, const std::string& Value) {
+  std::string Copy = Value;  // Value may be this value's own text
+  Changing(AType);
+  FKBType = AType;
+  FValue.Str = std::move(Copy);
+  Changed();
+}
+
+void TKBValue::StoreInteger(TKBType AType, std::intptr_t Value) {
+  Changing(AType);
+  FKBType = AType;
+  FValue.VInteger = Value;
+  Changed();
+}
+
+void TKBValue::StoreInterface(TKBType AType, IInterface Value) {
+  Changing(AType);
+  FKBType = AType;
+  FValue.VInterface = std::move(Value);
+  Changed();
+}
+
+void TKBValue::SetAsAtom(const std::string& Value) { StoreString(dtAtom, Value); }
+void TKBValue::SetAsString(const std::string& Value) { StoreString(dtString, Value); }
+void TKBValue::SetAsVariable(const std::string& Value) { StoreString(dtVariable, Value); }
+void TKBValue::SetAsMultiVariable(const std::string& Value) { StoreString(dtMultiVariable, Value); }
+void TKBValue::SetAsSlot(const std::string& Value) { StoreString(dtSlot, Value); }
+void TKBValue::SetAsMultiSlot(const std::string& Value) { StoreString(dtMultiSlot, Value); }
+void TKBValue::SetAsClass(TPersistentClass Value) { StoreInteger(dtClass, PointerCell(Value)); }
+void TKBValue::SetAsDescriptor(std::int32_t Value) { StoreInteger(dtDescriptor, Value); }
+void TKBValue::SetAsExternalAddress(void* Value) { StoreInteger(dtExternalAddress, PointerCell(Value)); }
+void TKBValue::SetAsFactId(std::int32_t Value) { StoreInteger(dtFactId, Value); }
+void TKBValue::SetAsInteger(std::int32_t Value) { StoreInteger(dtInteger, Value); }
+void TKBValue::SetAsFact(const IFact& Value) { StoreInterface(dtFact, Value); }
+void TKBValue::SetAsFunCall(const IFunCall& Value) { StoreInterface(dtFunCall, Value); }
+void TKBValue::SetAsFuzzy(const IFuzzySet& Value) { StoreInterface(dtFuzzy, Value); }
+void TKBValue::SetAsList(const IValueVector& Value) { StoreInterface(dtList, Value); }
+void TKBValue::SetAsSingletons(const ISingletonsVector& Value) { StoreInterface(dtSingletons, Value); }
+
+void TKBValue::SetAsFloat(double Value) {
+  Changing(dtFloat);
+  FKBType = dtFloat;
+  FValue.VExtended = Value;
+  Changed();
+}
+
+void TKBValue::Disown(TObject* Object) {
+  if (Object && IsOwningObject() && CellPointer<TObject>(FValue.VInteger) == Object) {
+    TKBValueNexus* Nexus = FNexus;
+    FNexus = nullptr;
+    delete Nexus;
+  }
+}
+
+void TKBValue::SetAsObject(TObject* Value) {
+  Disown(Value);  // storing the owned object again must not free it
+  StoreInteger(dtObject, PointerCell(Value));
+}
+
+void TKBValue::SetAsOwnedObject(TObject* Value) {
+  Disown(Value);
+  Changing(dtObject);
+  FKBType = dtObject;
+  FValue.VInteger = PointerCell(Value);
+  if (auto* Component = dynamic_cast<TComponent*>(Value)) {
+    FNexus = new TKBValueNexus(this);
+    Component->FreeNotification(FNexus);
+  } else {
+    FNexus = nullptr;
+  }
+  Changed();
+}
+
+void TKBValue::Reset() {
+  Changing(dtNone);
+  if (FKBType == dtFloat) FValue.VExtended = 0;
+  FValue.VInteger = 0;
+  FValue.Str.clear();
+  FKBType = dtNone;
+}
+
+void TKBValue::Notification(TComponent* AComponent, TOperation Operation) {
+  if (Operation == opRemove && FKBType == dtObject &&
+      CellPointer<TObject>(FValue.VInteger) == static_cast<TObject*>(AComponent))
+    Reset();
+}
+
+// ---------------------------------------------------------------- getters
+
+void TKBValue::TypeError(const char* Label) const {
+  throw EKBException(Format(_SNotCorrectType, Label, GetToString(), GetKBTypeName(FKBType)));
+}
+
+std::string TKBValue::GetAsString() const {
+  if (IsTextKind(FKBType)) return FValue.Str;
+  switch (FKBType) {
+    case dtInteger:
+      return IntToStr(static_cast<std::int32_t>(FValue.VInteger));
+    case dtFloat:
+      return FloatText(FValue.VExtended);
+    case dtFuzzy:
+      return FValue.VInterface.As<TFuzzySet>()->ToString();
+    default:
+      TypeError("string");
+  }
+}
+
+std::int32_t TKBValue::GetAsInteger() const {
+  std::int32_t Result = 0;
+  switch (FKBType) {
+    case dtFloat:
+      if (TruncToInt32(FValue.VExtended, Result)) return Result;
+      break;
+    case dtAtom:
+    case dtString: {
+      double Float = 0;
+      if (TryStrToInt(FValue.Str, Result)) return Result;
+      if (TryStrToFloat(FValue.Str, Float) && TruncToInt32(Float, Result)) return Result;
+      break;
+    }
+    case dtInteger:
+    case dtFactId:
+    case dtDescriptor:
+    case dtExternalAddress:
+      return Low32(FValue.VInteger);
+    case dtFuzzy:
+      if (TruncToInt32(std::round(FValue.VInterface.As<TFuzzySet>()->GetCrispValue()), Result)) return Result;
+      break;
+    default:
+      break;
+  }
+  TypeError("integer");
+}
+
+double TKBValue::GetAsFloat() const {
+  switch (FKBType) {
+    case dtFloat:
+      return FValue.VExtended;
+    case dtAtom:
+    case dtString: {
+      if (FCNil.get() == this) return 0.0;
+      double Result = 0;
+      if (TryStrToFloat(FValue.Str, Result)) return Result;
+      break;
+    }
+    case dtInteger:
+    case dtFactId:
+    case dtDescriptor:
+      return static_cast<double>(static_cast<std::int32_t>(FValue.VInteger));
+    case dtFuzzy:
+      return FValue.VInterface.As<TFuzzySet>()->GetCrispValue();
+    default:
+      break;
+  }
+  TypeError("numeric");
+}
+
+std::int32_t TKBValue::GetAsFactId() const {
+  std::int32_t Result = 0;
+  switch (FKBType) {
+    case dtInteger:
+    case dtFactId:
+      return static_cast<std::int32_t>(FValue.VInteger);
+    case dtFloat:
+      if (TruncToInt32(FValue.VExtended, Result)) return Result;
+      break;
+    default:
+      break;
+  }
+  TypeError("fact id");
+}
+
+std::int32_t TKBValue::GetAsDescriptor() const {
+  if (FKBType != dtDescriptor) TypeError("descriptor");
+  return static_cast<std::int32_t>(FValue.VInteger);
+}
+
+void* TKBValue::GetAsExternalAddress() const {
+  if (FKBType != dtExternalAddress && FKBType != dtObject) TypeError("External Address");
+  return CellPointer<void>(FValue.VInteger);
+}
+
+IFact TKBValue::GetAsFact() const {
+  if (FKBType != dtFact) TypeError("fact");
+  return FValue.VInterface.As<TFact>();
+}
+
+IFunCall TKBValue::GetAsFunCall() const {
+  if (FKBType != dtFunCall) TypeError("function call");
+  return FValue.VInterface.As<TFunctionCall>();
+}
+
+IValueVector TKBValue::GetAsList() const {
+  if (FKBType != dtList) TypeError("list");
+  return FValue.VInterface.As<TValueVector>();
+}
+
+TObject* TKBValue::GetAsObject() const {
+  if (FKBType != dtObject) TypeError("object");
+  return CellPointer<TObject>(FValue.VInteger);
+}
+
+TObject* TKBValue::GetAsOwnedObject() const { return GetAsObject(); }
+
+TPersistentClass TKBValue::GetAsClass() const {
+  if (FKBType != dtClass) TypeError("class");
+  return CellPointer<const TMetaClass>(FValue.VInteger);
+}
+
+IFuzzySet TKBValue::GetAsFuzzy() const {
+  if (FKBType != dtFuzzy) TypeError("fuzzy value");
+  return FValue.VInterface.As<TFuzzySet>();
+}
+
+ISingletonsVector TKBValue::GetAsSingletons() const {
+  if (FKBType != dtSingletons) TypeError("singletons");
+  return FValue.VInterface.As<TSingletonsVector>();
+}
+
+// ---------------------------------------------------------------- comparison
+
+bool TKBValue::Equals(const IKBValue& Other) const {
+  if (Other.get() == this) return true;
+  if (!Other) return false;
+  if (FKBType != Other->FKBType) {
+    if (Other->FKBType == dtFuzzy && FKBType != dtFuzzy) return Other->Equals(Self());
+    if (FKBType != dtFuzzy) return false;
+  }
+  switch (FKBType) {
+    case dtNone:
+      return true;
+    case dtAtom:
+    case dtString:
+    case dtVariable:
+    case dtMultiVariable:
+    case dtSlot:
+    case dtMultiSlot:
+      return FValue.Str == Other->FValue.Str;
+    case dtInteger:
+    case dtFactId:
+    case dtDescriptor:
+      return static_cast<std::int32_t>(FValue.VInteger) == static_cast<std::int32_t>(Other->FValue.VInteger);
+    case dtFloat:
+      return FloatEquals(FValue.VExtended, Other->FValue.VExtended, 0.0001);
+    case dtFunCall:
+      return GetAsFunCall()->Equals(Other->GetAsFunCall());
+    case dtFact:
+      return GetAsFact()->Equals(Other->GetAsFact());
+    case dtList:
+      return GetAsList()->Equals(Other->GetAsList());
+    case dtObject:
+    case dtClass:
+    case dtExternalAddress:
+      return FValue.VInteger == Other->FValue.VInteger;
+    case dtSingletons:
+      return GetAsSingletons()->Equals(Other->GetAsSingletons());
+    case dtFuzzy:
+      return GetAsFuzzy()->Equals(IInterface(Other));
+  }
+  return false;
+}
+
+bool TKBValue::Equals(const IInterface& Other) const {
+  const IKBValue Value = Other.As<TKBValue>();
+  return Value && Equals(Value);
+}
+
+bool TKBValue::EqualsStar(const IKBValue& Other) const {
+  if (!Other) return false;
+  if (FKBType == dtFunCall && Other->FKBType != dtFunCall) return false;
+  if (FKBType != dtFuzzy && Other->FKBType == dtFuzzy) return Other->EqualsStar(Self());
+  switch (FKBType) {
+    case dtNone:
+      // An empty value is loosely equal to another empty value and to empty text.
+      if (Other->FKBType == dtNone) return true;
+      return IsTextKind(Other->FKBType) && Other->FValue.Str.empty();
+    case dtAtom:
+    case dtString:
+    case dtVariable:
+    case dtMultiVariable:
+    case dtSlot:
+    case dtMultiSlot:
+      if (Other->FKBType == dtNone) return FValue.Str.empty();
+      return FValue.Str == Other->GetAsString();
+    case dtInteger:
+      return static_cast<std::int32_t>(FValue.VInteger) == Other->GetAsInteger();
+    case dtFactId:
+      return static_cast<std::int32_t>(FValue.VInteger) == Other->GetAsFactId();
+    case dtDescriptor:
+      return static_cast<std::int32_t>(FValue.VInteger) == Other->GetAsDescriptor();
+    case dtFloat:
+      return FloatEquals(FValue.VExtended, Other->GetAsFloat(), 0.0001);
+    case dtFunCall:
+      return GetAsFunCall()->Equals(Other->GetAsFunCall());
+    case dtFact:
+      return GetAsFact()->Equals(Other->GetAsFact());
+    case dtList:
+      return GetAsList()->Equals(Other->GetAsList());
+    case dtObject:
+      return GetAsObject() == Other->GetAsObject();
+    case dtClass:
+      return GetAsClass() == Other->GetAsClass();
+    case dtExternalAddress:
+      return GetAsExternalAddress() == Other->GetAsExternalAddress();
+    case dtSingletons:
+      return GetAsSingletons()->Equals(Other->GetAsSingletons());
+    case dtFuzzy:
+      return GetAsFuzzy()->Equals(IInterface(Other));
+  }
+  return false;
+}
+
+std::int32_t TKBValue::GetHashCode() const {
+  switch (FKBType) {
+    case dtNone:
+      return 0;
+    case dtAtom:
+    case dtString:
+    case dtVariable:
+    case dtMultiVariable:
+    case dtSlot:
+    case dtMultiSlot:
+      return CalculateHash(FValue.Str);
+    case dtFuzzy:
+      return CalculateHash(GetAsString());
+    case dtInteger:
+    case dtFactId:
+    case dtDescriptor:
+    case dtExternalAddress:
+      return Low32(FValue.VInteger);
+    case dtFloat: {
+      std::int32_t Result = 0;
+      // A float hashes like its truncation; one that doesn't fit in 32 bits
+      // can't equal an integer, so any stable hash will do.
+      if (TruncToInt32(FValue.VExtended, Result)) return Result;
+      return CalculateHash(FloatText(FValue.VExtended));
+    }
+    case dtObject:
+    case dtClass:
+      return Low32(FValue.VInteger);
+    case dtFunCall:
+      return GetAsFunCall()->GetHashCode();
+    case dtFact:
+      return GetAsFact()->GetHashCode();
+    case dtList:
+      return GetAsList()->GetHashCode();
+    case dtSingletons:
+      return GetAsSingletons()->GetHashCode();
+  }
+  return 0;
+}
+
+// ---------------------------------------------------------------- copying
+
+TObject* TKBValue::CopyOwnedObject(const TKBValue& Source) const {
+  auto* Original = CellPointer<TObject>(Source.FValue.VInteger);
+  auto* Component = dynamic_cast<TComponent*>(Original);
+  TObject* Copy = Original->ClassType()->CreateInstance(Component ? Component->GetOwner() : nullptr);
+  if (!Copy) throw EKBException(Format(_SUncloneableValue, Original->ClassName()));
+  if (auto* Persistent = dynamic_cast<TPersistent*>(Copy)) {
+    try {
+      Persistent->Assign(dynamic_cast<TPersistent*>(Original));
+    } catch (...) {
+      delete Copy;
+      throw;
+    }
+  }
+  return Copy;
+}
+
+void TKBValue::Assign(TPersistent* Source) {
+  auto* Value = dynamic_cast<TKBValue*>(Source);
+  if (!Value) {
+    TPersistent::Assign(Source);
+    return;
+  }
+  if (Value == this) return;
+  if (Value->IsOwningObject()) {
+    TObject* Copy = CopyOwnedObject(*Value);
+    Reset();
+    SetAsOwnedObject(Copy);
+  } else {
+    Reset();
+    FKBType = Value->FKBType;
+    FValue.Str = Value->FValue.Str;
+    FValue.VInterface = Value->FValue.VInterface;
+    if (FKBType == dtFloat)
+      FValue.VExtended = Value->FValue.VExtended;
+    else
+      FValue.VInteger = Value->FValue.VInteger;
+  }
+  FTag = Value->FTag;
+  Changed();
+}
+
+void TKBValue::Assign(const IInterface& Source) {
+  const IKBValue Value = Source.As<TKBValue>();
+  if (!Value) throw EKBException(_SUnknownValueInterface);
+  if (Value.get() == this) return;
+  // Whatever can fail is done before this value is touched.
+  IInterface Interface;
+  TObject* OwnedCopy = nullptr;
+  switch (Value->FKBType) {
+    case dtList:
+      Interface = Value->GetAsList()->Clone();
+      break;
+    case dtObject:
+      if (Value->IsOwningObject()) OwnedCopy = CopyOwnedObject(*Value);
+      break;
+    default:
+      Interface = Value->FValue.VInterface;
+      break;
+  }
+  Reset();
+  FTag = Value->FTag;
+  if (OwnedCopy) {
+    SetAsOwnedObject(OwnedCopy);
+  } else {
+    FKBType = Value->FKBType;
+    FValue.Str = Value->FValue.Str;
+    FValue.VInterface = std::move(Interface);
+    if (FKBType == dtFloat)
+      FValue.VExtended = Value->FValue.VExtended;
+    else
+      FValue.VInteger = Value->FValue.VInteger;
+  }
+  Changed();
+}
+
+void TKBValue::AssignTo(const IKBValue& Target) const {
+  if (!Target || Target.get() == this) return;
+  TKBValue& T = *Target;
+  switch (FKBType) {
+    case dtNone:
+      T.Reset();
+      break;
+    case dtAtom:
+      T.SetAsAtom(FValue.Str);
+      break;
+    case dtString:
+      T.SetAsString(FValue.Str);
+      break;
+    case dtVariable:
+      T.SetAsVariable(FValue.Str);
+      break;
+    case dtMultiVariable:
+      T.SetAsMultiVariable(FValue.Str);
+      break;
+    case dtSlot:
+      T.SetAsSlot(FValue.Str);
+      break;
+    case dtMultiSlot:
+      T.SetAsMultiSlot(FValue.Str);
+      break;
+    case dtInteger:
+      T.SetAsInteger(static_cast<std::int32_t>(FValue.VInteger));
+      break;
+    case dtFactId:
+      T.SetAsFactId(static_cast<std::int32_t>(FValue.VInteger));
+      break;
+    case dtDescriptor:
+      T.SetAsDescriptor(static_cast<std::int32_t>(FValue.VInteger));
+      break;
+    case dtFloat:
+      T.SetAsFloat(FValue.VExtended);
+      break;
+    case dtFunCall:
+      T.SetAsFunCall(GetAsFunCall());
+      break;
+    case dtFact:
+      T.SetAsFact(GetAsFact());
+      break;
+    case dtList:
+      T.SetAsList(GetAsList()->Clone());
+      break;
+    case dtObject:
+      if (IsOwningObject())
+        T.SetAsOwnedObject(CopyOwnedObject(*this));
+      else
+        T.SetAsObject(GetAsObject());
+      break;
+    case dtClass:
+      T.SetAsClass(GetAsClass());
+      break;
+    case dtExternalAddress:
+      T.SetAsExternalAddress(GetAsExternalAddress());
+      break;
+    case dtSingletons:
+      T.SetAsSingletons(GetAsSingletons());
+      break;
+    case dtFuzzy:
+      T.SetAsFuzzy(GetAsFuzzy());
+      break;
+  }
+}
+
+IKBValue TKBValue::Clone() const {
+  IKBValue Result(new TKBValue());
+  Result->Assign(const_cast<TKBValue*>(this));
+  return Result;
+}
+
+IInterface TKBValue::CloneInterface() const { return Clone(); }
+
+// ---------------------------------------------------------------- text
+
+std::string TKBValue::GetToString() const {
+  switch (FKBType) {
+    case dtNone:
+      return {};
+    case dtAtom:
+    case dtSlot:
+    case dtMultiSlot:
+      return FValue.Str;
+    case dtString: {
+      std::string Result;
+      Result.reserve(FValue.Str.size() + 2);
+      Result += '"';
+      for (char C : FValue.Str) {
+        if (C == '\\' || C == '"') Result += '\\';
+        Result += C;
+      }
+      Result += '"';
+      return Result;
+    }
+    case dtInteger:
+      return IntToStr(static_cast<std::int32_t>(FValue.VInteger));
+    case dtVariable:
+      return "?" + FValue.Str;
+    case dtMultiVariable:
+      return "$?" + FValue.Str;
+    case dtFactId:
+      return "<Fact-" + IntToStr(static_cast<std::int32_t>(FValue.VInteger)) + ">";
+    case dtFloat:
+      return FloatText(FValue.VExtended);
+    case dtFunCall:
+      return GetAsFunCall()->ToString();
+    case dtFact:
+      return GetAsFact()->ToString();
+    case dtList:
+      return GetAsList()->ToString();
+    case dtDescriptor:
+      return "<UNKNOWN>";
+    case dtObject: {
+      const TObject* Object = CellPointer<TObject>(FValue.VInteger);
+      if (!Object) return {};
+      return "<Object: " + Object->ClassName() + ">";
+    }
+    case dtClass: {
+      const TMetaClass* Class = CellPointer<const TMetaClass>(FValue.VInteger);
+      return Class ? Class->ClassName() : std::string();
+    }
+    case dtExternalAddress:
+      return "<External-Address: " + IntToStr(Low32(FValue.VInteger)) + ">";
+    case dtSingletons:
+      return GetAsSingletons()->ToString();
+    case dtFuzzy:
+      return GetAsFuzzy()->ToString();
+  }
+  return {};
+}
+
+// ---------------------------------------------------------------- resolution
+
+IKBValue TKBValue::Resolve(TObject* Context) {
+  switch (FKBType) {
+    case dtVariable:
+    case dtMultiVariable:
+      // Variables are bound only inside an evaluation context.
+      throw EKBException(Format(_SNoContext, GetKBTypeName(FKBType)));
+    case dtFunCall:
+      return GetAsFunCall()->Execute(Context);
+    case dtSingletons: {
+      const ISingletonsVector Singletons = GetAsSingletons();
+      Ref<TKBFuzzySet> FuzzySet(new TKBFuzzySet(nullptr, std::string()));
+      if (auto* Variable = dynamic_cast<TFuzzyVariable*>(Singletons->GetParser())) FuzzySet->SetVariable(Variable);
+      FuzzySet->BeginUpdate();
+      try {
+        for (int I = 0; I < Singletons->GetCount(); ++I) {
+          const double X = Singletons->GetXValues(I)->Resolve(Context)->GetAsNumeric();
+          const double Y = Singletons->GetYValues(I)->Resolve(Context)->GetAsNumeric();
+          FuzzySet->AddPoint(X, Y);
+        }
+        FuzzySet->SetName(FuzzySet->ToString());
+      } catch (...) {
+        FuzzySet->EndUpdate();
+        throw;
+      }
+      FuzzySet->EndUpdate();
+      return IKBValue(new TKBValue(IFuzzySet(FuzzySet)));
+    }
+    default:
+      return Self();
+  }
+}
+
+// ---------------------------------------------------------------- TValueVector
+
+void TValueVector::Append(const IValueVector& Other) {
+  if (!Other) return;
+  const int Count = Other->GetCount();  // Other may be this vector
+  for (int I = 0; I < Count; ++I) Add(Other->Get(I));
+}
+
+bool TValueVector::Equals(const IValueVector& Other) const {
+  if (!Other) return false;
+  if (Other.get() == this) return true;
+  const int Count = GetCount();
+  if (Count != Other->GetCount()) return false;
+  for (int I = 0; I < Count; ++I) {
+    const IKBValue& A = GetRef(I);
+    const IKBValue& B = Other->GetRef(I);
+    if (!A || !B) {
+      if (A || B) return false;
+    } else if (!A->Equals(B)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool TValueVector::Equals(const IInterface& Other) const {
+  const IValueVector Vector = Other.As<TValueVector>();
+  return Vector && Equals(Vector);
+}
+
+bool TValueVector::Equals(const TObject* Other) const {
+  if (Other == this) return true;
+  const auto* List = dynamic_cast<const TInterfaceListPersistent<TKBValue>*>(Other);
+  if (!List) return false;
+  const int Count = GetCount();
+  if (Count != List->GetCount()) return false;
+  for (int I = 0; I < Count; ++I) {
+    const IKBValue& A = GetRef(I);
+    const IKBValue& B = List->GetRef(I);
+    if (!A || !B) {
+      if (A || B) return false;
+    } else if (!A->Equals(B)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+std::string TValueVector::ToString() const {
+  std::string Result;
+  for (const IKBValue& Item : *this) {
+    if (Item) Result += Item->GetToString();
+    Result += ' ';
+  }
+  return Result;
+}
+
+std::int32_t TValueVector::GetHashCode() const {
+  std::uint32_t Sum = 0;
+  for (const IKBValue& Item : *this)
+    if (Item) Sum += static_cast<std::uint32_t>(Item->GetHashCode());
+  return static_cast<std::int32_t>(Sum);
+}
+
+IValueVector TValueVector::Clone() const {
+  IValueVector Result(new TValueVector());
+  Result->Assign(IInterface(IValueVector(const_cast<TValueVector*>(this))));
+  return Result;
+}
+
+IInterface TValueVector::CloneInterface() const { return Clone(); }
+
+void TValueVector::Assign(const IInterface& Source) {
+  const IValueVector Vector = Source.As<TValueVector>();
+  if (!Vector) throw EKBException(_SUnknownValueInterface);
+  if (Vector.get() == this) return;
+  Clear();
+  for (const IKBValue& Item : *Vector) Add(Item ? Item->Clone() : IKBValue());
+  FTag = Vector->FTag;
+}
+
+void TValueVector::Assign(TPersistent* Source) {
+  throw EKBException(Format(SAssignError, Source ? Source->ClassName() : std::string("nil"), ClassName()));
+}
+
+// ---------------------------------------------------------------- TSingletonsVector
+
+TSingletonsVector::TSingletonsVector(ISingletonsParser* AParser)
+    : FXItems(new TValueVector()), FYItems(new TValueVector()), FParser(AParser) {}
+
+int TSingletonsVector::Add(const IKBValue& X, const IKBValue& Y) {
+  FXItems->Add(X);
+  return FYItems->Add(Y);
+}
+
+void TSingletonsVector::Clear() {
+  FXItems->Clear();
+  FYItems->Clear();
+}
+
+void TSingletonsVector::Delete(int Index) {
+  FXItems->Delete(Index);
+  FYItems->Delete(Index);
+}
+
+void TSingletonsVector::Insert(int Index, const IKBValue& X, const IKBValue& Y) {
+  FXItems->Insert(Index, X);
+  FYItems->Insert(Index, Y);
+}
+
+void TSingletonsVector::Append(const ISingletonsVector& Other) {
+  if (!Other) return;
+  const int Count = Other->GetCount();
+  for (int I = 0; I < Count; ++I) Add(Other->GetXValues(I), Other->GetYValues(I));
+}
+
+bool TSingletonsVector::Equals(const ISingletonsVector& Other) const {
+  if (!Other) return false;
+  return FXItems->Equals(Other->FXItems) && FYItems->Equals(Other->FYItems);
+}
+
+bool TSingletonsVector::Equals(const IInterface& Other) const {
+  const ISingletonsVector Vector = Other.As<TSingletonsVector>();
+  return Vector && Equals(Vector);
+}
+
+std::string TSingletonsVector::ToString() const {
+  if (FParser) return FParser->PrettyPrint(ISingletonsVector(const_cast<TSingletonsVector*>(this)));
+  std::string Result;
+  for (int I = 0; I < GetCount(); ++I) {
+    const IKBValue X = GetXValues(I);
+    const IKBValue Y = GetYValues(I);
+    Result += "(" + (X ? X->GetToString() : std::string()) + " " + (Y ? Y->GetToString() : std::string()) + ") ";
+  }
+  return Result;
+}
+
+std::int32_t TSingletonsVector::GetHashCode() const {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(FXItems->GetHashCode()) +
+                                   static_cast<std::uint32_t>(FYItems->GetHashCode()));
+}
+
+ISingletonsVector TSingletonsVector::Clone() const {
+  ISingletonsVector Result(new TSingletonsVector(FParser));
+  Result->Assign(const_cast<TSingletonsVector*>(this));
+  return Result;
+}
+
+IInterface TSingletonsVector::CloneInterface() const { return Clone(); }
+
+void TSingletonsVector::AssignPairs(const TSingletonsVector& Source) {
+  if (&Source == this) return;
+  Clear();
+  for (int I = 0; I < Source.GetCount(); ++I) {
+    const IKBValue X = Source.GetXValues(I);
+    const IKBValue Y = Source.GetYValues(I);
+    Add(X ? X->Clone() : IKBValue(), Y ? Y->Clone() : IKBValue());
+  }
+  FParser = Source.FParser;
+  FTag = Source.FTag;
+}
+
+void TSingletonsVector::Assign(const IInterface& Source) {
+  const ISingletonsVector Vector = Source.As<TSingletonsVector>();
+  if (!Vector) throw EKBException(_SUnknownValueInterface);
+  AssignPairs(*Vector);
+}
+
+void TSingletonsVector::Assign(TPersistent* Source) {
+  if (auto* Vector = dynamic_cast<TSingletonsVector*>(Source))
+    AssignPairs(*Vector);
+  else
+    TBugPersistent::Assign(Source);
+}
+
+// ---------------------------------------------------------------- constants
+
+IKBValue FCTrue;
+IKBValue FCFalse;
+IKBValue FCEmptyString;
+IKBValue FCNil;
+IKBValue FCNilList;
+IKBValue FCCatch;
+IKBValue FCFinally;
+IKBValue FCExcept;
+IKBValue FCElse;
+IKBValue FCDo;
+IKBValue FCEOF;
+IKBValue FCThen;
+IKBValue FCPI;
+IKBValue FCZero;
+IKBValue FCPopFocus;
+
+namespace {
+int ConstantsInitCount = 0;
+
+IKBValue Atom(const char* Text) { return IKBValue(new TKBValue(std::string(Text), dtAtom)); }
+}  // namespace
+
+TKBValueConstantsInit::TKBValueConstantsInit() {
+  if (ConstantsInitCount++ != 0) return;
+  FCTrue = Atom("TRUE");
+  FCFalse = Atom("FALSE");
+  FCEmptyString = Atom("");
+  FCNil = Atom("");
+  FCNilList = IKBValue(new TKBValue(IValueVector(new TValueVector())));
+  FCCatch = Atom("catch");
+  FCFinally = Atom("finally");
+  FCExcept = Atom("except");
+  FCElse = Atom("else");
+  FCDo = Atom("do");
+  FCEOF = Atom("EOF");
+  FCThen = Atom("then");
+  FCPI = IKBValue(new TKBValue(3.141592653589793));
+  FCZero = IKBValue(new TKBValue(0.0));
+  FCPopFocus = Atom("pop-focus");
+}
+
+TKBValueConstantsInit::~TKBValueConstantsInit() {
+  if (--ConstantsInitCount != 0) return;
+  for (IKBValue* Constant : {&FCTrue, &FCFalse, &FCEmptyString, &FCNil, &FCNilList, &FCCatch, &FCFinally, &FCExcept,
+                             &FCElse, &FCDo, &FCEOF, &FCThen, &FCPI, &FCZero, &FCPopFocus})
+    Constant->reset();
+}
+
+bool IsValueConstant(const IKBValue& Value) noexcept {
+  if (!Value) return false;
+  for (const IKBValue* Constant : {&FCTrue, &FCFalse, &FCEmptyString, &FCNil, &FCNilList, &FCCatch, &FCFinally,
+                                   &FCExcept, &FCElse, &FCDo, &FCEOF, &FCThen, &FCPI, &FCZero})
+    if (Constant->get() == Value.get()) return true;
+  return false;
+}
+
+}  // namespace cogent

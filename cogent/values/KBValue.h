@@ -1,1 +1,298 @@
 #pragma once
+// The one typed value of the engine, its list companions and the process-wide
+// constant values.
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "cogent/common/VXCommon.h"
+#include "cogent/common/VXInterfaceList.h"
+#include "cogent/foundation/KBConsts.h"
+#include "cogent/foundation/KBInterfaces.h"
+#include "cogent/fuzzy/VXFuzzyLogic.h"
+
+namespace cogent {
+
+class TBugPersistent : public TPersistent {};
+
+// The view of the engine (or of a fuzzy variable) that reads and prints
+// singleton vectors.
+class ISingletonsParser {
+public:
+  virtual ISingletonsVector ParseSingletons(const std::string& Text) = 0;
+  virtual std::string PrettyPrint(const ISingletonsVector& Singletons) = 0;
+
+protected:
+  ~ISingletonsParser() = default;
+};
+
+// Hears the removal of a component that a value owns.
+class TKBValueNexus : public TComponent {
+public:
+  explicit TKBValueNexus(TKBValue* AKBValue) : TComponent(nullptr), FKBValue(AKBValue) {}
+
+protected:
+  void Notification(TComponent* AComponent, TOperation Operation) override;
+
+private:
+  TKBValue* FKBValue;
+};
+
+using TKBValueChangeEvent = std::function<void(const IKBValue& Value)>;
+
+// The store: one string, one counted reference and one scalar cell. The cell
+// holds integers and pointers in VInteger and floats in VExtended; a kind is
+// only ever read through the member it was written with.
+struct TKBValueRec {
+  std::string Str;
+  IInterface VInterface;
+  union {
+    std::intptr_t VInteger = 0;
+    double VExtended;
+  };
+};
+
+// A value is mutable and retyped by each setter. It lives on the heap and dies
+// with its last reference, so its destructor is protected.
+class TKBValue : public TBugPersistent, public TRefCounted, public ICloneable {
+public:
+  TKBValue() = default;
+  explicit TKBValue(TPersistentClass AClass);
+  // AType must be dtInteger, dtFactId or dtDescriptor.
+  TKBValue(std::int32_t AValue, TKBType AType);
+  // AType must be dtAtom, dtString, dtVariable, dtMultiVariable, dtSlot or dtMultiSlot.
+  TKBValue(const std::string& AValue, TKBType AType);
+  TKBValue(const char* AValue, TKBType AType) : TKBValue(std::string(AValue), AType) {}
+  explicit TKBValue(const IValueVector& AValue);  // shared, not copied
+  explicit TKBValue(const IKBValue& AValue);      // a copy through Assign
+  explicit TKBValue(const IFuzzySet& AValue);
+  explicit TKBValue(const IFact& AValue);
+  explicit TKBValue(const IFunCall& AValue);
+  explicit TKBValue(const ISingletonsVector& AValue);
+  TKBValue(TObject* AObject, bool Owned);
+  explicit TKBValue(double AValue);
+
+  // ------------------------------------------------------------ state
+  TKBType GetDType() const noexcept { return FKBType; }
+  bool IsOwningObject() const noexcept { return FKBType == dtObject && FNexus != nullptr; }
+  const TKBValueChangeEvent& GetOnChange() const noexcept { return FOnChange; }
+  void SetOnChange(TKBValueChangeEvent Value) { FOnChange = std::move(Value); }
+  std::intptr_t GetTag() const override { return FTag; }
+  void SetTag(std::intptr_t Value) override { FTag = Value; }
+
+  // ------------------------------------------------------------ getters
+  // Each converts where it can and raises _SNotCorrectType where it can't;
+  // none changes the value.
+  std::string GetAsString() const;
+  std::string GetAsAtom() const { return GetAsString(); }
+  std::string GetAsVariable() const { return GetAsString(); }
+  std::string GetAsMultiVariable() const { return GetAsString(); }
+  std::string GetAsSlot() const { return GetAsString(); }
+  std::string GetAsMultiSlot() const { return GetAsString(); }
+  std::int32_t GetAsInteger() const;
+  double GetAsFloat() const;
+  double GetAsNumeric() const { return GetAsFloat(); }
+  std::int32_t GetAsFactId() const;
+  std::int32_t GetAsDescriptor() const;
+  void* GetAsExternalAddress() const;
+  IFact GetAsFact() const;
+  IFunCall GetAsFunCall() const;
+  IValueVector GetAsList() const;
+  TObject* GetAsObject() const;
+  TObject* GetAsOwnedObject() const;
+  TPersistentClass GetAsClass() const;
+  IFuzzySet GetAsFuzzy() const;
+  ISingletonsVector GetAsSingletons() const;
+
+  // ------------------------------------------------------------ setters
+  // Each runs Changing, retypes, stores and runs Changed; none converts.
+  virtual void SetAsAtom(const std::string& Value);
+  virtual void SetAsClass(TPersistentClass Value);
+  virtual void SetAsDescriptor(std::int32_t Value);
+  virtual void SetAsExternalAddress(void* Value);
+  virtual void SetAsFactId(std::int32_t Value);
+  virtual void SetAsFact(const IFact& Value);
+  virtual void SetAsFloat(double Value);
+  virtual void SetAsFunCall(const IFunCall& Value);
+  virtual void SetAsFuzzy(const IFuzzySet& Value);
+  virtual void SetAsInteger(std::int32_t Value);
+  virtual void SetAsList(const IValueVector& Value);
+  virtual void SetAsMultiSlot(const std::string& Value);
+  virtual void SetAsMultiVariable(const std::string& Value);
+  virtual void SetAsObject(TObject* Value);
+  virtual void SetAsSlot(const std::string& Value);
+  virtual void SetAsSingletons(const ISingletonsVector& Value);
+  virtual void SetAsString(const std::string& Value);
+  // Owns Value when it is a component; any other object is only borrowed.
+  virtual void SetAsOwnedObject(TObject* Value);
+  virtual void SetAsVariable(const std::string& Value);
+  // Empties the value without an OnChange.
+  virtual void Reset();
+
+  // ------------------------------------------------------------ comparison
+  // Strict: same kind and same content.
+  virtual bool Equals(const IKBValue& Other) const;
+  bool Equals(const IInterface& Other) const override;
+  // Loose: Other is read through this value's kind; a refused conversion raises.
+  virtual bool EqualsStar(const IKBValue& Other) const;
+  std::int32_t GetHashCode() const;
+
+  // ------------------------------------------------------------ copying
+  void Assign(TPersistent* Source) override;
+  void Assign(const IInterface& Source) override;
+  // Writes this value into Target through Target's own setters.
+  void AssignTo(const IKBValue& Target) const;
+  IKBValue Clone() const;
+  IInterface CloneInterface() const override;
+
+  // ------------------------------------------------------------ text and resolution
+  virtual std::string GetToString() const;
+  std::string ToString() const override { return GetToString(); }
+  // The value this value stands for in Context (a TKBContext where one is
+  // needed); this value itself for constants.
+  virtual IKBValue Resolve(TObject* Context);
+
+  virtual void Notification(TComponent* AComponent, TOperation Operation);
+
+protected:
+  ~TKBValue() override;
+  virtual void Changing(TKBType NewType);
+  virtual void Changed();
+
+private:
+  [[noreturn]] void TypeError(const char* Label) const;
+  void StoreString(TKBType AType, const std::string& Value);
+  void StoreInteger(TKBType AType, std::intptr_t Value);
+  void StoreInterface(TKBType AType, IInterface Value);
+  // The owned component of Source copied into a new component of its class.
+  TObject* CopyOwnedObject(const TKBValue& Source) const;
+  // Gives up ownership of Object, if it is the owned one, without freeing it.
+  void Disown(TObject* Object);
+  IKBValue Self() const { return IKBValue(const_cast<TKBValue*>(this)); }
+
+  TKBValueRec FValue;
+  TKBType FKBType = dtNone;
+  std::intptr_t FTag = 0;
+  TKBValueNexus* FNexus = nullptr;
+  TKBValueChangeEvent FOnChange;
+};
+
+// ---------------------------------------------------------------- TValueVector
+
+// The list behind a multifield. Add and Append share value objects; only
+// Clone and Assign copy them.
+class TValueVector : public TInterfaceListPersistent<TKBValue>, public ICloneable {
+public:
+  TValueVector() = default;
+
+  int GetValueCount() const { return GetCount(); }
+  void Append(const IValueVector& Other);
+  // Order-sensitive.
+  bool Equals(const IValueVector& Other) const;
+  bool Equals(const IInterface& Other) const override;
+  bool Equals(const TObject* Other) const;
+  // Each item's printed form followed by one blank.
+  std::string ToString() const override;
+  // Wrapping sum of the items' hashes, so it ignores order.
+  std::int32_t GetHashCode() const;
+
+  IValueVector Clone() const;
+  IInterface CloneInterface() const override;
+  // Clears, then adds a clone of each item of Source.
+  void Assign(const IInterface& Source) override;
+  // Refused: a vector is copied only through the interface.
+  void Assign(TPersistent* Source) override;
+  std::intptr_t GetTag() const override { return FTag; }
+  void SetTag(std::intptr_t Value) override { FTag = Value; }
+
+protected:
+  ~TValueVector() override = default;
+
+private:
+  std::intptr_t FTag = 0;
+};
+
+// ---------------------------------------------------------------- TSingletonsVector
+
+// Paired x and y lists: the points of a fuzzy value as written, before they
+// are resolved.
+class TSingletonsVector : public TBugPersistent, public TRefCounted, public ICloneable {
+public:
+  explicit TSingletonsVector(ISingletonsParser* AParser = nullptr);
+
+  int GetCount() const { return FXItems->GetCount(); }
+  IKBValue GetXValues(int Index) const { return FXItems->Get(Index); }
+  void SetXValues(int Index, const IKBValue& Value) { FXItems->Put(Index, Value); }
+  IKBValue GetYValues(int Index) const { return FYItems->Get(Index); }
+  void SetYValues(int Index, const IKBValue& Value) { FYItems->Put(Index, Value); }
+  virtual int Add(const IKBValue& X, const IKBValue& Y);
+  virtual void Clear();
+  virtual void Delete(int Index);
+  void Insert(int Index, const IKBValue& X, const IKBValue& Y);
+  int IndexOfX(const IKBValue& Value) const { return FXItems->IndexOf(Value); }
+  int IndexOfY(const IKBValue& Value) const { return FYItems->IndexOf(Value); }
+  void Append(const ISingletonsVector& Other);
+  ISingletonsParser* GetParser() const noexcept { return FParser; }
+  void SetParser(ISingletonsParser* Value) noexcept { FParser = Value; }
+
+  virtual bool Equals(const ISingletonsVector& Other) const;
+  bool Equals(const IInterface& Other) const override;
+  std::string ToString() const override;
+  std::int32_t GetHashCode() const;
+
+  ISingletonsVector Clone() const;
+  IInterface CloneInterface() const override;
+  void Assign(const IInterface& Source) override;
+  void Assign(TPersistent* Source) override;
+  std::intptr_t GetTag() const override { return FTag; }
+  void SetTag(std::intptr_t Value) override { FTag = Value; }
+
+protected:
+  ~TSingletonsVector() override = default;
+
+private:
+  void AssignPairs(const TSingletonsVector& Source);
+
+  std::intptr_t FTag = 0;
+  IValueVector FXItems;
+  IValueVector FYItems;
+  ISingletonsParser* FParser = nullptr;
+};
+
+// ---------------------------------------------------------------- constants
+
+// Shared, never changed; made before the first use by any unit that includes
+// this header and released after the last.
+extern IKBValue FCTrue;
+extern IKBValue FCFalse;
+extern IKBValue FCEmptyString;
+extern IKBValue FCNil;
+extern IKBValue FCNilList;
+extern IKBValue FCCatch;
+extern IKBValue FCFinally;
+extern IKBValue FCExcept;
+extern IKBValue FCElse;
+extern IKBValue FCDo;
+extern IKBValue FCEOF;
+extern IKBValue FCThen;
+extern IKBValue FCPI;
+extern IKBValue FCZero;
+extern IKBValue FCPopFocus;
+
+// True when Value is one of the shared constants FCTrue to FCZero, which code
+// must never change in place.
+bool IsValueConstant(const IKBValue& Value) noexcept;
+
+// Start-up counter: the first instance makes the constants, the last one
+// releases them.
+class TKBValueConstantsInit {
+public:
+  TKBValueConstantsInit();
+  ~TKBValueConstantsInit();
+  TKBValueConstantsInit(const TKBValueConstantsInit&) = delete;
+  TKBValueConstantsInit& operator=(const TKBValueConstantsInit&) = delete;
+};
+static const TKBValueConstantsInit KBValueConstantsInit;
+
+}  // namespace cogent

@@ -1,0 +1,46 @@
+#include "cogent/values/KBFuzzyLogic.h"
+
+#include <algorithm>
+
+namespace cogent {
+
+namespace {
+// The set a fuzzy operand stands for, if it is a set or a fuzzy value.
+IFuzzySet FuzzyOperand(const IInterface& Other) {
+  if (IFuzzySet Set = Other.As<TFuzzySet>()) return Set;
+  if (const IKBValue Value = Other.As<TKBValue>(); Value && Value->GetDType() == dtFuzzy) return Value->GetAsFuzzy();
+  return nullptr;
+}
+
+bool IsNumber(const IKBValue& Value) {
+  return Value && (Value->GetDType() == dtInteger || Value->GetDType() == dtFloat);
+}
+}  // namespace
+
+bool TKBFuzzySet::Equals(const IInterface& Other) const {
+  if (const IFuzzySet Set = FuzzyOperand(Other)) return Iterate(Set, &TFuzzySet::FuzzyOperatorMinThreshold);
+  if (const IKBValue Value = Other.As<TKBValue>(); IsNumber(Value))
+    return ExceedsEqualityThreshold(DegreeOfMembership(Value->GetAsNumeric()));
+  return false;
+}
+
+float TKBFuzzySet::FuzzyEquals(const IInterface& Other) {
+  SetRunningMaximum(0.0);
+  if (const IFuzzySet Set = FuzzyOperand(Other))
+    Iterate(Set, &TFuzzySet::FuzzyOperatorMaxOfMin);
+  else if (const IKBValue Value = Other.As<TKBValue>(); IsNumber(Value))
+    SetRunningMaximum(DegreeOfMembership(Value->GetAsNumeric()));
+  // Memberships lie between 0 and 1; clamp what a malformed set might give.
+  return static_cast<float>(std::clamp(GetRunningMaximum(), 0.0, 1.0));
+}
+
+IFuzzySet TKBFuzzySet::NewInstance() const { return IFuzzySet(new TKBFuzzySet()); }
+
+TKBFuzzyVariable::TKBFuzzyVariable(const std::string& Name) : TIFuzzyVariable(Name) {
+  RegisterClass<TKBFuzzySet, TFuzzySet>();
+  SetFuzzySetClass(ClassOf<TKBFuzzySet>());
+}
+
+IFuzzyVariable TKBFuzzyVariable::NewInstance() const { return IFuzzyVariable(new TKBFuzzyVariable()); }
+
+}  // namespace cogent

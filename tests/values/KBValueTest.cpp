@@ -1,0 +1,366 @@
+#include "cogent/values/KBValue.h"
+
+#include <gtest/gtest.h>
+
+#include "cogent/facts/KBFacts.h"
+#include "cogent/functions/KBPackages.h"
+#include "cogent/values/KBFuzzyLogic.h"
+
+namespace cogent {
+namespace {
+
+IKBValue Atom(const std::string& S) { return IKBValue(new TKBValue(S, dtAtom)); }
+IKBValue Str(const std::string& S) { return IKBValue(new TKBValue(S, dtString)); }
+IKBValue Int(std::int32_t I) { return IKBValue(new TKBValue(I, dtInteger)); }
+IKBValue Flt(double D) { return IKBValue(new TKBValue(D)); }
+IKBValue List(std::initializer_list<IKBValue> Items) {
+  IValueVector Vector(new TValueVector());
+  for (const IKBValue& Item : Items) Vector->Add(Item);
+  return IKBValue(new TKBValue(Vector));
+}
+
+template <class F>
+std::string ErrorOf(F&& Action) {
+  try {
+    Action();
+  } catch (const EKBException& E) {
+    return E.what();
+  }
+  return "no error";
+}
+
+// A component that a value can own; it counts how many of its kind live.
+class TOwnedThing : public TComponent {
+public:
+  explicit TOwnedThing(TComponent* AOwner) : TComponent(AOwner) { ++Alive; }
+  ~TOwnedThing() override {
+    Destroying();
+    --Alive;
+  }
+  void Assign(TPersistent* Source) override {
+    if (auto* Thing = dynamic_cast<TOwnedThing*>(Source))
+      Payload = Thing->Payload;
+    else
+      TComponent::Assign(Source);
+  }
+  int Payload = 0;
+  static inline int Alive = 0;
+};
+
+// A component without a factory: it can be owned but not copied.
+class TUncopyable : public TComponent {
+public:
+  using TComponent::TComponent;
+  ~TUncopyable() override { Destroying(); }
+};
+
+class TCall : public TFunctionCall {
+public:
+  TCall(std::string Name, IKBValue Result) : TFunctionCall(std::move(Name)), FResult(std::move(Result)) {}
+  IKBValue Execute(TObject*) override { return FResult; }
+
+private:
+  IKBValue FResult;
+};
+
+TEST(KBValueTest, FreshValueIsEmpty) {
+  IKBValue A(new TKBValue()), B(new TKBValue());
+  EXPECT_EQ(A->GetDType(), dtNone);
+  EXPECT_EQ(A->GetToString(), "");
+  EXPECT_TRUE(A->Equals(B));
+  EXPECT_EQ(A->GetHashCode(), 0);
+  EXPECT_EQ(ErrorOf([&] { A->GetAsString(); }), "Not a string type.  Value () is a dtNone type");
+}
+
+TEST(KBValueTest, ConstructorsCheckTheKind) {
+  EXPECT_EQ(ErrorOf([] { IKBValue V(new TKBValue(3, dtFloat)); }), "Value and type mismatch");
+  EXPECT_EQ(ErrorOf([] { IKBValue V(new TKBValue("x", dtInteger)); }), "Value and type mismatch");
+  EXPECT_EQ(IKBValue(new TKBValue(7, dtFactId))->GetToString(), "<Fact-7>");
+  EXPECT_EQ(IKBValue(new TKBValue(7, dtDescriptor))->GetToString(), "<UNKNOWN>");
+  EXPECT_EQ(IKBValue(new TKBValue("x", dtVariable))->GetToString(), "?x");
+  EXPECT_EQ(IKBValue(new TKBValue("x", dtMultiVariable))->GetToString(), "$?x");
+  EXPECT_EQ(IKBValue(new TKBValue("s", dtSlot))->GetToString(), "s");
+  EXPECT_EQ(IKBValue(new TKBValue("m", dtMultiSlot))->GetToString(), "m");
+}
+
+TEST(KBValueTest, NumericConversions) {
+  EXPECT_EQ(Atom("12")->GetAsInteger(), 12);
+  EXPECT_EQ(Str("12.9")->GetAsInteger(), 12);
+  EXPECT_EQ(Flt(-2.7)->GetAsInteger(), -2);
+  EXPECT_DOUBLE_EQ(Int(-4)->GetAsFloat(), -4.0);
+  EXPECT_DOUBLE_EQ(Atom("2.5")->GetAsNumeric(), 2.5);
+  EXPECT_DOUBLE_EQ(FCNil->GetAsFloat(), 0.0);
+  EXPECT_EQ(ErrorOf([] { Atom("")->GetAsFloat(); }), "Not a numeric type.  Value () is a dtAtom type");
+  EXPECT_EQ(ErrorOf([] { Atom("12abc")->GetAsInteger(); }), "Not a integer type.  Value (12abc) is a dtAtom type");
+  EXPECT_EQ(ErrorOf([] { Flt(1e20)->GetAsInteger(); }),
+            "Not a integer type.  Value (100000000000000000000.0000) is a dtFloat type");
+  EXPECT_EQ(Flt(3.9)->GetAsFactId(), 3);
+  EXPECT_EQ(ErrorOf([] { Atom("3")->GetAsFactId(); }), "Not a fact id type.  Value (3) is a dtAtom type");
+  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsDescriptor(); }), "Not a descriptor type.  Value (3) is a dtInteger type");
+  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsList(); }), "Not a list type.  Value (3) is a dtInteger type");
+  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsFunCall(); }), "Not a function call type.  Value (3) is a dtInteger type");
+  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsFact(); }), "Not a fact type.  Value (3) is a dtInteger type");
+  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsObject(); }), "Not a object type.  Value (3) is a dtInteger type");
+  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsClass(); }), "Not a class type.  Value (3) is a dtInteger type");
+  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsFuzzy(); }), "Not a fuzzy value type.  Value (3) is a dtInteger type");
+  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsSingletons(); }), "Not a singletons type.  Value (3) is a dtInteger type");
+  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsExternalAddress(); }),
+            "Not a External Address type.  Value (3) is a dtInteger type");
+}
+
+TEST(KBValueTest, TextConversionsAndPrinting) {
+  EXPECT_EQ(Int(-5)->GetAsString(), "-5");
+  EXPECT_EQ(Flt(3.0)->GetAsString(), "3.0000");
+  EXPECT_EQ(Flt(0.00001)->GetToString(), "0.0000");
+  EXPECT_EQ(Flt(-0.00001)->GetToString(), "0.0000");
+  EXPECT_EQ(Str("a\\b")->GetToString(), "\"a\\\\b\"");
+  EXPECT_EQ(Str("a\"b")->GetToString(), "\"a\\\"b\"");
+  EXPECT_EQ(Str("a\"b")->GetAsString(), "a\"b");
+  EXPECT_EQ(List({})->GetToString(), "");
+  EXPECT_EQ(List({Int(1), Atom("b"), Str("c")})->GetToString(), "1 b \"c\" ");
+  EXPECT_EQ(Str("Ärger")->GetAsAtom(), "Ärger");  // the kind-named getters read any text
+}
+
+TEST(KBValueTest, StrictEquality) {
+  EXPECT_FALSE(Int(1)->Equals(Flt(1.0)));
+  EXPECT_FALSE(Atom("abc")->Equals(Str("abc")));
+  EXPECT_TRUE(Flt(1.0)->Equals(Flt(1.00005)));
+  EXPECT_FALSE(Flt(1.0)->Equals(Flt(1.01)));
+  EXPECT_FALSE(Str("abc")->Equals(Str("ABC")));
+  EXPECT_FALSE(Int(1)->Equals(IKBValue()));
+  EXPECT_TRUE(List({Int(1), Atom("a")})->Equals(List({Int(1), Atom("a")})));
+  EXPECT_FALSE(List({Int(1), Atom("a")})->Equals(List({Atom("a"), Int(1)})));
+  IKBValue V = Int(2);
+  EXPECT_TRUE(V->Equals(IInterface(V)));
+  EXPECT_FALSE(V->Equals(IInterface(FCNilList->GetAsList())));
+}
+
+TEST(KBValueTest, LooseEquality) {
+  EXPECT_TRUE(Int(1)->EqualsStar(Flt(1.0)));
+  EXPECT_TRUE(Int(3)->EqualsStar(Flt(3.7)));
+  EXPECT_TRUE(Flt(3.0)->EqualsStar(Int(3)));
+  EXPECT_TRUE(Flt(3.0)->EqualsStar(Atom("3.0")));
+  EXPECT_TRUE(Atom("abc")->EqualsStar(Str("abc")));
+  EXPECT_TRUE(Atom("3")->EqualsStar(Int(3)));
+  EXPECT_TRUE(Atom("")->EqualsStar(IKBValue(new TKBValue())));
+  EXPECT_TRUE(IKBValue(new TKBValue())->EqualsStar(Str("")));
+  EXPECT_FALSE(IKBValue(new TKBValue())->EqualsStar(Str("x")));
+  EXPECT_EQ(ErrorOf([] { Int(3)->EqualsStar(Atom("abc")); }), "Not a integer type.  Value (abc) is a dtAtom type");
+  IFunCall Call(new TCall("f", Int(1)));
+  EXPECT_FALSE(IKBValue(new TKBValue(Call))->EqualsStar(Int(1)));
+}
+
+TEST(KBValueTest, HashFollowsLooseEquality) {
+  EXPECT_EQ(Flt(3.7)->GetHashCode(), Int(3)->GetHashCode());
+  EXPECT_EQ(Atom("x")->GetHashCode(), Str("x")->GetHashCode());
+  EXPECT_EQ(List({Int(1), Int(2)})->GetHashCode(), List({Int(2), Int(1)})->GetHashCode());
+  EXPECT_NO_THROW(Flt(1e300)->GetHashCode());
+}
+
+TEST(KBValueTest, SettersRetypeAndNotify) {
+  IKBValue V(new TKBValue());
+  int Changes = 0;
+  V->SetOnChange([&](const IKBValue& Changed) {
+    EXPECT_EQ(Changed.get(), V.get());
+    ++Changes;
+  });
+  V->SetAsInteger(4);
+  V->SetAsInteger(4);
+  EXPECT_EQ(Changes, 2);  // also when the content doesn't change
+  V->SetAsAtom("a");
+  EXPECT_EQ(V->GetDType(), dtAtom);
+  V->Reset();
+  EXPECT_EQ(Changes, 3);
+  EXPECT_EQ(V->GetDType(), dtNone);
+
+  // Retyping a list releases the vector; another holder keeps it.
+  IValueVector Vector(new TValueVector());
+  Vector->Add(Int(1));
+  V->SetAsList(Vector);
+  EXPECT_EQ(Vector->GetRefCount(), 2);
+  V->SetAsInteger(9);
+  EXPECT_EQ(Vector->GetRefCount(), 1);
+  EXPECT_EQ(Vector->GetCount(), 1);
+}
+
+TEST(KBValueTest, AssignAndCloneCopyDepth) {
+  IKBValue Inner = List({Int(1)});
+  IKBValue Outer = List({Inner, Atom("x")});
+  Outer->SetTag(42);
+
+  // The class-level copy shares the vector.
+  IKBValue Shallow = Outer->Clone();
+  EXPECT_EQ(Shallow->GetAsList().get(), Outer->GetAsList().get());
+  EXPECT_EQ(Shallow->GetTag(), 42);
+
+  // The interface-level copy clones the list and its items, whose own lists
+  // are copied at the class level and so stay shared.
+  IKBValue Deep(new TKBValue());
+  Deep->Assign(IInterface(Outer));
+  EXPECT_NE(Deep->GetAsList().get(), Outer->GetAsList().get());
+  EXPECT_NE(Deep->GetAsList()->Get(0).get(), Inner.get());
+  EXPECT_EQ(Deep->GetAsList()->Get(0)->GetAsList().get(), Inner->GetAsList().get());
+  EXPECT_TRUE(Deep->Equals(Outer));
+  EXPECT_EQ(Deep->GetTag(), 42);
+
+  // AssignTo goes through the target's setters and leaves its tag alone.
+  IKBValue Target = Int(5);
+  int Changes = 0;
+  Target->SetOnChange([&](const IKBValue&) { ++Changes; });
+  Outer->AssignTo(Target);
+  EXPECT_EQ(Changes, 1);
+  EXPECT_EQ(Target->GetTag(), 0);
+  EXPECT_NE(Target->GetAsList().get(), Outer->GetAsList().get());
+  IKBValue(new TKBValue())->AssignTo(Target);
+  EXPECT_EQ(Target->GetDType(), dtNone);
+
+  // Assign from something that isn't a value leaves the target as it was.
+  IValueVector Vector(new TValueVector());
+  EXPECT_EQ(ErrorOf([&] { Target->Assign(IInterface(Vector)); }), "Unknown interface supplied to engine value");
+  EXPECT_THROW(Target->Assign(static_cast<TPersistent*>(Vector.get())), EConvertError);
+  EXPECT_EQ(Target->GetDType(), dtNone);
+}
+
+TEST(KBValueTest, OwnedComponents) {
+  RegisterClass<TOwnedThing, TComponent>();
+  const int Before = TOwnedThing::Alive;
+  {
+    auto* Thing = new TOwnedThing(nullptr);
+    Thing->Payload = 7;
+    IKBValue V(new TKBValue(Thing, true));
+    EXPECT_TRUE(V->IsOwningObject());
+    EXPECT_EQ(V->GetToString(), "<Object: TOwnedThing>");
+
+    // A copy owns a copy of the component.
+    IKBValue Copy = V->Clone();
+    EXPECT_TRUE(Copy->IsOwningObject());
+    EXPECT_NE(Copy->GetAsObject(), Thing);
+    EXPECT_EQ(dynamic_cast<TOwnedThing*>(Copy->GetAsObject())->Payload, 7);
+    EXPECT_EQ(TOwnedThing::Alive, Before + 2);
+
+    // Destroyed elsewhere, the component leaves the value empty.
+    delete Thing;
+    EXPECT_EQ(V->GetDType(), dtNone);
+    EXPECT_EQ(TOwnedThing::Alive, Before + 1);
+
+    // Storing the owned object again neither frees it nor leaves it dangling.
+    auto* Other = new TOwnedThing(nullptr);
+    V->SetAsOwnedObject(Other);
+    V->SetAsOwnedObject(Other);
+    EXPECT_EQ(V->GetAsObject(), Other);
+  }
+  // Releasing an owning value frees its component.
+  EXPECT_EQ(TOwnedThing::Alive, Before);
+
+  // A borrowed object is not freed.
+  auto* Borrowed = new TOwnedThing(nullptr);
+  { IKBValue V(new TKBValue(Borrowed, false)); }
+  EXPECT_EQ(TOwnedThing::Alive, Before + 1);
+  delete Borrowed;
+
+  // A component whose class can't be made again can't be copied.
+  IKBValue Unique(new TKBValue(new TUncopyable(nullptr), true));
+  EXPECT_EQ(ErrorOf([&] { Unique->Clone(); }), "Uncloneable value.  Value owned an object of &s class type");
+}
+
+TEST(KBValueTest, PointerKindsShareTheCell) {
+  int Dummy = 0;
+  IKBValue Address(new TKBValue());
+  Address->SetAsExternalAddress(&Dummy);
+  EXPECT_EQ(Address->GetAsExternalAddress(), &Dummy);
+  EXPECT_EQ(Address->GetAsInteger(),
+            static_cast<std::int32_t>(static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(&Dummy))));
+  EXPECT_EQ(Address->GetToString(), "<External-Address: " + IntToStr(Address->GetAsInteger()) + ">");
+  auto* Thing = new TUncopyable(nullptr);
+  IKBValue Object(new TKBValue(Thing, false));
+  EXPECT_EQ(Object->GetAsExternalAddress(), static_cast<void*>(static_cast<TObject*>(Thing)));
+  delete Thing;
+  IKBValue Class(new TKBValue(ClassOf<TUncopyable>()));
+  EXPECT_EQ(Class->GetToString(), "TUncopyable");
+  EXPECT_TRUE(Class->Equals(IKBValue(new TKBValue(ClassOf<TUncopyable>()))));
+}
+
+TEST(KBValueTest, ResolveGivesTheValueOrRunsTheCall) {
+  IKBValue Constant = Int(3);
+  EXPECT_EQ(Constant->Resolve(nullptr).get(), Constant.get());
+  IFunCall Call(new TCall("f", Atom("done")));
+  IKBValue CallValue(new TKBValue(Call));
+  EXPECT_EQ(CallValue->Resolve(nullptr)->GetAsAtom(), "done");
+  EXPECT_EQ(CallValue->GetToString(), "(f)");
+  EXPECT_EQ(ErrorOf([] { IKBValue(new TKBValue("x", dtVariable))->Resolve(nullptr); }),
+            "No context found when trying to resolve a dtVariable value");
+}
+
+TEST(KBValueTest, SingletonsResolveToAFuzzySet) {
+  ISingletonsVector Points(new TSingletonsVector());
+  Points->Add(Int(0), Int(0));
+  Points->Add(Int(5), Flt(1.0));
+  Points->Add(Int(10), Int(0));
+  IKBValue Value(new TKBValue(Points));
+  EXPECT_EQ(Value->GetToString(), "(0 0) (5 1.0000) (10 0) ");
+  IKBValue Fuzzy = Value->Resolve(nullptr);
+  ASSERT_EQ(Fuzzy->GetDType(), dtFuzzy);
+  EXPECT_DOUBLE_EQ(Fuzzy->GetAsFuzzy()->DegreeOfMembership(2.5), 0.5);
+  EXPECT_NEAR(Fuzzy->GetAsFloat(), 5.0, 1e-9);
+  EXPECT_EQ(Fuzzy->GetAsInteger(), 5);
+  // A fuzzy value equals a number where its membership is above the threshold.
+  EXPECT_TRUE(Fuzzy->Equals(Int(5)));
+  EXPECT_TRUE(Int(5)->Equals(Fuzzy));
+  EXPECT_FALSE(Fuzzy->Equals(Int(20)));
+  EXPECT_FALSE(Fuzzy->Equals(Atom("5")));
+  EXPECT_TRUE(Fuzzy->Equals(Fuzzy->Clone()));
+}
+
+TEST(KBValueTest, ConstantsAreSharedAndKnown) {
+  EXPECT_EQ(FCTrue->GetAsAtom(), "TRUE");
+  EXPECT_EQ(FCFalse->GetAsAtom(), "FALSE");
+  EXPECT_NE(FCNil.get(), FCEmptyString.get());
+  EXPECT_TRUE(FCNil->Equals(FCEmptyString));
+  EXPECT_EQ(FCNilList->GetAsList()->GetCount(), 0);
+  EXPECT_DOUBLE_EQ(FCPI->GetAsFloat(), 3.141592653589793);
+  EXPECT_TRUE(IsValueConstant(FCTrue));
+  EXPECT_TRUE(IsValueConstant(FCZero));
+  EXPECT_FALSE(IsValueConstant(FCPopFocus));
+  EXPECT_FALSE(IsValueConstant(Atom("TRUE")));
+  EXPECT_FALSE(IsValueConstant(IKBValue()));
+}
+
+TEST(ValueVectorTest, ListBehaviour) {
+  IValueVector A(new TValueVector());
+  IKBValue One = Int(1);
+  A->Add(One);
+  A->Add(IKBValue());
+  A->Append(A);
+  EXPECT_EQ(A->GetValueCount(), 4);
+  EXPECT_EQ(A->Get(2).get(), One.get());
+  EXPECT_EQ(A->ToString(), "1  1  ");
+  EXPECT_EQ(A->IndexOf(One), 0);
+
+  IValueVector B = A->Clone();
+  EXPECT_TRUE(B->Equals(A));
+  EXPECT_NE(B->Get(0).get(), One.get());
+  B->Put(1, Int(2));
+  EXPECT_FALSE(B->Equals(A));
+  EXPECT_FALSE(A->Equals(static_cast<const TObject*>(FCNil.get())));
+  EXPECT_TRUE(A->Equals(static_cast<const TObject*>(A.get())));
+
+  EXPECT_THROW(A->Get(9), EListError);
+  EXPECT_THROW(A->Assign(static_cast<TPersistent*>(B.get())), EKBException);
+}
+
+TEST(SingletonsVectorTest, PairsStayTogether) {
+  ISingletonsVector S(new TSingletonsVector());
+  S->Add(Int(1), Flt(0.5));
+  S->Insert(0, Int(0), Int(0));
+  EXPECT_EQ(S->GetCount(), 2);
+  EXPECT_EQ(S->GetXValues(0)->GetAsInteger(), 0);
+  ISingletonsVector C = S->Clone();
+  EXPECT_TRUE(C->Equals(S));
+  EXPECT_NE(C->GetXValues(1).get(), S->GetXValues(1).get());
+  C->Delete(0);
+  EXPECT_FALSE(C->Equals(S));
+  EXPECT_EQ(C->ToString(), "(1 0.5000) ");
+}
+
+}  // namespace
+}  // namespace cogent
