@@ -1,5 +1,36 @@
+// A small host program: it creates an engine, prints what the engine holds
+// and shows a few values, then exits.
+
 #include <iostream>
+
+#include "cogent/cogent.h"
+
+using namespace cogent;
+
 int main() {
-  std::cout << "cogent\n";
+  TInferenceEngine Engine;
+  std::cout << "Cogent engine, version " << FloatToStr(Engine.GetVersion()) << "\n";
+  std::cout << "Modules: " << Engine.GetModules()->ToNamesString(", ") << "\n";
+  std::cout << "Current module: " << Engine.GetCurrentModule()->GetName() << "\n";
+  std::cout << "Focus stack: " << Engine.GetFocusStack()->ToNamesString(", ") << "\n";
+  std::cout << "Fact templates of the current module:";
+  for (int I = 0; I < Engine.GetFactTemplates()->GetCount(); ++I)
+    std::cout << " " << Engine.GetFactTemplates()->GetItem(I)->GetName();
+  std::cout << "\n";
+
+  IValueVector Items(new TValueVector());
+  Items->Add(IKBValue(new TKBValue("red", dtAtom)));
+  Items->Add(IKBValue(new TKBValue(42, dtInteger)));
+  Items->Add(IKBValue(new TKBValue(2.5)));
+  Items->Add(IKBValue(new TKBValue("a \"quoted\" text", dtString)));
+  IKBValue List(new TKBValue(Items));
+  std::cout << "A list value: (" << List->GetToString() << ")\n";
+  std::cout << "42 equals 42.0: " << (Items->Get(1)->Equals(IKBValue(new TKBValue(42.0))) ? "yes" : "no")
+            << "; loosely: " << (Items->Get(1)->EqualsStar(IKBValue(new TKBValue(42.0))) ? "yes" : "no") << "\n";
+  try {
+    Items->Get(0)->GetAsInteger();
+  } catch (const EKBException& E) {
+    std::cout << "Reading red as a number: " << E.what() << "\n";
+  }
   return 0;
 }

@@ -1,0 +1,241 @@
+#include "cogent/facts/KBModule.h"
+
+#include <algorithm>
+
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/engine/KBCollections.h"
+#include "cogent/facts/KBSlotTest.h"
+#include "cogent/foundation/VXCollections.h"
+#include "cogent/matching/ReteNetwork.h"
+#include "cogent/rules/ActivationAgenda.h"
+
+namespace cogent {
+
+// ---------------------------------------------------------------- TModuleConstruct
+
+IModule TModuleConstruct::GetModule() const { return IModule(FModule); }
+
+IModule TModuleConstruct::GetImportModule(int Index) const {
+  if (Index < 0 || Index >= GetImportModuleCount()) throw EListError(Format(SListIndexError, Index));
+  return IModule(FImportModules[static_cast<std::size_t>(Index)]);
+}
+
+void TModuleConstruct::AddImportModule(TModule* Module) {
+  if (Module) FImportModules.push_back(Module);
+}
+
+void TModuleConstruct::RemoveImportModule(TModule* Module) {
+  const int Index = IndexOfImportModule(Module);
+  if (Index >= 0) FImportModules.erase(FImportModules.begin() + Index);
+}
+
+int TModuleConstruct::IndexOfImportModule(const TModule* Module) const {
+  const auto It = std::find(FImportModules.begin(), FImportModules.end(), Module);
+  return It == FImportModules.end() ? -1 : static_cast<int>(It - FImportModules.begin());
+}
+
+// ---------------------------------------------------------------- TModule
+
+TModule::TModule(TComponent* AEngine, bool AIsMain) : FIsMain(AIsMain), FEngine(AEngine) {
+  if (FIsMain) FName = "MAIN";
+  FExportItems = IModuleExport(new TModuleImportExport(this, ""));
+  FNexus = new TComponentNexus([this](TComponent* AComponent, TOperation Operation) {
+    Notification(AComponent, Operation);
+  });
+  if (FEngine) FEngine->FreeNotification(FNexus);
+}
+
+TModule::~TModule() {
+  // A module that outlived its engine still frees what it owns.
+  if (FAgenda) {
+    if (FEngine)
+      Release();
+    else
+      FreeCollections();
+  }
+  FNullFact = nullptr;
+  ClearImports();
+  delete FNexus;
+}
+
+void TModule::Notification(TComponent* AComponent, TOperation Operation) {
+  if (Operation != opRemove) return;
+  if (AComponent == FEngine) FEngine = nullptr;
+  if (FRete && AComponent == FRete) FRete = nullptr;
+}
+
+void TModule::Initialize() {
+  auto* Engine = dynamic_cast<TInferenceEngine*>(FEngine);
+  if (!Engine) return;
+  FAgenda = dynamic_cast<TKBAgenda*>(Engine->CreateKBObject(otAgenda, this));
+  FDefinedTypes = dynamic_cast<TKBDefinedTypes*>(Engine->CreateKBObject(otDefinedTypes, this));
+  FFacts = dynamic_cast<TFacts*>(Engine->CreateKBObject(otFacts, this));
+  FFactSets = dynamic_cast<TFactSets*>(Engine->CreateKBObject(otFactSets, this));
+  FFactTemplates = dynamic_cast<TFactTemplates*>(Engine->CreateKBObject(otFactTemplates, this));
+  FRete = dynamic_cast<TReteNetwork*>(Engine->CreateKBObject(otReteNetwork, this));
+  FRules = dynamic_cast<TRules*>(Engine->CreateKBObject(otRules, this));
+  FFactsPending = dynamic_cast<TFactsPending*>(Engine->CreateKBObject(otFactsPending, this));
+  if (FRete) FRete->FreeNotification(FNexus);
+
+  const IModule Remembered = Engine->GetCurrentModule();
+  FocusModule();
+  FNullFact = Engine->CreateFactTemplate(SNullFact)->NewFact();
+  if (FIsMain) FName = "MAIN";
+  delete FInitialFactPattern;
+  FInitialFactPattern = new TKBPattern(nullptr, SInitialFactPattern, Engine->CreateFactTemplate(SInitialFactPattern), 0);
+  FocusModule();
+  if (Remembered && Remembered.get() != this) Remembered->FocusModule();
+}
+
+void TModule::FocusModule() {
+  auto* Engine = dynamic_cast<TInferenceEngine*>(FEngine);
+  if (!Engine) return;
+  if (!FAgenda) Initialize();
+  Engine->FAgenda = FAgenda;
+  Engine->FDefinedTypes = FDefinedTypes;
+  Engine->FFacts = FFacts;
+  Engine->FFactSets = FFactSets;
+  Engine->FFactTemplates = FFactTemplates;
+  Engine->FRete = FRete;
+  Engine->FRules = FRules;
+  Engine->FFactsPending = FFactsPending;
+  Engine->FInitialFactPattern = FInitialFactPattern;
+  Engine->FNullFact = FNullFact;
+  Engine->FCurrentModule = IModule(this);
+}
+
+void TModule::ImportEngine() {
+  auto* Engine = dynamic_cast<TInferenceEngine*>(FEngine);
+  if (!Engine) return;
+  FAgenda = Engine->FAgenda;
+  FDefinedTypes = Engine->FDefinedTypes;
+  FFacts = Engine->FFacts;
+  FFactSets = Engine->FFactSets;
+  FFactTemplates = Engine->FFactTemplates;
+  FRete = Engine->FRete;
+  FRules = Engine->FRules;
+  FFactsPending = Engine->FFactsPending;
+  FInitialFactPattern = Engine->FInitialFactPattern;
+  FNullFact = Engine->FNullFact;
+}
+
+void TModule::Prepare() {
+  if (FAgenda) Release();
+  Initialize();
+}
+
+void TModule::Release() {
+  if (!FEngine) return;
+  for (const IModuleImport& Import : FImportModules) Import->Release();
+  FreeCollections();
+}
+
+void TModule::FreeCollections() {
+  // Silence the collections so that their teardown sends no event and no token.
+  if (FAgenda) FAgenda->SetEngine(nullptr);
+  if (FDefinedTypes) FDefinedTypes->SetEngine(nullptr);
+  if (FFacts) FFacts->SetEngine(nullptr);
+  if (FFactSets) FFactSets->SetEngine(nullptr);
+  if (FFactTemplates) FFactTemplates->SetEngine(nullptr);
+  if (FRete) FRete->SetEngine(nullptr);
+  if (FRules) FRules->SetEngine(nullptr);
+  FreeAndNil(FAgenda);
+  FreeAndNil(FDefinedTypes);
+  FreeAndNil(FFacts);
+  FreeAndNil(FFactSets);
+  FreeAndNil(FFactTemplates);
+  FreeAndNil(FRete);
+  FreeAndNil(FRules);
+  FreeAndNil(FFactsPending);
+  // The pattern of an imported initial-fact template belongs to its home.
+  if (FInitialFactPattern) {
+    const TFactTemplate* Template = FInitialFactPattern->GetTemplate().get();
+    if (!Template || !Template->GetModuleObject() || Template->GetModuleObject() == this) delete FInitialFactPattern;
+    FInitialFactPattern = nullptr;
+  }
+  // The null fact's template names this module as its home: let go of it so
+  // that the module is not kept alive by its own fact.
+  FNullFact = nullptr;
+}
+
+void TModule::SetName(const std::string& Value) {
+  if (Value == FName) return;
+  if (FIsMain != (Value == "MAIN")) throw EKBException(_SModuleMAINReserved);
+  CheckKBName(Value);
+  const std::string OldName = FName;
+  FName = Value;
+  if (auto* Engine = dynamic_cast<TInferenceEngine*>(FEngine)) Engine->RenameModule(OldName, Value);
+}
+
+IModuleImport TModule::GetImportModule(int Index) const {
+  if (Index < 0 || Index >= GetImportModuleCount()) throw EListError(Format(SListIndexError, Index));
+  return FImportModules[static_cast<std::size_t>(Index)];
+}
+
+void TModule::AddImport(const IModuleImport& Import) {
+  if (Import) FImportModules.push_back(Import);
+}
+
+IModuleImport TModule::AddImport(const std::string& Name) {
+  IModuleImport Import(new TModuleImportExport(this, Name));
+  AddImport(Import);
+  return Import;
+}
+
+void TModule::ClearImports() {
+  std::vector<IModuleImport> Imports;
+  Imports.swap(FImportModules);
+  for (const IModuleImport& Import : Imports) Import->Release();
+}
+
+void TModule::DeleteImport(int Index) {
+  const IModuleImport Import = GetImportModule(Index);
+  FImportModules.erase(FImportModules.begin() + Index);
+  Import->Release();
+}
+
+int TModule::RemoveImport(const IModuleImport& Import) {
+  const int Index = IndexOfImport(Import);
+  if (Index >= 0) DeleteImport(Index);
+  return Index;
+}
+
+int TModule::RemoveImport(const std::string& Name) {
+  const int Index = IndexOfImport(Name);
+  if (Index >= 0) DeleteImport(Index);
+  return Index;
+}
+
+int TModule::IndexOfImport(const IModuleImport& Import) const {
+  const auto It = std::find(FImportModules.begin(), FImportModules.end(), Import);
+  return It == FImportModules.end() ? -1 : static_cast<int>(It - FImportModules.begin());
+}
+
+int TModule::IndexOfImport(const std::string& Name) const {
+  for (std::size_t I = 0; I < FImportModules.size(); ++I)
+    if (FImportModules[I]->GetName() == Name) return static_cast<int>(I);
+  return -1;
+}
+
+void TModule::Assign(const IInterface& Source) {
+  const IModule Module = Source.As<TModule>();
+  if (!Module) throw EKBException(_SUnknownValueInterface);
+  AssignModuleDefinition(Module);
+  FTag = Module->FTag;
+}
+
+void TModule::AssignModuleDefinition(const IModule& Source) {
+  if (!Source || Source.get() == this) return;
+  SetName(Source->FName);
+  FComment = Source->FComment;
+  ClearImports();
+  for (const IModuleImport& Import : Source->FImportModules) AddImport(Import->GetName());
+  FExportItems->SetName(Source->FExportItems->GetName());
+}
+
+bool TModule::Equals(const IInterface& Other) const {
+  const IModule Module = Other.As<TModule>();
+  return Module && (Module.get() == this || Module->FName == FName);
+}
+
+}  // namespace cogent

@@ -1,0 +1,25 @@
+#pragma once
+// The compiled network of a module's rules. Compilation and propagation come
+// with matching; a network that holds no rules lets every token pass unseen.
+
+#include "cogent/facts/KBModule.h"
+
+namespace cogent {
+
+class TInferenceEngine;
+
+class TReteNetwork : public TComponent {
+public:
+  TReteNetwork(TInferenceEngine* AEngine, TModule* AModule) : TComponent(nullptr), FEngine(AEngine), FModule(AModule) {}
+  ~TReteNetwork() override { Destroying(); }
+
+  TInferenceEngine* GetEngine() const noexcept { return FEngine; }
+  void SetEngine(TInferenceEngine* Value) noexcept { FEngine = Value; }
+  TModule* GetModule() const noexcept { return FModule; }
+
+private:
+  TInferenceEngine* FEngine;
+  TModule* FModule;
+};
+
+}  // namespace cogent
