@@ -15,8 +15,9 @@ int main() {
   std::cout << "Focus stack: " << Engine.GetFocusStack()->ToNamesString(", ") << "\n";
   std::cout << "Fact templates of the current module:";
   for (int I = 0; I < Engine.GetFactTemplates()->GetCount(); ++I)
-    std::cout << " " << Engine.GetFactTemplates()->GetItem(I)->GetName();
+    std::cout << " " << Engine.GetFactTemplates()->GetItemByIndex(I)->GetTemplateName();
   std::cout << "\n";
+  std::cout << "Facts:\n" << Engine.GetFacts()->GetToIDString() << "\n";
 
   IValueVector Items(new TValueVector());
   Items->Add(IKBValue(new TKBValue("red", dtAtom)));

@@ -3,6 +3,7 @@
 #include "cogent/facts/KBSlotTest.h"
 #include "cogent/foundation/VXCollections.h"
 #include "cogent/functions/KBPackages.h"
+#include "cogent/language/KBRuleParser.h"
 #include "cogent/matching/ReteNetwork.h"
 #include "cogent/rules/ActivationAgenda.h"
 
@@ -15,11 +16,11 @@ TInferenceEngine::TInferenceEngine(TComponent* AOwner) : TComponent(AOwner) { Co
 TInferenceEngine::TInferenceEngine(TComponent* AOwner, TDeferredConstruction) : TComponent(AOwner) {}
 
 void TInferenceEngine::Construct() {
-  // The parser and the tokenizer classes are chosen here once the language
-  // layer stands.
+  SetParserType(TKBParserClass::Of<TKBRuleParser>());
+  SetTokenizerType(TKBTokenizerClass::Of<TKBRuleStream>());
   FVersion = 6.0f;
   FIOStreams = dynamic_cast<TIOStreams*>(CreateKBObject(otIOStreams, nullptr));
-  FParserMaxErrors = 10;
+  SetParserMaxErrors(10);
   FFuzzyEqualsThreshold = 0.01f;
   FResetGlobals = true;
   FModules = Ref<TModules>(dynamic_cast<TModules*>(CreateKBObject(otModules, nullptr)));
@@ -32,12 +33,13 @@ void TInferenceEngine::Construct() {
   FFuzzyAutoTerms = true;
   FStorage = dynamic_cast<TEngineVariables*>(CreateKBObject(otEngineVariables, nullptr));
   FUserFunctions = dynamic_cast<TUserFunctions*>(CreateKBObject(otUserFunctions, nullptr));
-  // The global evaluation context is made here once contexts exist.
+  FGlobalContext = std::make_unique<TKBContext>(nullptr, this);
   FPackages = AllFunctionPackages;
-  FTypeChecks = TTypeChecks{tcStatic};
+  SetTypeChecks(TTypeChecks{tcStatic});
   AddDefaultPackages();
-  // Last, the initial fact "(Initial-Fact)" is asserted here as fact 0 once
-  // assertion exists, so that functions, module and parser stand before it.
+  // Last, so that functions, module and parser stand before the first fact.
+  // Built from its template until the parser reads "(Initial-Fact)".
+  Assert(CreateFactTemplate(SInitialFactPattern)->NewFact(), false);
 }
 
 void TInferenceEngine::ClearEvents() {
@@ -81,6 +83,7 @@ TInferenceEngine::~TInferenceEngine() {
   Destroying();
   // No handler hears the teardown.
   ClearEvents();
+  if (FParser) FParser->ClearEvents();
   FOutputStream.reset();
   FCurrentModule = nullptr;
   FInitialFactPattern = nullptr;
@@ -101,7 +104,13 @@ TInferenceEngine::~TInferenceEngine() {
   FFactsPending = nullptr;
   FreeAndNil(FGlobalVariables);
   FreeAndNil(FUserFunctions);
+  FGlobalContext.reset();
   FreeAndNil(FStorage);
+  if (FParser) {
+    delete FParser->GetStream();
+    FParser->SetStream(nullptr);
+    FParser.reset();
+  }
   FreeAndNil(FIOStreams);
   FCriticalSection.reset();
 }
@@ -165,7 +174,9 @@ void TInferenceEngine::Unlock() {
 }
 
 IFactTemplate TInferenceEngine::FindFactTemplate(const TKBName& AName) const {
-  return FFactTemplates ? FFactTemplates->Find(AName) : IFactTemplate();
+  IFactTemplate Result;
+  if (FFactTemplates) FFactTemplates->TryGetValue(AName, Result);
+  return Result;
 }
 
 IFactTemplate TInferenceEngine::CreateFactTemplate(const TKBName& AName) {
@@ -191,27 +202,6 @@ void TInferenceEngine::DoChangeCurrentModule() {
   if (OnChangeCurrentModule) OnChangeCurrentModule(this);
 }
 
-IModule TInferenceEngine::GetCurrentFocus() const {
-  return FFocusStack && FFocusStack->GetCount() > 0 ? FFocusStack->Get(0) : IModule();
-}
-
-int TInferenceEngine::AddModule(const IModule& Module) {
-  if (!Module || FIsModuleOp == Module) return -1;
-  const int Existing = FModules->IndexOf(Module);
-  if (Existing >= 0) return Existing;
-  FIsModuleOp = Module;
-  int Index = -1;
-  try {
-    Index = FModules->Add(Module);
-  } catch (...) {
-    FIsModuleOp = nullptr;
-    throw;
-  }
-  FIsModuleOp = nullptr;
-  if (OnAddModule) OnAddModule(this, Module);
-  return Index;
-}
-
 void TInferenceEngine::RenameModule(const std::string&, const std::string&) {
   // Constructs that name the module by text follow it here once they exist.
 }
@@ -227,9 +217,22 @@ void TInferenceEngine::SetPackages(TFunctionPackages Value) {
 }
 
 void TInferenceEngine::AddDefaultPackages() {
-  // The package classes register here, in the order standard, miscellaneous,
-  // predicate, math, string, object, trigonometry, business, fuzzy logic,
-  // one for each member of FPackages, once they exist.
+  // Not the order of the enumeration: a later package's name replaces an
+  // earlier one's under dcOverwrite.
+  static constexpr TFunctionPackage Order[] = {pStandard, pMiscellaneous, pPredicate,    pMath,    pString,
+                                               pObject,   pTrigonometry,  pBusiness,     pFuzzyLogic};
+  // By enumeration value.
+  static constexpr const char* ClassNames[] = {"TStandardPackage", "TPredicatePackage",    "TMathPackage",
+                                               "TMiscPackage",     "TStringPackage",       "TObjectPackage",
+                                               "TTrigonometryPackage", "TBusinessPackage", "TFuzzyLogicPackage"};
+  for (const TFunctionPackage Package : Order) {
+    if (!FPackages.Contains(Package)) continue;
+    // A package class is known once its unit has registered it.
+    const TMetaClass* Class = TMetaClass::FindClass(ClassNames[Package]);
+    if (!Class || !Class->CanCreate()) continue;
+    TObject* Instance = Class->CreateInstance(this);
+    if (!dynamic_cast<TComponent*>(Instance)) delete Instance;
+  }
   if (OnAddDefaultPackages) OnAddDefaultPackages(this);
 }
 
@@ -240,15 +243,24 @@ void TInferenceEngine::SetFactDuplication(bool Value) {
 }
 
 void TInferenceEngine::SetParserErrorHandling(TErrorHandling Value) {
-  // Copied to the parser once it exists.
+  if (Value == FParserErrorHandling) return;
   FParserErrorHandling = Value;
+  if (FParser) FParser->SetErrorHandling(Value);
 }
 
-void TInferenceEngine::SetParserMaxErrors(std::int32_t Value) { FParserMaxErrors = Value; }
+void TInferenceEngine::SetParserMaxErrors(std::int32_t Value) {
+  if (Value == FParserMaxErrors) return;
+  FParserMaxErrors = Value;
+  if (FParser) FParser->SetMaxErrors(Value);
+}
 
 void TInferenceEngine::SetStrategy(TSearchStrategy Value) { FStrategy = Value; }
 
-void TInferenceEngine::SetTypeChecks(TTypeChecks Value) { FTypeChecks = Value; }
+void TInferenceEngine::SetTypeChecks(TTypeChecks Value) {
+  if (Value == FTypeChecks) return;
+  FTypeChecks = Value;
+  if (FParser) FParser->SetTypeCheck(Value.Contains(tcStatic));
+}
 
 // ---------------------------------------------------------------- construct events
 
@@ -291,8 +303,14 @@ void TInferenceEngine::ClearRules() {
 
 void TInferenceEngine::Notification(TComponent* AComponent, TOperation Operation) {
   TComponent::Notification(AComponent, Operation);
-  // Rules and fact sets made outside the engine leave its tables here once
-  // those tables hold them.
+  if (Operation != opRemove || !AComponent) return;
+  // A rule or fact set going away leaves the current module's tables; a rule
+  // being destroyed or owned elsewhere is not freed by its removal.
+  if (auto* Rule = dynamic_cast<TRule*>(AComponent)) {
+    if (FRules) FRules->Remove(Rule->GetRuleName(), Rule);
+  } else if (auto* FactSet = dynamic_cast<TFactSet*>(AComponent)) {
+    if (FFactSets) FFactSets->Extract(FactSet);
+  }
 }
 
 }  // namespace cogent

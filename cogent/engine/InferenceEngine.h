@@ -9,11 +9,13 @@
 #include <string>
 
 #include "cogent/engine/KBCollections.h"
+#include "cogent/facts/KBContext.h"
 #include "cogent/facts/KBFacts.h"
 #include "cogent/facts/KBModule.h"
 #include "cogent/foundation/KBConsts.h"
 #include "cogent/foundation/KBInterfaces.h"
 #include "cogent/fuzzy/VXFuzzyLogic.h"
+#include "cogent/language/KBParser.h"
 #include "cogent/host/SyncObjs.h"
 #include "cogent/values/KBValue.h"
 
@@ -26,6 +28,7 @@ class TActivation;
 class TRule;
 class TFactSet;
 class TUserPackage;
+class TFacts;
 
 // What the factory builds.
 enum TKBObjectType : std::uint8_t {
@@ -102,11 +105,75 @@ public:
   // ------------------------------------------------------------ modules
   IModule GetCurrentModule() const override { return FCurrentModule; }
   void SetCurrentModule(const IModule& Value);
-  IModule GetCurrentFocus() const;
+  IModule GetCurrentFocus() const { return PeekFocus(); }
   TModules* GetModules() const noexcept { return FModules.get(); }
   TModules* GetFocusStack() const noexcept { return FFocusStack.get(); }
+  // A module of the same name is removed first; the main module goes to
+  // index 0, any other to the end. Gives the index.
   virtual int AddModule(const IModule& Module);
+  virtual void RemoveModule(const IModule& Module);
   virtual void RenameModule(const std::string& OldName, const std::string& NewName);
+  // Re-keys Template in the tables that hold it; raises _SDuplicateTemplateNames
+  // when another template has NewName.
+  virtual void RenameFactTemplate(TFactTemplate* Template, const TKBName& OldName, const TKBName& NewName);
+  // Takes Template out of every module's table.
+  virtual void RemoveDependencies(const IFactTemplate& Template);
+
+  // ------------------------------------------------------------ focus
+  virtual void PushFocus(const IModule& Module);
+  // Raises _SNoSuchModule for an unknown name.
+  void PushFocus(const std::string& ModuleName);
+  virtual IModule PeekFocus() const;
+  virtual IModule PopFocus();
+
+  // ------------------------------------------------------------ reset and clear
+  // Empties working memory and the agendas, asserts the fact sets and the
+  // initial fact, and gives the globals their initial values back.
+  virtual void Reset();
+  // Resets the rules and asserts the fact sets of Module.
+  virtual void Reset(const IModule& Module);
+  // Takes away all knowledge but the built-in functions and the globals.
+  virtual void Clear();
+  virtual void Clear(const IModule& Module);
+  virtual void ClearFacts(const IModule& Module);
+  // Evaluates Value (a call is run) and binds the result to Name.
+  void ResetGlobalVariable(const std::string& Name, const IKBValue& Value);
+
+  // ------------------------------------------------------------ assertion and retraction
+  // The fact's id, or -1 when an equal fact stands and duplicates are off.
+  virtual std::int32_t Assert(const IFact& Fact, bool Unconditional);
+  std::int32_t Assert(const IFact& Fact, TFuzzyInferenceMethod FuzzyInference, bool Unconditional);
+  std::int32_t Assert(const IFact& Fact) { return Assert(Fact, false); }
+  // Index is a position in the current module's facts.
+  virtual void RetractFact(int Index);
+  void RetractFact(const IFact& Fact);
+  // Nothing happens for an id or a fact that isn't there.
+  void Retract(std::int32_t FactId);
+  void Retract(const IFact& Fact);
+  // Takes the network's memories down and raises OnClearFacts.
+  virtual void RetractFacts();
+  virtual void AddPendingFact(const IFact& Fact, bool Assert);
+  virtual void ProcessPendingFacts();
+  IFact GetFactPending(int Index) const;
+  virtual void BeginFactModify(const IFact& Fact);
+  virtual std::int32_t EndFactModify(const IFact& Fact);
+  void AddFactToModule(const IFact& Fact, const IModule& Module);
+  void RemoveFactFromModule(int Index, const IFact& Fact, const IModule& Module);
+  // The facts of every module in module order, in a plain list the caller
+  // owns; without Duplicates a fact shared by modules comes once.
+  virtual TFacts* GetFacts(bool Duplicates) const;
+
+  // ------------------------------------------------------------ text
+  void PrintOut(const std::string& Text) { PrintOut("", Text); }
+  // To the named stream, or for "" and "t" to the capture or OnPrintOut.
+  virtual void PrintOut(const std::string& OutID, const std::string& Text);
+  // The capture stream takes the place of OnPrintOut for standard output;
+  // the engine owns it until StopCapture. The encoding serves the preamble.
+  virtual bool StartCapture(TStream* Stream, TEncoding* Encoding);
+  bool StopCapture();
+  std::string PrettyPrint(const IFact& Fact) const;
+  std::string PrettyPrint(const TFact& Fact) const;
+  std::string PrettyPrint(const IFunCall& FunCall) const;
 
   // ------------------------------------------------------------ the current module's collections
   TKBAgenda* GetAgenda() const noexcept { return FAgenda; }
@@ -124,6 +191,8 @@ public:
   // ------------------------------------------------------------ engine-wide objects
   TUserFunctions* GetUserFunctions() const noexcept { return FUserFunctions; }
   TGlobalVariables* GetGlobalVariables() const noexcept { return FGlobalVariables; }
+  // The root evaluation context: rules, calls and globals start from it.
+  TKBContext* GetGlobalContext() const noexcept { return FGlobalContext.get(); }
   TEngineVariables* GetStorage() const noexcept { return FStorage; }
   TIOStreams* GetIOStreams() const noexcept { return FIOStreams; }
   TStream* GetOutputStream() const noexcept { return FOutputStream.get(); }
@@ -171,6 +240,100 @@ public:
   float GetStatMeanActivations() const noexcept { return FStatMeanActivations; }
   float GetStatMeanFacts() const noexcept { return FStatMeanFacts; }
   std::int32_t GetStatMaxFacts() const noexcept { return FStatMaxFacts; }
+
+  // ------------------------------------------------------------ parsing
+  // The one parser, an instance of ParserType. Writing assigns into it.
+  // A stream left in the parser when the engine goes is freed with it.
+  TKBParser* GetParser() const noexcept { return FParser.get(); }
+  void SetParser(TKBParser* Value);
+  const TKBParserClass& GetParserType() const noexcept { return FParserType; }
+  // Another class replaces the parser by a new one: its handlers are gone,
+  // its switches are the engine's (error handling, error limit, type check).
+  void SetParserType(const TKBParserClass& Value);
+  const TKBTokenizerClass& GetTokenizerType() const noexcept { return FTokenizerType; }
+  // Another class takes the stream away from the parser.
+  void SetTokenizerType(const TKBTokenizerClass& Value);
+  // A parser of ParserType on Stream, with the engine's switches.
+  virtual std::unique_ptr<TKBParser> NewParser(TGTextStream* Stream);
+  // A tokenizer of TokenizerType on a borrowed stream or on a file it opens
+  // with a TFileStream mode; a rule stream names its wildcards through the
+  // engine.
+  std::unique_ptr<TGTextStream> NewTokenizer(TStream* Stream, TEncoding* Encoding);
+  std::unique_ptr<TGTextStream> NewTokenizer(const std::string& FileName, std::uint16_t Mode);
+
+  // Each reads AString (UTF-8 when Encoding is nil) with the parser's
+  // operation of the same name; the parser's stream is the same afterwards,
+  // also when the operation raises.
+  // A whole text of constructs; with Execute the top-level calls run.
+  virtual bool Parse(const std::string& AString, bool Execute, TEncoding* Encoding = nullptr);
+  // A new value of Kind from the text: names as they stand, strings without
+  // their enclosing quotes, numbers converted, calls, facts and lists parsed.
+  virtual IKBValue Parse(const std::string& AString, TKBType Kind, TEncoding* Encoding = nullptr);
+  virtual TParsedType ParseConstructType(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual IKBDefinedType ParseDefinedType(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual IFact ParseFact(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual std::string ParseFactSlot(const std::string& AString, const IFact& Fact, TEncoding* Encoding = nullptr);
+  virtual std::unique_ptr<TFactSet> ParseFactSet(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual IFunCall ParseFunCall(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual std::string ParseFullName(const std::string& AString, std::string& Module, TEncoding* Encoding = nullptr);
+  virtual IFactTemplate ParseFactTemplate(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual IFactSlot ParseFactTemplateSlot(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual IUserFunction ParseFunction(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual bool ParseGlobalVariables(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual IKBValue ParseVariable(const std::string& AString, std::string& Name, TEncoding* Encoding = nullptr);
+  virtual IValueVector ParseList(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual IKBValue ParseNExecuteFunCall(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual IModule ParseModule(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual std::unique_ptr<TRule> ParseRule(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual void ParseRulePatterns(const std::string& AString, TRule* Rule, TRuleVariables& Variables,
+                                 TEncoding* Encoding = nullptr);
+  virtual void ParseRuleActions(const std::string& AString, TRule* Rule, TRuleVariables& Variables,
+                                TEncoding* Encoding = nullptr);
+  virtual IKBValue ParseValue(const std::string& AString, TEncoding* Encoding = nullptr);
+  virtual IKBValue ParseValue(const std::string& AString, const IFactSlot& Slot, TEncoding* Encoding = nullptr);
+  virtual IKBValue ParseValue(const std::string& AString, TKBTypes Types, const IKBDefinedType& DefinedType,
+                              TEncoding* Encoding = nullptr);
+
+  // The parse events live in the parser.
+  TParseEvent GetOnParse() const;
+  void SetOnParse(TParseEvent Value);
+  TParseDefinedTypeEvent GetOnParseDefinedType() const;
+  void SetOnParseDefinedType(TParseDefinedTypeEvent Value);
+  TParseFactEvent GetOnParseFact() const;
+  void SetOnParseFact(TParseFactEvent Value);
+  TParseFactSetEvent GetOnParseFactSet() const;
+  void SetOnParseFactSet(TParseFactSetEvent Value);
+  TParseFactTemplateEvent GetOnParseFactTemplate() const;
+  void SetOnParseFactTemplate(TParseFactTemplateEvent Value);
+  TParseFunctionEvent GetOnParseFunction() const;
+  void SetOnParseFunction(TParseFunctionEvent Value);
+  TParseFunCallEvent GetOnParseFunCall() const;
+  void SetOnParseFunCall(TParseFunCallEvent Value);
+  TParseFuzzySetEvent GetOnParseFuzzySet() const;
+  void SetOnParseFuzzySet(TParseFuzzySetEvent Value);
+  TParseFuzzyVariableEvent GetOnParseFuzzyVariable() const;
+  void SetOnParseFuzzyVariable(TParseFuzzyVariableEvent Value);
+  TParseSingletonsEvent GetOnParseSingletons() const;
+  void SetOnParseSingletons(TParseSingletonsEvent Value);
+  TParseVariableEvent GetOnParseVariable() const;
+  void SetOnParseVariable(TParseVariableEvent Value);
+  TParsePatternEvent GetOnParsePattern() const;
+  void SetOnParsePattern(TParsePatternEvent Value);
+  TParseModuleEvent GetOnParseModule() const;
+  void SetOnParseModule(TParseModuleEvent Value);
+  TParseRuleEvent GetOnParseRule() const;
+  void SetOnParseRule(TParseRuleEvent Value);
+
+  // ------------------------------------------------------------ functions
+  // The engine's table under the function view; functions call these as
+  // they register and leave.
+  std::string PrettyPrint(const IUserFunction& UserFunction) const override;
+  void AddUserFunction(const IUserFunction& UserFunction) override;
+  void RemoveUserFunction(const IUserFunction& UserFunction) override;
+  bool ContainsUserFunction(const std::string& Name) const override;
+  bool ContainsUserFunction(const std::string& Name, IUserFunction& UserFunction) const override;
+  IUserFunction GetUserFunction(const std::string& Name) const override;
+  void SetUserFunction(const std::string& Name, const IUserFunction& UserFunction) override;
 
   // ------------------------------------------------------------ construct events
   // The collections call these; each raises its event and nothing more.
@@ -235,8 +398,14 @@ protected:
   virtual void DoChangeCurrentModule();
   void Notification(TComponent* AComponent, TOperation Operation) override;
 
+  // Fuzzy facts: the places where correlation and combination act.
+  virtual void FuzzyCorrelation(const IFact& Fact, float Strength);
+  virtual void FuzzyOperation(const IFact& Fact, const IFact& Existing, bool Combine);
+
 private:
   void ClearEvents();
+  // Lends the parser a tokenizer on AString for Operation, and takes it back.
+  void ParseFrame(const std::string& AString, TEncoding* Encoding, const std::function<void(TKBParser&)>& Operation);
 
   std::string FModuleText;
   std::unique_ptr<TCriticalSection> FCriticalSection;
@@ -250,6 +419,7 @@ private:
   std::int32_t FSymbolIndex = 0;
   bool FResetGlobals = false;
   TGlobalVariables* FGlobalVariables = nullptr;
+  std::unique_ptr<TKBContext> FGlobalContext;
   TIOStreams* FIOStreams = nullptr;
   TActivation* FCurrentAgendaItem = nullptr;
   TConstructWatches FWatch;
@@ -273,6 +443,9 @@ private:
   bool FFuzzyAutoTerms = false;
   float FFuzzyEqualsThreshold = 0;
   float FMinActivationStrength = 0;
+  TKBTokenizerClass FTokenizerType;
+  TKBParserClass FParserType;
+  std::unique_ptr<TKBParser> FParser;
   Ref<TModules> FModules;
   Ref<TModules> FFocusStack;
   IModule FIsModuleOp;
@@ -290,6 +463,9 @@ private:
   IModule FCurrentModule;
 
   friend class TModule;
+  friend class TFacts;
+  friend class TRules;
+  friend class TModules;
 };
 
 }  // namespace cogent

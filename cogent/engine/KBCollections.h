@@ -1,21 +1,28 @@
 #pragma once
-// The construct collections of a module and of the engine. Modules are real;
-// the tables of templates, types, rules, fact sets, facts, functions,
-// variables and streams are bound to their engine and module and grow their
-// contents and duplicate policy with working memory.
+// The construct collections of a module and of the engine. Each is bound to
+// its engine (nil makes it a plain table that raises no event) and, per
+// module, to its module. A second construct under a name follows the
+// engine's DuplicateConstructs.
 
 #include <string>
 #include <vector>
 
 #include "cogent/common/VXInterfaceList.h"
+#include "cogent/common/VXTextStream.h"
 #include "cogent/facts/KBFacts.h"
 #include "cogent/facts/KBModule.h"
+#include "cogent/foundation/VXCollections.h"
+#include "cogent/functions/KBPackages.h"
+#include "cogent/rules/KBRule.h"
+#include "cogent/values/KBDefinedType.h"
+#include "cogent/values/KBValue.h"
 
 namespace cogent {
 
 class TInferenceEngine;
 
-// What every collection knows: its engine (nil silences it) and its module.
+// What every collection knows: its engine and its module, both back
+// references.
 class TKBEngineBound {
 public:
   TKBEngineBound(TInferenceEngine* AEngine, TModule* AModule) : FEngine(AEngine), FModule(AModule) {}
@@ -23,84 +30,234 @@ public:
   TInferenceEngine* GetEngine() const noexcept { return FEngine; }
   void SetEngine(TInferenceEngine* Value) noexcept { FEngine = Value; }
   TModule* GetModule() const noexcept { return FModule; }
+  void SetModule(TModule* Value) noexcept { FModule = Value; }
 
 protected:
   TInferenceEngine* FEngine;
   TModule* FModule;
 };
 
-class TFactTemplates : public TPersistent, public TKBEngineBound {
-public:
-  TFactTemplates(TInferenceEngine* AEngine, TModule* AModule) : TKBEngineBound(AEngine, AModule) {}
-  ~TFactTemplates() override { Clear(); }
+// ---------------------------------------------------------------- TValueHashTable
 
-  int GetCount() const noexcept { return static_cast<int>(FItems.size()); }
-  IFactTemplate GetItem(int Index) const { return FItems.at(static_cast<std::size_t>(Index)); }
-  IFactTemplate Find(const TKBName& Name) const;
-  // Enters the template; the table's module becomes its home if it has none.
-  void Add(const IFactTemplate& Template);
-  void Clear();
+// Names to values; the base of the engine's variable tables.
+class TValueHashTable : public TVXStringHashTable<IKBValue> {
+public:
+  TValueHashTable() = default;
+  // From another value table: its pairs with clones of the values.
+  void Assign(TPersistent* Source) override;
+  // "name = value" lines, each ended by CR LF, in table order.
+  std::string ToString() const override;
+};
+
+// ---------------------------------------------------------------- templates and types
+
+// The table of one kind of construct that modules share (templates and
+// defined types). A shared construct is one object in several tables; each
+// table keeps the construct's list of importing modules and its own count of
+// constructs that other modules own.
+template <class T>
+class TSharedConstructTable : public TVXStringHashTable<Ref<T>>, public TKBEngineBound {
+public:
+  using TItem = Ref<T>;
+
+  TSharedConstructTable(TInferenceEngine* AEngine, TModule* AModule) : TKBEngineBound(AEngine, AModule) {}
+  ~TSharedConstructTable() override;
+
+  // Put under the construct's name.
+  void Add(const TItem& Item);
+  // Gives the removed construct, or nil.
+  TItem Remove(const TKBName& Key);
+  void Clear() override;
+  void Clear(TConstructScope Scope);
+  // Puts New in the place of Old in this table.
+  void Replace(const TItem& Old, const TItem& New);
+  int GetImportCount() const noexcept { return FImportCount; }
+  int GetLocalsCount() const noexcept { return this->GetCount() - FImportCount; }
+  // Parents before their children; LocalsToString only the module's own.
+  std::string ToString() const override;
+  std::string LocalsToString() const;
+
+protected:
+  // The duplicate policy of the engine.
+  void DoSetValue(std::int32_t Index, const TItem& Value) override;
+  // Where the DoAdd of a kind ends: the entry, the bookkeeping, the event.
+  void Enter(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, const TItem& Item);
+  // The engine hears of a removal and takes away what depends on Item.
+  virtual void Removing(const TItem& Item) = 0;
+  // The engine hears of an addition, of the emptied table.
+  virtual void Added(const TItem& Item) = 0;
+  virtual void Cleared() = 0;
+  // Takes Item out if this table holds it, with the bookkeeping.
+  bool Forget(const TItem& Item);
 
 private:
-  std::vector<IFactTemplate> FItems;
+  friend class TInferenceEngine;
+  // Table work without the policy, the events or the bookkeeping.
+  void PutEntry(const TKBName& Key, const TItem& Value);
+  // Moves the entry of Item from OldName to NewName.
+  void Rekey(const TItem& Item, const TKBName& OldName, const TKBName& NewName);
+  // The bookkeeping of a construct that enters or leaves the table.
+  void TakeIn(const TItem& Item);
+  void LetGo(const TItem& Item);
+  std::string Text(const std::vector<TItem>& Items) const;
+
+  int FImportCount = 0;
 };
 
-class TKBDefinedTypes : public TPersistent, public TKBEngineBound {
+class TFactTemplates : public TSharedConstructTable<TFactTemplate> {
 public:
-  using TKBEngineBound::TKBEngineBound;
-  int GetCount() const noexcept { return 0; }
+  using TSharedConstructTable<TFactTemplate>::TSharedConstructTable;
+
+protected:
+  // A template without slots gets the multislot "__Data"; with several
+  // modules its defined types must be known here.
+  void DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, const IFactTemplate& Value) override;
+  void Added(const IFactTemplate& Template) override;
+  void Removing(const IFactTemplate& Template) override;
+  void Cleared() override;
 };
 
-class TRules : public TPersistent, public TKBEngineBound {
+class TKBDefinedTypes : public TSharedConstructTable<TKBDefinedType> {
 public:
-  using TKBEngineBound::TKBEngineBound;
-  int GetCount() const noexcept { return 0; }
+  using TSharedConstructTable<TKBDefinedType>::TSharedConstructTable;
+
+  // The first defined type of Template's slots that this table lacks.
+  IKBDefinedType FindUnsharedType(const IFactTemplate& Template) const;
+
+protected:
+  void DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, const IKBDefinedType& Value) override;
+  void Added(const IKBDefinedType& DefType) override;
+  void Removing(const IKBDefinedType& DefType) override;
+  void Cleared() override;
 };
 
+// ---------------------------------------------------------------- rules
+
+class TRules : public TVXStringObjectHashTable<TRule*>, public TKBEngineBound {
+public:
+  TRules(TInferenceEngine* AEngine, TModule* AModule);
+  ~TRules() override;
+
+  void Add(TRule* Rule);
+  // Removes the entry under Key only if it is ARule.
+  void Remove(const TKBName& Key, TRule* ARule);
+  void Clear() override;
+  // Rule texts sorted ignoring case, an empty line between rules.
+  std::string ToString() const override;
+
+protected:
+  void DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, TRule* const& Value) override;
+  void DoSetValue(std::int32_t Index, TRule* const& Value) override;
+  TRule* DoRemove(const TKBName& Key, std::int32_t HashCode, TCollectionNotification Notification) override;
+};
+
+// ---------------------------------------------------------------- fact sets
+
+// The fact sets of a module, in order. A set entering the list gets the
+// list's engine; a set leaving it loses it.
 class TFactSets : public TPersistent, public TKBEngineBound {
 public:
-  using TKBEngineBound::TKBEngineBound;
-  int GetCount() const noexcept { return 0; }
-};
+  TFactSets(TInferenceEngine* AEngine, TModule* AModule);
+  ~TFactSets() override;
 
-class TFacts : public TPersistent, public TKBEngineBound {
-public:
-  using TKBEngineBound::TKBEngineBound;
-  int GetCount() const noexcept { return 0; }
-  // Equal facts are found through cached hash codes; off while facts may
-  // be duplicated.
-  bool GetCacheHashCodes() const noexcept { return FCacheHashCodes; }
-  void SetCacheHashCodes(bool Value) noexcept { FCacheHashCodes = Value; }
+  int GetCount() const noexcept { return static_cast<int>(FItems.size()); }
+  // A set of the same name replaces the one in the list, which loses its
+  // engine; the same set again gives its index.
+  int Add(TFactSet* FactSet);
+  void Insert(int Index, TFactSet* FactSet);
+  int Remove(TFactSet* FactSet);
+  void Delete(int Index);
+  // Takes the set out without telling it.
+  void Extract(TFactSet* FactSet);
+  int IndexOf(const TFactSet* FactSet) const;
+  int IndexOf(const TKBName& Name) const;
+  TFactSet* GetItem(int Index) const;
+  void SetItem(int Index, TFactSet* FactSet);
+  void Clear();
+  std::string ToString() const override;
 
 private:
-  bool FCacheHashCodes = true;
+  // The set is told the list's engine as it enters, and loses it as it leaves
+  // unless it is still in the list.
+  void Entered(TFactSet* FactSet);
+  void Left(TFactSet* FactSet);
+
+  std::vector<TFactSet*> FItems;
 };
 
-class TUserFunctions : public TPersistent, public TKBEngineBound {
+// ---------------------------------------------------------------- functions
+
+class TUserFunctions : public TVXStringHashTable<IUserFunction>, public TKBEngineBound {
 public:
-  explicit TUserFunctions(TInferenceEngine* AEngine) : TKBEngineBound(AEngine, nullptr) {}
-  int GetCount() const noexcept { return 0; }
+  explicit TUserFunctions(TInferenceEngine* AEngine);
+  ~TUserFunctions() override;
+
+  void Add(const IUserFunction& UserFunction);
+  IUserFunction Remove(const TKBName& Key);
+  void Clear() override;
+  // SafeAssign keeps the functions this table has and Source lacks.
+  void Assign(TPersistent* Source) override;
+  void Assign(const TUserFunctions& Source, bool SafeAssign);
+  void AssignInterpretedFunctions(const TUserFunctions& Source, bool SafeAssign);
+  int GetNumInterpreted() const noexcept { return FNumInterpreted; }
+  std::string NamesToString() const;
+
+protected:
+  void DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, const IUserFunction& Value) override;
+  void DoSetValue(std::int32_t Index, const IUserFunction& Value) override;
+
+private:
+  int FNumInterpreted = 0;
 };
 
-class TEngineVariables : public TPersistent, public TKBEngineBound {
+// ---------------------------------------------------------------- variables
+
+class TEngineVariables : public TValueHashTable, public TKBEngineBound {
 public:
   explicit TEngineVariables(TInferenceEngine* AEngine) : TKBEngineBound(AEngine, nullptr) {}
-  int GetCount() const noexcept { return 0; }
+  std::string ToString() const override;
 };
 
+// Defglobal variables, keyed with their "?*" marks as written. The table
+// keeps each expression; the engine's global context keeps the value.
 class TGlobalVariables : public TEngineVariables {
 public:
   using TEngineVariables::TEngineVariables;
+
+protected:
+  void DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, const IKBValue& Value) override;
+  void DoSetValue(std::int32_t Index, const IKBValue& Value) override;
 };
 
-class TIOStreams : public TPersistent, public TKBEngineBound {
+// ---------------------------------------------------------------- streams
+
+// Logical names to text streams; the table frees each stream that leaves it
+// while FreeStream is set.
+class TIOStreams : public TVXStringObjectHashTable<TGTextStream*>, public TKBEngineBound {
 public:
-  explicit TIOStreams(TInferenceEngine* AEngine) : TKBEngineBound(AEngine, nullptr) {}
-  int GetCount() const noexcept { return 0; }
+  explicit TIOStreams(TInferenceEngine* AEngine);
+  ~TIOStreams() override;
+
+  bool GetFreeStream() const noexcept { return FFreeStream; }
+  void SetFreeStream(bool Value) noexcept { FFreeStream = Value; }
+  void Add(const std::string& Key, TGTextStream* Stream);
+  void Remove(const std::string& Key);
+  void Clear() override;
+
+protected:
+  void DoAdd(std::int32_t HashCode, std::int32_t Index, const std::string& Key, TGTextStream* const& Value) override;
+  void DoSetValue(std::int32_t Index, TGTextStream* const& Value) override;
+  void ValueNotify(TGTextStream* const& Value, TCollectionNotification Action) override;
+
+private:
+  bool FFreeStream = true;
 };
+
+// ---------------------------------------------------------------- modules
 
 // All modules of an engine, or its focus stack; index 0 is the main module
-// (of the stack: the top).
+// (of the stack: the top). As the engine's module list, list operations are
+// engine operations: adding a module adds it to the engine, removing removes it.
 class TModules : public TInterfaceListPersistent<TModule> {
 public:
   explicit TModules(TInferenceEngine* AEngine) : FEngine(AEngine) {}
@@ -110,18 +267,95 @@ public:
   bool GetEnforceImportOrder() const noexcept { return FEnforceImportOrder; }
   void SetEnforceImportOrder(bool Value) noexcept { FEnforceImportOrder = Value; }
 
+  int Add(const IModule& Module);
+  void Insert(int Index, const IModule& Module);
+  void Delete(int Index);
+  int Remove(const IModule& Module);
+  void Clear() override;
+  // Raises _SNoSuchModule for an unknown name.
   IModule GetModule(const std::string& Name) const;
   using TInterfaceListPersistent<TModule>::IndexOf;
   int IndexOf(const std::string& Name) const;
+  std::string ToString() const override;
   std::string ToNamesString(const std::string& Separator) const;
 
 protected:
   ~TModules() override = default;
-  friend class TInferenceEngine;
+  void Notify(const IModule& Item, TListNotification Action) override;
 
 private:
+  friend class TInferenceEngine;
+  // True when this is the engine's module list, not the focus stack.
+  bool IsEngineList() const noexcept;
+  // List work that the engine itself does.
+  int ListAdd(const IModule& Module) { return TInterfaceListPersistent<TModule>::Add(Module); }
+  void ListInsert(int Index, const IModule& Module) { TInterfaceListPersistent<TModule>::Insert(Index, Module); }
+  void ListDelete(int Index) { TInterfaceListPersistent<TModule>::Delete(Index); }
+
   TInferenceEngine* FEngine;
   bool FEnforceImportOrder = false;
+};
+
+// ---------------------------------------------------------------- TFacts
+
+// The facts of one module in ascending id order, with caches that find a
+// fact by content. A host may use it as a plain list: adding asserts,
+// deleting retracts.
+class TFacts : public TInterfaceListPersistent<TFact>, public TKBEngineBound {
+public:
+  TFacts(TInferenceEngine* AEngine, TModule* AModule);
+  // Owned by its module, not counted.
+  ~TFacts() override;
+
+  int Add(const IFact& Item);
+  void Insert(int Index, const IFact& Item);
+  void Delete(int Index);
+  int Remove(const IInterface& Item);
+  void Clear() override;
+  virtual void Clear(TConstructScope Scope);
+  // By id: a binary search from 5 facts on, else identity.
+  int IndexOf(const IFact& Item) const;
+  // By content, through the caches when they are on.
+  int FindFact(const IFact& AFact) const;
+  int FindFact(std::int32_t FactId) const;
+  IFact GetFactByID(std::int32_t FactId) const;
+  void SortByID();
+
+  bool GetUpdating() const noexcept { return FUpdating; }
+  void SetUpdating(bool Value) noexcept { FUpdating = Value; }
+  bool GetPreserveIDs() const noexcept { return FPreserveIDs; }
+  void SetPreserveIDs(bool Value) noexcept { FPreserveIDs = Value; }
+  std::int32_t GetMaxID() const noexcept { return FMaxID; }
+  bool GetCacheHashCodes() const noexcept { return FCacheHashCodes; }
+  void SetCacheHashCodes(bool Value);
+  // Facts whose template's home is another module.
+  int GetImportCount() const;
+  int GetLocalsCount() const { return GetCount() - GetImportCount(); }
+
+  // Text forms joined by CR LF.
+  std::string ToString() const override;
+  std::string GetToIDString() const;
+  std::string LocalsToString(bool IncludeIDs) const;
+  void Assign(TPersistent* Source) override;
+  virtual void AssignLocal(TPersistent* Source);
+  void AssignTo(TPersistent* Dest) override;
+
+private:
+  void CreateCache();
+  void FreeCache();
+  void CacheAdd(const IFact& Fact);
+  void CacheRemove(const IFact& Fact);
+  // List work without the engine.
+  int ListAdd(const IFact& Item);
+  void ListDelete(int Index);
+  void AddCopies(const TFacts& Source);
+
+  bool FUpdating = false;
+  bool FPreserveIDs = false;
+  std::int32_t FMaxID = 0;
+  bool FCacheHashCodes = false;
+  TVXHashTable<std::int32_t, IFact>* FCache = nullptr;
+  TInterfaceListPersistent<TFact>* FFuzzyCache = nullptr;
 };
 
 }  // namespace cogent

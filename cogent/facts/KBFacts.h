@@ -1,69 +1,341 @@
 #pragma once
-// Facts. This unit grows into the working-memory classes; for now it holds the
-// root of the fact family as far as values need it: equality, hash, text.
+// Working-memory items and their schema: template slots, fact templates,
+// facts, and fact sets (the deffacts construct).
 
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "cogent/facts/KBModule.h"
+#include "cogent/foundation/VXCollections.h"
 #include "cogent/values/KBValue.h"
 
 namespace cogent {
 
-class TFact : public TPersistent, public TRefCounted, public ICloneable {
+class TKBDefinedType;
+using IKBDefinedType = Ref<TKBDefinedType>;
+class TInferenceEngine;
+class TFactTemplate;
+
+// ---------------------------------------------------------------- TFactSlot
+
+// A persistent base that adds only interface support.
+class TFactSlotPersistent : public TPersistent, public TRefCounted, public ICloneable {};
+
+// One named slot of a template: its allowed types, its default and an
+// optional defined type that constrains it.
+class TFactSlot : public TFactSlotPersistent {
 public:
-  TFact() = default;
-  explicit TFact(const IFactTemplate& ATemplate) : FTemplate(ATemplate) {}
+  // Out of line: the defined type is incomplete here.
+  explicit TFactSlot(TFactTemplate* AOwner = nullptr);
 
-  IFactTemplate GetTemplate() const { return FTemplate; }
-
-  // Identity until facts carry slots; subclasses compare their contents.
-  virtual bool Equals(const IFact& Other) const { return Other.get() == this; }
-  bool Equals(const IInterface& Other) const override;
-  virtual std::int32_t GetHashCode() const;
-  std::string ToString() const override { return "<Fact>"; }
-
-  void Assign(const IInterface& Source) override;
-  using TPersistent::Assign;
-  IInterface CloneInterface() const override;
+  TFactTemplate* GetOwner() const noexcept { return FOwner; }
+  bool GetDefaultDynamic() const noexcept { return FDefaultDynamic; }
+  void SetDefaultDynamic(bool Value) noexcept { FDefaultDynamic = Value; }
+  IKBDefinedType GetExtendedTypeInfo() const;
+  virtual void SetExtendedTypeInfo(const IKBDefinedType& Value);
+  const TKBName& GetName() const noexcept { return FName; }
+  // Checks the name; with an owner the template re-files the slot under it.
+  virtual void SetName(const TKBName& Value);
+  IKBValue GetSlotDefault() const { return FSlotDefault; }
+  // Constants are shared, anything else is cloned; under dynamic type checks
+  // an invalid default raises _SInvalidSlotDefault.
+  virtual void SetSlotDefault(const IKBValue& Value);
+  TKBTypes GetSlotType() const noexcept { return FSlotType; }
+  virtual void SetSlotType(TKBTypes Value);
   std::intptr_t GetTag() const override { return FTag; }
   void SetTag(std::intptr_t Value) override { FTag = Value; }
+
+  // The owner's name, empty for a free slot.
+  TKBName GetTemplateName() const;
+  bool IsFuzzy() const noexcept { return FSlotType.Contains(dtFuzzy); }
+  bool IsMultiSlot() const noexcept { return FSlotType.Contains(dtMultiSlot); }
+  virtual IKBValue CreateValidDefault(bool Multi);
+  // Empty for a valid value, else "<reason> for <name> slot".
+  std::string GetInvalidValueString(const IKBValue& Value) const;
+  bool IsValid(const IKBValue& Value) const;
+  std::string ToString() const override;
+
+  bool Equals(const IFactSlot& Other) const;
+  bool Equals(const IInterface& Other) const override;
+  void Assign(const IInterface& Source) override;
+  void Assign(TPersistent* Source) override;
+  IFactSlot Clone() const;
+  IInterface CloneInterface() const override;
+
+protected:
+  ~TFactSlot() override;
+  // The default was changed from the outside.
+  virtual void ValueChanged(const IKBValue& Value);
+
+private:
+  friend class TFactTemplate;
+  // Under dynamic type checks of the owner's engine.
+  bool DynamicChecks() const;
+  void AssignSlot(const TFactSlot& Source);
+
+  TFactTemplate* FOwner;
+  IKBValue FSlotDefault;
+  TKBName FName;
+  TKBTypes FSlotType;
+  std::intptr_t FTag = 0;
+  IKBDefinedType FExtendedTypeInfo;
+  bool FDefaultDynamic = false;
+};
+
+// Slots by name, with an iterator over the slots in table order.
+class TFactTemplateSlots : public TVXStringHashTable<IFactSlot> {
+public:
+  TFactTemplateSlots() : TVXStringHashTable<IFactSlot>(11) {}
+  IInterfaceIterator GetIterator() const;
+};
+
+// ---------------------------------------------------------------- TFactTemplate
+
+// A class of facts: its relation name and its named slots. A template with
+// one multislot "__Data" is ordered: its facts are plain lists of fields.
+class TFactTemplate : public TModuleConstruct {
+public:
+  // AOwner is the engine or any other owner; with an engine the template's
+  // home is the engine's current module.
+  explicit TFactTemplate(TPersistent* AOwner);
+  TFactTemplate(TPersistent* AOwner, const TKBName& AName);
+  // A child of AParent: a copy of the parent with its own name and comment.
+  TFactTemplate(TPersistent* AOwner, const TKBName& AName, const std::string& AComment, const IFactTemplate& AParent);
+
+  TPersistent* GetAOwner() const noexcept { return FOwner; }
+  // The owner when it is an engine.
+  TInferenceEngine* GetEngine() const noexcept;
+  const TKBName& GetTemplateName() const noexcept { return FTemplateName; }
+  // Checks the name; with an engine the engine is told of the rename first.
+  virtual void SetTemplateName(const TKBName& Value);
+  const std::string& GetComment() const noexcept { return FComment; }
+  virtual void SetComment(const std::string& Value) { FComment = Value; }
+  bool IsBackwardChaining() const noexcept { return FBackwardChaining; }
+  virtual void SetBackwardChaining(bool Value) { FBackwardChaining = Value; }
+  IFactTemplate GetParent() const { return FParent; }
+  virtual void SetParent(const IFactTemplate& Value);
+  bool IsOrdered() const noexcept { return FOrdered; }
+  // True when a slot holds fuzzy values; cached until a slot type changes.
+  bool IsFuzzy() const;
+  // Hash of the name and the sorted slot names; cached until a name changes.
+  std::int32_t GetHashCode() const;
+
+  int GetSlotCount() const { return FFactSlots.GetCount(); }
+  // Raises _SInvalidSlotName for an unknown name.
+  IFactSlot GetSlot(const TKBName& Name) const;
+  const TFactTemplateSlots& GetSlots() const noexcept { return FFactSlots; }
+  // The slot names in sorted order.
+  const TStringList<>& GetSlotNames() const noexcept { return FFactSlotNames; }
+  // Raises _SNoIndexNameMatch when Slot's name isn't Name.
+  virtual void SetSlot(const TKBName& Name, const IFactSlot& Slot);
+  virtual IFactSlot AddMultiSlot(const TKBName& Name, const IKBValue& Default);
+  virtual IFactSlot AddSlot(const TKBName& Name, const IKBValue& Default);
+  // Adds a copy of Slot; the given slot is never shared.
+  virtual IFactSlot AddSlot(const IFactSlot& Slot);
+  bool ContainsSlot(const TKBName& Name) const { return FFactSlots.ContainsKey(Name); }
+  bool ContainsSlot(const TKBName& Name, IFactSlot& Slot) const;
+  // The first slot constrained by that very type, else nil.
+  IFactSlot ContainsType(const IKBDefinedType& DefinedType) const;
+  virtual void RemoveSlot(const TKBName& Name);
+  virtual void ClearSlots();
+
+  // A fact of this template with id -1, filled with defaults.
+  virtual IFact NewFact();
+  // Gives Fact a clone of each slot's default; dynamic defaults are resolved
+  // in the engine's global context.
+  virtual void FillFactWithDefaults(const IFact& Fact);
+  // Clears the slots and rebuilds each from Source's.
+  void AssignSlots(const IFactTemplate& Source);
+
+  std::string ToString() const override;
+  bool Equals(const IFactTemplate& Other) const;
+  bool Equals(const IInterface& Other) const override;
+  void Assign(TPersistent* Source) override;
+  void Assign(const IInterface& Source) override;
+  // A copy owned by AOwner. It starts as "<name> Copy" under an engine and
+  // nameless otherwise, then takes this template's name with the rest of it
+  // (the engine is not told).
+  IFactTemplate Clone(TPersistent* AOwner) const;
+  IInterface CloneInterface() const override;
+
+protected:
+  ~TFactTemplate() override;
+  // The hooks a slot calls on its owner.
+  virtual void NewSlotName(TFactSlot* Slot, TKBName& Name);
+  virtual void NewSlotDefault(TFactSlot* Slot, IKBValue& Value);
+  virtual void NewSlotType(TFactSlot* Slot, TKBTypes& Types);
+  virtual std::string SlotToString(const TFactSlot* Slot) const;
+
+private:
+  friend class TFactSlot;
+  void UpdateOrdered();
+  void MarkStale() noexcept;
+  // Clears the owner of a slot that leaves this template.
+  void ReleaseSlot(const IFactSlot& Slot) noexcept;
+
+  bool FBackwardChaining = false;
+  IFactTemplate FParent;
+  std::string FComment;
+  TFactTemplateSlots FFactSlots;
+  TKBName FTemplateName;
+  bool FOrdered = false;
+  TPersistent* FOwner;
+  mutable bool FNeedIsFuzzy = true;
+  mutable bool FIsFuzzy = false;
+  mutable bool FNeedHashCode = true;
+  mutable std::int32_t FHashCode = 0;
+  TStringList<> FFactSlotNames;
+};
+
+// ---------------------------------------------------------------- TFact
+
+struct TFactValueHashtableEntry {
+  IKBValue Item;
+  IFactSlot Slot;  // nil: not yet looked up
+};
+
+class TFactValues : public TVXStringHashTable<TFactValueHashtableEntry> {
+public:
+  TFactValues() : TVXStringHashTable<TFactValueHashtableEntry>(11) {}
+  // Over the values in table order.
+  IInterfaceIterator GetIterator() const;
+};
+
+// One item of working memory. Slot values are filled in lazily from the
+// template's defaults as they are read.
+class TFact : public TPersistent, public TRefCounted, public ICloneable {
+public:
+  explicit TFact(const IFactTemplate& ATemplate = nullptr, const IFact& ASource = nullptr);
+
+  std::int32_t GetID() const noexcept { return FID; }
+  virtual void SetID(std::int32_t Value) { FID = Value; }
+  IFactTemplate GetTemplate() const { return FTemplate; }
+  // Values of the slots the two templates share survive the change.
+  virtual void SetTemplate(const IFactTemplate& Value);
+  std::intptr_t GetTag() const override { return FTag; }
+  void SetTag(std::intptr_t Value) override { FTag = Value; }
+
+  // The slot's value, entered from the default on first reading; raises
+  // _SInvalidSlotName for a slot the template lacks.
+  IKBValue GetValue(const TKBName& Name) const;
+  // The slot's value like GetValue, or nil for a slot the template lacks.
+  IKBValue ContainsKey(const TKBName& Name) const;
+  // Shares Value; under dynamic type checks converts or refuses it.
+  virtual void SetValue(const TKBName& Name, const IKBValue& Value);
+  // Takes clones of Source's values; both must have the same template.
+  virtual void AssignValues(const IFact& Source);
+  IInterfaceIterator GetSlotValues() const;
+  IStringIterator GetSlotNames() const;
+
+  // Template identity and the values of the non-fuzzy slots.
+  bool Equals(const IFact& Other) const;
+  bool Equals(const IInterface& Other) const override;
+  // Template hash and the text of the values in sorted slot order.
+  std::int32_t GetHashCode() const;
+  std::string ToString() const override;
+  // "f-<id> <text>", the id padded to the digits of the engine's counter.
+  std::string GetToIDString() const;
+
+  void Assign(TPersistent* Source) override;
+  void Assign(const IInterface& Source) override;
+  IFact Clone() const;
+  IInterface CloneInterface() const override;
 
 protected:
   ~TFact() override = default;
 
 private:
-  IFactTemplate FTemplate;
+  // The engine of the template's owner, if any.
+  TInferenceEngine* TemplateEngine() const noexcept;
+  // Crosses engines through the fact's text; true when it did.
+  bool AssignAcrossEngines(const TFact& Source);
+  // Both Assign forms; ThroughSetValue is the persistent one.
+  void AssignFact(const TFact& Source, bool ThroughSetValue);
+  static std::vector<std::pair<std::string, IKBValue>> CloneValues(const TFact& Source);
+  // Empties the table and enters Values, each with a nil slot.
+  void ReplaceValues(std::vector<std::pair<std::string, IKBValue>>&& Values);
+
+  mutable TFactValues FValues;
+  std::int32_t FID = -1;
   std::intptr_t FTag = 0;
+  IFactTemplate FTemplate;
 };
 
-}  // namespace cogent
+// ---------------------------------------------------------------- fact sets
 
-#include "cogent/facts/KBModule.h"
+class TFactSet;
 
-namespace cogent {
-
-// A fact template: a relation name with its slots. Slots, defaults and
-// inheritance come with working memory; for now a template is its name, its
-// comment and its home module.
-class TFactTemplate : public TModuleConstruct {
+// The lines of a fact set: each fact's text, with the parsed fact as data.
+class TFactSetFacts : public TStringList<IInterface> {
 public:
-  TFactTemplate(TComponent* AEngine, const TKBName& AName);
-
-  const TKBName& GetName() const noexcept { return FName; }
-  void SetName(const TKBName& Value);
-  const std::string& GetComment() const noexcept { return FComment; }
-  void SetComment(const std::string& Value) { FComment = Value; }
-  TComponent* GetEngine() const noexcept { return FEngine; }
-  // A new fact of this template.
-  IFact NewFact();
-
-protected:
-  ~TFactTemplate() override = default;
+  explicit TFactSetFacts(TFactSet* AFactSet) : FFactSet(AFactSet) {}
+  IFact GetFactData(int Index) const { return GetData(Index).As<TFact>(); }
+  void PutFactData(int Index, const IFact& Fact) { PutData(Index, Fact); }
+  int IndexOfData(const IFact& Fact) const;
+  TFactSet* GetFactSet() const noexcept { return FFactSet; }
 
 private:
-  TComponent* FEngine;
-  TKBName FName;
+  TFactSet* FFactSet;
+};
+
+// A named list of facts asserted at each reset, kept as text and as parsed
+// facts side by side so that it can live without an engine.
+class TFactSet : public TComponent {
+public:
+  explicit TFactSet(TComponent* AOwner);
+  TFactSet(TComponent* AOwner, const std::string& AModule, const TKBName& AName);
+  ~TFactSet() override;
+
+  const std::string& GetComment() const noexcept { return FComment; }
+  void SetComment(const std::string& Value) { FComment = Value; }
+  const TKBName& GetFactSetName() const noexcept { return FFactSetName; }
+  void SetFactSetName(const TKBName& Value);
+  // Empty means "MAIN".
+  const std::string& GetModule() const noexcept { return FModule; }
+  void SetModule(const std::string& Value);
+  TComponent* GetEngine() const noexcept { return FEngine; }
+  // Enters the set into its module's fact sets and parses its lines anew.
+  void SetEngine(TComponent* Value);
+  // Moves the set between engines without parsing.
+  void SetEngineNoParse(TComponent* Value);
+  TFactSetFacts* GetFacts() const noexcept { return FFacts; }
+  void SetFacts(const TStrings& Value);
+
+  int GetCount() const { return FFacts->GetCount(); }
+  virtual void AddFact(const IFact& Fact);
+  // The parsed fact of a line, parsing it when needed; may be nil.
+  IFact GetFact(int Index);
+  void SetFact(int Index, const IFact& Fact);
+  int IndexOf(const IFact& Fact) const { return FFacts->IndexOfData(Fact); }
+  void Remove(const IFact& Fact);
+  // Focuses the set's module when another is current; gives the module that
+  // was current then, else nil.
+  IModule FocusModule(bool Force);
+  // Asserts a resolved clone of each fact into the set's module.
+  virtual void Reset();
+  virtual void Reload();
+  TFactSet* Clone(TComponent* AOwner) const;
+  void Assign(TPersistent* Source) override;
+  std::string ToString() const override;
+
+protected:
+  void Notification(TComponent* AComponent, TOperation Operation) override;
+  void Loaded() override;
+
+private:
+  TInferenceEngine* Engine() const noexcept;
+  // Takes the set out of every module's fact sets of AEngine, telling nobody.
+  void LeaveLists(TInferenceEngine* AEngine);
+  void ForgetParsedFacts();
+  void ParseLines();
+
   std::string FComment;
+  TComponent* FEngine = nullptr;
+  TKBName FFactSetName = "FactSet";
+  TFactSetFacts* FFacts;
+  std::string FModule;
 };
 
 }  // namespace cogent

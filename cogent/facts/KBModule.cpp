@@ -239,3 +239,9 @@ bool TModule::Equals(const IInterface& Other) const {
 }
 
 }  // namespace cogent
+
+namespace cogent {
+
+IFact TModule::GetNullFact() const { return FNullFact; }
+
+}  // namespace cogent

@@ -126,7 +126,7 @@ public:
   TReteNetwork* GetRete() const noexcept { return FRete; }
   TRules* GetRules() const noexcept { return FRules; }
   TFactsPending* GetFactsPending() const noexcept { return FFactsPending; }
-  IFact GetNullFact() const { return FNullFact; }
+  IFact GetNullFact() const;
   TKBPattern* GetInitialFactPattern() const noexcept { return FInitialFactPattern; }
 
   void Assign(const IInterface& Source) override;

@@ -3,6 +3,8 @@
 // family that implements it, and the views of the engine that lower layers
 // hold (not counted).
 
+#include <string>
+
 #include "cogent/host/RefCounted.h"
 
 namespace cogent {
@@ -17,6 +19,8 @@ class TFact;
 using IFact = Ref<TFact>;
 class TFactTemplate;
 using IFactTemplate = Ref<TFactTemplate>;
+class TFactSlot;
+using IFactSlot = Ref<TFactSlot>;
 class TFunctionCall;
 using IFunCall = Ref<TFunctionCall>;
 class TKBDefinedType;
@@ -34,6 +38,21 @@ using IModuleExport = Ref<TModuleImportExport>;
 // What values, functions and types see of the engine.
 class IReasoner {
 public:
+  // ------------------------------------------------------------ functions
+  // A function's description: its name, comment and syntax line.
+  virtual std::string PrettyPrint(const IUserFunction& UserFunction) const = 0;
+  // Enters the function under its name, following the engine's policy for
+  // a name that is taken.
+  virtual void AddUserFunction(const IUserFunction& UserFunction) = 0;
+  // Takes the function out, if it is the one entered under its name.
+  virtual void RemoveUserFunction(const IUserFunction& UserFunction) = 0;
+  virtual bool ContainsUserFunction(const std::string& Name) const = 0;
+  virtual bool ContainsUserFunction(const std::string& Name, IUserFunction& UserFunction) const = 0;
+  // Nil for a name that is not known.
+  virtual IUserFunction GetUserFunction(const std::string& Name) const = 0;
+  // Nil removes the function of that name.
+  virtual void SetUserFunction(const std::string& Name, const IUserFunction& UserFunction) = 0;
+
   virtual IModule GetCurrentModule() const = 0;
 
 protected:

@@ -43,6 +43,8 @@ COGENT_DECLARE_EXCEPTION(EWriteError, EStreamError)
 COGENT_DECLARE_EXCEPTION(EFOpenError, EStreamError)
 COGENT_DECLARE_EXCEPTION(EFCreateError, EStreamError)
 COGENT_DECLARE_EXCEPTION(EEncodingError, Exception)
+// The silent exception: it ends work at once and is never reported as an error.
+COGENT_DECLARE_EXCEPTION(EAbort, Exception)
 
 // The host's own message texts.
 inline constexpr const char* SAssignError = "Cannot assign a %s to a %s";

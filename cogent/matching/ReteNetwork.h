@@ -3,6 +3,7 @@
 // with matching; a network that holds no rules lets every token pass unseen.
 
 #include "cogent/facts/KBModule.h"
+#include "cogent/matching/KBToken.h"
 
 namespace cogent {
 
@@ -16,6 +17,8 @@ public:
   TInferenceEngine* GetEngine() const noexcept { return FEngine; }
   void SetEngine(TInferenceEngine* Value) noexcept { FEngine = Value; }
   TModule* GetModule() const noexcept { return FModule; }
+  // Sends a token through the network; with no rules nothing takes notice.
+  void ProcessToken(const IReteToken& Token) { (void)Token; }
 
 private:
   TInferenceEngine* FEngine;

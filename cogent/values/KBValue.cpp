@@ -4,8 +4,10 @@
 #include <cmath>
 #include <limits>
 
+#include "cogent/facts/KBContext.h"
 #include "cogent/facts/KBFacts.h"
 #include "cogent/functions/KBPackages.h"
+#include "cogent/matching/KBToken.h"
 #include "cogent/values/KBFuzzyLogic.h"
 
 namespace cogent {
@@ -687,6 +689,8 @@ std::string TKBValue::GetToString() const {
     case dtObject: {
       const TObject* Object = CellPointer<TObject>(FValue.VInteger);
       if (!Object) return {};
+      if (const auto* Info = dynamic_cast<const TBindingInfo*>(Object))
+        return "<" + Info->ClassName() + ": " + Info->ToString() + ">";
       return "<Object: " + Object->ClassName() + ">";
     }
     case dtClass: {
@@ -708,9 +712,32 @@ std::string TKBValue::GetToString() const {
 IKBValue TKBValue::Resolve(TObject* Context) {
   switch (FKBType) {
     case dtVariable:
-    case dtMultiVariable:
-      // Variables are bound only inside an evaluation context.
-      throw EKBException(Format(_SNoContext, GetKBTypeName(FKBType)));
+    case dtMultiVariable: {
+      const auto* KBContext = dynamic_cast<const TKBContext*>(Context);
+      if (!KBContext) throw EKBException(Format(_SNoContext, GetKBTypeName(FKBType)));
+      const TBinding* Binding = KBContext->FindBinding(FValue.Str);
+      if (!Binding || !Binding->GetValue()) throw EKBException(Format(_SCorruptedVariable, FValue.Str));
+      return Binding->GetValue();
+    }
+    case dtObject: {
+      const auto* Info = dynamic_cast<const TBindingInfo*>(CellPointer<TObject>(FValue.VInteger));
+      if (!Info) return Self();
+      const auto* KBContext = dynamic_cast<const TKBContext*>(Context);
+      if (!KBContext) throw EKBException(Format(_SNoContext, GetKBTypeName(FKBType)));
+      // The fact past the token's last one is the fact under test.
+      const IReteToken& Token = KBContext->GetToken();
+      const int FactCount = Token ? Token->GetFactCount() : 0;
+      IFact Fact;
+      if (Info->GetFactIndex() == FactCount && KBContext->GetFact())
+        Fact = KBContext->GetFact();
+      else if (Token)
+        Fact = Token->GetFact(Info->GetFactIndex());
+      if (!Fact) throw EListError(Format(SListIndexError, Info->GetFactIndex()));
+      if (Info->GetSlotIndex() == SPatternBinding) return IKBValue(new TKBValue(Fact->GetID(), dtFactId));
+      const IKBValue SlotValue = Fact->GetValue(Info->GetSlotIndex());
+      if (Info->GetSubIndex() == NoSubIndex) return SlotValue;
+      return SlotValue->GetAsList()->Get(Info->GetSubIndex());
+    }
     case dtFunCall:
       return GetAsFunCall()->Execute(Context);
     case dtSingletons: {

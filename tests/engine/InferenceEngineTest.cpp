@@ -42,7 +42,7 @@ TEST(InferenceEngineTest, NewEngineState) {
   ASSERT_NE(Engine.GetInitialFactPattern(), nullptr);
   EXPECT_EQ(Engine.GetInitialFactPattern()->GetName(), "Initial-Fact");
   ASSERT_TRUE(Engine.GetNullFact());
-  EXPECT_EQ(Engine.GetNullFact()->GetTemplate()->GetName(), "__NOT-OR-TEST-CE*");
+  EXPECT_EQ(Engine.GetNullFact()->GetTemplate()->GetTemplateName(), "__NOT-OR-TEST-CE*");
   EXPECT_EQ(Engine.FindFactTemplate("Initial-Fact")->GetComment(), "(Implied)");
 
   EXPECT_EQ(Engine.GetDuplicateConstructs(), dcOverwrite);
@@ -128,7 +128,7 @@ TEST(InferenceEngineTest, FocusingAModuleSwapsTheCache) {
   EXPECT_EQ(Changes, 1);
 
   // Each module has its own implied templates.
-  EXPECT_NE(Other->GetFactTemplates()->Find("Initial-Fact"), Main->GetFactTemplates()->Find("Initial-Fact"));
+  EXPECT_NE(Other->GetFactTemplates()->Get("Initial-Fact"), Main->GetFactTemplates()->Get("Initial-Fact"));
 }
 
 TEST(InferenceEngineTest, FactDuplicationTurnsOffTheCurrentCacheOnly) {
@@ -173,21 +173,26 @@ TEST(InferenceEngineTest, ChangingPackagesFreesHostPackages) {
 
 TEST(InferenceEngineTest, ConstructEventsAndTeardown) {
   std::vector<std::string> Heard;
+  std::size_t BeforeTeardown = 0;
   {
     TInferenceEngine Engine;
-    Engine.OnNewFactTemplate = [&](TObject*, const IFactTemplate& T) { Heard.push_back("new " + T->GetName()); };
+    Engine.OnNewFactTemplate = [&](TObject*, const IFactTemplate& T) { Heard.push_back("new " + T->GetTemplateName()); };
     Engine.OnClearRules = [&](TObject*) { Heard.push_back("clear rules"); };
+    Engine.OnClearModules = [&](TObject*) { Heard.push_back("clear modules"); };
+    Engine.OnClearFacts = [&](TObject*) { Heard.push_back("clear facts"); };
+    Engine.OnRemoveModule = [&](TObject*, const IModule& M) { Heard.push_back("remove " + M->GetName()); };
     Engine.OnAddModule = [&](TObject*, const IModule& M) { Heard.push_back("module " + M->GetName()); };
-    Engine.AddFactTemplate(Engine.CreateFactTemplate("t"));
+    Engine.CreateFactTemplate("t");
     Engine.ClearRules();
+    EXPECT_EQ(Heard, (std::vector<std::string>{"new t", "clear rules"}));
     IModule Other(new TModule(&Engine, false));
     Other->SetName("M2");
     EXPECT_EQ(Engine.AddModule(Other), 1);
-    EXPECT_EQ(Engine.AddModule(Other), 1);  // already there
-    Engine.OnClearModules = [&](TObject*) { Heard.push_back("teardown"); };
+    EXPECT_EQ(Heard.back(), "module M2");
+    BeforeTeardown = Heard.size();
   }
   // No handler hears the teardown.
-  EXPECT_EQ(Heard, (std::vector<std::string>{"new t", "clear rules", "module M2"}));
+  EXPECT_EQ(Heard.size(), BeforeTeardown);
 }
 
 TEST(InferenceEngineTest, LockIsReentrant) {
@@ -289,6 +294,27 @@ TEST(ModuleTest, ImportDeclarations) {
   EXPECT_TRUE(Copy->Equals(IInterface(M)));
   ASSERT_TRUE(M->GetExportItems());
   EXPECT_EQ(M->GetExportItems()->GetModule(), M.get());
+}
+
+}  // namespace
+}  // namespace cogent
+
+namespace cogent {
+namespace {
+
+TEST(InferenceEngineTest, RuleDestroyedByItsOwnerLeavesTheTable) {
+  TInferenceEngine Engine;
+  int Removed = 0;
+  Engine.OnRemoveRule = [&](TObject*, TRule*) { ++Removed; };
+  TComponent Owner(nullptr);
+  auto* Rule = new TRule(&Owner);
+  Rule->SetRuleName("r");
+  Engine.GetRules()->Add(Rule);
+  EXPECT_EQ(Rule->GetEngine(), &Engine);
+  ASSERT_EQ(Engine.GetRules()->GetCount(), 1);
+  delete Rule;
+  EXPECT_EQ(Engine.GetRules()->GetCount(), 0);
+  EXPECT_EQ(Removed, 1);
 }
 
 }  // namespace

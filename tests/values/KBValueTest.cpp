@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "cogent/facts/KBContext.h"
 #include "cogent/facts/KBFacts.h"
 #include "cogent/functions/KBPackages.h"
+#include "cogent/matching/KBToken.h"
 #include "cogent/values/KBFuzzyLogic.h"
 
 namespace cogent {
@@ -289,6 +291,52 @@ TEST(KBValueTest, ResolveGivesTheValueOrRunsTheCall) {
   EXPECT_EQ(CallValue->GetToString(), "(f)");
   EXPECT_EQ(ErrorOf([] { IKBValue(new TKBValue("x", dtVariable))->Resolve(nullptr); }),
             "No context found when trying to resolve a dtVariable value");
+}
+
+TEST(KBValueTest, ResolveFollowsBindingsAndTokenAddresses) {
+  TKBContext Context(nullptr, nullptr);
+  const IKBValue Bound = Atom("lamp");
+  Context.AddLocalBinding("x", Bound);
+  Context.AddBinding("unfilled", 0, "name", NoSubIndex);
+  EXPECT_EQ(IKBValue(new TKBValue("x", dtVariable))->Resolve(&Context), Bound);
+  EXPECT_EQ(IKBValue(new TKBValue("x", dtMultiVariable))->Resolve(&Context), Bound);
+  EXPECT_EQ(ErrorOf([&] { IKBValue(new TKBValue("y", dtVariable))->Resolve(&Context); }),
+            "Corrupted Binding, variable not found: y");
+  EXPECT_EQ(ErrorOf([&] { IKBValue(new TKBValue("unfilled", dtVariable))->Resolve(&Context); }),
+            "Corrupted Binding, variable not found: unfilled");
+  TComponent NotAContext(nullptr);
+  EXPECT_EQ(ErrorOf([&] { IKBValue(new TKBValue("x", dtMultiVariable))->Resolve(&NotAContext); }),
+            "No context found when trying to resolve a dtMultiVariable value");
+
+  // Addresses into a token of one fact, and the fact under test past it.
+  const IFactTemplate T(new TFactTemplate(nullptr, "item"));
+  T->AddSlot("name", Atom("none"));
+  T->AddMultiSlot("tags", List({Atom("a"), Atom("b")}));
+  const IFact First(new TFact(T));
+  First->SetID(5);
+  First->SetValue("name", Atom("first"));
+  const IFact Tested(new TFact(T));
+  Tested->SetValue("name", Atom("tested"));
+  Context.SetToken(IReteToken(new TKBToken(taAdd, std::vector<IFact>{First})));
+  auto Address = [](std::int32_t Fact, const std::string& Slot, std::int32_t Sub = NoSubIndex) {
+    return TBindingInfo(Fact, Slot, Sub);
+  };
+  auto ResolveAt = [&](TBindingInfo& Info, TObject* In) { return IKBValue(new TKBValue(&Info, false))->Resolve(In); };
+
+  TBindingInfo Name = Address(0, "name"), Id = Address(0, SPatternBinding), Tag = Address(0, "tags", 1),
+               Next = Address(1, "name");
+  EXPECT_EQ(IKBValue(new TKBValue(&Name, false))->GetToString(), "<TBindingInfo: FactIdx=0 SlotIdx=name>");
+  EXPECT_EQ(ResolveAt(Name, &Context), First->GetValue("name"));
+  EXPECT_EQ(ResolveAt(Id, &Context)->GetToString(), "<Fact-5>");
+  EXPECT_EQ(ResolveAt(Tag, &Context)->GetAsAtom(), "b");
+  EXPECT_THROW(ResolveAt(Next, &Context), EListError);
+  Context.SetFact(Tested);
+  EXPECT_EQ(ResolveAt(Next, &Context)->GetAsAtom(), "tested");
+  EXPECT_EQ(ErrorOf([&] { ResolveAt(Name, &NotAContext); }),
+            "No context found when trying to resolve a dtObject value");
+  // Any other object stands for itself.
+  const IKBValue Other(new TKBValue(&NotAContext, false));
+  EXPECT_EQ(Other->Resolve(nullptr), Other);
 }
 
 TEST(KBValueTest, SingletonsResolveToAFuzzySet) {

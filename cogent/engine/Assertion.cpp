@@ -1,0 +1,214 @@
+// The door of working memory: every fact that enters or leaves a module goes
+// through Assert and RetractFact, which number it, refuse duplicates, keep
+// the fact lists and their caches in step, send one token per module through
+// the network, trace the change and raise the events.
+
+#include <algorithm>
+
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/language/KBRuleParser.h"
+#include "cogent/matching/ReteNetwork.h"
+
+namespace cogent {
+
+namespace {
+// Focuses Module back when it goes, unless told the focus is already right.
+class TFocusGuard {
+public:
+  explicit TFocusGuard(IModule AModule) : FModule(std::move(AModule)) {}
+  ~TFocusGuard() {
+    if (FModule && FMoved) FModule->FocusModule();
+  }
+  TFocusGuard(const TFocusGuard&) = delete;
+  TFocusGuard& operator=(const TFocusGuard&) = delete;
+  void Moved() noexcept { FMoved = true; }
+  const IModule& Module() const noexcept { return FModule; }
+
+private:
+  IModule FModule;
+  bool FMoved = false;
+};
+
+// Sets a fact list's updating flag for the engine's own list work.
+class TUpdatingGuard {
+public:
+  explicit TUpdatingGuard(TFacts* AFacts) : FFacts(AFacts) { FFacts->SetUpdating(true); }
+  ~TUpdatingGuard() { FFacts->SetUpdating(false); }
+  TUpdatingGuard(const TUpdatingGuard&) = delete;
+  TUpdatingGuard& operator=(const TUpdatingGuard&) = delete;
+
+private:
+  TFacts* FFacts;
+};
+}  // namespace
+
+std::int32_t TInferenceEngine::Assert(const IFact& Fact, bool Unconditional) {
+  const IFactTemplate Template = Fact ? Fact->GetTemplate() : IFactTemplate();
+  if (!Template) throw EKBException(_SNoTemplate);
+
+  if (Template->IsFuzzy()) {
+    // A fuzzy fact is never refused: it takes over an equal fact's values.
+    if (FCurrentAgendaItem) FuzzyCorrelation(Fact, 1.0f);
+    const int Existing = FFacts->FindFact(Fact);
+    if (Existing >= 0) {
+      FuzzyOperation(Fact, FFacts->Get(Existing), !Unconditional);
+      RetractFact(Existing);
+    }
+  } else if (!FFactDuplication && FFacts->FindFact(Fact) >= 0) {
+    return -1;
+  }
+
+  const std::int32_t Id = NewFactId();
+  Fact->SetID(Id);
+  {
+    TFocusGuard Focus(FCurrentModule);
+    AddFactToModule(Fact, nullptr);
+    // A shared template puts the fact into every module that holds it.
+    if (Template->GetImportModuleCount() > 1) {
+      for (int I = 0; I < Template->GetImportModuleCount(); ++I) {
+        const IModule Module = Template->GetImportModule(I);
+        if (Module == Focus.Module()) continue;
+        Focus.Moved();
+        AddFactToModule(Fact, Module);
+      }
+    }
+  }
+  if (FWatch.Contains(cwFact) && OnPrintOut) PrintOut("", " ==> " + Fact->GetToIDString() + sLineBreak);
+  ProcessPendingFacts();
+  if (OnAssertion) OnAssertion(this, Fact);
+  return Id;
+}
+
+std::int32_t TInferenceEngine::Assert(const IFact& Fact, TFuzzyInferenceMethod FuzzyInference, bool Unconditional) {
+  if (FuzzyInference == FFuzzyInferenceMethod) return Assert(Fact, Unconditional);
+  const TFuzzyInferenceMethod Saved = FFuzzyInferenceMethod;
+  FFuzzyInferenceMethod = FuzzyInference;
+  try {
+    const std::int32_t Result = Assert(Fact, Unconditional);
+    FFuzzyInferenceMethod = Saved;
+    return Result;
+  } catch (...) {
+    FFuzzyInferenceMethod = Saved;
+    throw;
+  }
+}
+
+void TInferenceEngine::AddFactToModule(const IFact& Fact, const IModule& Module) {
+  if (Module) Module->FocusModule();
+  {
+    TUpdatingGuard Updating(FFacts);
+    FFacts->Add(Fact);
+  }
+  // The fact is in the list before the network sees it.
+  if (FRete) FRete->ProcessToken(IReteToken(new TKBToken(taAdd, Fact)));
+}
+
+void TInferenceEngine::RetractFact(int Index) {
+  const IFact Fact = FFacts->Get(Index);
+  if (OnRetraction) OnRetraction(this, Fact);
+  {
+    TFocusGuard Focus(FCurrentModule);
+    RemoveFactFromModule(Index, Fact, nullptr);
+    if (const IFactTemplate Template = Fact->GetTemplate(); Template && Template->GetImportModuleCount() > 1) {
+      for (int I = 0; I < Template->GetImportModuleCount(); ++I) {
+        const IModule Module = Template->GetImportModule(I);
+        if (Module == Focus.Module()) continue;
+        Focus.Moved();
+        RemoveFactFromModule(-1, Fact, Module);
+      }
+    }
+  }
+  if (FWatch.Contains(cwFact) && OnPrintOut) PrintOut("", " <== " + Fact->GetToIDString() + sLineBreak);
+  ProcessPendingFacts();
+}
+
+void TInferenceEngine::RemoveFactFromModule(int Index, const IFact& Fact, const IModule& Module) {
+  if (Module) Module->FocusModule();
+  // The network sees the retraction before the fact leaves the list.
+  if (FRete) FRete->ProcessToken(IReteToken(new TKBToken(taRemove, Fact)));
+  TUpdatingGuard Updating(FFacts);
+  if (Index == -1)
+    FFacts->Remove(IInterface(Fact));
+  else
+    FFacts->Delete(Index);
+}
+
+void TInferenceEngine::RetractFact(const IFact& Fact) { RetractFact(FFacts->IndexOf(Fact)); }
+
+void TInferenceEngine::Retract(std::int32_t FactId) {
+  const int Index = FFacts->FindFact(FactId);
+  if (Index >= 0) RetractFact(Index);
+}
+
+void TInferenceEngine::Retract(const IFact& Fact) {
+  const int Index = FFacts->FindFact(Fact);
+  if (Index >= 0) RetractFact(Index);
+}
+
+void TInferenceEngine::RetractFacts() {
+  if (FRete) FRete->ProcessToken(IReteToken(new TKBToken(taClear, nullptr)));
+  if (OnClearFacts) OnClearFacts(this);
+}
+
+void TInferenceEngine::AddPendingFact(const IFact& Fact, bool Assert) {
+  FFactsPending->AddObject(Assert ? "+" : "-", nullptr, IInterface(Fact));
+}
+
+void TInferenceEngine::ProcessPendingFacts() {
+  // First in, first out; what the assertions queue is served in the same loop.
+  while (FFactsPending && FFactsPending->GetCount() > 0) {
+    const IFact Fact = FFactsPending->GetData(0).As<TFact>();
+    const std::string Kind = FFactsPending->Get(0);
+    FFactsPending->Delete(0);
+    if (Kind.empty() || !Fact) continue;
+    if (Kind[0] == '+')
+      Assert(Fact, false);
+    else if (Kind[0] == '-')
+      Retract(Fact);
+  }
+}
+
+IFact TInferenceEngine::GetFactPending(int Index) const { return FFactsPending->GetData(Index).As<TFact>(); }
+
+void TInferenceEngine::BeginFactModify(const IFact& Fact) { Retract(Fact); }
+
+std::int32_t TInferenceEngine::EndFactModify(const IFact& Fact) { return Assert(Fact, false); }
+
+void TInferenceEngine::FuzzyCorrelation(const IFact&, float) {
+  // A firing rule's strength shapes the fuzzy slots of what it asserts here,
+  // once rules fire with a strength.
+}
+
+void TInferenceEngine::FuzzyOperation(const IFact&, const IFact&, bool) {
+  // An asserted fuzzy fact takes over the combined fuzzy values of the equal
+  // fact that stands here, once fuzzy inference is built.
+}
+
+TFacts* TInferenceEngine::GetFacts(bool Duplicates) const {
+  auto* Result = new TFacts(nullptr, nullptr);
+  try {
+    for (const IModule& Module : *FModules) {
+      if (!Module || !Module->GetFacts()) continue;
+      for (const IFact& Fact : *Module->GetFacts()) {
+        if (!Duplicates) {
+          const auto& Items = Result->Items();
+          if (std::find(Items.rbegin(), Items.rend(), Fact) != Items.rend()) continue;
+        }
+        Result->Add(Fact);
+      }
+    }
+  } catch (...) {
+    delete Result;
+    throw;
+  }
+  return Result;
+}
+
+// The printer of the engine's parser takes over here once the parser exists.
+std::string TInferenceEngine::PrettyPrint(const IFact& Fact) const { return cogent::PrettyPrint(Fact); }
+
+std::string TInferenceEngine::PrettyPrint(const TFact& Fact) const { return cogent::PrettyPrint(Fact); }
+
+std::string TInferenceEngine::PrettyPrint(const IFunCall& FunCall) const { return cogent::PrettyPrint(FunCall); }
+
+}  // namespace cogent

@@ -1,0 +1,332 @@
+// TFacts: the facts of one module, kept in ascending id order, with the
+// caches that find a fact by its content without scanning working memory.
+
+#include <algorithm>
+
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/engine/KBCollections.h"
+
+namespace cogent {
+
+namespace {
+// Below this many facts a scan beats a binary search.
+constexpr int BinarySearchThreshold = 5;
+
+bool IsFuzzyFact(const IFact& Fact) {
+  const IFactTemplate Template = Fact->GetTemplate();
+  return Template && Template->IsFuzzy();
+}
+
+// The module a fact's template calls home.
+const TModule* HomeOf(const IFact& Fact) {
+  const TFactTemplate* Template = Fact ? Fact->GetTemplate().get() : nullptr;
+  return Template ? Template->GetModuleObject() : nullptr;
+}
+}  // namespace
+
+TFacts::TFacts(TInferenceEngine* AEngine, TModule* AModule) : TKBEngineBound(AEngine, AModule) {
+  SetCacheHashCodes(true);
+}
+
+TFacts::~TFacts() { FreeCache(); }
+
+// ---------------------------------------------------------------- caches
+
+void TFacts::CreateCache() {
+  FCache = new TVXHashTable<std::int32_t, IFact>(std::max(GetCount(), 101));
+  FFuzzyCache = new TInterfaceListPersistent<TFact>();
+  for (const IFact& Fact : *this) CacheAdd(Fact);
+}
+
+void TFacts::FreeCache() {
+  FreeAndNil(FCache);
+  FreeAndNil(FFuzzyCache);
+}
+
+void TFacts::SetCacheHashCodes(bool Value) {
+  if (Value == FCacheHashCodes) return;
+  FCacheHashCodes = Value;
+  if (FCache)
+    FreeCache();
+  else
+    CreateCache();
+}
+
+void TFacts::CacheAdd(const IFact& Fact) {
+  if (!FCacheHashCodes || !FCache || !Fact) return;
+  if (IsFuzzyFact(Fact))
+    FFuzzyCache->Add(Fact);
+  else
+    FCache->PutItem(Fact->GetHashCode(), Fact);
+}
+
+void TFacts::CacheRemove(const IFact& Fact) {
+  if (!FCacheHashCodes || !FCache || !Fact) return;
+  if (IsFuzzyFact(Fact)) {
+    FFuzzyCache->Remove(Fact);
+    return;
+  }
+  // The entry under the hash may be another, equal fact (duplicates allowed
+  // while the cache was off): only the fact itself leaves.
+  const std::int32_t Hash = Fact->GetHashCode();
+  IFact Cached;
+  if (FCache->ContainsKey(Hash, Cached) && Cached == Fact) FCache->Remove(Hash);
+}
+
+// ---------------------------------------------------------------- list work
+
+int TFacts::ListAdd(const IFact& Item) {
+  const int Index = TInterfaceListPersistent<TFact>::Add(Item);
+  CacheAdd(Item);
+  return Index;
+}
+
+void TFacts::ListDelete(int Index) {
+  const IFact Fact = Get(Index);
+  CacheRemove(Fact);
+  TInterfaceListPersistent<TFact>::Delete(Index);
+}
+
+int TFacts::Add(const IFact& Item) {
+  if (FUpdating || !FEngine) return ListAdd(Item);
+  // From outside the list is a door to working memory.
+  if (FPreserveIDs && Item && Item->GetID() != -1 && FindFact(Item->GetID()) < 0) {
+    const std::int32_t Saved = FEngine->FFactIdCounter;
+    FEngine->FFactIdCounter = Item->GetID();
+    try {
+      FEngine->Assert(Item, false);
+    } catch (...) {
+      FEngine->FFactIdCounter = std::max(Saved, FEngine->FFactIdCounter);
+      throw;
+    }
+    FMaxID = std::max(FMaxID, Item->GetID());
+    FEngine->FFactIdCounter = std::max(Saved, FMaxID + 1);
+  } else {
+    FEngine->Assert(Item, false);
+    if (Item) FMaxID = std::max(FMaxID, Item->GetID());
+  }
+  return GetCount() - 1;
+}
+
+void TFacts::Insert(int Index, const IFact& Item) {
+  if (FUpdating || !FEngine) {
+    TInterfaceListPersistent<TFact>::Insert(Index, Item);
+    CacheAdd(Item);
+    return;
+  }
+  CheckIndex(Index, GetCount() + 1);
+  FEngine->Assert(Item, false);
+  const int Current = IndexOf(Item);
+  if (Current < 0) return;
+  FUpdating = true;
+  TInterfaceListPersistent<TFact>::Delete(Current);
+  TInterfaceListPersistent<TFact>::Insert(std::min(Index, GetCount()), Item);
+  FUpdating = false;
+}
+
+void TFacts::Delete(int Index) {
+  if (!FUpdating && FEngine) {
+    FEngine->RetractFact(Index);
+    return;
+  }
+  ListDelete(Index);
+}
+
+int TFacts::Remove(const IInterface& Item) {
+  const IFact Fact = Item.As<TFact>();
+  if (!Fact) return -1;
+  const int Index = IndexOf(Fact);
+  if (Index < 0) return -1;
+  if (!FUpdating && FEngine)
+    FEngine->RetractFact(Index);
+  else
+    ListDelete(Index);
+  return Index;
+}
+
+void TFacts::Clear() {
+  if (FCache) {
+    FCache->Clear();
+    FFuzzyCache->Clear();
+  }
+  TInterfaceListPersistent<TFact>::Clear();
+  FMaxID = 0;
+  if (FEngine) FEngine->RetractFacts();
+}
+
+void TFacts::Clear(TConstructScope Scope) {
+  for (int I = GetCount() - 1; I >= 0; --I) {
+    const IFact Fact = Get(I);
+    const bool Local = HomeOf(Fact) == FModule;
+    if ((Scope == csImported && Local) || (Scope == csLocal && !Local)) continue;
+    if (FEngine)
+      FEngine->RemoveFactFromModule(I, Fact, nullptr);
+    else
+      ListDelete(I);
+  }
+}
+
+// ---------------------------------------------------------------- lookup
+
+int TFacts::IndexOf(const IFact& Item) const {
+  if (!Item) return -1;
+  const std::int32_t Id = Item->GetID();
+  if (GetCount() < BinarySearchThreshold || Id == -1)
+    return TInterfaceListPersistent<TFact>::IndexOf(Item);
+  return FindFact(Id);
+}
+
+int TFacts::FindFact(std::int32_t FactId) const {
+  const auto& List = Items();
+  if (GetCount() < BinarySearchThreshold) {
+    for (std::size_t I = 0; I < List.size(); ++I)
+      if (List[I] && List[I]->GetID() == FactId) return static_cast<int>(I);
+    return -1;
+  }
+  const auto It = std::lower_bound(List.begin(), List.end(), FactId, [](const IFact& Fact, std::int32_t Id) {
+    return (Fact ? Fact->GetID() : -1) < Id;
+  });
+  if (It == List.end() || !*It || (*It)->GetID() != FactId) return -1;
+  return static_cast<int>(It - List.begin());
+}
+
+int TFacts::FindFact(const IFact& AFact) const {
+  if (!AFact) return -1;
+  if (!FPreserveIDs && FCacheHashCodes && FCache) {
+    if (IsFuzzyFact(AFact)) {
+      for (const IFact& Item : *FFuzzyCache)
+        if (AFact->Equals(Item)) return IndexOf(Item);
+      return -1;
+    }
+    // Equal hash codes count as equal facts: no second comparison.
+    IFact Found;
+    if (!FCache->ContainsKey(AFact->GetHashCode(), Found)) return -1;
+    return IndexOf(Found);
+  }
+  const auto& List = Items();
+  for (std::size_t I = 0; I < List.size(); ++I)
+    if (List[I] && List[I]->Equals(AFact)) return static_cast<int>(I);
+  return -1;
+}
+
+IFact TFacts::GetFactByID(std::int32_t FactId) const {
+  const int Index = FindFact(FactId);
+  return Index < 0 ? IFact() : Get(Index);
+}
+
+void TFacts::SortByID() {
+  Sort([](const IFact& A, const IFact& B) {
+    const std::int32_t IdA = A ? A->GetID() : -1;
+    const std::int32_t IdB = B ? B->GetID() : -1;
+    return IdA < IdB ? -1 : (IdA > IdB ? 1 : 0);
+  });
+}
+
+int TFacts::GetImportCount() const {
+  return static_cast<int>(
+      std::count_if(begin(), end(), [this](const IFact& Fact) { return HomeOf(Fact) != FModule; }));
+}
+
+// ---------------------------------------------------------------- text
+
+std::string TFacts::ToString() const {
+  std::string Result;
+  for (const IFact& Fact : *this) {
+    if (!Result.empty()) Result += sLineBreak;
+    if (Fact) Result += Fact->ToString();
+  }
+  return Result;
+}
+
+std::string TFacts::GetToIDString() const {
+  std::string Result;
+  for (const IFact& Fact : *this) {
+    if (!Result.empty()) Result += sLineBreak;
+    if (Fact) Result += Fact->GetToIDString();
+  }
+  return Result;
+}
+
+std::string TFacts::LocalsToString(bool IncludeIDs) const {
+  std::string Result;
+  bool First = true;
+  for (const IFact& Fact : *this) {
+    if (!Fact || HomeOf(Fact) != FModule) continue;
+    if (!First) Result += sLineBreak;
+    First = false;
+    Result += IndentString() + (IncludeIDs ? Fact->GetToIDString() : Fact->ToString());
+  }
+  return Result;
+}
+
+// ---------------------------------------------------------------- copying
+
+void TFacts::AddCopies(const TFacts& Source) {
+  for (const IFact& SourceFact : Source) {
+    if (!SourceFact) continue;
+    const IFactTemplate SourceTemplate = SourceFact->GetTemplate();
+    IFact Copy;
+    if (!SourceTemplate || !FEngine || SourceTemplate->GetEngine() == FEngine) {
+      Copy = IFact(new TFact(SourceTemplate));
+      if (SourceTemplate) Copy->AssignValues(SourceFact);
+    } else {
+      IFactTemplate Template = FEngine->FindFactTemplate(SourceTemplate->GetTemplateName());
+      if (Template && !Template->Equals(SourceTemplate))
+        throw EKBException(
+            Format(_SFactTemplatesDifferent, Template->GetTemplateName(), SourceTemplate->GetTemplateName()));
+      if (!Template) {
+        Template = FEngine->CreateFactTemplate(SourceTemplate->GetTemplateName());
+        Template->Assign(static_cast<TPersistent*>(SourceTemplate.get()));
+      }
+      Copy = IFact(new TFact(Template));
+      const TStringList<>& Names = SourceTemplate->GetSlotNames();
+      for (int I = 0; I < Names.GetCount(); ++I) {
+        const std::string Name = Names.Get(I);
+        if (const IKBValue Value = SourceFact->GetValue(Name)) Copy->SetValue(Name, Value->Clone());
+      }
+    }
+    Add(Copy);
+  }
+}
+
+void TFacts::Assign(TPersistent* Source) {
+  auto* Facts = dynamic_cast<TFacts*>(Source);
+  if (!Facts) {
+    TInterfaceListPersistent<TFact>::Assign(Source);
+    return;
+  }
+  if (Facts == this) return;
+  Clear();
+  AddCopies(*Facts);
+}
+
+void TFacts::AssignLocal(TPersistent* Source) {
+  auto* Facts = dynamic_cast<TFacts*>(Source);
+  if (!Facts) {
+    TInterfaceListPersistent<TFact>::Assign(Source);
+    return;
+  }
+  if (Facts == this) return;
+  for (int I = GetCount() - 1; I >= 0; --I)
+    if (HomeOf(Get(I)) == FModule) Delete(I);
+  AddCopies(*Facts);
+}
+
+void TFacts::AssignTo(TPersistent* Dest) {
+  auto* Strings = dynamic_cast<TStrings*>(Dest);
+  if (!Strings) {
+    TInterfaceListPersistent<TFact>::AssignTo(Dest);
+    return;
+  }
+  Strings->BeginUpdate();
+  try {
+    Strings->Clear();
+    for (const IFact& Fact : *this) Strings->Add(Fact ? Fact->ToString() : std::string());
+  } catch (...) {
+    Strings->EndUpdate();
+    throw;
+  }
+  Strings->EndUpdate();
+}
+
+}  // namespace cogent

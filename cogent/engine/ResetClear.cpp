@@ -1,0 +1,364 @@
+// The engine's module list, the focus stack, reset and clear, and the
+// routing of output.
+
+#include "cogent/common/VXCommon.h"
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/facts/KBSlotTest.h"
+#include "cogent/functions/KBPackages.h"
+
+namespace cogent {
+
+namespace {
+
+constexpr const char* CRLF = "\r\n";
+
+// Puts the remembered module back in focus when the scope ends, however it ends.
+class TFocusBack {
+public:
+  explicit TFocusBack(IModule AModule) : FModule(std::move(AModule)) {}
+  ~TFocusBack() {
+    if (FModule) FModule->FocusModule();
+  }
+  TFocusBack(const TFocusBack&) = delete;
+  TFocusBack& operator=(const TFocusBack&) = delete;
+
+private:
+  IModule FModule;
+};
+
+// The list's own check comes after the fact; this one refuses the module
+// before a module of its name is taken away.
+void CheckImportOrder(const TModules& Modules, const IModule& Module) {
+  if (!Modules.GetEnforceImportOrder() || Module->GetImportModuleCount() == 0) return;
+  std::vector<IModule> Future;
+  for (const IModule& Item : Modules)
+    if (Item && Item->GetName() != Module->GetName()) Future.push_back(Item);
+  const auto NewIndex = Module->IsMain() ? 0 : Future.size();
+  Future.insert(Future.begin() + static_cast<std::ptrdiff_t>(NewIndex), Module);
+  for (int I = 0; I < Module->GetImportModuleCount(); ++I) {
+    const IModuleImport Import = Module->GetImportModule(I);
+    if (!Import) continue;
+    for (std::size_t J = NewIndex + 1; J < Future.size(); ++J)
+      if (Future[J]->GetName() == Import->GetName())
+        throw EKBException(Format(_SInvalidModuleDependency, Module->GetName(), Import->GetName()));
+  }
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------- modules
+
+int TInferenceEngine::AddModule(const IModule& Module) {
+  if (!Module) return -1;
+  CheckImportOrder(*FModules, Module);
+  const int Existing = FModules->IndexOf(Module->GetName());
+  if (Existing >= 0) RemoveModule(FModules->Get(Existing));
+
+  FIsModuleOp = Module;
+  int Index = -1;
+  try {
+    if (Module->IsMain()) {
+      FModules->ListInsert(0, Module);
+      Index = 0;
+    } else {
+      Index = FModules->ListAdd(Module);
+    }
+  } catch (...) {
+    // The list refused it after the fact (import order): take it out again.
+    const int Placed = FModules->IndexOf(Module);
+    if (Placed >= 0) FModules->ListDelete(Placed);
+    FIsModuleOp = nullptr;
+    throw;
+  }
+  FIsModuleOp = nullptr;
+
+  Module->Prepare();
+  // The module's imports take effect here once modules import constructs.
+  if (OnAddModule) OnAddModule(this, Module);
+  return Index;
+}
+
+void TInferenceEngine::RemoveModule(const IModule& Module) {
+  if (!Module || Module == FIsModuleOp) return;
+  if (OnRemoveModule) OnRemoveModule(this, Module);
+  Clear(Module);
+  Module->Release();
+  if (FFocusStack)
+    for (int I = FFocusStack->GetCount() - 1; I >= 0; --I)
+      if (FFocusStack->GetRef(I) == Module) FFocusStack->ListDelete(I);
+
+  FIsModuleOp = Module;
+  const int Index = FModules->IndexOf(Module);
+  if (Index >= 0) {
+    try {
+      FModules->ListDelete(Index);
+    } catch (...) {
+      FIsModuleOp = nullptr;
+      throw;
+    }
+  }
+  FIsModuleOp = nullptr;
+
+  if (FModules->GetCount() == 0) {
+    FAgenda = nullptr;
+    FDefinedTypes = nullptr;
+    FFacts = nullptr;
+    FFactSets = nullptr;
+    FFactTemplates = nullptr;
+    FRete = nullptr;
+    FRules = nullptr;
+    FFactsPending = nullptr;
+    FInitialFactPattern = nullptr;
+    FNullFact = nullptr;
+    FCurrentModule = nullptr;
+  } else {
+    // The released module's collections are gone: the cache must not keep them.
+    if (FCurrentModule == Module) FCurrentModule = nullptr;
+    SetCurrentModule(FModules->Get(0));
+  }
+}
+
+void TInferenceEngine::RenameFactTemplate(TFactTemplate* Template, const TKBName& OldName, const TKBName& NewName) {
+  if (!Template || OldName == NewName) return;
+  const IFactTemplate Renamed(Template);
+  // Every table that holds the template must take the new name before any changes.
+  std::vector<TFactTemplates*> Tables;
+  for (const IModule& Module : *FModules) {
+    TFactTemplates* Table = Module ? Module->GetFactTemplates() : nullptr;
+    IFactTemplate Stored;
+    if (!Table || !Table->TryGetValue(OldName, Stored) || Stored != Renamed) continue;
+    IFactTemplate Other;
+    if (Table->TryGetValue(NewName, Other) && Other != Renamed)
+      throw EKBException(Format(_SDuplicateTemplateNames, NewName));
+    Tables.push_back(Table);
+  }
+  // Rules and facts that name the template follow it here once redefinition exists.
+  for (TFactTemplates* Table : Tables) Table->Rekey(Renamed, OldName, NewName);
+}
+
+void TInferenceEngine::RemoveDependencies(const IFactTemplate& Template) {
+  if (!Template) return;
+  // Rules, facts and templates that depend on it go too once redefinition exists.
+  for (const IModule& Module : FModules->Items())
+    if (TFactTemplates* Table = Module ? Module->GetFactTemplates() : nullptr) Table->Forget(Template);
+}
+
+// ---------------------------------------------------------------- focus
+
+void TInferenceEngine::PushFocus(const IModule& Module) {
+  if (!Module || PeekFocus() == Module) return;
+  FFocusStack->ListInsert(0, Module);
+  if (FWatch.Contains(cwFocus) && OnPrintOut) {
+    if (FFocusStack->GetCount() == 1)
+      PrintOut("", "==> Focus " + Module->GetName() + CRLF);
+    else
+      PrintOut("", "==> Focus " + Module->GetName() + " from " + FFocusStack->GetRef(1)->GetName() + CRLF);
+  }
+  if (Module == FCurrentModule)
+    DoChangeCurrentModule();
+  else
+    SetCurrentModule(Module);
+  if (OnPushFocus) OnPushFocus(this, Module);
+}
+
+void TInferenceEngine::PushFocus(const std::string& ModuleName) { PushFocus(FModules->GetModule(ModuleName)); }
+
+IModule TInferenceEngine::PeekFocus() const {
+  return FFocusStack && FFocusStack->GetCount() > 0 ? FFocusStack->Get(0) : IModule();
+}
+
+IModule TInferenceEngine::PopFocus() {
+  if (!FFocusStack || FFocusStack->GetCount() == 0) return nullptr;
+  const IModule Result = FFocusStack->Get(0);
+  FFocusStack->ListDelete(0);
+  const IModule Top = PeekFocus();
+  if (Top)
+    SetCurrentModule(Top);
+  else
+    FHalt = true;
+  if (FWatch.Contains(cwFocus) && OnPrintOut && Result) {
+    if (Top)
+      PrintOut("", "==> Focus " + Result->GetName() + " to " + Top->GetName() + CRLF);
+    else
+      PrintOut("", "<== Focus " + Result->GetName() + CRLF);
+  }
+  if (OnPopFocus) OnPopFocus(this, Result);
+  return Result;
+}
+
+// ---------------------------------------------------------------- reset
+
+void TInferenceEngine::Reset() {
+  FFactIdCounter = 0;
+  while (PeekFocus()) PopFocus();
+  PushFocus(FModules->Get(0));
+  const std::vector<IModule> Modules = FModules->Items();
+  for (const IModule& Module : Modules) ClearFacts(Module);
+  for (const IModule& Module : Modules) Reset(Module);
+
+  IModule Remembered;
+  if (FCurrentModule != FModules->Get(0)) {
+    Remembered = FCurrentModule;
+    SetCurrentModule(FModules->Get(0));
+  }
+  try {
+    // The initial fact is read from its text once the parser stands.
+    Assert(CreateFactTemplate(SInitialFactPattern)->NewFact(), false);
+  } catch (...) {
+    if (Remembered) SetCurrentModule(Remembered);
+    throw;
+  }
+  if (Remembered) SetCurrentModule(Remembered);
+
+  if (FResetGlobals && FGlobalVariables)
+    for (const auto& Pair : FGlobalVariables->ToArray()) ResetGlobalVariable(Pair.Key, Pair.Value);
+  if (OnReset) OnReset(this);
+}
+
+void TInferenceEngine::Reset(const IModule& Module) {
+  if (!Module) return;
+  IModule Remembered;
+  if (Module != FCurrentModule) {
+    Remembered = FCurrentModule;
+    SetCurrentModule(Module);
+  }
+  try {
+    if (FRules)
+      for (TRule* Rule : FRules->GetValues().ToArray())
+        if (Rule) Rule->Reset();
+    // A fact set asserts into its own module, so the list is walked by index.
+    for (int I = 0; FFactSets && I < FFactSets->GetCount(); ++I)
+      if (TFactSet* FactSet = FFactSets->GetItem(I)) FactSet->Reset();
+  } catch (...) {
+    if (Remembered) SetCurrentModule(Remembered);
+    throw;
+  }
+  if (Remembered) SetCurrentModule(Remembered);
+}
+
+// ---------------------------------------------------------------- clear
+
+void TInferenceEngine::Clear() {
+  FHalt = false;
+  FFactIdCounter = 0;
+  FRuleIdCounter = 0;
+  FFocusStack->Clear();
+  for (int I = FModules->GetCount() - 1; I >= 0; --I) {
+    if (I >= FModules->GetCount()) continue;
+    const IModule Module = FModules->Get(I);
+    if (Module && !Module->IsMain()) RemoveModule(Module);
+  }
+  if (FModules->GetCount() == 0) AddModule(IModule(new TModule(this, true)));
+  PushFocus(FModules->Get(0));
+  Clear(FCurrentModule);
+
+  if (FUserFunctions && FUserFunctions->GetNumInterpreted() > 0) {
+    std::vector<std::string> Names;
+    for (const auto& Item : *FUserFunctions)
+      if (Item.Value && Item.Value->IsInterpreted()) Names.push_back(Item.Key);
+    for (const std::string& Name : Names) FUserFunctions->Remove(Name);
+  }
+  if (FStorage) FStorage->Clear();
+  if (FIOStreams) FIOStreams->Clear();
+  if (OnClear) OnClear(this);
+}
+
+void TInferenceEngine::Clear(const IModule& Module) {
+  if (!Module) return;
+  FHalt = false;
+  IModule Remembered;
+  if (Module != FCurrentModule) {
+    Remembered = FCurrentModule;
+    Module->FocusModule();
+  }
+  {
+    TFocusBack Back(Remembered);
+    // Asked before the templates go: clearing them takes their home away.
+    const TFactTemplate* InitialTemplate =
+        FInitialFactPattern && FInitialFactPattern->GetTemplate() ? FInitialFactPattern->GetTemplate().get() : nullptr;
+    const bool HoldsInitialFact =
+        Module->IsMain() || (InitialTemplate && InitialTemplate->GetModuleObject() == Module.get());
+
+    // The agenda and the network are emptied here once they hold activations and nodes.
+    if (FRules) FRules->Clear();
+    if (FFactSets) FFactSets->Clear();
+    if (FFacts) FFacts->Clear();
+    if (FFactTemplates) FFactTemplates->Clear();
+    if (FDefinedTypes) FDefinedTypes->Clear();
+    FNullFact = nullptr;
+    if (FFactsPending) FFactsPending->Clear();
+
+    if (!GetComponentState().Contains(csDestroying)) {
+      // Only the module that holds the initial-fact template owns its pattern.
+      if (HoldsInitialFact) {
+        delete FInitialFactPattern;
+        FInitialFactPattern = nullptr;
+        FInitialFactPattern =
+            new TKBPattern(nullptr, SInitialFactPattern, CreateFactTemplate(SInitialFactPattern), 0);
+      } else {
+        FInitialFactPattern = nullptr;
+      }
+      FNullFact = CreateFactTemplate(SNullFact)->NewFact();
+      Module->ImportEngine();
+    }
+  }
+  if (OnClearModule) OnClearModule(this, Module);
+}
+
+void TInferenceEngine::ClearFacts(const IModule& Module) {
+  if (!Module) return;
+  IModule Remembered;
+  if (Module != FCurrentModule) {
+    Remembered = FCurrentModule;
+    Module->FocusModule();
+  }
+  TFocusBack Back(Remembered);
+  if (FFacts) FFacts->Clear();
+}
+
+void TInferenceEngine::ResetGlobalVariable(const std::string& Name, const IKBValue& Value) {
+  IKBValue Current = Value;
+  // The table keeps the expression, the context the present value, so that
+  // a reset can start the global over.
+  if (Current && Current->GetDType() == dtFunCall) {
+    if (const IFunCall Call = Current->GetAsFunCall()) {
+      const std::unique_ptr<TKBContext> Local = FGlobalContext->Push();
+      Current = Call->Execute(Local.get());
+      Local->Pop();
+    }
+  }
+  FGlobalContext->AddGlobalBinding(Name, Current);
+}
+
+// ---------------------------------------------------------------- output
+
+void TInferenceEngine::PrintOut(const std::string& OutID, const std::string& Text) {
+  if (!OutID.empty() && OutID != "t") {
+    TGTextStream* Stream = nullptr;
+    if (FIOStreams && FIOStreams->TryGetValue(OutID, Stream) && Stream) {
+      Stream->Put(Text);
+      return;
+    }
+    if (!OnPrintOut) throw EKBException(Format(_SNoSuchFunction, "printout"));
+    // A handler is there but the name isn't: the text goes nowhere.
+    return;
+  }
+  if (FOutputStream) {
+    WriteStringToStream(*FOutputStream, Text, static_cast<TEncoding*>(nullptr));
+    return;
+  }
+  if (OnPrintOut) OnPrintOut(this, OutID, Text);
+}
+
+bool TInferenceEngine::StartCapture(TStream* Stream, TEncoding* Encoding) {
+  if (Stream != FOutputStream.get()) FOutputStream.reset(Stream);
+  if (Stream) WritePreambleToStream(*Stream, Encoding);
+  return true;
+}
+
+bool TInferenceEngine::StopCapture() {
+  FOutputStream.reset();
+  return true;
+}
+
+}  // namespace cogent

@@ -1,0 +1,142 @@
+#pragma once
+// The rule language's reader and writer: the parser of the rule language,
+// and the writer of facts and calls, which works with or without an engine.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "cogent/facts/KBFacts.h"
+#include "cogent/functions/KBPackages.h"
+#include "cogent/language/KBParser.h"
+#include "cogent/language/KBTokenizer.h"
+
+namespace cogent {
+
+class TInferenceEngine;
+
+// "(template slot...)": named slots as "(name value)", an ordered fact as
+// its fields; a slot whose value prints empty is left out.
+std::string PrettyPrint(const TFact& Fact);
+std::string PrettyPrint(const IFact& Fact);
+// The text of one slot by its value, by a given value or by a given text.
+std::string PrettyPrint(const TFact& Fact, const TKBName& SlotName);
+std::string PrettyPrint(const TFact& Fact, const TKBName& SlotName, const IKBValue& Value);
+std::string PrettyPrint(const TFact& Fact, const TKBName& SlotName, const std::string& Text);
+// A call; in the modify form each argument after the first is a slot pair.
+std::string PrettyPrint(const TFunctionCall& FunCall, bool ModifyForm);
+std::string PrettyPrint(const IFunCall& FunCall, bool ModifyForm);
+// The modify form for "modify" and "duplicate", the plain form otherwise.
+std::string PrettyPrint(const TFunctionCall& FunCall);
+std::string PrettyPrint(const IFunCall& FunCall);
+
+// ---------------------------------------------------------------- TKBRuleParser
+
+// A function whose parenthesised arguments are no calls: facts (a range of 0
+// to 0) or slot pairs from argument Start to End.
+struct TSlotArgRecord {
+  std::uint16_t Start = 0;
+  std::uint16_t End = 0;
+};
+
+// The parser of the rule language, reading a TKBRuleStream by recursive
+// descent. Every grammar error goes through ParseError, so that a host sees
+// one exception class with one message form.
+class TKBRuleParser : public TKBParser {
+public:
+  // The owner should be an engine; without one, the operations that register
+  // constructs raise _SUnknownEngine.
+  TKBRuleParser(TComponent* AOwner, TGTextStream* AStream);
+
+  // Also copies the slot functions of another rule parser.
+  void Assign(TPersistent* Source) override;
+  void SetStream(TGTextStream* Value) override;
+  // Nil when the stream is no rule stream.
+  TKBRuleStream* GetStream() const noexcept { return FRuleStream; }
+  TInferenceEngine* GetEngine() const noexcept { return FEngine; }
+
+  void Clear() override;
+  std::string GenerateSymbol(const std::string& Prefix) override;
+  IKBValue GenerateVariable(const TStrings* Used, const IFactTemplate& Template, const std::string& SlotName,
+                            bool Unique) override;
+  IKBValue GenerateVariable(const TStrings* Used, const IFactTemplate& Template, const std::string& Prefix,
+                            const std::string& SlotName, bool Unique) override;
+  std::string GetSyntaxStatement(const IUserFunction& Function) override;
+  TParsedType GetConstructType() override;
+  std::string GetConstructName(TParsedType ParsedType) override;
+
+  bool Parse(bool Execute) override;
+  bool ParseExpression(bool Execute) override;
+  bool LoadFacts() override;
+
+  IKBDefinedType ParseDefinedType() override;
+  std::unique_ptr<TFactSet> ParseFactSet() override;
+  IFact ParseFact() override;
+  std::string ParseFactSlot(const IFact& Fact) override;
+  IFactTemplate ParseFactTemplate() override;
+  IFactSlot ParseFactTemplateSlot() override;
+  IUserFunction ParseFunction() override;
+  IFunCall ParseFunCall() override;
+  IFuzzySet ParseFuzzySet(const IFuzzyVariable& Variable) override;
+  IFuzzyVariable ParseFuzzyVariable() override;
+  std::string ParseFullName(std::string& Module) override;
+  IKBValue ParseVariable(std::string& Name) override;
+  bool ParseGlobalVariables() override;
+  IValueVector ParseList() override;
+  IKBValue ParseNExecuteFunCall() override;
+  IModule ParseModule() override;
+  std::unique_ptr<TKBPattern> ParsePattern(std::int32_t NegatedCount, TRuleVariables& Variables) override;
+  std::unique_ptr<TRule> ParseRule() override;
+  void ParseRuleActions(TRule* Rule, TRuleVariables& Variables) override;
+  void ParseRulePatterns(TRule* Rule, TRuleVariables& Variables) override;
+  ISingletonsVector ParseSingletons() override;
+  IValueVector ParseValuePair() override;
+  IKBValue ParseValue() override;
+  IKBValue ParseValue(const IFactSlot& Slot) override;
+  IKBValue ParseValue(TKBTypes Types, const IKBDefinedType& DefinedType) override;
+
+  // Prefix, the slot's name when given, and Index when above 0.
+  virtual std::string GenerateVarName(std::int32_t Index, const IFactTemplate& Template, const std::string& Prefix,
+                                      const std::string& SlotName);
+  // Classifies a token that was read; a '(' is put back to look at the head.
+  virtual TParsedType GetConstructType(const IStreamToken& Token);
+  // Raises EKBParseException in the parse frame: Message, Where (the
+  // operation that found the fault), the current token's line and the text
+  // of the expression, shortened in the middle when long.
+  [[noreturn]] virtual void ParseError(const std::string& Where, const std::string& Message);
+  template <class Arg, class... Args>
+  [[noreturn]] void ParseError(const std::string& Where, std::string_view Fmt, const Arg& First, const Args&... Rest) {
+    const std::string Message = Format(Fmt, First, Rest...);
+    ParseError(Where, Message);
+    // Reached only through an override that failed to raise.
+    RaiseParseError(Where, Message);
+  }
+
+  // Which functions take facts or slot pairs as arguments.
+  const TStringList<TSlotArgRecord>& GetSlotFunctions() const noexcept { return FSlotFunctions; }
+  void SetSlotFunctions(const TStringList<TSlotArgRecord>& Value);
+  void AddSlotFunction(const std::string& Name, std::uint16_t Start, std::uint16_t End);
+  // The index of the function's entry, -1 when it has none.
+  int IndexOfSlotFunction(const std::string& Name) const { return FSlotFunctions.IndexOf(Name); }
+  std::uint16_t GetSlotFunctionStart(int Index) const { return FSlotFunctions.GetData(Index).Start; }
+  // An End of 0 stands for "to the last argument".
+  std::uint16_t GetSlotFunctionEnd(int Index) const;
+
+protected:
+  // The stream and the engine, or the errors of their absence.
+  TKBRuleStream& Stream() const;
+  TInferenceEngine& Engine() const;
+
+private:
+  // What ParseError raises.
+  [[noreturn]] void RaiseParseError(const std::string& Where, const std::string& Message) const;
+  // The grammar of a construct that this parser cannot read yet.
+  [[noreturn]] void NotYetReadable(const std::string& Where, const char* What);
+
+  TInferenceEngine* FEngine;
+  TKBRuleStream* FRuleStream = nullptr;
+  TStringList<TSlotArgRecord> FSlotFunctions;
+};
+
+}  // namespace cogent

@@ -1,0 +1,242 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cogent/engine/InferenceEngine.h"
+
+namespace cogent {
+namespace {
+
+IKBValue Atom(const std::string& S) { return IKBValue(new TKBValue(S, dtAtom)); }
+IKBValue Int(std::int32_t I) { return IKBValue(new TKBValue(I, dtInteger)); }
+
+IFact Ordered(TInferenceEngine& Engine, const std::string& Relation, std::initializer_list<IKBValue> Fields) {
+  IFact Fact = Engine.CreateFactTemplate(Relation)->NewFact();
+  IValueVector Items(new TValueVector());
+  for (const IKBValue& Field : Fields) Items->Add(Field);
+  Fact->SetValue(SDefaultSlotName, IKBValue(new TKBValue(Items)));
+  return Fact;
+}
+
+// Records what the engine tells a host, in order.
+struct TRecorder {
+  std::vector<std::string> Log;
+  void Attach(TInferenceEngine& Engine) {
+    Engine.SetWatch(TConstructWatches{cwFact});
+    Engine.OnPrintOut = [this](TObject*, const std::string&, const std::string& Text) { Log.push_back(Text); };
+    Engine.OnAssertion = [this](TObject*, const IFact& Fact) { Log.push_back("assert " + Fact->ToString()); };
+    Engine.OnRetraction = [this](TObject*, const IFact& Fact) { Log.push_back("retract " + Fact->ToString()); };
+  }
+};
+
+TEST(AssertionTest, NewEngineHoldsTheInitialFact) {
+  TInferenceEngine Engine;
+  ASSERT_EQ(Engine.GetFacts()->GetCount(), 1);
+  const IFact Initial = Engine.GetFacts()->Get(0);
+  EXPECT_EQ(Initial->GetID(), 0);
+  EXPECT_EQ(Initial->ToString(), "(Initial-Fact)");
+  EXPECT_EQ(Initial->GetTemplate()->GetComment(), "(Implied)");
+  EXPECT_EQ(Engine.GetFactIdCounter(), 1);
+}
+
+TEST(AssertionTest, DuplicatesAreRefusedSilently) {
+  TInferenceEngine Engine;
+  TRecorder Recorder;
+  Recorder.Attach(Engine);
+  EXPECT_EQ(Engine.Assert(Ordered(Engine, "colour", {Atom("red")})), 1);
+  EXPECT_EQ(Engine.Assert(Ordered(Engine, "colour", {Atom("red")})), -1);
+  EXPECT_EQ(Recorder.Log, (std::vector<std::string>{" ==> f-1 (colour red )\r\n", "assert (colour red )"}));
+  EXPECT_EQ(Engine.GetFacts()->GetCount(), 2);
+  EXPECT_EQ(Engine.GetFactIdCounter(), 2);
+
+  // A host adding through the list asserts, and gets Count - 1 also when
+  // the fact is refused.
+  EXPECT_EQ(Engine.GetFacts()->Add(Ordered(Engine, "colour", {Atom("red")})), 1);
+  EXPECT_EQ(Engine.GetFacts()->GetCount(), 2);
+}
+
+TEST(AssertionTest, FactDuplicationAcceptsEqualFacts) {
+  TInferenceEngine Engine;
+  Engine.SetFactDuplication(true);
+  EXPECT_EQ(Engine.Assert(Ordered(Engine, "colour", {Atom("red")})), 1);
+  EXPECT_EQ(Engine.Assert(Ordered(Engine, "colour", {Atom("red")})), 2);
+  EXPECT_EQ(Engine.GetFacts()->GetCount(), 3);
+  // The content search still finds the first of them without the cache.
+  EXPECT_EQ(Engine.GetFacts()->FindFact(Ordered(Engine, "colour", {Atom("red")})), 1);
+}
+
+TEST(AssertionTest, RetractionOrderAndEvents) {
+  TInferenceEngine Engine;
+  TRecorder Recorder;
+  Recorder.Attach(Engine);
+  const IFact Red = Ordered(Engine, "colour", {Atom("red")});
+  Engine.Assert(Red);
+  Recorder.Log.clear();
+  Engine.OnRetraction = [&](TObject*, const IFact& Fact) {
+    // Heard while the fact is still in place.
+    EXPECT_EQ(Engine.GetFacts()->IndexOf(Fact), 1);
+    Recorder.Log.push_back("retract");
+  };
+  Engine.Retract(1);
+  EXPECT_EQ(Recorder.Log, (std::vector<std::string>{"retract", " <== f-1 (colour red )\r\n"}));
+  EXPECT_EQ(Engine.GetFacts()->GetCount(), 1);
+  EXPECT_EQ(Red->GetID(), 1);  // the retracted object keeps its id
+
+  // Retracting what is not there does nothing.
+  Recorder.Log.clear();
+  Engine.Retract(1);
+  Engine.Retract(Ordered(Engine, "colour", {Atom("blue")}));
+  EXPECT_TRUE(Recorder.Log.empty());
+
+  // A re-asserted object gets a new id.
+  EXPECT_EQ(Engine.Assert(Red), 2);
+  EXPECT_EQ(Engine.GetFacts()->GetFactByID(2), Red);
+}
+
+TEST(AssertionTest, ModifyBracketGivesANewAssertion) {
+  TInferenceEngine Engine;
+  const IFact Fact = Ordered(Engine, "count", {Int(1)});
+  Engine.Assert(Fact);
+  Engine.BeginFactModify(Fact);
+  EXPECT_EQ(Engine.GetFacts()->GetCount(), 1);
+  Fact->SetValue(SDefaultSlotName, IKBValue(new TKBValue(IValueVector(new TValueVector()))));
+  EXPECT_EQ(Engine.EndFactModify(Fact), 2);
+  EXPECT_EQ(Engine.GetFacts()->Get(1)->ToString(), "(count)");
+}
+
+TEST(AssertionTest, PendingFactsComeBeforeTheEventOfTheirCause) {
+  TInferenceEngine Engine;
+  TRecorder Recorder;
+  Recorder.Attach(Engine);
+  const IFact Goal = Ordered(Engine, "need-x", {});
+  const IFact Old = Ordered(Engine, "old", {});
+  Engine.Assert(Old);
+  Recorder.Log.clear();
+  Engine.AddPendingFact(Goal, true);
+  Engine.AddPendingFact(Old, false);
+  EXPECT_EQ(Engine.GetFactPending(0), Goal);
+  Engine.Assert(Ordered(Engine, "a", {}));
+  // The goal's own assertion serves the rest of the queue before its event.
+  EXPECT_EQ(Recorder.Log, (std::vector<std::string>{" ==> f-2 (a)\r\n", " ==> f-3 (need-x)\r\n", "retract (old)",
+                                                    " <== f-1 (old)\r\n", "assert (need-x)", "assert (a)"}));
+  EXPECT_EQ(Engine.GetFactsPending()->GetCount(), 0);
+}
+
+TEST(AssertionTest, FactsWithoutTemplateAreRefused) {
+  TInferenceEngine Engine;
+  auto ErrorOf = [&](const IFact& Fact) {
+    try {
+      Engine.Assert(Fact);
+    } catch (const EKBException& E) {
+      return std::string(E.what());
+    }
+    return std::string("no error");
+  };
+  EXPECT_EQ(ErrorOf(IFact(new TFact())), "Fact Template is missing");
+  EXPECT_EQ(ErrorOf(IFact()), "Fact Template is missing");
+  EXPECT_EQ(Engine.GetFacts()->GetCount(), 1);
+  EXPECT_EQ(Engine.GetFactIdCounter(), 1);
+}
+
+TEST(AssertionTest, HostListOperations) {
+  TInferenceEngine Engine;
+  int Cleared = 0;
+  Engine.OnClearFacts = [&](TObject*) { ++Cleared; };
+  int Retracted = 0;
+  Engine.OnRetraction = [&](TObject*, const IFact&) { ++Retracted; };
+  for (int I = 0; I < 6; ++I) Engine.Assert(Ordered(Engine, "n", {Int(I)}));
+  TFacts* Facts = Engine.GetFacts();
+  ASSERT_EQ(Facts->GetCount(), 7);
+  // Past five facts lookups by id are binary searches.
+  EXPECT_EQ(Facts->FindFact(4), 4);
+  EXPECT_EQ(Facts->IndexOf(Facts->Get(5)), 5);
+  EXPECT_EQ(Facts->FindFact(Ordered(Engine, "n", {Int(3)})), 4);
+  EXPECT_EQ(Facts->FindFact(99), -1);
+
+  Facts->Delete(2);  // retracts
+  EXPECT_EQ(Retracted, 1);
+  EXPECT_EQ(Facts->FindFact(2), -1);
+  EXPECT_EQ(Facts->Remove(IInterface(Facts->Get(2))), 2);
+  EXPECT_EQ(Retracted, 2);
+
+  Facts->Clear();  // silent fact by fact, one event for the list
+  EXPECT_EQ(Facts->GetCount(), 0);
+  EXPECT_EQ(Retracted, 2);
+  EXPECT_EQ(Cleared, 1);
+  EXPECT_EQ(Facts->FindFact(Ordered(Engine, "n", {Int(5)})), -1);
+}
+
+TEST(AssertionTest, PreservedIdsMoveTheCounterOn) {
+  TInferenceEngine Engine;
+  Engine.GetFacts()->SetPreserveIDs(true);
+  Engine.NewFactId();  // the counter stands at 2
+  const IFact Seven = Ordered(Engine, "kept", {});
+  Seven->SetID(7);
+  Engine.GetFacts()->Add(Seven);
+  EXPECT_EQ(Seven->GetID(), 7);
+  EXPECT_EQ(Engine.GetFacts()->GetMaxID(), 7);
+  Engine.GetFacts()->SetPreserveIDs(false);
+  EXPECT_EQ(Engine.Assert(Ordered(Engine, "next", {})), 8);
+}
+
+TEST(AssertionTest, SharedTemplateEntersEveryModule) {
+  TInferenceEngine Engine;
+  const IModule Main = Engine.GetCurrentModule();
+  const IFactTemplate Shared = Engine.CreateFactTemplate("shared");
+  IModule Other(new TModule(&Engine, false));
+  Other->SetName("OTHER");
+  Engine.AddModule(Other);
+  Main->FocusModule();
+  Other->GetFactTemplates()->Add(Shared);
+  ASSERT_EQ(Shared->GetImportModuleCount(), 2);
+
+  TRecorder Recorder;
+  Recorder.Attach(Engine);
+  const IFact Fact = Shared->NewFact();
+  EXPECT_EQ(Engine.Assert(Fact), 1);
+  EXPECT_EQ(Recorder.Log, (std::vector<std::string>{" ==> f-1 (shared)\r\n", "assert (shared)"}));
+  EXPECT_EQ(Engine.GetCurrentModule(), Main);
+  EXPECT_EQ(Main->GetFacts()->IndexOf(Fact), 1);
+  EXPECT_EQ(Other->GetFacts()->IndexOf(Fact), 0);
+
+  std::unique_ptr<TFacts> All(Engine.GetFacts(false));
+  EXPECT_EQ(All->GetCount(), 2);  // the initial fact and the shared one, once
+  std::unique_ptr<TFacts> WithDuplicates(Engine.GetFacts(true));
+  EXPECT_EQ(WithDuplicates->GetCount(), 3);
+
+  Engine.Retract(Fact);
+  EXPECT_EQ(Other->GetFacts()->GetCount(), 0);
+  EXPECT_EQ(Engine.GetCurrentModule(), Main);
+}
+
+TEST(AssertionTest, FuzzyFactsReplaceTheirEquals) {
+  TInferenceEngine Engine;
+  IFactTemplate Template(new TFactTemplate(&Engine, "temperature"));
+  Template->AddSlot("where", Atom("room"));
+  const IFactSlot Level = Template->AddSlot("level", Atom(""));
+  Level->SetSlotType(TKBTypes{dtFuzzy});
+  Engine.GetFactTemplates()->Add(Template);
+  ASSERT_TRUE(Template->IsFuzzy());
+
+  TRecorder Recorder;
+  Recorder.Attach(Engine);
+  EXPECT_EQ(Engine.Assert(Template->NewFact()), 1);
+  EXPECT_EQ(Engine.Assert(Template->NewFact()), 2);
+  EXPECT_EQ(Engine.GetFacts()->GetCount(), 2);
+  ASSERT_EQ(Recorder.Log.size(), 6u);
+  EXPECT_EQ(Recorder.Log[2].rfind("retract (temperature", 0), 0u);
+  EXPECT_EQ(Recorder.Log[3].rfind(" <== f-1 ", 0), 0u);
+}
+
+TEST(AssertionTest, FactListText) {
+  TInferenceEngine Engine;
+  Engine.Assert(Ordered(Engine, "a", {Int(1)}));
+  Engine.Assert(Ordered(Engine, "b", {}));
+  EXPECT_EQ(Engine.GetFacts()->ToString(), "(Initial-Fact)\r\n(a 1 )\r\n(b)");
+  EXPECT_EQ(Engine.GetFacts()->GetToIDString(), "f-0 (Initial-Fact)\r\nf-1 (a 1 )\r\nf-2 (b)");
+}
+
+}  // namespace
+}  // namespace cogent

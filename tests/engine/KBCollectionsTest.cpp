@@ -1,0 +1,490 @@
+#include "cogent/engine/KBCollections.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/functions/KBPackages.h"
+
+namespace cogent {
+namespace {
+
+template <class F>
+std::string ErrorOf(F&& Action) {
+  try {
+    Action();
+  } catch (const EKBException& E) {
+    return E.what();
+  }
+  return "no error";
+}
+
+IFactTemplate MakeTemplate(TInferenceEngine& Engine, const std::string& Name, const std::string& Slot = "name") {
+  IFactTemplate Template(new TFactTemplate(&Engine, Name));
+  if (!Slot.empty()) Template->AddSlot(Slot, FCNil);
+  return Template;
+}
+
+IModule AddModule(TInferenceEngine& Engine, const std::string& Name) {
+  IModule Module(new TModule(&Engine, false));
+  Module->SetName(Name);
+  Engine.AddModule(Module);
+  return Module;
+}
+
+// A rule that reports its own end.
+class TWatchedRule : public TRule {
+public:
+  TWatchedRule(TComponent* AOwner, const std::string& Name, bool* ADestroyed = nullptr)
+      : TRule(AOwner), FDestroyed(ADestroyed) {
+    SetRuleName(Name);
+  }
+  ~TWatchedRule() override {
+    if (FDestroyed) *FDestroyed = true;
+  }
+
+private:
+  bool* FDestroyed;
+};
+
+class TInterpretedStub : public TKBUserFunction {
+public:
+  using TKBUserFunction::TKBUserFunction;
+  bool IsInterpreted() const override { return true; }
+};
+
+// ---------------------------------------------------------------- templates
+
+TEST(KBCollectionsTest, TemplateRedefinitionFollowsThePolicy) {
+  TInferenceEngine Engine;
+  TFactTemplates* Templates = Engine.GetFactTemplates();
+  std::vector<std::string> Added;
+  Engine.OnNewFactTemplate = [&](TObject*, const IFactTemplate& T) { Added.push_back(T->GetTemplateName()); };
+
+  const IFactTemplate First = MakeTemplate(Engine, "person");
+  Templates->Add(First);
+  const int Count = Templates->GetCount();
+  EXPECT_EQ(Added, std::vector<std::string>{"person"});
+  EXPECT_EQ(First->GetImportModuleCount(), 1);
+
+  const IFactTemplate Second = MakeTemplate(Engine, "person", "age");
+  Engine.SetDuplicateConstructs(dcError);
+  EXPECT_EQ(ErrorOf([&] { Templates->Add(Second); }), "Fact Template Name already exists: \"person\"");
+  EXPECT_EQ(Templates->Get("person"), First);
+  EXPECT_EQ(Second->GetImportModuleCount(), 0);
+
+  Engine.SetDuplicateConstructs(dcIgnore);
+  Templates->Add(Second);
+  EXPECT_EQ(Templates->Get("person"), First);
+
+  // The same template again is no redefinition under any policy.
+  Engine.SetDuplicateConstructs(dcError);
+  Templates->Add(First);
+
+  Engine.SetDuplicateConstructs(dcOverwrite);
+  Templates->Add(Second);
+  EXPECT_EQ(Templates->Get("person"), Second);
+  EXPECT_EQ(Templates->GetCount(), Count);
+  EXPECT_EQ(First->GetImportModuleCount(), 0);
+  EXPECT_EQ(Second->GetImportModuleCount(), 1);
+  EXPECT_EQ(Templates->GetImportCount(), 0);
+  EXPECT_EQ(Added.size(), 1u);
+}
+
+TEST(KBCollectionsTest, SlotlessTemplateGetsTheDataMultislot) {
+  TInferenceEngine Engine;
+  const IFactTemplate Point(new TFactTemplate(&Engine, "point"));
+  Engine.GetFactTemplates()->Add(Point);
+  ASSERT_EQ(Point->GetSlotCount(), 1);
+  const IFactSlot Slot = Point->GetSlot("__Data");
+  EXPECT_TRUE(Slot->IsMultiSlot());
+  EXPECT_EQ(Slot->GetSlotDefault(), FCNilList);
+}
+
+TEST(KBCollectionsTest, SharedTemplatesAreCountedAsImports) {
+  TInferenceEngine Engine;
+  const IModule Main = Engine.GetModules()->Get(0);
+  const IModule Other = AddModule(Engine, "OTHER");
+  TFactTemplates* MainTable = Main->GetFactTemplates();
+  TFactTemplates* OtherTable = Other->GetFactTemplates();
+
+  const IFactTemplate Person = MakeTemplate(Engine, "person");
+  MainTable->Add(Person);
+  OtherTable->Add(Person);
+  EXPECT_EQ(Person->GetModule(), Main);
+  EXPECT_EQ(Person->GetImportModuleCount(), 2);
+  EXPECT_EQ(MainTable->GetImportCount(), 0);
+  EXPECT_EQ(OtherTable->GetImportCount(), 1);
+  EXPECT_EQ(OtherTable->GetLocalsCount(), OtherTable->GetCount() - 1);
+  EXPECT_EQ(OtherTable->LocalsToString().find("person"), std::string::npos);
+  EXPECT_NE(OtherTable->ToString().find("(deftemplate person"), std::string::npos);
+
+  // Only the imported ones go with csImported, and a removed template leaves
+  // every module that holds it.
+  const int Locals = OtherTable->GetLocalsCount();
+  OtherTable->Clear(csImported);
+  EXPECT_EQ(OtherTable->GetImportCount(), 0);
+  EXPECT_EQ(OtherTable->GetCount(), Locals);
+  EXPECT_FALSE(MainTable->ContainsKey("person"));
+  EXPECT_EQ(Person->GetImportModuleCount(), 0);
+
+  Engine.SetCurrentModule(Main);
+  MainTable->Add(Person);
+  OtherTable->Add(Person);
+  int Removed = 0;
+  Engine.OnRemoveFactTemplate = [&](TObject*, const IFactTemplate& T) {
+    EXPECT_EQ(T, Person);
+    ++Removed;
+  };
+  EXPECT_EQ(MainTable->Remove("person"), Person);
+  EXPECT_EQ(Removed, 1);
+  EXPECT_FALSE(MainTable->ContainsKey("person"));
+  EXPECT_FALSE(OtherTable->ContainsKey("person"));
+  EXPECT_EQ(OtherTable->GetImportCount(), 0);
+  EXPECT_EQ(Person->GetImportModuleCount(), 0);
+  EXPECT_FALSE(Person->GetModule());
+  EXPECT_FALSE(MainTable->Remove("person"));
+}
+
+TEST(KBCollectionsTest, TemplateNeedsTheDefinedTypesOfItsModule) {
+  TInferenceEngine Engine;
+  const IModule Main = Engine.GetModules()->Get(0);
+  const IFactTemplate Person = MakeTemplate(Engine, "person");
+  const IKBDefinedType Age(new TKBDefinedType("age-type", TKBTypes{dtInteger}));
+  Main->GetDefinedTypes()->Add(Age);
+  Person->GetSlot("name")->SetExtendedTypeInfo(Age);
+
+  // With one module nothing is checked.
+  Main->GetFactTemplates()->Add(Person);
+  const IModule Other = AddModule(Engine, "OTHER");
+  TFactTemplates* OtherTable = Other->GetFactTemplates();
+  EXPECT_EQ(Other->GetDefinedTypes()->FindUnsharedType(Person), Age);
+  EXPECT_FALSE(Main->GetDefinedTypes()->FindUnsharedType(Person));
+  const int Count = OtherTable->GetCount();
+  EXPECT_EQ(ErrorOf([&] { OtherTable->Add(Person); }),
+            "Fact Template, \"person\", depends on non-imported Defined Type: \"age-type\"");
+  EXPECT_EQ(OtherTable->GetCount(), Count);
+  EXPECT_EQ(Person->GetImportModuleCount(), 1);
+
+  Other->GetDefinedTypes()->Add(Age);
+  OtherTable->Add(Person);
+  EXPECT_EQ(OtherTable->Get("person"), Person);
+  EXPECT_EQ(Other->GetDefinedTypes()->GetImportCount(), 1);
+}
+
+TEST(KBCollectionsTest, DefinedTypeRedefinitionAndRemoval) {
+  TInferenceEngine Engine;
+  TKBDefinedTypes* Types = Engine.GetDefinedTypes();
+  int Events = 0;
+  Engine.OnRemoveDefinedType = [&](TObject*, const IKBDefinedType&) { ++Events; };
+  const IKBDefinedType First(new TKBDefinedType("size"));
+  const IKBDefinedType Second(new TKBDefinedType("size"));
+  Types->Add(First);
+  Engine.SetDuplicateConstructs(dcError);
+  EXPECT_EQ(ErrorOf([&] { Types->Add(Second); }), "Defined Type Name already exists: \"size\"");
+  Engine.SetDuplicateConstructs(dcOverwrite);
+  Types->Add(Second);
+  EXPECT_EQ(Types->Get("size"), Second);
+  EXPECT_EQ(First->GetImportModuleCount(), 0);
+
+  EXPECT_EQ(Types->Remove("size"), Second);
+  EXPECT_EQ(Events, 1);
+  EXPECT_EQ(Types->GetCount(), 0);
+  EXPECT_EQ(Second->GetImportModuleCount(), 0);
+}
+
+TEST(KBCollectionsTest, TemplateTextPutsParentsFirst) {
+  TInferenceEngine Engine;
+  TFactTemplates* Templates = Engine.GetFactTemplates();
+  const IFactTemplate Animal = MakeTemplate(Engine, "animal");
+  const IFactTemplate Dog = MakeTemplate(Engine, "dog");
+  const IFactTemplate Puppy = MakeTemplate(Engine, "puppy");
+  Puppy->SetParent(Dog);
+  Dog->SetParent(Animal);
+  Templates->Add(Puppy);
+  Templates->Add(Dog);
+  Templates->Add(Animal);
+  for (const std::string& Text : {Templates->ToString(), Templates->LocalsToString()}) {
+    const auto A = Text.find("(deftemplate animal");
+    const auto D = Text.find("(deftemplate dog");
+    const auto P = Text.find("(deftemplate puppy");
+    ASSERT_NE(P, std::string::npos);
+    EXPECT_LT(A, D);
+    EXPECT_LT(D, P);
+  }
+
+  Animal->SetParent(Puppy);
+  EXPECT_EQ(ErrorOf([&] { (void)Templates->ToString(); }), "Fact templates inheritance structure corrupted");
+  Animal->SetParent(nullptr);  // no cycle of references may outlive the test
+}
+
+// ---------------------------------------------------------------- rules
+
+TEST(KBCollectionsTest, RuleRedefinitionFollowsThePolicy) {
+  TInferenceEngine Engine;
+  TRules* Rules = Engine.GetRules();
+  std::vector<std::string> Log;
+  Engine.OnAddRule = [&](TObject*, TRule* R) { Log.push_back("add " + R->GetRuleName()); };
+  Engine.OnRemoveRule = [&](TObject*, TRule* R) { Log.push_back("remove " + R->GetRuleName()); };
+  Engine.OnPrintOut = [&](TObject*, const std::string& Id, const std::string& Text) { Log.push_back(Id + "|" + Text); };
+  Engine.SetWatch(TConstructWatches{cwCompilation});
+
+  bool FirstGone = false;
+  auto* First = new TWatchedRule(&Engine, "r1", &FirstGone);
+  Rules->Add(First);
+  EXPECT_EQ(First->GetEngine(), &Engine);
+  EXPECT_EQ(Log, (std::vector<std::string>{"|\r\n", "add r1"}));
+  Engine.SetWatch({});
+  Log.clear();
+
+  bool SecondGone = false;
+  auto* Second = new TWatchedRule(&Engine, "r1", &SecondGone);
+  Engine.SetDuplicateConstructs(dcError);
+  EXPECT_EQ(ErrorOf([&] { Rules->Add(Second); }), "Duplicate Rules defined with same name: \"r1\"");
+  Engine.SetDuplicateConstructs(dcIgnore);
+  Rules->Add(Second);
+  EXPECT_EQ(Rules->Get("r1"), First);
+  EXPECT_EQ(Second->GetEngine(), nullptr);
+  EXPECT_TRUE(Log.empty());
+
+  // Overwriting frees the old rule that the engine owns.
+  Engine.SetDuplicateConstructs(dcOverwrite);
+  Rules->Add(Second);
+  EXPECT_TRUE(FirstGone);
+  EXPECT_EQ(Rules->Get("r1"), Second);
+  EXPECT_EQ(Log, (std::vector<std::string>{"remove r1", "add r1"}));
+  Log.clear();
+
+  // Remove(Key, Rule) only for that very rule, with one event.
+  TWatchedRule Hosted(nullptr, "r1");
+  Rules->Remove("r1", &Hosted);
+  EXPECT_EQ(Rules->GetCount(), 1);
+  EXPECT_TRUE(Log.empty());
+  Rules->Remove("r1", Second);
+  EXPECT_EQ(Rules->GetCount(), 0);
+  EXPECT_EQ(Log, (std::vector<std::string>{"remove r1"}));
+  EXPECT_TRUE(SecondGone);
+  Log.clear();
+
+  // A rule the host owns outlives removal and loses its engine.
+  Rules->Add(&Hosted);
+  Rules->Remove("r1", &Hosted);
+  EXPECT_EQ(Log, (std::vector<std::string>{"add r1", "remove r1"}));
+  EXPECT_EQ(Hosted.GetEngine(), nullptr);
+  EXPECT_EQ(Rules->GetCount(), 0);
+}
+
+TEST(KBCollectionsTest, RuleClearFreesOwnedRulesAndResetsTheIdCounter) {
+  TInferenceEngine Engine;
+  TRules* Rules = Engine.GetRules();
+  bool OwnedGone = false;
+  Rules->Add(new TWatchedRule(&Engine, "beta", &OwnedGone));
+  Rules->Add(new TWatchedRule(&Engine, "gamma"));
+  TWatchedRule Hosted(nullptr, "Alpha");
+  Rules->Add(&Hosted);
+  EXPECT_EQ(Rules->ToString(), "Alpha\r\n\r\nbeta\r\n\r\ngamma\r\n\r\n");
+
+  Engine.NewRuleId();
+  Engine.NewRuleId();
+  int Cleared = 0;
+  Engine.OnClearRules = [&](TObject*) { ++Cleared; };
+  Rules->Clear();
+  EXPECT_TRUE(OwnedGone);
+  EXPECT_EQ(Hosted.GetEngine(), nullptr);
+  EXPECT_EQ(Rules->GetCount(), 0);
+  EXPECT_EQ(Cleared, 1);
+  EXPECT_EQ(Engine.NewRuleId(), 0);
+}
+
+// ---------------------------------------------------------------- functions
+
+TEST(KBCollectionsTest, UserFunctionsKnowTheirEngine) {
+  TInferenceEngine Engine;
+  TUserFunctions* Functions = Engine.GetUserFunctions();
+  const int Base = Functions->GetCount();
+  const int BaseInterpreted = Functions->GetNumInterpreted();
+  std::vector<std::string> Log;
+  Engine.OnAddUserFunction = [&](TObject*, const IUserFunction& F) { Log.push_back("add " + F->GetFunctionName()); };
+  Engine.OnRemoveUserFunction = [&](TObject*, const IUserFunction& F) { Log.push_back("remove " + F->GetFunctionName()); };
+
+  const IUserFunction Plain(new TKBUserFunction("zz-plain"));
+  const IUserFunction Defined(new TInterpretedStub("zz-defined"));
+  EXPECT_EQ(ErrorOf([&] { Functions->Put("zz-other", Plain); }), "Function names do not match: zz-other and zz-plain");
+  EXPECT_EQ(Functions->GetCount(), Base);
+
+  Functions->Add(Plain);
+  Functions->Add(Defined);
+  EXPECT_EQ(Functions->GetNumInterpreted(), BaseInterpreted + 1);
+  ASSERT_EQ(Plain->GetReasonerCount(), 1);
+  EXPECT_EQ(Plain->GetReasoner(0), static_cast<IReasoner*>(&Engine));
+  EXPECT_EQ(Log, (std::vector<std::string>{"add zz-plain", "add zz-defined"}));
+  EXPECT_NE(Functions->NamesToString().find("zz-defined\r\nzz-plain\r\n"), std::string::npos);
+
+  const IUserFunction Again(new TKBUserFunction("zz-plain"));
+  Engine.SetDuplicateConstructs(dcError);
+  EXPECT_EQ(ErrorOf([&] { Functions->Add(Again); }), "Function Name already exists: \"zz-plain\"");
+  Engine.SetDuplicateConstructs(dcIgnore);
+  Functions->Add(Again);
+  EXPECT_EQ(Functions->Get("zz-plain"), Plain);
+  Engine.SetDuplicateConstructs(dcOverwrite);
+  Log.clear();
+  Functions->Add(Again);
+  EXPECT_EQ(Functions->Get("zz-plain"), Again);
+  EXPECT_EQ(Plain->GetReasonerCount(), 0);
+  EXPECT_EQ(Log, (std::vector<std::string>{"remove zz-plain", "add zz-plain"}));
+
+  EXPECT_EQ(Functions->Remove("zz-defined"), Defined);
+  EXPECT_EQ(Functions->GetNumInterpreted(), BaseInterpreted);
+  EXPECT_EQ(Defined->GetReasonerCount(), 0);
+  EXPECT_FALSE(Functions->Remove("zz-defined"));
+
+  // A second engine shares the functions that are not interpreted.
+  Functions->Add(Defined);
+  {
+    TInferenceEngine Copy;
+    Copy.GetUserFunctions()->Assign(*Functions, true);
+    EXPECT_EQ(Copy.GetUserFunctions()->GetCount(), Functions->GetCount());
+    EXPECT_EQ(Again->GetReasonerCount(), 2);
+  }
+  EXPECT_EQ(Again->GetReasonerCount(), 1);
+
+  Functions->Clear();
+  EXPECT_EQ(Functions->GetCount(), 0);
+  EXPECT_EQ(Functions->GetNumInterpreted(), 0);
+  EXPECT_EQ(Again->GetReasonerCount(), 0);
+}
+
+// ---------------------------------------------------------------- values and streams
+
+TEST(KBCollectionsTest, ValueTableAssignClonesTheValues) {
+  TValueHashTable Source;
+  const IKBValue Five(new TKBValue(5, dtInteger));
+  Source.Put("x", Five);
+  Source.Put("s", IKBValue(new TKBValue("hi", dtAtom)));
+  TValueHashTable Copy;
+  Copy.Put("old", FCNil);
+  Copy.Assign(&Source);
+  EXPECT_FALSE(Copy.ContainsKey("old"));
+  ASSERT_TRUE(Copy.ContainsKey("x"));
+  EXPECT_NE(Copy.Get("x"), Five);
+  EXPECT_TRUE(Copy.Get("x")->Equals(Five));
+  Five->SetAsInteger(7);
+  EXPECT_EQ(Copy.Get("x")->GetAsInteger(), 5);
+  Copy.Remove("s");
+  EXPECT_EQ(Copy.ToString(), "x = 5\r\n");
+
+  TInferenceEngine Engine;
+  TEngineVariables Variables(&Engine);
+  Variables.Put("*x*", IKBValue(new TKBValue(5, dtInteger)));
+  EXPECT_EQ(Variables.ToString(), "?*x* = 5\r\n");
+}
+
+TEST(KBCollectionsTest, StreamTableOwnsItsStreams) {
+  TInferenceEngine Engine;
+  TIOStreams* Streams = Engine.GetIOStreams();
+  TMemoryStream Memory;
+  Streams->Add("out", new TGTextStream(&Memory));
+  auto* Other = new TGTextStream(&Memory);
+  Engine.SetDuplicateConstructs(dcError);
+  EXPECT_EQ(ErrorOf([&] { Streams->Add("out", Other); }), "Duplicate streams defined with same name: \"out\"");
+  Engine.SetDuplicateConstructs(dcOverwrite);
+  Streams->Add("out", Other);  // the old stream is freed
+  EXPECT_EQ(Streams->Get("out"), Other);
+  EXPECT_EQ(ErrorOf([&] { Streams->Remove("nope"); }), "Invalid stream name: nope");
+  Streams->Remove("out");
+  EXPECT_EQ(Streams->GetCount(), 0);
+
+  // A table that does not own its streams leaves them alive, but Clear frees all.
+  Streams->SetFreeStream(false);
+  TGTextStream Kept(&Memory);
+  Streams->Add("kept", &Kept);
+  Streams->Remove("kept");
+  Streams->Add("gone", new TGTextStream(&Memory));
+  Streams->Clear();
+  EXPECT_EQ(Streams->GetCount(), 0);
+  Streams->SetFreeStream(true);
+}
+
+// ---------------------------------------------------------------- modules
+
+TEST(KBCollectionsTest, ModuleListOperationsAreEngineOperations) {
+  TInferenceEngine Engine;
+  TModules* Modules = Engine.GetModules();
+  std::vector<std::string> Log;
+  Engine.OnAddModule = [&](TObject*, const IModule& M) { Log.push_back("add " + M->GetName()); };
+  Engine.OnRemoveModule = [&](TObject*, const IModule& M) { Log.push_back("remove " + M->GetName()); };
+  Engine.OnClearModules = [&](TObject*) { Log.push_back("clear"); };
+
+  IModule A(new TModule(&Engine, false));
+  A->SetName("A");
+  EXPECT_EQ(Modules->Add(A), 1);
+  EXPECT_NE(A->GetFacts(), nullptr);
+  EXPECT_EQ(Modules->GetModule("A"), A);
+  EXPECT_EQ(Modules->IndexOf("a"), -1);
+  EXPECT_EQ(ErrorOf([&] { (void)Modules->GetModule("nope"); }), "No such module with name=nope exists");
+  EXPECT_EQ(Modules->ToNamesString(", "), "MAIN, A");
+
+  // A module of the same name replaces the old one.
+  IModule A2(new TModule(&Engine, false));
+  A2->SetName("A");
+  Modules->Insert(0, A2);
+  EXPECT_EQ(Modules->GetCount(), 2);
+  EXPECT_EQ(Modules->Get(1), A2);
+  EXPECT_EQ(A->GetFacts(), nullptr);
+
+  Engine.PushFocus(A2);
+  Modules->Remove(A2);
+  EXPECT_EQ(Engine.GetFocusStack()->IndexOf(A2), -1);
+  EXPECT_EQ(Engine.GetCurrentModule(), Modules->Get(0));
+  EXPECT_EQ(Log, (std::vector<std::string>{"add A", "remove A", "add A", "remove A"}));
+
+  Log.clear();
+  Modules->Add(A);
+  Modules->Clear();
+  EXPECT_EQ(Modules->GetCount(), 0);
+  EXPECT_EQ(Engine.GetCurrentModule(), nullptr);
+  EXPECT_EQ(Log, (std::vector<std::string>{"add A", "remove A", "remove MAIN", "clear"}));
+  Engine.Clear();  // a main module again
+  EXPECT_EQ(Modules->ToNamesString(","), "MAIN");
+}
+
+TEST(KBCollectionsTest, ImportsMustComeEarlierInTheList) {
+  const Ref<TModules> List(new TModules(nullptr));
+  List->SetEnforceImportOrder(true);
+  IModule A(new TModule(nullptr, false));
+  A->SetName("A");
+  A->AddImport("B");
+  IModule B(new TModule(nullptr, false));
+  B->SetName("B");
+  List->Add(A);  // an import that is not in the list yet is no error here
+  List->Add(B);
+  IModule C(new TModule(nullptr, false));
+  C->SetName("C");
+  C->AddImport("B");
+  EXPECT_EQ(ErrorOf([&] { List->Insert(0, C); }),
+            "Invalid module dependency.  Module \"C\" imports module \"B\" which is later in the module list");
+
+  // The engine refuses such a module before it changes anything.
+  TInferenceEngine Engine;
+  IModule X(new TModule(&Engine, false));
+  X->SetName("X");
+  Engine.AddModule(X);
+  IModule NewMain(new TModule(&Engine, true));
+  NewMain->AddImport("X");
+  EXPECT_EQ(ErrorOf([&] { Engine.GetModules()->Add(NewMain); }),
+            "Invalid module dependency.  Module \"MAIN\" imports module \"X\" which is later in the module list");
+  EXPECT_EQ(Engine.GetModules()->ToNamesString(","), "MAIN,X");
+  EXPECT_NE(Engine.GetModules()->Get(0), NewMain);
+  EXPECT_NE(Engine.GetModules()->Get(0)->GetFacts(), nullptr);
+
+  // The focus stack is a plain list: nothing reaches the engine.
+  Engine.GetFocusStack()->Add(X);
+  Engine.GetFocusStack()->Delete(1);
+  EXPECT_EQ(Engine.GetModules()->GetCount(), 2);
+  EXPECT_NE(X->GetFacts(), nullptr);
+}
+
+}  // namespace
+}  // namespace cogent

@@ -1,0 +1,286 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "cogent/common/VXTextStream.h"
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/engine/KBCollections.h"
+#include "cogent/facts/KBSlotTest.h"
+#include "cogent/functions/KBPackages.h"
+
+namespace cogent {
+namespace {
+
+template <class F>
+std::string ErrorOf(F&& Action) {
+  try {
+    Action();
+  } catch (const EKBException& E) {
+    return E.what();
+  }
+  return "no error";
+}
+
+IModule AddModule(TInferenceEngine& Engine, const std::string& Name) {
+  IModule Module(new TModule(&Engine, false));
+  Module->SetName(Name);
+  Engine.AddModule(Module);
+  return Module;
+}
+
+std::string Text(const TMemoryStream& Stream) {
+  return std::string(reinterpret_cast<const char*>(Stream.Memory()), static_cast<std::size_t>(Stream.Bytes().size()));
+}
+
+class TCountingRule : public TRule {
+public:
+  TCountingRule(TComponent* AOwner, const std::string& Name) : TRule(AOwner) { SetRuleName(Name); }
+  void Reset() override { ++FResets; }
+  int FResets = 0;
+};
+
+class TInterpretedStub : public TKBUserFunction {
+public:
+  using TKBUserFunction::TKBUserFunction;
+  bool IsInterpreted() const override { return true; }
+};
+
+TEST(ResetClearTest, FocusPushAndPopTraceAndEvents) {
+  TInferenceEngine Engine;
+  const IModule Main = Engine.GetModules()->Get(0);
+  const IModule A = AddModule(Engine, "A");
+  std::vector<std::string> Log;
+  Engine.OnPrintOut = [&](TObject*, const std::string& Id, const std::string& Text) { Log.push_back(Id + "|" + Text); };
+  Engine.OnPushFocus = [&](TObject*, const IModule& M) { Log.push_back("push " + M->GetName()); };
+  Engine.OnPopFocus = [&](TObject*, const IModule& M) { Log.push_back("pop " + M->GetName()); };
+  Engine.OnChangeCurrentModule = [&](TObject*) { Log.push_back("current " + Engine.GetCurrentModule()->GetName()); };
+  Engine.SetWatch(TConstructWatches{cwFocus});
+
+  Engine.PushFocus("A");
+  Engine.PushFocus(A);  // already on top: nothing at all
+  EXPECT_EQ(Engine.GetCurrentFocus(), A);
+  EXPECT_EQ(Engine.GetCurrentModule(), A);
+  EXPECT_EQ(Log, (std::vector<std::string>{"|==> Focus A from MAIN\r\n", "current A", "push A"}));
+  Log.clear();
+
+  EXPECT_EQ(Engine.PopFocus(), A);
+  EXPECT_EQ(Engine.GetCurrentModule(), Main);
+  EXPECT_FALSE(Engine.GetHalt());
+  EXPECT_EQ(Log, (std::vector<std::string>{"current MAIN", "|==> Focus A to MAIN\r\n", "pop A"}));
+  Log.clear();
+
+  // The last pop halts and leaves the current module as it is.
+  EXPECT_EQ(Engine.PopFocus(), Main);
+  EXPECT_TRUE(Engine.GetHalt());
+  EXPECT_EQ(Engine.GetCurrentModule(), Main);
+  EXPECT_FALSE(Engine.PopFocus());
+  EXPECT_FALSE(Engine.PeekFocus());
+  EXPECT_EQ(Log, (std::vector<std::string>{"|<== Focus MAIN\r\n", "pop MAIN"}));
+  Log.clear();
+
+  // Pushing the current module still tells of the change.
+  Engine.PushFocus(Main);
+  EXPECT_EQ(Log, (std::vector<std::string>{"|==> Focus MAIN\r\n", "current MAIN", "push MAIN"}));
+  EXPECT_EQ(ErrorOf([&] { Engine.PushFocus("nope"); }), "No such module with name=nope exists");
+
+  // Without cwFocus no line is written.
+  Log.clear();
+  Engine.SetWatch({});
+  Engine.PushFocus(A);
+  EXPECT_EQ(Log, (std::vector<std::string>{"current A", "push A"}));
+}
+
+TEST(ResetClearTest, ResetFocusesMainAndAssertsTheInitialFact) {
+  TInferenceEngine Engine;
+  const IModule Main = Engine.GetModules()->Get(0);
+  const IModule A = AddModule(Engine, "A");
+  auto* Rule = new TCountingRule(&Engine, "r");
+  A->GetRules()->Add(Rule);
+  Engine.PushFocus(A);
+  Engine.PushFocus(Main);
+  Engine.PushFocus(A);
+  Engine.SetCurrentModule(A);
+  Engine.Assert(Engine.CreateFactTemplate("thing")->NewFact(), false);
+  ASSERT_EQ(A->GetFacts()->GetCount(), 1);
+
+  std::vector<std::string> Log;
+  Engine.OnPopFocus = [&](TObject*, const IModule& M) { Log.push_back("pop " + M->GetName()); };
+  Engine.OnClearFacts = [&](TObject*) { Log.push_back("clear facts"); };
+  Engine.OnReset = [&](TObject*) { Log.push_back("reset"); };
+  Engine.Reset();
+
+  EXPECT_EQ(Log, (std::vector<std::string>{"pop A", "pop MAIN", "pop A", "pop MAIN", "clear facts", "clear facts",
+                                           "reset"}));
+  ASSERT_EQ(Engine.GetFocusStack()->GetCount(), 1);
+  EXPECT_EQ(Engine.GetCurrentFocus(), Main);
+  EXPECT_EQ(Engine.GetCurrentModule(), Main);
+  EXPECT_EQ(A->GetFacts()->GetCount(), 0);
+  EXPECT_EQ(Rule->FResets, 1);
+  ASSERT_EQ(Main->GetFacts()->GetCount(), 1);
+  const IFact Initial = Main->GetFacts()->Get(0);
+  EXPECT_EQ(Initial->GetID(), 0);
+  EXPECT_EQ(Initial->GetTemplate()->GetTemplateName(), "Initial-Fact");
+  EXPECT_EQ(Engine.GetFactIdCounter(), 1);
+
+  // A second reset starts the ids over.
+  Engine.Reset();
+  ASSERT_EQ(Main->GetFacts()->GetCount(), 1);
+  EXPECT_EQ(Main->GetFacts()->Get(0)->GetID(), 0);
+}
+
+TEST(ResetClearTest, FactSetFactsComeBeforeTheInitialFact) {
+  TInferenceEngine Engine;
+  const IFactTemplate Item(new TFactTemplate(&Engine, "item"));
+  Item->AddSlot("n", FCNil);
+  Engine.GetFactTemplates()->Add(Item);
+  auto* Set = new TFactSet(&Engine, "", "items");
+  Set->SetEngine(&Engine);
+  for (int N = 1; N <= 2; ++N) {
+    const IFact Fact = Item->NewFact();
+    Fact->SetValue("n", IKBValue(new TKBValue(N, dtInteger)));
+    Set->AddFact(Fact);
+  }
+  Engine.Reset();
+  TFacts* Facts = Engine.GetFacts();
+  ASSERT_EQ(Facts->GetCount(), 3);
+  EXPECT_EQ(Facts->Get(0)->GetValue("n")->GetAsInteger(), 1);
+  EXPECT_EQ(Facts->Get(1)->GetID(), 1);
+  EXPECT_EQ(Facts->Get(2)->GetID(), 2);
+  EXPECT_EQ(Facts->Get(2)->GetTemplate()->GetTemplateName(), "Initial-Fact");
+}
+
+TEST(ResetClearTest, ClearLeavesOneEmptyMainModule) {
+  TInferenceEngine Engine;
+  const IModule Main = Engine.GetModules()->Get(0);
+  const IModule A = AddModule(Engine, "A");
+  const IFactTemplate Person(new TFactTemplate(&Engine, "person"));
+  Engine.GetFactTemplates()->Add(Person);
+  Engine.Assert(Person->NewFact(), false);
+  Engine.GetRules()->Add(new TCountingRule(&Engine, "r"));
+  Engine.NewRuleId();
+  const IUserFunction Plain(new TKBUserFunction("zz-plain"));
+  const IUserFunction Defined(new TInterpretedStub("zz-defined"));
+  Engine.GetUserFunctions()->Add(Plain);
+  Engine.GetUserFunctions()->Add(Defined);
+  Engine.GetStorage()->Put("kept", FCTrue);
+  Engine.GetGlobalVariables()->Put("*x*", IKBValue(new TKBValue(1, dtInteger)));
+  TMemoryStream Memory;
+  Engine.GetIOStreams()->Add("out", new TGTextStream(&Memory));
+  Engine.PushFocus(A);
+  Engine.SetHalt(true);
+
+  std::vector<std::string> Log;
+  Engine.OnRemoveModule = [&](TObject*, const IModule& M) { Log.push_back("remove " + M->GetName()); };
+  Engine.OnClearModule = [&](TObject*, const IModule& M) { Log.push_back("clear " + M->GetName()); };
+  Engine.OnClear = [&](TObject*) { Log.push_back("clear"); };
+  Engine.Clear();
+
+  EXPECT_EQ(Log, (std::vector<std::string>{"remove A", "clear A", "clear MAIN", "clear"}));
+  ASSERT_EQ(Engine.GetModules()->GetCount(), 1);
+  EXPECT_EQ(Engine.GetModules()->Get(0), Main);
+  EXPECT_EQ(A->GetFacts(), nullptr);
+  ASSERT_EQ(Engine.GetFocusStack()->GetCount(), 1);
+  EXPECT_EQ(Engine.GetCurrentFocus(), Main);
+  EXPECT_FALSE(Engine.GetHalt());
+  EXPECT_EQ(Engine.GetFacts()->GetCount(), 0);
+  EXPECT_EQ(Engine.GetRules()->GetCount(), 0);
+  EXPECT_FALSE(Engine.FindFactTemplate("person"));
+  EXPECT_EQ(Person->GetImportModuleCount(), 0);
+  EXPECT_EQ(Engine.GetFactIdCounter(), 0);
+  EXPECT_EQ(Engine.NewRuleId(), 0);
+
+  // The module is ready for knowledge: the initial-fact pattern and the null fact stand anew.
+  ASSERT_NE(Engine.GetInitialFactPattern(), nullptr);
+  EXPECT_EQ(Engine.GetInitialFactPattern()->GetTemplate(), Engine.FindFactTemplate("Initial-Fact"));
+  EXPECT_EQ(Main->GetInitialFactPattern(), Engine.GetInitialFactPattern());
+  ASSERT_TRUE(Engine.GetNullFact());
+  EXPECT_EQ(Engine.GetNullFact()->GetTemplate(), Engine.FindFactTemplate("__NOT-OR-TEST-CE*"));
+
+  // Built-in functions and globals stay; interpreted functions, storage and streams go.
+  EXPECT_TRUE(Engine.GetUserFunctions()->ContainsKey("zz-plain"));
+  EXPECT_FALSE(Engine.GetUserFunctions()->ContainsKey("zz-defined"));
+  EXPECT_EQ(Engine.GetUserFunctions()->GetNumInterpreted(), 0);
+  EXPECT_TRUE(Engine.GetGlobalVariables()->ContainsKey("*x*"));
+  EXPECT_EQ(Engine.GetStorage()->GetCount(), 0);
+  EXPECT_EQ(Engine.GetIOStreams()->GetCount(), 0);
+
+  // After a clear, working memory is empty until a reset.
+  Engine.Reset();
+  EXPECT_EQ(Engine.GetFacts()->GetCount(), 1);
+}
+
+TEST(ResetClearTest, ClearOfAModuleKeepsTheCurrentModule) {
+  TInferenceEngine Engine;
+  const IModule Main = Engine.GetModules()->Get(0);
+  const IModule A = AddModule(Engine, "A");
+  A->GetFactTemplates()->Add(IFactTemplate(new TFactTemplate(&Engine, "thing")));
+  int Changes = 0;
+  Engine.OnChangeCurrentModule = [&](TObject*) { ++Changes; };
+  Engine.Clear(A);
+  EXPECT_EQ(Engine.GetCurrentModule(), Main);
+  EXPECT_EQ(Engine.GetFacts(), Main->GetFacts());
+  EXPECT_EQ(Changes, 0);
+  EXPECT_FALSE(A->GetFactTemplates()->ContainsKey("thing"));
+  // A module other than main holds its own initial-fact template, so it gets a new pattern.
+  ASSERT_NE(A->GetInitialFactPattern(), nullptr);
+  EXPECT_EQ(A->GetInitialFactPattern()->GetTemplate(), A->GetFactTemplates()->Get("Initial-Fact"));
+  EXPECT_EQ(A->GetNullFact()->GetTemplate(), A->GetFactTemplates()->Get("__NOT-OR-TEST-CE*"));
+}
+
+TEST(ResetClearTest, RenamingATemplateRekeysEveryTableThatHoldsIt) {
+  TInferenceEngine Engine;
+  const IModule Main = Engine.GetModules()->Get(0);
+  const IModule A = AddModule(Engine, "A");
+  Engine.SetCurrentModule(Main);
+  const IFactTemplate Person(new TFactTemplate(&Engine, "person"));
+  const IFactTemplate Other(new TFactTemplate(&Engine, "other"));
+  Main->GetFactTemplates()->Add(Person);
+  A->GetFactTemplates()->Add(Person);
+  A->GetFactTemplates()->Add(Other);
+
+  Person->SetTemplateName("human");
+  EXPECT_EQ(Main->GetFactTemplates()->Get("human"), Person);
+  EXPECT_EQ(A->GetFactTemplates()->Get("human"), Person);
+  EXPECT_FALSE(A->GetFactTemplates()->ContainsKey("person"));
+
+  EXPECT_EQ(ErrorOf([&] { Person->SetTemplateName("other"); }), "Fact Template Name already exists: \"other\"");
+  EXPECT_EQ(Person->GetTemplateName(), "human");
+  EXPECT_EQ(Main->GetFactTemplates()->Get("human"), Person);
+}
+
+TEST(ResetClearTest, PrintOutRouting) {
+  TMemoryStream Named;  // outlives the engine, whose stream table writes into it
+  TInferenceEngine Engine;
+  std::vector<std::string> Log;
+
+  // Nothing is listening: standard output goes nowhere, a named one is an error.
+  Engine.PrintOut("", "lost");
+  EXPECT_EQ(ErrorOf([&] { Engine.PrintOut("nope", "x"); }), "Function is unimplemented or unassigned: printout");
+
+  Engine.OnPrintOut = [&](TObject*, const std::string& Id, const std::string& Text) { Log.push_back(Id + "|" + Text); };
+  Engine.PrintOut("hello\r\n");
+  Engine.PrintOut("t", "there");
+  Engine.PrintOut("nope", "x");  // a handler but no such stream: dropped
+  EXPECT_EQ(Log, (std::vector<std::string>{"|hello\r\n", "t|there"}));
+  Log.clear();
+
+  Engine.GetIOStreams()->Add("out", new TGTextStream(&Named));
+  Engine.PrintOut("out", "to a stream");
+  EXPECT_EQ(Text(Named), "to a stream");
+
+  auto* Capture = new TMemoryStream();
+  EXPECT_TRUE(Engine.StartCapture(Capture, nullptr));
+  Engine.PrintOut("", "one ");
+  Engine.PrintOut("t", "two");
+  EXPECT_EQ(Engine.GetOutputStream(), Capture);
+  EXPECT_EQ(Text(*Capture), "one two");
+  EXPECT_TRUE(Log.empty());
+  EXPECT_TRUE(Engine.StopCapture());
+  EXPECT_EQ(Engine.GetOutputStream(), nullptr);
+  Engine.PrintOut("back");
+  EXPECT_EQ(Log, (std::vector<std::string>{"|back"}));
+}
+
+}  // namespace
+}  // namespace cogent

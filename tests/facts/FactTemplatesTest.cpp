@@ -1,0 +1,312 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/facts/KBFacts.h"
+#include "cogent/functions/KBPackages.h"
+#include "cogent/values/KBDefinedType.h"
+
+namespace cogent {
+namespace {
+
+IKBValue Atom(const std::string& S) { return IKBValue(new TKBValue(S, dtAtom)); }
+IKBValue Int(std::int32_t I) { return IKBValue(new TKBValue(I, dtInteger)); }
+IKBValue List(std::initializer_list<IKBValue> Items) {
+  IValueVector Vector(new TValueVector());
+  for (const IKBValue& Item : Items) Vector->Add(Item);
+  return IKBValue(new TKBValue(Vector));
+}
+IFactTemplate Template(const std::string& Name, TPersistent* Owner = nullptr) {
+  return IFactTemplate(new TFactTemplate(Owner, Name));
+}
+
+template <class F>
+std::string ErrorOf(F&& Action) {
+  try {
+    Action();
+  } catch (const EKBException& E) {
+    return E.what();
+  }
+  return "no error";
+}
+
+TEST(FactTemplateTest, OrderedFlagFollowsAddsAndRenamesOnly) {
+  const IFactTemplate T = Template("colour");
+  T->AddMultiSlot(SDefaultSlotName, FCNilList);
+  EXPECT_TRUE(T->IsOrdered());
+  T->AddSlot("x", Atom("a"));
+  EXPECT_FALSE(T->IsOrdered());
+  // Removal leaves the flag alone until the next add or rename.
+  T->RemoveSlot("x");
+  EXPECT_FALSE(T->IsOrdered());
+  T->AddMultiSlot(SDefaultSlotName, List({Atom("red")}));
+  EXPECT_TRUE(T->IsOrdered());
+
+  const IFactTemplate Single = Template("single");
+  const IFactSlot Slot = Single->AddSlot("a", Atom("v"));
+  EXPECT_FALSE(Single->IsOrdered());
+  Slot->SetName(SDefaultSlotName);
+  EXPECT_TRUE(Single->IsOrdered());
+  EXPECT_FALSE(Single->ContainsSlot("a"));
+  EXPECT_EQ(Single->GetSlotNames().GetCount(), 1);
+}
+
+TEST(FactTemplateTest, AddSlotErrorsLeaveTheTemplateUnchanged) {
+  const IFactTemplate T = Template("t");
+  const IKBValue MultiDefault = List({Atom("a")});
+  const IFactSlot Multi = T->AddMultiSlot("m", MultiDefault);
+  const IFactSlot Plain = T->AddSlot("s", Atom("x"));
+  const IKBValue MultiBefore = Multi->GetSlotDefault();
+  const IKBValue PlainBefore = Plain->GetSlotDefault();
+
+  EXPECT_EQ(ErrorOf([&] { T->AddSlot("m", Atom("y")); }), _SInvalidExistingMultiSlotChange);
+  EXPECT_EQ(ErrorOf([&] { T->AddMultiSlot("s", List({})); }), _SInvalidExistingSlotChange);
+  EXPECT_EQ(Multi->GetSlotDefault(), MultiBefore);
+  EXPECT_TRUE(Multi->IsMultiSlot());
+  EXPECT_EQ(Plain->GetSlotDefault(), PlainBefore);
+  EXPECT_FALSE(Plain->IsMultiSlot());
+
+  EXPECT_EQ(ErrorOf([&] { T->AddSlot("n", nullptr); }), "Bad Slot Type");
+  EXPECT_EQ(ErrorOf([&] { T->AddMultiSlot("n", nullptr); }), "Bad Slot Type");
+  EXPECT_EQ(ErrorOf([&] { T->AddSlot("n", List({Atom("q")})); }), "Invalid default slot value: " + List({Atom("q")})->GetToString());
+  EXPECT_EQ(ErrorOf([&] { T->AddMultiSlot("n", Int(3)); }), "Invalid default value for a multislot, must be a multifield: 3");
+  EXPECT_EQ(ErrorOf([&] { T->AddMultiSlot("  ", List({})); }), "Bad Slot Name:   ");
+  EXPECT_EQ(ErrorOf([&] { T->AddSlot("a b", Atom("x")); }), Format(_SUnexpectedCharacters, "a b", " "));
+  EXPECT_EQ(T->GetSlotCount(), 2);
+  EXPECT_EQ(T->GetSlotNames().GetCount(), 2);
+
+  // A redefinition changes the default of the slot in place.
+  EXPECT_EQ(T->AddSlot("s", Atom("z")), Plain);
+  EXPECT_EQ(Plain->GetSlotDefault()->GetAsAtom(), "z");
+}
+
+TEST(FactTemplateTest, SlotLookupErrors) {
+  const IFactTemplate T = Template("t");
+  T->AddSlot("a", Atom("x"));
+  EXPECT_EQ(ErrorOf([&] { T->GetSlot("zz"); }), "No such slot name: \"zz\"");
+  EXPECT_EQ(ErrorOf([&] { T->RemoveSlot("zz"); }), "No such slot name: \"zz\"");
+  const IFactSlot Other(new TFactSlot());
+  Other->SetName("b");
+  EXPECT_EQ(ErrorOf([&] { T->SetSlot("a", Other); }), "Index does not match fact slot name: a and b");
+  EXPECT_EQ(T->GetSlot("a")->GetSlotDefault()->GetAsAtom(), "x");
+  EXPECT_EQ(ErrorOf([&] { T->SetTemplateName("a(b"); }), Format(_SUnexpectedCharacters, "a(b", "("));
+  EXPECT_EQ(T->GetTemplateName(), "t");
+}
+
+TEST(FactTemplateTest, FuzzyFlagIsRecomputed) {
+  const IFactTemplate T = Template("t");
+  T->AddSlot("a", Atom("x"));
+  EXPECT_FALSE(T->IsFuzzy());
+  const IFactSlot F = T->AddSlot("f", Atom("x"));
+  F->SetSlotType(TKBTypes{dtFuzzy});
+  EXPECT_TRUE(T->IsFuzzy());
+  T->RemoveSlot("f");
+  EXPECT_FALSE(T->IsFuzzy());
+  T->GetSlot("a")->SetSlotType(TKBTypes{dtFuzzy});
+  EXPECT_TRUE(T->IsFuzzy());
+}
+
+TEST(FactTemplateTest, HashDependsOnNameAndSlotNamesOnly) {
+  const IFactTemplate A = Template("p");
+  A->AddSlot("x", Atom("1"));
+  A->AddSlot("y", Atom("2"));
+  const IFactTemplate B = Template("p");
+  B->AddSlot("y", Int(5));
+  B->AddSlot("x", Int(6));
+  EXPECT_EQ(A->GetHashCode(), B->GetHashCode());
+  EXPECT_EQ(A->GetHashCode(), CalculateHash(std::string("px\r\ny\r\n"), 1));
+  const std::int32_t Before = B->GetHashCode();
+  B->GetSlot("y")->SetName("z");
+  EXPECT_NE(B->GetHashCode(), Before);
+  EXPECT_EQ(B->GetSlotNames().GetText(), "x\r\nz\r\n");
+}
+
+TEST(FactSlotTest, FuzzyTypesMixOnlyWithMultislotTypes) {
+  const IFactTemplate T = Template("t");
+  const IFactSlot Slot = T->AddSlot("f", Atom("x"));
+  Slot->SetSlotType(TKBTypes{dtFuzzy});
+  Slot->SetSlotType(TKBTypes{dtFuzzy, dtList, dtMultiSlot});
+  EXPECT_EQ(Slot->GetSlotType(), (TKBTypes{dtFuzzy, dtList, dtMultiSlot}));
+  EXPECT_EQ(ErrorOf([&] { Slot->SetSlotType(TKBTypes{dtFuzzy, dtAtom}); }), "Cannot mix fuzzy type with other primitive types");
+  EXPECT_EQ(Slot->GetSlotType(), (TKBTypes{dtFuzzy, dtList, dtMultiSlot}));
+}
+
+TEST(FactSlotTest, ValidityOfNilAndItsMessages) {
+  const IFactTemplate T = Template("t");
+  const IFactSlot Plain = T->AddSlot("n", Int(1));
+  Plain->SetSlotType(TKBTypes{dtInteger});
+  const IFactSlot Multi = T->AddMultiSlot("m", List({}));
+  EXPECT_TRUE(Plain->IsValid(FCNil));
+  EXPECT_TRUE(Plain->IsValid(nullptr));
+  EXPECT_FALSE(Multi->IsValid(FCNil));
+  EXPECT_TRUE(Multi->IsValid(FCNilList));
+  EXPECT_FALSE(Plain->IsValid(FCNilList));
+
+  EXPECT_EQ(Plain->GetInvalidValueString(Int(4)), "");
+  EXPECT_EQ(Plain->GetInvalidValueString(Atom("abc")), "Not a INTEGER type.  Value (abc) is a dtAtom type for n slot");
+  Multi->SetSlotType(TKBTypes{dtInteger, dtList, dtMultiSlot});
+  const IKBValue Bad = List({Int(1), Atom("abc")});
+  EXPECT_FALSE(Multi->IsValid(Bad));
+  EXPECT_EQ(Multi->GetInvalidValueString(Bad), "Not a " + VXUpperCase(SetToString(Multi->GetSlotType(), ", ", false)) +
+                                                   " type.  Value (" + Bad->GetToString() +
+                                                   ") is a dtAtom (abc) type for m slot");
+}
+
+TEST(FactSlotTest, DefaultsAreClonedConstantsShared) {
+  const IFactTemplate T = Template("t");
+  const IKBValue Given = Atom("v");
+  const IFactSlot Slot = T->AddSlot("a", Given);
+  EXPECT_NE(Slot->GetSlotDefault(), Given);
+  EXPECT_TRUE(Slot->GetSlotDefault()->Equals(Given));
+  Slot->SetSlotDefault(FCTrue);
+  EXPECT_EQ(Slot->GetSlotDefault(), FCTrue);
+
+  // A call is never shared between templates.
+  const IFunCall Call(new TFunctionCall("gensym"));
+  T->AddSlot("c", IKBValue(new TKBValue(Call)));
+  const IFunCall Held = T->GetSlot("c")->GetSlotDefault()->GetAsFunCall();
+  EXPECT_NE(Held, Call);
+  EXPECT_EQ(Held->GetName(), "gensym");
+}
+
+TEST(FactSlotTest, NewTypeReplacesAnInvalidDefault) {
+  const IFactTemplate T = Template("t");
+  const IFactSlot Slot = T->AddSlot("a", Int(7));
+  Slot->SetSlotType(TKBTypes{dtInteger, dtFloat});
+  EXPECT_EQ(Slot->GetSlotDefault()->GetAsInteger(), 7);
+  Slot->SetSlotType(TKBTypes{dtFloat});
+  EXPECT_EQ(Slot->GetSlotDefault()->GetDType(), dtFloat);
+  EXPECT_EQ(Slot->GetSlotDefault()->GetAsFloat(), 0.0);
+  Slot->SetSlotType(TKBTypes{dtFuzzy});
+  EXPECT_EQ(Slot->GetSlotDefault(), FCNil);
+  EXPECT_EQ(Slot->CreateValidDefault(true)->GetDType(), dtList);
+}
+
+TEST(FactSlotTest, DynamicChecksGuardDefaults) {
+  TInferenceEngine Engine;
+  Engine.SetTypeChecks(TTypeChecks{tcDynamic});
+  const IFactTemplate T = Template("t", &Engine);
+  const IFactSlot Slot = T->AddSlot("n", Int(1));
+  Slot->SetSlotType(TKBTypes{dtInteger});
+  EXPECT_EQ(ErrorOf([&] { Slot->SetSlotDefault(Atom("x")); }), "Invalid default slot value: x");
+  EXPECT_EQ(Slot->GetSlotDefault()->GetAsInteger(), 1);
+  // A default changed from the outside is checked too.
+  const IKBValue Default = Slot->GetSlotDefault();
+  EXPECT_EQ(ErrorOf([&] { Default->SetAsAtom("y"); }), "Value \"y\" is not valid, n");
+  // Once the slot is gone its old default no longer reports to it.
+  Slot->SetSlotDefault(Int(2));
+  EXPECT_EQ(ErrorOf([&] { Default->SetAsAtom("z"); }), "no error");
+  // A slot that left its template is outside the engine's checks.
+  const IKBValue Last = Slot->GetSlotDefault();
+  T->RemoveSlot("n");
+  EXPECT_EQ(ErrorOf([&] { Last->SetAsAtom("z"); }), "no error");
+}
+
+TEST(FactSlotTest, OldDefaultForgetsADeadSlot) {
+  IKBValue Default;
+  {
+    const IFactTemplate T = Template("t");
+    Default = T->AddSlot("a", Atom("x"))->GetSlotDefault();
+  }
+  Default->SetAsAtom("y");  // would reach a freed slot if the hook stayed
+  EXPECT_EQ(Default->GetAsAtom(), "y");
+}
+
+TEST(FactSlotTest, ExtendedTypeInfo) {
+  const IFactTemplate T = Template("t");
+  const IKBDefinedType Type(new TKBDefinedType("num", TKBTypes{dtInteger, dtFloat}));
+  const IFactSlot Slot = T->AddSlot("a", Int(1));
+  Slot->SetExtendedTypeInfo(Type);
+  EXPECT_EQ(Slot->GetSlotType(), (TKBTypes{dtInteger, dtFloat}));
+  EXPECT_EQ(T->ContainsType(Type), Slot);
+  EXPECT_EQ(T->ContainsType(IKBDefinedType(new TKBDefinedType("num", TKBTypes{dtInteger}))), nullptr);
+
+  const IFactTemplate Ordered = Template("o");
+  const IFactSlot Data = Ordered->AddMultiSlot(SDefaultSlotName, FCNilList);
+  Data->SetExtendedTypeInfo(Type);
+  EXPECT_EQ(Data->GetSlotType(), (TKBTypes{dtInteger, dtFloat, dtList, dtMultiSlot}));
+}
+
+TEST(FactTemplateTest, AddSlotCopiesAndEqualsLooksOneWay) {
+  const IFactTemplate A = Template("p");
+  const IFactSlot Given = A->AddSlot("x", Int(1));
+  const IFactTemplate B = Template("p");
+  const IFactSlot Copy = B->AddSlot(Given);
+  EXPECT_NE(Copy, Given);
+  EXPECT_TRUE(Copy->Equals(Given));
+  EXPECT_EQ(Copy->GetTemplateName(), "p");
+  EXPECT_EQ(Given->GetOwner(), A.get());
+  EXPECT_TRUE(A->Equals(B));
+  B->AddSlot("y", Int(2));
+  EXPECT_TRUE(A->Equals(B));
+  EXPECT_FALSE(B->Equals(A));
+  B->AddSlot("x", Int(9));
+  EXPECT_FALSE(A->Equals(B));
+  // A slot that left its template no longer names it.
+  B->RemoveSlot("x");
+  EXPECT_EQ(Copy->GetTemplateName(), "");
+}
+
+TEST(FactTemplateTest, InheritanceCopiesTheParent) {
+  TInferenceEngine Engine;
+  const IFactTemplate Parent = Template("animal");
+  Parent->AddSlot("legs", Int(4));
+  Parent->SetBackwardChaining(true);
+  const IFactTemplate Child(new TFactTemplate(nullptr, "dog", "a dog", Parent));
+  EXPECT_EQ(Child->GetTemplateName(), "dog");
+  EXPECT_EQ(Child->GetComment(), "a dog");
+  EXPECT_EQ(Child->GetParent(), Parent);
+  EXPECT_TRUE(Child->IsBackwardChaining());
+  EXPECT_NE(Child->GetSlot("legs"), Parent->GetSlot("legs"));
+  EXPECT_NE(Child->GetHashCode(), Parent->GetHashCode());
+  Parent->AddSlot("legs", Int(2));
+  Parent->AddSlot("tail", Atom("yes"));
+  EXPECT_EQ(Child->GetSlot("legs")->GetSlotDefault()->GetAsInteger(), 4);
+  EXPECT_FALSE(Child->ContainsSlot("tail"));
+
+  const IFactTemplate Foreign(new TFactTemplate(&Engine, "cat", "", Parent));
+  EXPECT_EQ(Foreign->GetParent(), nullptr);
+  EXPECT_TRUE(Foreign->ContainsSlot("tail"));
+}
+
+TEST(FactTemplateTest, CloneAndNewFact) {
+  const IFactTemplate T = Template("p");
+  T->AddSlot("x", Int(1));
+  T->AddMultiSlot("l", List({Atom("a")}));
+  const IFactTemplate Copy = T->Clone(nullptr);
+  EXPECT_EQ(Copy->GetTemplateName(), "p");
+  EXPECT_TRUE(Copy->Equals(T));
+  EXPECT_NE(Copy->GetSlot("x"), T->GetSlot("x"));
+  EXPECT_EQ(Copy->GetHashCode(), T->GetHashCode());
+
+  const IFact Fact = T->NewFact();
+  EXPECT_EQ(Fact->GetID(), -1);
+  EXPECT_EQ(Fact->GetSlotNames()->GetCount(), 2);
+  EXPECT_EQ(Fact->GetValue("x")->GetAsInteger(), 1);
+  EXPECT_NE(Fact->GetValue("x"), T->GetSlot("x")->GetSlotDefault());
+
+  EXPECT_EQ(ErrorOf([&] { Copy->FillFactWithDefaults(Fact); }),
+            "Unable to assign slot values, fact templates are different: p and p");
+  EXPECT_EQ(ErrorOf([&] { T->FillFactWithDefaults(IFact(new TFact())); }), "Fact Template is missing");
+}
+
+TEST(FactTemplateTest, EngineOwnerGivesHomeModule) {
+  TInferenceEngine Engine;
+  const IFactTemplate T = Template("p", &Engine);
+  EXPECT_EQ(T->GetEngine(), &Engine);
+  EXPECT_EQ(T->GetModule(), Engine.GetCurrentModule());
+  EXPECT_EQ(Template("q")->GetEngine(), nullptr);
+
+  // The engine hears of a rename before the name changes, and may refuse it.
+  const IFactTemplate P = Engine.CreateFactTemplate("p");
+  Engine.CreateFactTemplate("q");
+  P->SetTemplateName("r");
+  EXPECT_EQ(Engine.FindFactTemplate("r"), P);
+  EXPECT_EQ(Engine.FindFactTemplate("p"), nullptr);
+  EXPECT_EQ(ErrorOf([&] { P->SetTemplateName("q"); }), Format(_SDuplicateTemplateNames, "q"));
+  EXPECT_EQ(P->GetTemplateName(), "r");
+}
+
+}  // namespace
+}  // namespace cogent
