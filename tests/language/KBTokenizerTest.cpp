@@ -1,0 +1,447 @@
+#include "cogent/language/KBTokenizer.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/facts/KBContext.h"
+#include "cogent/language/KBParser.h"
+
+namespace cogent {
+namespace {
+
+using TTexts = std::vector<std::string>;
+
+std::unique_ptr<TKBRuleStream> Open(const std::string& Text) {
+  return std::make_unique<TKBRuleStream>(new TVXStringStream(Text), nullptr, true);
+}
+
+std::unique_ptr<TKBRuleStream> OpenBytes(const TBytes& Bytes, TEncoding* Encoding) {
+  auto* Memory = new TMemoryStream();
+  Memory->WriteBuffer(Bytes.data(), static_cast<std::int64_t>(Bytes.size()));
+  Memory->SetPosition(0);
+  return std::make_unique<TKBRuleStream>(Memory, Encoding, true);
+}
+
+// A compact form of a token: its kind, its text or number, and its line.
+std::string Describe(const IStreamToken& T) {
+  std::string Kind;
+  std::string Body = T->GetText();
+  switch (T->GetDataType()) {
+    case dtNone:
+      return "EOF@" + IntToStr(T->GetLineNumber());
+    case dtAtom:
+      Kind = "a:";
+      break;
+    case dtString:
+      Kind = "s:";
+      break;
+    case dtInteger:
+      Kind = "i:";
+      Body = FloatToStr(T->GetNumber());
+      break;
+    case dtFloat:
+      Kind = "f:";
+      Body = FloatToStr(T->GetNumber());
+      break;
+    case dtVariable:
+      Kind = "v:";
+      break;
+    case dtMultiVariable:
+      Kind = "m:";
+      break;
+    default:
+      Kind = "p" + IntToStr(T->GetDataType()) + ":";
+      break;
+  }
+  return Kind + Body + "@" + IntToStr(T->GetLineNumber());
+}
+
+// Every token up to and including the end token.
+TTexts Tokens(TKBRuleStream& S) {
+  TTexts Result;
+  for (;;) {
+    const IStreamToken T = S.NextToken();
+    Result.push_back(Describe(T));
+    if (T->IsEOF()) return Result;
+  }
+}
+
+TTexts Tokens(const std::string& Text) { return Tokens(*Open(Text)); }
+
+IStreamToken First(const std::string& Text) { return Open(Text)->NextToken(); }
+
+template <class TException, class TCall>
+std::string MessageOf(TCall&& Call) {
+  try {
+    Call();
+  } catch (const TException& E) {
+    return E.what();
+  }
+  return "no exception";
+}
+
+class TExposedRuleStream : public TKBRuleStream {
+public:
+  using TKBRuleStream::FinishToken;
+  using TKBRuleStream::TKBRuleStream;
+};
+
+TEST(KBTokenizerTest, TokenKindsAndWordBoundaries) {
+  EXPECT_EQ(Tokens("(a \"x\\\"y\" 12 -3.5 ?v $?w)"),
+            (TTexts{"p40:(@1", "a:a@1", "s:x\"y@1", "i:12@1", "f:-3.5@1", "v:v@1", "m:w@1", "p41:)@1", "EOF@1"}));
+  // Punctuation stands alone, whatever follows.
+  EXPECT_EQ(Tokens("&=[]|~"),
+            (TTexts{"p38:&@1", "p61:=@1", "p91:[@1", "p93:]@1", "p124:|@1", "p126:~@1", "EOF@1"}));
+  EXPECT_EQ(Tokens("=>"), (TTexts{"p61:=@1", "a:>@1", "EOF@1"}));
+  EXPECT_EQ(Tokens("(?x<-(a))"),
+            (TTexts{"p40:(@1", "v:x@1", "a:<-@1", "p40:(@1", "a:a@1", "p41:)@1", "p41:)@1", "EOF@1"}));
+  // "<" ends a word but opens one; "=" and "::" stay inside words.
+  EXPECT_EQ(Tokens("a<b"), (TTexts{"a:a@1", "a:<b@1", "EOF@1"}));
+  EXPECT_EQ(Tokens("<= x=y m::n"), (TTexts{"a:<=@1", "a:x=y@1", "a:m::n@1", "EOF@1"}));
+  EXPECT_EQ(Tokens("a[b]c|d~e&f\"g\""),
+            (TTexts{"a:a@1", "p91:[@1", "a:b@1", "p93:]@1", "a:c@1", "p124:|@1", "a:d@1", "p126:~@1", "a:e@1",
+                       "p38:&@1", "a:f@1", "s:g@1", "EOF@1"}));
+  // A backslash takes the next character into the word; at the very end it
+  // just ends the word.
+  EXPECT_EQ(Tokens("a\\ b c\\(d abc\\"), (TTexts{"a:a b@1", "a:c(d@1", "a:abc@1", "EOF@1"}));
+
+  // The printed forms that go into an expression's text.
+  const std::vector<std::pair<std::string, std::string>> Forms = {
+      {"\"s t\"", "\\\"s t\"\\"}, {"42", "42"}, {"-3.25", "-3.2500"}, {"?v", "?v"},
+      {"$?w", "$?w"},             {"(", "("},   {"", "EOF"},          {"abc", "abc"}};
+  for (const auto& [Text, Form] : Forms) EXPECT_EQ(First(Text)->ToString(), Form) << Text;
+}
+
+TEST(KBTokenizerTest, NumbersAndWordsThatLookLikeNumbers) {
+  const std::vector<std::pair<std::string, std::string>> Cases = {
+      {"-5", "i:-5@1"},          {"+3.2", "f:3.2@1"},      {"1e3", "f:1000@1"},  {"1.5E-2", "f:0.015@1"},
+      {"3.", "f:3@1"},           {".5", "f:0.5@1"},        {"-.5", "f:-0.5@1"},  {"0", "i:0@1"},
+      {"007", "i:7@1"},          {"+7", "i:7@1"},          {"1e", "a:1e@1"},     {"-", "a:-@1"},
+      {"+", "a:+@1"},            {".", "a:.@1"},           {"+x", "a:+x@1"},     {"12abc", "a:12abc@1"},
+      {"1.2.3", "a:1.2.3@1"},    {"--5", "a:--5@1"},       {"5-", "a:5-@1"},     {"e5", "a:e5@1"},
+      {"1e+", "a:1e+@1"},        {"2147483647", "i:2147483647@1"},
+      // Beyond 32 bits a whole number reads as a float.
+      {"2147483648", "f:2147483648@1"}};
+  for (const auto& [Text, Expected] : Cases) EXPECT_EQ(Describe(First(Text)), Expected) << Text;
+  EXPECT_EQ(First("1.5")->GetText(), "");
+  EXPECT_EQ(First("15")->GetText(), "");
+}
+
+TEST(KBTokenizerTest, StringsEscapesAndLineEnds) {
+  EXPECT_EQ(Describe(First("\"a\\\\b\\n\\\"\"")), "s:a\\bn\"@1");
+  EXPECT_EQ(Describe(First("\"\"")), "s:@1");
+  // A string holds its line ends as written and counts each once; it stands
+  // on the line of its closing quote.
+  const auto S = Open("x\r\n\"p\r\nq\rr\ns\" y");
+  EXPECT_EQ(Describe(S->NextToken()), "a:x@1");
+  const IStreamToken Str = S->NextToken();
+  EXPECT_EQ(Str->GetText(), "p\r\nq\rr\ns");
+  EXPECT_EQ(Str->GetLineNumber(), 5);
+  EXPECT_EQ(Describe(S->NextToken()), "a:y@5");
+  // Comment and blank characters inside a string are plain text.
+  EXPECT_EQ(Describe(First("\"a ; (b) \t\"")), "s:a ; (b) \t@1");
+}
+
+TEST(KBTokenizerTest, UnterminatedStringRaisesWhenItsExpressionIsFirstTouched) {
+  const std::string Expected = "Invalid string value, string was not terminated";
+  for (const std::string Text : {"\"abc", "\"abc\\", "(a \"b c)", "\"abc\\\""}) {
+    const auto S = Open(Text);
+    EXPECT_EQ(MessageOf<EKBParseException>([&] { S->NextToken(); }), Expected) << Text;
+    // The string ran to the end of the text, so nothing but the end follows.
+    EXPECT_TRUE(S->NextToken()->IsEOF());
+  }
+  // Expressions before it are handed out; the error comes with the first
+  // token of its own expression, before "(" is handed out.
+  const auto S = Open("(ok) (a \"b");
+  for (int I = 0; I < 3; ++I) S->NextToken();
+  EXPECT_EQ(MessageOf<EKBParseException>([&] { S->NextToken(); }), Expected);
+  EXPECT_EQ(S->GetParenthesisLevel(), 0);
+}
+
+TEST(KBTokenizerTest, FinishTokenHints) {
+  TExposedRuleStream S(new TVXStringStream(""), nullptr, true);
+  EXPECT_EQ(MessageOf<EKBParseException>([&] { S.FinishToken(5, "x"); }),
+            "Invalid Token hint for parsing token: 5");
+  EXPECT_EQ(MessageOf<EKBParseException>([&] { S.FinishToken(';', ";"); }),
+            "Invalid Token hint for parsing token: 59");
+  EXPECT_EQ(Describe(S.FinishToken(13, "")), "a:CRLF@1");
+  EXPECT_EQ(Describe(S.FinishToken(-1, "")), "EOF@1");
+  EXPECT_EQ(S.FinishToken(-1, "")->GetText(), "EOF");
+  EXPECT_EQ(Describe(S.FinishToken(-1, "12")), "i:12@1");
+  EXPECT_EQ(Describe(S.FinishToken('"', "q")), "s:q@1");
+  EXPECT_EQ(Describe(S.FinishToken('|', "|")), "p124:|@1");
+}
+
+TEST(KBTokenizerTest, LineNumbers) {
+  // CR, LF and CR LF each end one line; a word that ends on a line end
+  // stands on its own line.
+  EXPECT_EQ(Tokens("a\nb\r\nc\rd\n\n(e\r\n f)\r\n"),
+            (TTexts{"a:a@1", "a:b@2", "a:c@3", "a:d@4", "p40:(@6", "a:e@6", "a:f@7", "p41:)@7", "EOF@8"}));
+  const auto S = Open("x\ny");
+  S->SetLineNumber(10);
+  EXPECT_EQ(Describe(S->NextToken()), "a:x@10");
+  EXPECT_EQ(Describe(S->NextToken()), "a:y@11");
+  EXPECT_EQ(S->GetLineNumber(), 11);
+}
+
+TEST(KBTokenizerTest, CommentsAndWhiteSpaceTravelWithTheNextToken) {
+  const auto S = Open("; head\r\n  (a ; tail\n b)");
+  const IStreamToken Paren = S->NextToken();
+  EXPECT_EQ(Paren->GetWhitespace(), "; head\r\n  ");
+  EXPECT_EQ(Paren->GetLineNumber(), 2);
+  // The blank that ends a word is the word's own.
+  EXPECT_EQ(S->NextToken()->GetWhitespace(), " ");
+  const IStreamToken B = S->NextToken();
+  EXPECT_EQ(Describe(B), "a:b@3");
+  EXPECT_EQ(B->GetWhitespace(), "; tail\r\n ");
+  EXPECT_EQ(S->NextToken()->GetWhitespace(), "");
+  // A comment ends a word that runs into it.
+  EXPECT_EQ(Tokens("abc;def\nx"), (TTexts{"a:abc@1", "a:x@2", "EOF@2"}));
+  EXPECT_EQ(Tokens(";only a comment"), (TTexts{"EOF@1"}));
+
+  // After a variable or a lone sign the white space stays for the next token.
+  const auto V = Open("?x ;c\n - y");
+  EXPECT_EQ(V->NextToken()->GetWhitespace(), " ");
+  EXPECT_EQ(V->NextToken()->GetWhitespace(), " ;c\r\n  ");
+  EXPECT_EQ(V->NextToken()->GetWhitespace(), " ;c\r\n  ");
+}
+
+TEST(KBTokenizerTest, WildcardsGetFreshNames) {
+  // Without an engine the stream numbers them itself.
+  EXPECT_EQ(Tokens("(? $? ?)"),
+            (TTexts{"p40:(@1", "v:_blank_1@1", "m:_blank_$2@1", "v:_blank_3@1", "p41:)@1", "EOF@1"}));
+  auto* Engine = new TInferenceEngine();
+  const std::string Before = Engine->GenerateSymbol("s");
+  const auto S = Open("? $? ?");
+  S->SetEngine(Engine);
+  EXPECT_EQ(S->GetEngine(), Engine);
+  const std::string A = S->NextToken()->GetText();
+  const std::string M = S->NextToken()->GetText();
+  const std::string B = S->NextToken()->GetText();
+  EXPECT_EQ(A.rfind(SBlankPrefix, 0), 0u);
+  EXPECT_EQ(M.rfind(SBlankMulti, 0), 0u);
+  EXPECT_NE(A, B);
+  // The engine's own counter went on.
+  EXPECT_EQ(A, SBlankPrefix + IntToStr(StrToInt(Before.substr(1)) + 1));
+  delete Engine;
+  EXPECT_EQ(S->GetEngine(), nullptr);
+  EXPECT_EQ(S->NextToken()->GetDataType(), dtNone);
+}
+
+TEST(KBTokenizerTest, TokenValues) {
+  EXPECT_TRUE(SameObject(First("TRUE")->Value(), FCTrue));
+  EXPECT_TRUE(SameObject(First("FALSE")->Value(), FCFalse));
+  EXPECT_TRUE(SameObject(First("NIL")->Value(), FCNil));
+  EXPECT_TRUE(SameObject(First("nil")->Value(), FCNil));
+  EXPECT_TRUE(SameObject(First("")->Value(), FCEOF));
+  const IKBValue True = First("true")->Value();
+  EXPECT_FALSE(SameObject(True, FCTrue));
+  EXPECT_EQ(True->GetDType(), dtAtom);
+  EXPECT_EQ(True->GetAsString(), "true");
+
+  const IKBValue Int = First("-12")->Value();
+  EXPECT_EQ(Int->GetDType(), dtInteger);
+  EXPECT_EQ(Int->GetAsInteger(), -12);
+  EXPECT_EQ(First("2.5")->Value()->GetAsFloat(), 2.5);
+  EXPECT_EQ(First("\"TRUE\"")->Value()->GetDType(), dtString);
+  EXPECT_EQ(First("?v")->Value()->GetDType(), dtVariable);
+  EXPECT_EQ(First("$?v")->Value()->GetAsString(), "v");
+  // Punctuation has no value of its own: its code as a string.
+  const IKBValue Paren = First("(")->Value();
+  EXPECT_EQ(Paren->GetDType(), dtString);
+  EXPECT_EQ(Paren->GetAsString(), "40");
+
+  // Numbers are truncated into the integer kinds, saturating.
+  IStreamToken T(new TKBStreamToken(dtFactId, 1, "", 7.9));
+  EXPECT_EQ(T->Value()->GetAsFactId(), 7);
+  T->SetDataType(dtInteger);
+  T->SetNumber(1e300);
+  EXPECT_EQ(T->Value()->GetAsInteger(), 2147483647);
+  EXPECT_EQ(T->ToString(), "9223372036854775807");
+
+}
+
+TEST(KBTokenizerTest, VariablesInAContext) {
+  TKBContext Context(nullptr, nullptr);
+  const IKBValue Bound(new TKBValue(3, dtInteger));
+  Context.AddLocalBinding("x", Bound);
+  Context.AddLocalBinding("all", Bound);
+  // The binding's own value, not a copy.
+  EXPECT_TRUE(SameObject(First("?x")->Value(&Context), Bound));
+  EXPECT_TRUE(SameObject(First("$?all")->Value(&Context), Bound));
+  // Other kinds, other objects and no object give the plain value.
+  EXPECT_EQ(First("x")->Value(&Context)->GetAsString(), "x");
+  TObject NoContext;
+  EXPECT_EQ(First("?y")->Value(&NoContext)->GetDType(), dtVariable);
+  EXPECT_EQ(First("?y")->Value(nullptr)->GetAsString(), "y");
+
+  EXPECT_EQ(MessageOf<EKBException>([&] { First("?y")->Value(&Context); }), "Unknown variable name: y");
+  // What a lost encoding leaves of a name: question marks only.
+  IStreamToken Marks(new TKBStreamToken(dtVariable, 1, "??"));
+  EXPECT_EQ(MessageOf<EKBException>([&] { Marks->Value(&Context); }),
+            "Invalid variable name, ??.  Possible encoding error");
+  Marks->SetText("?");
+  EXPECT_EQ(MessageOf<EKBException>([&] { Marks->Value(&Context); }), "Unknown variable name: ?");
+}
+
+TEST(KBTokenizerTest, SetValueCloneAndEquals) {
+  IStreamToken T(new TKBStreamToken());
+  T->SetValue(IKBValue(new TKBValue(5, dtInteger)));
+  EXPECT_EQ(Describe(T), "i:5@0");
+  T->SetValue(IKBValue(new TKBValue(std::string("w"), dtMultiVariable)));
+  EXPECT_EQ(T->ToString(), "$?w");
+  T->SetValue(IKBValue(new TKBValue(0.5)));
+  EXPECT_EQ(T->ToString(), "0.5000");
+
+  IStreamToken A(new TKBStreamToken(dtAtom, 3, "a"));
+  A->SetWhitespace(" ;c\r\n");
+  A->SetTag(9);
+  const IStreamToken Copy = A->Clone();
+  EXPECT_FALSE(SameObject(Copy, A));
+  EXPECT_EQ(Copy->GetText(), "a");
+  EXPECT_EQ(Copy->GetWhitespace(), " ;c\r\n");
+  EXPECT_EQ(Copy->GetTag(), 9);
+  // Kind, line and number decide; the text does not.
+  EXPECT_TRUE(A->Equals(IInterface(new TKBStreamToken(dtAtom, 3, "b"))));
+  EXPECT_FALSE(A->Equals(IInterface(new TKBStreamToken(dtAtom, 4, "a"))));
+  EXPECT_FALSE(A->Equals(IInterface(new TKBStreamToken(dtString, 3, "a"))));
+  EXPECT_FALSE(A->Equals(IInterface(new TKBValue(std::string("a"), dtAtom))));
+  EXPECT_EQ(MessageOf<EConvertError>([&] { A->Assign(IInterface(new TKBValue(1.0))); }),
+            "Cannot assign a TKBValue to a TKBStreamToken");
+  EXPECT_EQ(A->GetText(), "a");
+}
+
+TEST(KBTokenizerTest, UnicodeTextInEachEncoding) {
+  // "(größe "ü€𝄞" ?ä)"
+  const std::string Text = "(gr\xC3\xB6\xC3\x9F" "e \"\xC3\xBC\xE2\x82\xAC\xF0\x9D\x84\x9E\" ?\xC3\xA4)";
+  const TTexts Expected = {"p40:(@1", "a:gr\xC3\xB6\xC3\x9F" "e@1", "s:\xC3\xBC\xE2\x82\xAC\xF0\x9D\x84\x9E@1",
+                              "v:\xC3\xA4@1", "p41:)@1", "EOF@1"};
+  EXPECT_EQ(Tokens(Text), Expected);
+  EXPECT_EQ(Tokens(*OpenBytes(TEncoding::Unicode()->GetBytes(Text), TEncoding::Unicode())), Expected);
+  // A preamble decides the encoding when none is given.
+  TBytes Bytes = TEncoding::BigEndianUnicode()->GetPreamble();
+  const TBytes Body = TEncoding::BigEndianUnicode()->GetBytes(Text);
+  Bytes.insert(Bytes.end(), Body.begin(), Body.end());
+  const auto S = OpenBytes(Bytes, nullptr);
+  EXPECT_EQ(Tokens(*S), Expected);
+}
+
+TEST(KBTokenizerTest, PutBackRewindsTokensLevelAndText) {
+  const auto S = Open("(a (b) c)");
+  const IStreamToken Open1 = S->NextToken();
+  const IStreamToken A = S->NextToken();
+  const IStreamToken Open2 = S->NextToken();
+  const IStreamToken B = S->NextToken();
+  EXPECT_EQ(S->ToString(), "( a ( b ");
+  EXPECT_EQ(S->GetParenthesisLevel(), 2);
+  S->PutBackToken(B);
+  S->PutBackToken(Open2);
+  S->PutBackToken(A);
+  EXPECT_EQ(S->ToString(), "( ");
+  EXPECT_EQ(S->GetParenthesisLevel(), 1);
+  EXPECT_TRUE(SameObject(S->GetCurrentToken(), A));
+  // The last one put back comes first, and the very same tokens come again.
+  EXPECT_TRUE(SameObject(S->NextToken(), A));
+  EXPECT_TRUE(SameObject(S->NextToken(), Open2));
+  EXPECT_TRUE(SameObject(S->NextToken(), B));
+  EXPECT_EQ(S->ToString(), "( a ( b ");
+  EXPECT_EQ(Tokens(*S), (TTexts{"p41:)@1", "a:c@1", "p41:)@1", "EOF@1"}));
+  EXPECT_EQ(S->GetParenthesisLevel(), 0);
+
+  // Putting back the first token of an expression leaves one blank.
+  const auto T = Open("(x)");
+  S->PutBackToken(nullptr);  // ignored
+  T->PutBackToken(T->NextToken());
+  EXPECT_EQ(T->ToString(), " ");
+  EXPECT_EQ(T->GetParenthesisLevel(), 0);
+  EXPECT_EQ(Tokens(*T), (TTexts{"p40:(@1", "a:x@1", "p41:)@1", "EOF@1"}));
+  // Rewinding over a line break drops it with the token.
+  const auto U = Open("(a\r\n\"s\")");
+  for (int I = 0; I < 3; ++I) U->NextToken();
+  EXPECT_EQ(U->ToString(), "( a \r\n\\\"s\"\\ ");
+  U->PutBackToken(U->GetCurrentToken());
+  EXPECT_EQ(U->ToString(), "( a ");
+}
+
+TEST(KBTokenizerTest, CurrentExpressionTextAndHead) {
+  const auto S = Open("(defrule r\r\n  (a ?x)\r\n  =>\r\n  (b \"s\" 1.5))\r\nnext");
+  EXPECT_EQ(S->GetCurrentToken()->GetDataType(), '(');  // fetched on first ask
+  while (S->GetParenthesisLevel() > 0) S->NextToken();
+  EXPECT_EQ(S->ToString(), "( defrule r \r\n( a ?x ) \r\n= > \r\n( b \\\"s\"\\ 1.5000 ) ) ");
+  // A new expression starts a new text, on a new line.
+  EXPECT_EQ(Describe(S->NextToken()), "a:next@5");
+  EXPECT_EQ(S->ToString(), "\r\nnext ");
+
+  const std::vector<std::pair<std::string, std::string>> Heads = {
+      {"(deftemplate t)", "deftemplate"}, {"(?v 1)", "v"}, {"(= 1 2)", "="}, {"(\"s\")", ""}, {"(1)", ""}};
+  for (const auto& [Text, Head] : Heads) {
+    const auto H = Open(Text);
+    EXPECT_EQ(H->Head(), Head) << Text;
+    // Nothing was consumed.
+    EXPECT_EQ(H->NextToken()->GetDataType(), '(') << Text;
+    EXPECT_EQ(H->GetParenthesisLevel(), 1) << Text;
+  }
+  // Anything but "(" stays consumed.
+  const auto W = Open("word (x)");
+  EXPECT_EQ(W->Head(), "");
+  EXPECT_EQ(W->Head(), "x");
+}
+
+TEST(KBTokenizerTest, MoveToNextConstructSkipsTheBrokenExpression) {
+  const auto S = Open("(a (b c) d)\r\n(e) f");
+  for (int I = 0; I < 4; ++I) S->NextToken();  // ( a ( b
+  EXPECT_EQ(S->GetParenthesisLevel(), 2);
+  S->MoveToNextConstruct();
+  EXPECT_EQ(S->GetParenthesisLevel(), 0);
+  EXPECT_EQ(Describe(S->NextToken()), "p40:(@2");
+  EXPECT_EQ(S->ToString(), "\r\n( ");
+  S->NextToken();
+  S->NextToken();
+  // At level 0 it does nothing.
+  S->MoveToNextConstruct();
+  EXPECT_EQ(Describe(S->NextToken()), "a:f@2");
+  // An expression that never closes ends at the end token.
+  const auto T = Open("(a (b");
+  T->NextToken();
+  T->MoveToNextConstruct();
+  EXPECT_TRUE(T->NextToken()->IsEOF());
+  // So does a stray ")".
+  const auto U = Open(") x");
+  U->NextToken();
+  U->MoveToNextConstruct();
+  EXPECT_TRUE(U->NextToken()->IsEOF());
+}
+
+TEST(KBTokenizerTest, ClearDiscardAndEnd) {
+  // Clear drops what was read ahead.
+  const auto S = Open("(a b) (c)");
+  S->NextToken();
+  S->Clear();
+  EXPECT_EQ(S->ToString(), "");
+  EXPECT_EQ(Describe(S->NextToken()), "p40:(@1");
+  EXPECT_EQ(Describe(S->NextToken()), "a:c@1");
+
+  // DiscardUntilEOL drops the rest of the line, which joins the next
+  // token's white space; a word that ended the line leaves the next alone.
+  for (const std::string Eol : {"\r\n", "\n", "\r"}) {
+    const auto D = Open("a b c" + Eol + "d" + Eol + "e");
+    EXPECT_EQ(D->NextToken()->GetText(), "a");
+    D->DiscardUntilEOL();
+    const IStreamToken Next = D->NextToken();
+    EXPECT_EQ(Next->GetText(), "d");
+    EXPECT_EQ(Next->GetWhitespace().rfind("b c\r\n", 0), 0u);
+    D->DiscardUntilEOL();
+    EXPECT_EQ(D->NextToken()->GetText(), "e");
+  }
+
+  // The end keeps coming.
+  const auto E = Open("  \r\n");
+  for (int I = 0; I < 3; ++I) EXPECT_EQ(Describe(E->NextToken()), "EOF@2");
+}
+
+}  // namespace
+}  // namespace cogent
