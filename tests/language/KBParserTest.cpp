@@ -1,0 +1,565 @@
+#include "cogent/language/KBParser.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/functions/KBPackages.h"
+#include "cogent/language/KBRuleParser.h"
+#include "cogent/language/KBTokenizer.h"
+
+namespace cogent {
+namespace {
+
+using TTexts = std::vector<std::string>;
+
+// A rule parser whose construct grammars only record that they were reached
+// and skip their construct. A construct named "broken", or the word "boom"
+// inside one, is a grammar error; "plain" raises an error of the value layer
+// and "abort" the silent EAbort.
+class TRecordingParser : public TKBRuleParser {
+public:
+  using TKBRuleParser::TKBRuleParser;
+
+  TTexts Calls;
+
+  IFactTemplate ParseFactTemplate() override {
+    return IFactTemplate(new TFactTemplate(GetEngine(), Skip("ParseFactTemplate")));
+  }
+  std::unique_ptr<TRule> ParseRule() override {
+    const std::string Name = Skip("ParseRule");
+    auto Rule = std::make_unique<TRule>(GetEngine());
+    Rule->SetRuleName(Name);
+    return Rule;
+  }
+  std::unique_ptr<TFactSet> ParseFactSet() override {
+    return std::make_unique<TFactSet>(GetEngine(), "", Skip("ParseFactSet"));
+  }
+  IUserFunction ParseFunction() override {
+    return TKBUserFunction::Create<TKBUserFunction>(Skip("ParseFunction"));
+  }
+  bool ParseGlobalVariables() override {
+    Skip("ParseGlobalVariables");
+    return true;
+  }
+  IKBDefinedType ParseDefinedType() override { return IKBDefinedType(new TKBDefinedType(Skip("ParseDefinedType"))); }
+  IModule ParseModule() override {
+    IModule Module(new TModule(GetEngine(), false));
+    Module->SetName(Skip("ParseModule"));
+    return Module;
+  }
+  IFunCall ParseFunCall() override { return IFunCall(new TFunctionCall(Skip("ParseFunCall", false))); }
+  // "nothing" gives nil, anything else an atom.
+  IKBValue ParseNExecuteFunCall() override {
+    const std::string Name = Skip("Execute", false);
+    if (Name == "nothing") return FCNil;
+    return IKBValue(new TKBValue(Name + "-result", dtAtom));
+  }
+  IFact ParseFact() override { return GetEngine()->CreateFactTemplate(Skip("ParseFact", false))->NewFact(); }
+  IKBValue ParseValue() override {
+    Calls.push_back("ParseValue");
+    return nullptr;
+  }
+
+private:
+  // Reads "(keyword name ...)", or "(name ...)" without a keyword, up to its
+  // closing parenthesis and gives the name.
+  std::string Skip(const std::string& Where, bool HasKeyword = true) {
+    TKBRuleStream& Tokens = *GetStream();
+    const std::int32_t Level = Tokens.GetParenthesisLevel();
+    Tokens.NextToken();
+    if (HasKeyword) Tokens.NextToken();
+    const IStreamToken NameToken = Tokens.NextToken();
+    const std::string Name = NameToken->GetText();
+    Calls.push_back(Where + " " + Name);
+    if (Name == "broken") ParseError(Where, "%s is broken", Name);
+    if (Name == "plain") throw EKBException("plain failure");
+    if (Name == "abort") throw EAbort("aborted");
+    while (Tokens.GetParenthesisLevel() > Level) {
+      const IStreamToken Token = Tokens.NextToken();
+      if (Token->IsEOF()) break;
+      if (Token->GetText() == "boom") ParseError(Where, "boom");
+    }
+    return Name;
+  }
+};
+
+// An engine with a recording parser that logs the echo and each OnParse.
+struct TRecordingEngine {
+  TInferenceEngine Engine;
+  std::string Output;
+  TTexts Parsed;
+
+  explicit TRecordingEngine(TErrorHandling ErrorHandling = ehRaiseImmediate) {
+    Engine.SetParserType(TKBParserClass::Of<TRecordingParser>());
+    Engine.SetParserErrorHandling(ErrorHandling);
+    Engine.OnPrintOut = [this](TObject*, const std::string&, const std::string& Text) { Output += Text; };
+    Engine.SetOnParse([this](TObject*, TParsedType Kind, TObject*, const IInterface&) {
+      Parsed.push_back(EnumName(Kind));
+    });
+  }
+  TRecordingParser& Parser() { return dynamic_cast<TRecordingParser&>(*Engine.GetParser()); }
+  bool HasTemplate(const std::string& Name) { return static_cast<bool>(Engine.FindFactTemplate(Name)); }
+};
+
+template <class F>
+std::string ParseErrorOf(F&& Action) {
+  try {
+    Action();
+  } catch (const EKBParseException& E) {
+    return E.what();
+  }
+  return "no parse error";
+}
+
+// ---------------------------------------------------------------- the top-level loop
+
+TEST(KBParserTest, ConstructsReachTheirOperationsAndTheEngine) {
+  TRecordingEngine R;
+  const IModule Main = R.Engine.GetCurrentModule();
+  ASSERT_TRUE(R.Engine.Parse(
+      "(deftemplate person (slot name))\r\n"
+      "(defrule r1 (person) => (foo))\r\n"
+      "(deffacts startup (person))\r\n"
+      "(deffunction f (?x) ?x)\r\n"
+      "(defglobal ?*x* = 1)\r\n"
+      "(deftype colour)\r\n"
+      "(printout t \"hi\")\r\n"
+      "atom 42\r\n"
+      "(defmodule M2)\r\n",
+      false));
+
+  EXPECT_EQ(R.Parser().Calls, (TTexts{"ParseFactTemplate person", "ParseRule r1", "ParseFactSet startup",
+                                       "ParseFunction f", "ParseGlobalVariables *x*", "ParseDefinedType colour",
+                                       "ParseFunCall printout", "ParseModule M2"}));
+  EXPECT_EQ(R.Parsed, (TTexts{"ptFactTemplate", "ptRule", "ptFactSet", "ptFunction", "ptGlobals", "ptDefType",
+                              "ptFunCall", "ptValue", "ptValue", "ptDefModule", "ptEOF"}));
+  // Without Execute a top-level call is kept as a call value and echoed.
+  const std::string Call = IKBValue(new TKBValue(IFunCall(new TFunctionCall("printout"))))->ToString();
+  EXPECT_EQ(R.Output, "person\r\n0\r\nf\r\ncolour\r\n" + Call + "\r\natom\r\n42\r\nM2\r\n");
+
+  EXPECT_TRUE(Main->GetFactTemplates()->ContainsKey("person"));
+  EXPECT_TRUE(Main->GetRules()->ContainsKey("r1"));
+  ASSERT_EQ(Main->GetFactSets()->GetCount(), 1);
+  EXPECT_EQ(Main->GetFactSets()->GetItem(0)->GetFactSetName(), "startup");
+  EXPECT_EQ(Main->GetFactSets()->GetItem(0)->GetEngine(), &R.Engine);
+  EXPECT_TRUE(Main->GetDefinedTypes()->ContainsKey("colour"));
+  EXPECT_TRUE(R.Engine.GetUserFunctions()->ContainsKey("f"));
+  // A module becomes current as it is read.
+  EXPECT_EQ(R.Engine.GetModules()->GetCount(), 2);
+  EXPECT_EQ(R.Engine.GetCurrentModule()->GetName(), "M2");
+}
+
+TEST(KBParserTest, TopLevelCallsValuesAndTheEnd) {
+  TRecordingEngine R;
+  // With Execute the call's result is echoed; a nil result echoes nothing
+  // and reports ptNone, like a bare nil.
+  ASSERT_TRUE(R.Engine.Parse("(foo) (nothing) nil bar", true));
+  EXPECT_EQ(R.Parser().Calls, (TTexts{"Execute foo", "Execute nothing"}));
+  EXPECT_EQ(R.Parsed, (TTexts{"ptFunCall", "ptNone", "ptNone", "ptValue", "ptEOF"}));
+  EXPECT_EQ(R.Output, "foo-result\r\nbar\r\n");
+
+  // An empty text reports its end once and echoes nothing.
+  R.Parsed.clear();
+  R.Output.clear();
+  EXPECT_TRUE(R.Engine.Parse("", true));
+  EXPECT_EQ(R.Parsed, TTexts{"ptEOF"});
+  EXPECT_EQ(R.Output, "");
+
+  // A bare string or a stray parenthesis is no construct.
+  EXPECT_EQ(ParseErrorOf([&] { R.Engine.Parse("\"abc\"", true); }),
+            "Parsing Error, Unexpected symbol, expected a \"(\", constant, or global variable: \\\"abc\"\\ in "
+            "GetConstructType at line 1: \\\"abc\"\\ ");
+  EXPECT_EQ(ParseErrorOf([&] { R.Engine.Parse("abc\r\n)", true); }),
+            "Parsing Error, Unexpected symbol, expected a \"(\", constant, or global variable: ) in "
+            "GetConstructType at line 2: \r\n) ");
+}
+
+TEST(KBParserTest, ConstructTypeIsPeeked) {
+  TInferenceEngine Engine;
+  EXPECT_EQ(Engine.ParseConstructType("(defrule r)"), ptRule);
+  EXPECT_EQ(Engine.ParseConstructType("(deffacts s)"), ptFactSet);
+  EXPECT_EQ(Engine.ParseConstructType("(defmodule m)"), ptDefModule);
+  EXPECT_EQ(Engine.ParseConstructType("(foo 1)"), ptFunCall);
+  EXPECT_EQ(Engine.ParseConstructType("((a) b)"), ptFunCall);
+  EXPECT_EQ(Engine.ParseConstructType("(EOF)"), ptEOF);
+  EXPECT_EQ(Engine.ParseConstructType("  "), ptEOF);
+  EXPECT_EQ(Engine.ParseConstructType("-1.5"), ptValue);
+  EXPECT_EQ(Engine.ParseConstructType("$?rest"), ptValue);
+
+  // The token stays unread: twice the same answer, then the token itself.
+  TKBRuleStream Tokens(new TVXStringStream("(deftype t) word"), nullptr, true);
+  TKBParser& Parser = *Engine.GetParser();
+  Parser.SetStream(&Tokens);
+  EXPECT_EQ(Parser.GetConstructType(), ptDefType);
+  EXPECT_EQ(Parser.GetConstructType(), ptDefType);
+  EXPECT_EQ(Tokens.NextToken()->GetDataType(), '(');
+  Tokens.MoveToNextConstruct();
+  EXPECT_EQ(Parser.GetConstructType(), ptValue);
+  EXPECT_EQ(Tokens.NextToken()->GetText(), "word");
+  Parser.SetStream(nullptr);
+}
+
+// ---------------------------------------------------------------- errors
+
+TEST(KBParserTest, RaiseImmediateStopsAtTheFirstError) {
+  const std::string Text =
+      "(deftemplate a)\n(defrule broken (x) => (y))\n(deftemplate b)\n(deftype broken)\n(deftemplate c)\n";
+  TRecordingEngine R;
+  try {
+    R.Engine.Parse(Text, true);
+    FAIL() << "no error";
+  } catch (const EKBParseException& E) {
+    EXPECT_STREQ(E.what(), "Parsing Error, broken is broken in ParseRule at line 2:  ( defrule broken ");
+    EXPECT_EQ(E.GetLineNumber(), 2);
+  }
+  // What came before stays; nothing after is read.
+  EXPECT_TRUE(R.HasTemplate("a"));
+  EXPECT_FALSE(R.HasTemplate("b"));
+
+  // Errors of other layers pass unframed.
+  TRecordingEngine Plain;
+  try {
+    Plain.Engine.Parse("(deftype plain)", true);
+    FAIL() << "no error";
+  } catch (const EKBParseException&) {
+    FAIL() << "framed";
+  } catch (const EKBException& E) {
+    EXPECT_STREQ(E.what(), "plain failure");
+  }
+}
+
+TEST(KBParserTest, RaiseAllAtEndCollectsAndRecovers) {
+  const std::string Text =
+      "(deftemplate a)\n(defrule broken (x) => (y))\n(deftemplate b)\n(deftype broken)\n(deftemplate c)\n";
+  const std::string Rule = "Parsing Error, broken is broken in ParseRule at line 2:  ( defrule broken ";
+  const std::string Type = "Parsing Error, broken is broken in ParseDefinedType at line 4:  ( deftype broken ";
+
+  TRecordingEngine R(ehRaiseAllAtEnd);
+  try {
+    R.Engine.Parse(Text, false);
+    FAIL() << "no error";
+  } catch (const EKBParseException& E) {
+    EXPECT_EQ(E.what(), "Errors parsing stream:\r\n" + Rule + "\r\n" + Type + "\r\n");
+  }
+  // Recovery skips the rest of each broken construct; the good ones stand.
+  EXPECT_TRUE(R.HasTemplate("a"));
+  EXPECT_TRUE(R.HasTemplate("b"));
+  EXPECT_TRUE(R.HasTemplate("c"));
+
+  // With a limit of 0 the first error ends the parse, in its own words.
+  TRecordingEngine First(ehRaiseAllAtEnd);
+  First.Engine.SetParserMaxErrors(0);
+  EXPECT_EQ(ParseErrorOf([&] { First.Engine.Parse(Text, false); }), Rule + "\r\n");
+  EXPECT_TRUE(First.HasTemplate("a"));
+  EXPECT_FALSE(First.HasTemplate("b"));
+
+  // The parse ends at error MaxErrors + 1.
+  TRecordingEngine Second(ehRaiseAllAtEnd);
+  Second.Engine.SetParserMaxErrors(1);
+  EXPECT_EQ(ParseErrorOf([&] { Second.Engine.Parse(Text + "(defrule broken) (deftemplate d)", false); }),
+            "Errors parsing stream:\r\n" + Rule + "\r\n" + Type + "\r\n");
+  EXPECT_TRUE(Second.HasTemplate("b"));
+  EXPECT_FALSE(Second.HasTemplate("c"));
+
+  // Other errors are framed by the loop; top-level calls run whatever
+  // Execute says.
+  TRecordingEngine Framed(ehRaiseAllAtEnd);
+  EXPECT_EQ(ParseErrorOf([&] { Framed.Engine.Parse("(foo)\n(deftype plain (x))", false); }),
+            "Parsing Error, plain failure in Parse at line 2:  ( deftype plain \r\n");
+  EXPECT_EQ(Framed.Parser().Calls, (TTexts{"Execute foo", "ParseDefinedType plain"}));
+
+  // The tokenizer's own error comes bare.
+  TRecordingEngine Unterminated(ehRaiseAllAtEnd);
+  EXPECT_EQ(ParseErrorOf([&] { Unterminated.Engine.Parse("(deftemplate a)\n(foo \"abc", true); }),
+            "Invalid string value, string was not terminated\r\n");
+  EXPECT_TRUE(Unterminated.HasTemplate("a"));
+
+  // EAbort ends the parse silently.
+  TRecordingEngine Aborted(ehRaiseAllAtEnd);
+  EXPECT_TRUE(Aborted.Engine.Parse("(deftemplate a) (abort) (deftemplate b)", true));
+  EXPECT_TRUE(Aborted.HasTemplate("a"));
+  EXPECT_FALSE(Aborted.HasTemplate("b"));
+}
+
+TEST(KBParserTest, LongExpressionsAreShortenedInTheMiddle) {
+  // The expression's text is " ( defrule r1 <filler> boom " at the error:
+  // looking at the head put the "(" back.
+  const auto MessageFor = [](std::size_t FillerLength) {
+    TRecordingEngine R;
+    return ParseErrorOf([&] { R.Engine.Parse("(defrule r1 " + std::string(FillerLength, 'x') + " boom)", true); });
+  };
+  const auto TextOf = [](std::size_t FillerLength) {
+    return " ( defrule r1 " + std::string(FillerLength, 'x') + " boom ";
+  };
+  const std::string Frame = "Parsing Error, boom in ParseRule at line 1: ";
+
+  const std::string Short = TextOf(235);
+  ASSERT_EQ(Short.size(), 255U);
+  EXPECT_EQ(MessageFor(235), Frame + Short);
+
+  const std::string Long = TextOf(236);
+  ASSERT_EQ(Long.size(), 256U);
+  EXPECT_EQ(MessageFor(236), Frame + Long.substr(0, 128) + "... \r\n" + Long.substr(127, 128));
+}
+
+TEST(KBParserTest, ConstructsNotYetReadable) {
+  TInferenceEngine Engine;
+  EXPECT_EQ(ParseErrorOf([&] { Engine.Parse("(defrule r (a) => (b))", true); }),
+            "Parsing Error, defrule: not yet readable in ParseRule at line 1:  ( defrule ");
+
+  // Recovery skips each construct whole, and what can be read is.
+  std::string Output;
+  Engine.OnPrintOut = [&](TObject*, const std::string&, const std::string& Text) { Output += Text; };
+  Engine.SetParserErrorHandling(ehRaiseAllAtEnd);
+  EXPECT_EQ(ParseErrorOf([&] { Engine.Parse("(deftemplate t (slot a))\n(foo (bar))\nbaz", true); }),
+            "Errors parsing stream:\r\n"
+            "Parsing Error, deftemplate: not yet readable in ParseFactTemplate at line 1:  ( deftemplate \r\n"
+            "Parsing Error, function calls: not yet readable in ParseFunCall at line 2:  ( foo \r\n");
+  EXPECT_EQ(Output, "baz\r\n");
+}
+
+// ---------------------------------------------------------------- the engine's side
+
+TEST(KBParserTest, TheParsersStreamIsRestored) {
+  TInferenceEngine Engine;
+  TKBParser& Parser = *Engine.GetParser();
+  // A stream left in the parser is the engine's to free.
+  auto* Kept = new TKBRuleStream(new TVXStringStream("kept"), nullptr, true);
+  Parser.SetStream(Kept);
+  EXPECT_THROW(Engine.Parse("(defrule r)", true), EKBParseException);
+  EXPECT_EQ(Parser.GetStream(), Kept);
+  EXPECT_THROW(Engine.Parse("x", dtFunCall), EKBParseException);
+  EXPECT_EQ(Parser.GetStream(), Kept);
+  EXPECT_TRUE(Engine.Parse("x", true));
+  EXPECT_EQ(Parser.GetStream(), Kept);
+  EXPECT_EQ(Kept->NextToken()->GetText(), "kept");
+}
+
+TEST(KBParserTest, ParseTextAsAKindOfValue) {
+  TInferenceEngine Engine;
+  const IKBValue Atom = Engine.Parse("abc", dtAtom);
+  EXPECT_EQ(Atom->GetDType(), dtAtom);
+  EXPECT_EQ(Atom->GetAsString(), "abc");
+  const IKBValue Variable = Engine.Parse("x", dtMultiVariable);
+  EXPECT_EQ(Variable->GetDType(), dtMultiVariable);
+  EXPECT_EQ(Variable->GetAsString(), "x");
+  EXPECT_EQ(Engine.Parse("anything", dtNone)->GetDType(), dtNone);
+
+  // Quotes go from both ends, as many as there are; inner ones stay.
+  EXPECT_EQ(Engine.Parse("\"\"\"a\"b\"\"", dtString)->GetAsString(), "a\"b");
+  EXPECT_EQ(Engine.Parse("\"", dtString)->GetAsString(), "");
+  EXPECT_EQ(Engine.Parse("\"x", dtString)->GetDType(), dtString);
+
+  const IKBValue Integer = Engine.Parse("-42", dtInteger);
+  EXPECT_EQ(Integer->GetDType(), dtInteger);
+  EXPECT_EQ(Integer->GetAsInteger(), -42);
+  EXPECT_EQ(Engine.Parse("7", dtFactId)->GetAsFactId(), 7);
+  const IKBValue Float = Engine.Parse("2.5", dtFloat);
+  EXPECT_EQ(Float->GetDType(), dtFloat);
+  EXPECT_DOUBLE_EQ(Float->GetAsFloat(), 2.5);
+  EXPECT_THROW(Engine.Parse("4x", dtInteger), EConvertError);
+
+  const auto ErrorOf = [&](TKBType Kind) {
+    try {
+      Engine.Parse("1", Kind);
+    } catch (const EKBException& E) {
+      return std::string(E.what());
+    }
+    return std::string("no error");
+  };
+  EXPECT_EQ(ErrorOf(dtDescriptor), "Unable to parse strings of dtDescriptor at this time");
+  EXPECT_EQ(ErrorOf(dtSingletons), "Unable to parse strings of dtSingletons at this time");
+  EXPECT_EQ(ErrorOf(static_cast<TKBType>(200)), "Unable to parse strings of Unknown Type (200) at this time");
+
+  // Calls, facts and lists are read by the parser; a list that reads as
+  // nothing is the shared empty list.
+  Engine.SetParserType(TKBParserClass::Of<TRecordingParser>());
+  const IKBValue Call = Engine.Parse("(foo 1)", dtFunCall);
+  EXPECT_EQ(Call->GetDType(), dtFunCall);
+  EXPECT_EQ(Call->GetAsFunCall()->GetName(), "foo");
+  EXPECT_EQ(Engine.Parse("(pair)", dtFact)->GetAsFact()->GetTemplate()->GetTemplateName(), "pair");
+  EXPECT_EQ(Engine.Parse("a b", dtList), FCNilList);
+  EXPECT_EQ(dynamic_cast<TRecordingParser&>(*Engine.GetParser()).Calls,
+            (TTexts{"ParseFunCall foo", "ParseFact pair", "ParseValue"}));
+}
+
+TEST(KBParserTest, ParserAndTokenizerClassesAndProperties) {
+  TInferenceEngine Engine;
+  TKBParser* First = Engine.GetParser();
+  ASSERT_NE(dynamic_cast<TKBRuleParser*>(First), nullptr);
+  EXPECT_EQ(First->GetOwner(), &Engine);
+  EXPECT_EQ(First->GetMaxErrors(), 10);
+  EXPECT_EQ(First->GetErrorHandling(), ehRaiseImmediate);
+  EXPECT_TRUE(First->GetTypeCheck());
+
+  // The engine's switches are copied into its parser.
+  Engine.SetParserMaxErrors(3);
+  Engine.SetParserErrorHandling(ehRaiseAllAtEnd);
+  Engine.SetTypeChecks(TTypeChecks{tcDynamic});
+  EXPECT_EQ(First->GetMaxErrors(), 3);
+  EXPECT_EQ(First->GetErrorHandling(), ehRaiseAllAtEnd);
+  EXPECT_FALSE(First->GetTypeCheck());
+  Engine.SetTypeChecks(TTypeChecks{tcStatic, tcDynamic});
+  EXPECT_TRUE(First->GetTypeCheck());
+
+  // The parse events are the parser's.
+  int Heard = 0;
+  Engine.SetOnParseRule([&](TObject*, TRule*) { ++Heard; });
+  ASSERT_TRUE(First->OnParseRule);
+  First->OnParseRule(First, nullptr);
+  EXPECT_EQ(Heard, 1);
+  EXPECT_TRUE(Engine.GetOnParseRule());
+
+  // Another class: a new parser with the engine's switches and no handlers.
+  Engine.SetParserType(TKBParserClass::Of<TRecordingParser>());
+  TKBParser* Second = Engine.GetParser();
+  ASSERT_NE(dynamic_cast<TRecordingParser*>(Second), nullptr);
+  EXPECT_EQ(Second->GetMaxErrors(), 3);
+  EXPECT_EQ(Second->GetErrorHandling(), ehRaiseAllAtEnd);
+  EXPECT_TRUE(Second->GetTypeCheck());
+  EXPECT_FALSE(Engine.GetOnParseRule());
+  // The same class again, or none, changes nothing.
+  Engine.SetParserType(TKBParserClass::Of<TRecordingParser>());
+  Engine.SetParserType(TKBParserClass{});
+  EXPECT_EQ(Engine.GetParser(), Second);
+
+  // Writing Parser assigns the switches and the stream, not the handlers.
+  TKBRuleStream Tokens(new TVXStringStream("(a)"), nullptr, true);
+  TKBRuleParser Source(nullptr, &Tokens);
+  Source.SetMaxErrors(7);
+  Source.SetAutoRenameCopy(true);
+  Source.SetPrintModuleQualifiers(false);
+  Source.AddSlotFunction("my-assert", 0, 0);
+  Source.OnParse = [](TObject*, TParsedType, TObject*, const IInterface&) {};
+  Engine.SetParser(&Source);
+  EXPECT_EQ(Second->GetMaxErrors(), 7);
+  EXPECT_TRUE(Second->GetAutoRenameCopy());
+  EXPECT_FALSE(Second->GetPrintModuleQualifiers());
+  EXPECT_EQ(Second->GetStream(), &Tokens);
+  EXPECT_GE(dynamic_cast<TKBRuleParser*>(Second)->IndexOfSlotFunction("my-assert"), 0);
+  EXPECT_FALSE(Second->OnParse);
+
+  // Another tokenizer class takes the stream away from the parser; its
+  // tokenizers still learn the engine.
+  class TOtherStream : public TKBRuleStream {
+  public:
+    using TKBRuleStream::TKBRuleStream;
+  };
+  Engine.SetTokenizerType(TKBTokenizerClass::Of<TOtherStream>());
+  EXPECT_EQ(Second->GetStream(), nullptr);
+  TVXStringStream Text("?");
+  const std::unique_ptr<TGTextStream> Tokenizer = Engine.NewTokenizer(&Text, nullptr);
+  auto* Other = dynamic_cast<TOtherStream*>(Tokenizer.get());
+  ASSERT_NE(Other, nullptr);
+  EXPECT_EQ(Other->GetEngine(), &Engine);
+}
+
+TEST(KBParserTest, TokenizerOnAFile) {
+  TInferenceEngine Engine;
+  const std::string FileName = testing::TempDir() + "KBParserTest.clp";
+  {
+    TFileStream File(FileName, fmCreate);
+    File.WriteBuffer("(deftemplate a)\n?", 17);
+  }
+  const std::unique_ptr<TGTextStream> Tokenizer = Engine.NewTokenizer(FileName, fmOpenRead);
+  auto* Tokens = dynamic_cast<TKBRuleStream*>(Tokenizer.get());
+  ASSERT_NE(Tokens, nullptr);
+  EXPECT_EQ(Tokens->GetEngine(), &Engine);
+  Tokens->MoveToNextConstruct();
+  EXPECT_EQ(Tokens->NextToken()->GetText(), "(");
+  Tokens->MoveToNextConstruct();
+  // A wildcard is named through the engine.
+  Engine.SetSymbolIndex(40);
+  EXPECT_EQ(Tokens->NextToken()->GetText(), "_blank_40");
+  EXPECT_THROW(Engine.NewTokenizer(FileName + ".missing", fmOpenRead), EFOpenError);
+}
+
+// ---------------------------------------------------------------- the parser's services
+
+TEST(KBParserTest, ConstructKeywords) {
+  TKBRuleParser Parser(nullptr, nullptr);
+  const TTexts Keywords{"", "", "", "defrule", "deffacts", "deftemplate", "deffunction", "defglobal", "deftype",
+                        "defmodule", ""};
+  for (int Kind = ptNone; Kind <= ptEOF; ++Kind) {
+    const auto Type = static_cast<TParsedType>(Kind);
+    const std::string& Keyword = Keywords[static_cast<std::size_t>(Kind)];
+    EXPECT_EQ(Parser.GetConstructName(Type), Keyword) << EnumName(Type);
+    if (!Keyword.empty()) {
+      EXPECT_EQ(Parser.FindConstructType(Keyword), Type);
+    }
+  }
+  for (const char* Word : {"", "EOF", "DEFRULE", "defrules", "def", "printout"})
+    EXPECT_EQ(Parser.FindConstructType(Word), ptNone) << Word;
+}
+
+TEST(KBParserTest, SyntaxStatementsAndGeneratedVariables) {
+  TKBRuleParser Parser(nullptr, nullptr);
+  const IUserFunction Function = TKBUserFunction::Create<TKBUserFunction>("foo");
+  EXPECT_EQ(Parser.GetSyntaxStatement(Function), "(foo)");
+  Function->SetArgumentString("   ");
+  EXPECT_EQ(Parser.GetSyntaxStatement(Function), "(foo)");
+  Function->SetArgumentString("  <expression>* ?x  ");
+  EXPECT_EQ(Parser.GetSyntaxStatement(Function), "(foo <expression>* ?x)");
+
+  const IFactTemplate Person(new TFactTemplate(nullptr, "person"));
+  TStringList<> Used;
+  Used.Add("pname");
+  Used.Add("personname1");
+  EXPECT_EQ(Parser.GenerateVariable(&Used, Person, "p", "name", false)->GetAsString(), "pname");
+  // Numbered names take the template's name.
+  const IKBValue Unique = Parser.GenerateVariable(&Used, Person, "p", "name", true);
+  EXPECT_EQ(Unique->GetDType(), dtVariable);
+  EXPECT_EQ(Unique->GetAsString(), "personname2");
+  EXPECT_EQ(Parser.GenerateVariable(&Used, Person, "age", true)->GetAsString(), "personage");
+  EXPECT_EQ(Parser.GenerateVariable(nullptr, Person, "name", true)->GetAsString(), "personname");
+  EXPECT_EQ(Parser.GenerateVarName(3, Person, "v", ""), "v3");
+
+  // The rule parser knows the functions whose arguments are facts or slots.
+  const int Modify = Parser.IndexOfSlotFunction("modify");
+  ASSERT_GE(Modify, 0);
+  EXPECT_EQ(Parser.GetSlotFunctionStart(Modify), 1);
+  EXPECT_EQ(Parser.GetSlotFunctionEnd(Modify), 65535);
+  const int Assert = Parser.IndexOfSlotFunction("assert");
+  ASSERT_GE(Assert, 0);
+  EXPECT_EQ(Parser.GetSlotFunctionEnd(Assert), 65535);
+  EXPECT_EQ(Parser.IndexOfSlotFunction("printout"), -1);
+}
+
+TEST(KBParserTest, MissingEngineOrStream) {
+  TKBRuleParser Alone(nullptr, nullptr);
+  EXPECT_THROW(
+      {
+        try {
+          Alone.ParseExpression(true);
+        } catch (const EKBException& E) {
+          EXPECT_STREQ(E.what(), "Unknown/Undefined Inference Engine");
+          throw;
+        }
+      },
+      EKBException);
+  EXPECT_FALSE(Alone.LoadFacts());
+
+  TInferenceEngine Engine;
+  Engine.GetParser()->SetStream(nullptr);
+  EXPECT_EQ(ParseErrorOf([&] { Engine.GetParser()->Parse(true); }), "Unexpected end of stream");
+}
+
+TEST(KBParserTest, LoadFactsAssertsEachFact) {
+  TInferenceEngine Engine;
+  Engine.SetParserType(TKBParserClass::Of<TRecordingParser>());
+  TKBParser& Parser = *Engine.GetParser();
+  const int Before = Engine.GetFacts()->GetCount();
+  TKBRuleStream Tokens(new TVXStringStream("(a 1)\r\n(b)\r\n"), nullptr, true);
+  Parser.SetStream(&Tokens);
+  EXPECT_TRUE(Parser.LoadFacts());
+  Parser.SetStream(nullptr);
+  EXPECT_EQ(dynamic_cast<TRecordingParser&>(Parser).Calls, (TTexts{"ParseFact a", "ParseFact b"}));
+  EXPECT_EQ(Engine.GetFacts()->GetCount(), Before + 2);
+}
+
+}  // namespace
+}  // namespace cogent
