@@ -1,0 +1,312 @@
+#include "cogent/facts/KBContext.h"
+
+#include <vector>
+
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/matching/KBToken.h"
+
+namespace cogent {
+
+std::string EnumName(TTableNotification V) {
+  static constexpr const char* Names[] = {"tnAdded", "tnDeleted", "tnCleared"};
+  return static_cast<std::size_t>(V) < std::size(Names) ? Names[V] : std::string();
+}
+
+// ---------------------------------------------------------------- TBindingInfo
+
+bool TBindingInfo::Equals(const TObject* Other) const {
+  const auto* Info = dynamic_cast<const TBindingInfo*>(Other);
+  if (!Info) return false;
+  return Info->FFactIndex == FFactIndex && Info->FSlotIndex == FSlotIndex && Info->FSubIndex == FSubIndex;
+}
+
+std::string TBindingInfo::ToString() const {
+  std::string Result = "FactIdx=" + IntToStr(FFactIndex) + " SlotIdx=" + FSlotIndex;
+  if (FSubIndex != NoSubIndex) Result += " SubIdx=" + IntToStr(FSubIndex);
+  return Result;
+}
+
+void TBindingInfo::Assign(TPersistent* Source) {
+  if (auto* Info = dynamic_cast<TBindingInfo*>(Source)) {
+    FSubIndex = Info->FSubIndex;
+    FFactIndex = Info->FFactIndex;
+    FSlotIndex = Info->FSlotIndex;
+    return;
+  }
+  TPersistent::Assign(Source);
+}
+
+// ---------------------------------------------------------------- TBinding
+
+bool TBinding::Equals(const TObject* Other) const {
+  const auto* Binding = dynamic_cast<const TBinding*>(Other);
+  if (!Binding || !TBindingInfo::Equals(Other) || Binding->FName != FName) return false;
+  if (Binding->FValue == FValue) return true;
+  return FValue && Binding->FValue && FValue->Equals(Binding->FValue);
+}
+
+std::string TBinding::ToString() const {
+  std::string Result = "name=" + FName;
+  if (FValue) Result += " value=" + FValue->GetToString();
+  return Result + " " + TBindingInfo::ToString();
+}
+
+// ---------------------------------------------------------------- TBindings
+
+TBindings::TBindings(TKBContext* AOwner) : FOwner(AOwner) {}
+
+TBindings::~TBindings() {
+  // The owner is going too: free the bindings and tell nobody.
+  FOwner = nullptr;
+  Clear();
+}
+
+void TBindings::Notify(TBinding* Binding, TTableNotification Action) {
+  if (FOwner) FOwner->Notify(Binding, Action);
+}
+
+void TBindings::Add(TBinding* Binding) {
+  if (!Binding) return;
+  const std::string Name = Binding->GetName();
+  try {
+    PutItem(Name, Binding);
+  } catch (...) {
+    // Only a binding that never got in is still ours to free.
+    TBinding* Stored = nullptr;
+    if (!(TryGetValue(Name, Stored) && Stored == Binding)) delete Binding;
+    throw;
+  }
+}
+
+void TBindings::Clear() {
+  std::vector<std::unique_ptr<TBinding>> Gone;
+  Gone.reserve(static_cast<std::size_t>(FCount));
+  for (const auto& Item : FItems)
+    if (Item.HashCode != EmptyHash) Gone.emplace_back(Item.Value);
+  TInherited::Clear();
+  Gone.clear();
+  Notify(nullptr, tnCleared);
+}
+
+void TBindings::DoAdd(std::int32_t HashCode, std::int32_t Index, const std::string& Key, TBinding* const& Value) {
+  if (!Value) return;
+  TBinding* const Binding = Value;
+  TInherited::DoAdd(HashCode, Index, Key, Binding);
+  Notify(Binding, tnAdded);
+}
+
+void TBindings::DoSetValue(std::int32_t Index, TBinding* const& Value) {
+  if (!Value) {
+    const std::string Key = FItems[Index].Key;
+    Remove(Key);
+    return;
+  }
+  TBinding* const Binding = Value;
+  TBinding* const Old = FItems[Index].Value;
+  TInherited::DoSetValue(Index, Binding);
+  if (Old == Binding) return;
+  const std::unique_ptr<TBinding> Gone(Old);
+  Notify(Old, tnDeleted);
+  Notify(Binding, tnAdded);
+}
+
+TBinding* TBindings::DoRemove(const std::string& Key, std::int32_t HashCode, TCollectionNotification Notification) {
+  TBinding* const Result = TInherited::DoRemove(Key, HashCode, Notification);
+  if (!Result) return nullptr;
+  if (Notification == cnExtracted) {
+    Notify(Result, tnDeleted);
+    return Result;
+  }
+  const std::unique_ptr<TBinding> Gone(Result);
+  Notify(Result, tnDeleted);
+  return nullptr;
+}
+
+// ---------------------------------------------------------------- TKBContext
+
+TKBContext::TKBContext(TKBContext* AParent, TComponent* AEngine)
+    : FEngine(dynamic_cast<TInferenceEngine*>(AEngine) ? AEngine : nullptr), FBindings(this), FParent(AParent) {}
+
+TKBContext::~TKBContext() = default;
+
+void TKBContext::SetToken(const IReteToken& Value) { FToken = Value; }
+
+void TKBContext::SetFact(const IFact& Value) { FFact = Value; }
+
+// ------------------------------------------------------------ return state
+
+void TKBContext::SetReturnValue(const IKBValue& Value) {
+  FReturnValue = Value;
+  FReturning = true;
+}
+
+void TKBContext::ClearReturnValue() {
+  FReturning = false;
+  FReturnValue = nullptr;
+}
+
+// ------------------------------------------------------------ bindings
+
+TKBContext* TKBContext::Root() noexcept {
+  TKBContext* Result = this;
+  while (Result->FParent) Result = Result->FParent;
+  return Result;
+}
+
+const TKBContext* TKBContext::Root() const noexcept {
+  const TKBContext* Result = this;
+  while (Result->FParent) Result = Result->FParent;
+  return Result;
+}
+
+TBinding* TKBContext::FindBinding(const TKBName& Name) const {
+  TBinding* Result = nullptr;
+  for (const TKBContext* Level = this; Level; Level = Level->FParent)
+    if (Level->FBindings.TryGetValue(Name, Result)) return Result;
+  return nullptr;
+}
+
+TBinding* TKBContext::FindGlobalBinding(const TKBName& Name) const {
+  TBinding* Result = nullptr;
+  Root()->FBindings.TryGetValue(Name, Result);
+  return Result;
+}
+
+IKBValue TKBContext::GetVariable(const TKBName& Name) const {
+  const TBinding* Binding = FindBinding(Name);
+  if (!Binding) throw EKBException(Format(_SUnknownVariable, Name));
+  return Binding->GetValue();
+}
+
+void TKBContext::SetVariable(const TKBName& Name, const IKBValue& Value) {
+  TBinding* Binding = nullptr;
+  if (FBindings.TryGetValue(Name, Binding)) {
+    Binding->SetValue(Value);
+    return;
+  }
+  AddBinding(Name, Value);
+}
+
+TBinding* TKBContext::AddGlobalBinding(const TKBName& Name, const IKBValue& Value) {
+  TKBContext* Global = Root();
+  TBinding* Binding = nullptr;
+  if (Global->FBindings.TryGetValue(Name, Binding)) {
+    Binding->SetValue(Value);
+    return Binding;
+  }
+  Binding = new TBinding(Name, Value);
+  Global->FBindings.Add(Binding);
+  return Binding;
+}
+
+TBinding* TKBContext::AddLocalBinding(const TKBName& Name, const IKBValue& Value) {
+  auto* Binding = new TBinding(Name, Value);
+  FBindings.Add(Binding);
+  return Binding;
+}
+
+TBinding* TKBContext::AddBinding(const TKBName& Name, std::int32_t FactIndex, const std::string& SlotIndex,
+                                 std::int32_t SubIndex) {
+  auto* Binding = new TBinding(Name, FactIndex, SlotIndex, SubIndex);
+  FBindings.Add(Binding);
+  return Binding;
+}
+
+TBinding* TKBContext::AddBinding(const TKBName& Name, const IKBValue& Value) {
+  if (TBinding* Binding = FindBinding(Name)) {
+    Binding->SetValue(Value);
+    return Binding;
+  }
+  return AddLocalBinding(Name, Value);
+}
+
+void TKBContext::Clear() { FBindings.Clear(); }
+
+void TKBContext::Notify(TBinding* Binding, TTableNotification Action) {
+  (void)Binding;
+  if (Action == tnCleared) ClearReturnValue();
+}
+
+// ------------------------------------------------------------ levels
+
+std::unique_ptr<TKBContext> TKBContext::Push() { return std::make_unique<TKBContext>(this, FEngine); }
+
+TKBContext* TKBContext::Pop() {
+  if (!FParent) return this;
+  FParent->FReturning = FReturning;
+  FParent->FReturnValue = FReturnValue;
+  return FParent;
+}
+
+// ------------------------------------------------------------ evaluation
+
+void TKBContext::ExpandInto(TValueVector& Result, const IValueVector& List) {
+  if (!List) return;
+  for (int I = 0; I < List->GetCount(); ++I) {
+    const IKBValue Item = List->Get(I);
+    const IKBValue Resolved = Item ? Item->Resolve(this) : Item;
+    if (Resolved && Resolved->GetDType() == dtList)
+      ExpandInto(Result, Resolved->GetAsList());
+    else
+      Result.Add(Resolved);
+  }
+}
+
+IValueVector TKBContext::ExpandList(const IValueVector& List) {
+  IValueVector Result(new TValueVector());
+  ExpandInto(*Result, List);
+  return Result;
+}
+
+void TKBContext::FlattenInto(TValueVector& Result, const IValueVector& List) {
+  if (!List) return;
+  for (int I = 0; I < List->GetCount(); ++I) {
+    const IKBValue Item = List->Get(I);
+    if (Item && Item->GetDType() == dtList)
+      FlattenInto(Result, Item->GetAsList());
+    else
+      Result.Add(Item);
+  }
+}
+
+IValueVector TKBContext::FlattenList(const IValueVector& List) {
+  IValueVector Result(new TValueVector());
+  FlattenInto(*Result, List);
+  return Result;
+}
+
+IFact TKBContext::Resolve(const IFact& Fact) {
+  const IFactTemplate Template = Fact ? Fact->GetTemplate() : IFactTemplate();
+  if (!Template) return Fact;
+  const bool Fuzzy = Template->IsFuzzy();
+  const TStringList<>& Names = Template->GetSlotNames();
+  for (int I = 0; I < Names.GetCount(); ++I) {
+    const std::string Name = Names.GetString(I);
+    IKBValue Value = Fact->GetValue(Name);
+    if (Value) Value = Value->Resolve(this);
+    if (Fuzzy) {
+      // A fuzzy slot takes its value through the engine's fuzzy expression
+      // evaluation with the fuzzy variable of the slot's defined type, and a
+      // fuzzy set without a variable is given that variable; both wait until
+      // defined types carry fuzzy variables.
+    } else if (Value && Value->GetDType() == dtList) {
+      // A fresh value: the resolved one may be a variable's own or a shared
+      // constant.
+      Value = IKBValue(new TKBValue(ExpandList(Value->GetAsList())));
+    }
+    Fact->SetValue(Name, Value);
+  }
+  return Fact;
+}
+
+void TKBContext::Assign(TPersistent* Source) {
+  if (auto* Other = dynamic_cast<TKBContext*>(Source)) {
+    if (Other == this) return;
+    FReturning = Other->FReturning;
+    FReturnValue = Other->FReturnValue ? Other->FReturnValue->Clone() : IKBValue();
+    return;
+  }
+  TPersistent::Assign(Source);
+}
+
+}  // namespace cogent

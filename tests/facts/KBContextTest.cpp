@@ -1,0 +1,275 @@
+#include "cogent/facts/KBContext.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/facts/KBFacts.h"
+#include "cogent/functions/KBPackages.h"
+#include "cogent/matching/KBToken.h"
+
+namespace cogent {
+namespace {
+
+IKBValue Atom(const std::string& S) { return IKBValue(new TKBValue(S, dtAtom)); }
+IKBValue Int(std::int32_t I) { return IKBValue(new TKBValue(I, dtInteger)); }
+IKBValue Var(const std::string& S) { return IKBValue(new TKBValue(S, dtVariable)); }
+IKBValue List(std::initializer_list<IKBValue> Items) {
+  IValueVector Vector(new TValueVector());
+  for (const IKBValue& Item : Items) Vector->Add(Item);
+  return IKBValue(new TKBValue(Vector));
+}
+
+template <class F>
+std::string ErrorOf(F&& Action) {
+  try {
+    Action();
+  } catch (const EKBException& E) {
+    return E.what();
+  }
+  return "no error";
+}
+
+// Hears every report of its table.
+class TListeningContext : public TKBContext {
+public:
+  using TKBContext::TKBContext;
+  void Notify(TBinding* Binding, TTableNotification Action) override {
+    Heard.push_back(EnumName(Action) + " " + (Binding ? Binding->GetName() : std::string("-")));
+    TKBContext::Notify(Binding, Action);
+  }
+  std::vector<std::string> Heard;
+};
+
+TEST(KBContextTest, LookupAndWritingFollowTheChain) {
+  TKBContext Global(nullptr, nullptr);
+  Global.AddLocalBinding("x", Int(0));
+  const auto Level1 = Global.Push();
+  const auto Level2 = Level1->Push();
+  EXPECT_EQ(Level2->GetParent(), Level1.get());
+  EXPECT_EQ(Level2->FindBinding("x"), Global.FindBinding("x"));
+  EXPECT_EQ(Level2->FindBinding("y"), nullptr);
+
+  // An assignment deep down reaches the outer variable and adds nothing.
+  Level2->AddBinding("x", Int(2));
+  EXPECT_EQ(Global.GetVariable("x")->GetAsInteger(), 2);
+  EXPECT_EQ(Level2->GetBindings().GetCount(), 0);
+  Level2->SetVariable("x", Int(3));
+  EXPECT_EQ(Global.GetVariable("x")->GetAsInteger(), 3);
+  EXPECT_EQ(Level2->GetBindings().GetCount(), 0);
+
+  // A local binding hides the outer one until its level goes.
+  Level2->AddLocalBinding("x", Int(20));
+  EXPECT_EQ(Level2->GetVariable("x")->GetAsInteger(), 20);
+  Level2->SetVariable("x", Int(21));
+  Level2->AddBinding("x", Int(22));
+  EXPECT_EQ(Level2->GetVariable("x")->GetAsInteger(), 22);
+  EXPECT_EQ(Level1->GetVariable("x")->GetAsInteger(), 3);
+  EXPECT_EQ(Level2->FindGlobalBinding("x"), Global.FindBinding("x"));
+
+  // Global bindings go to the root, also from below.
+  Level2->AddGlobalBinding("g", Atom("one"));
+  EXPECT_TRUE(Global.GetBindings().ContainsKey("g"));
+  TBinding* G = Global.FindBinding("g");
+  EXPECT_EQ(Level2->AddGlobalBinding("g", Atom("two")), G);
+  EXPECT_EQ(G->GetValue()->GetAsAtom(), "two");
+  EXPECT_EQ(Level1->FindGlobalBinding("nothing"), nullptr);
+
+  // An address binding replaces one of its own level only.
+  TBinding* Address = Level1->AddBinding("x", 1, "name", NoSubIndex);
+  EXPECT_EQ(Level1->FindBinding("x"), Address);
+  EXPECT_EQ(Address->GetValue(), nullptr);
+  EXPECT_EQ(Level1->GetVariable("x"), nullptr);
+  EXPECT_EQ(Global.GetVariable("x")->GetAsInteger(), 3);
+
+  EXPECT_EQ(ErrorOf([&] { Level2->GetVariable("y"); }), "Unknown variable name: y");
+  EXPECT_EQ(Global.GetBindings().GetCount(), 2);
+}
+
+TEST(KBContextTest, PushAndPopCarryTheReturnState) {
+  TInferenceEngine Engine;
+  TKBContext* Global = Engine.GetGlobalContext();
+  ASSERT_NE(Global, nullptr);
+  EXPECT_EQ(Global->GetEngine(), &Engine);
+  EXPECT_EQ(Global->GetParent(), nullptr);
+  EXPECT_EQ(Global->Pop(), Global);
+
+  const auto Child = Global->Push();
+  EXPECT_EQ(Child->GetEngine(), &Engine);
+  const auto Grandchild = Child->Push();
+  Grandchild->SetReturnValue(Atom("done"));
+  EXPECT_TRUE(Grandchild->GetReturning());
+  EXPECT_EQ(Grandchild->Pop(), Child.get());
+  EXPECT_TRUE(Child->GetReturning());
+  EXPECT_EQ(Child->GetReturnValue(), Grandchild->GetReturnValue());
+
+  // Clearing the child's table clears its return state, not the parent's.
+  Grandchild->AddLocalBinding("a", Int(1));
+  Grandchild->Clear();
+  EXPECT_FALSE(Grandchild->GetReturning());
+  EXPECT_EQ(Grandchild->GetReturnValue(), nullptr);
+  EXPECT_EQ(Grandchild->GetBindings().GetCount(), 0);
+  EXPECT_TRUE(Child->GetReturning());
+
+  // A level that did not return clears its parent's flag on Pop.
+  EXPECT_EQ(Grandchild->Pop(), Child.get());
+  EXPECT_FALSE(Child->GetReturning());
+
+  // Assign copies the return state with a clone of the value.
+  TKBContext Other(nullptr, nullptr);
+  Other.SetReturnValue(Int(7));
+  Child->Assign(&Other);
+  EXPECT_TRUE(Child->GetReturning());
+  EXPECT_NE(Child->GetReturnValue(), Other.GetReturnValue());
+  EXPECT_TRUE(Child->GetReturnValue()->Equals(Other.GetReturnValue()));
+  Child->ClearReturnValue();
+  EXPECT_FALSE(Child->GetReturning());
+
+  // Only an engine counts as one.
+  TComponent NotAnEngine(nullptr);
+  EXPECT_EQ(TKBContext(nullptr, &NotAnEngine).GetEngine(), nullptr);
+}
+
+// A call that tells where it ran: its result is whether its context is a
+// child of the engine's global context.
+class TWhereCall : public TFunctionCall {
+public:
+  explicit TWhereCall(TInferenceEngine* AEngine) : TFunctionCall("where"), FEngine(AEngine) {}
+  IKBValue Execute(TObject* Context) override {
+    const auto* KBContext = dynamic_cast<TKBContext*>(Context);
+    return KBContext && KBContext->GetParent() == FEngine->GetGlobalContext() ? FCTrue : FCFalse;
+  }
+
+private:
+  TInferenceEngine* FEngine;
+};
+
+TEST(KBContextTest, EngineGlobalsLiveInTheGlobalContext) {
+  TInferenceEngine Engine;
+  TKBContext* Global = Engine.GetGlobalContext();
+  Engine.ResetGlobalVariable("g", Int(1));
+  EXPECT_EQ(Global->FindGlobalBinding("g")->GetValue()->GetAsInteger(), 1);
+  // A call runs in a child of the global context, which is gone afterwards.
+  Engine.ResetGlobalVariable("g", IKBValue(new TKBValue(IFunCall(new TWhereCall(&Engine)))));
+  EXPECT_EQ(Global->GetVariable("g"), FCTrue);
+  EXPECT_EQ(Global->GetBindings().GetCount(), 1);
+
+  // Dynamic defaults are resolved there when a fact is made.
+  const IFactTemplate T(new TFactTemplate(&Engine, "probe"));
+  T->AddSlot("seen", Var("g"))->SetDefaultDynamic(true);
+  T->AddSlot("plain", Var("g"));
+  const IFact Fact = T->NewFact();
+  EXPECT_EQ(Fact->GetValue("seen"), FCTrue);
+  EXPECT_EQ(Fact->GetValue("plain")->GetToString(), "?g");
+}
+
+TEST(KBContextTest, TheTableOwnsAndReportsItsBindings) {
+  TListeningContext Context(nullptr, nullptr);
+  Context.AddLocalBinding("a", Int(1));
+  Context.AddBinding("a", 0, "slot", 2);  // replaces and frees the first
+  Context.AddLocalBinding("b", Int(2));
+  Context.SetReturnValue(Atom("r"));
+  EXPECT_EQ(Context.Heard, (std::vector<std::string>{"tnAdded a", "tnDeleted a", "tnAdded a", "tnAdded b"}));
+  Context.Heard.clear();
+
+  // Storing nil removes the entry; an extracted binding leaves unfreed.
+  auto& Table = const_cast<TBindings&>(Context.GetBindings());
+  Table.PutItem("b", nullptr);
+  EXPECT_FALSE(Table.ContainsKey("b"));
+  Table.Add(new TBinding("c", Int(3)));
+  const auto Pair = Table.ExtractPair("c");
+  ASSERT_NE(Pair.Value, nullptr);
+  EXPECT_EQ(Pair.Value->GetValue()->GetAsInteger(), 3);
+  delete Pair.Value;
+  EXPECT_EQ(Context.Heard, (std::vector<std::string>{"tnDeleted b", "tnAdded c", "tnDeleted c"}));
+  EXPECT_TRUE(Context.GetReturning());
+
+  Context.Heard.clear();
+  Context.Clear();
+  EXPECT_EQ(Context.Heard, (std::vector<std::string>{"tnCleared -"}));
+  EXPECT_FALSE(Context.GetReturning());
+  EXPECT_TRUE(Table.IsEmpty());
+  Context.AddLocalBinding("left", Int(4));  // freed with the context
+}
+
+TEST(KBContextTest, ExpandResolvesAndFlattensFlattenOnlyFlattens) {
+  TKBContext Context(nullptr, nullptr);
+  Context.AddLocalBinding("x", List({Atom("b"), List({Atom("c")})}));
+  Context.AddLocalBinding("y", Int(9));
+  const IKBValue Source = List({Atom("a"), List({Var("x"), List({Var("y")})}), Int(1)});
+
+  const IValueVector Expanded = Context.ExpandList(Source->GetAsList());
+  EXPECT_EQ(Expanded->ToString(), "a b c 9 1 ");
+  EXPECT_EQ(Expanded->Get(3), Context.GetVariable("y"));  // the bound value itself
+  EXPECT_EQ(Source->GetToString(), "a ?x ?y   1 ");     // the source is untouched
+
+  const IValueVector Flat = TKBContext::FlattenList(Source->GetAsList());
+  EXPECT_EQ(Flat->ToString(), "a ?x ?y 1 ");
+  EXPECT_EQ(TKBContext::FlattenList(nullptr)->GetCount(), 0);
+  EXPECT_EQ(Context.ExpandList(FCNilList->GetAsList())->GetCount(), 0);
+
+  EXPECT_EQ(ErrorOf([&] { Context.ExpandList(List({Var("z")})->GetAsList()); }),
+            "Corrupted Binding, variable not found: z");
+}
+
+TEST(KBContextTest, ResolveOfAFactResolvesSlotsAndFlattensMultislots) {
+  const IFactTemplate T(new TFactTemplate(nullptr, "order"));
+  T->AddSlot("item", Atom("none"));
+  T->AddSlot("count", Int(0));
+  T->AddMultiSlot("tags", List({}));
+  const IFact Fact(new TFact(T));
+  Fact->SetValue("item", Var("what"));
+  Fact->SetValue("tags", List({Atom("new"), Var("more")}));
+
+  TKBContext Context(nullptr, nullptr);
+  const IKBValue Bound = List({Atom("red"), List({Atom("big")})});
+  Context.AddLocalBinding("what", Atom("lamp"));
+  Context.AddLocalBinding("more", Bound);
+  EXPECT_EQ(Context.Resolve(Fact), Fact);
+  EXPECT_EQ(Fact->GetValue("item"), Context.GetVariable("what"));
+  EXPECT_EQ(Fact->GetValue("count")->GetAsInteger(), 0);
+  EXPECT_EQ(Fact->GetValue("tags")->GetToString(), "new red big ");
+  EXPECT_EQ(Bound->GetToString(), "red big  ");  // the variable keeps its value
+  EXPECT_EQ(FCNilList->GetAsList()->GetCount(), 0);
+
+  Fact->SetValue("count", Var("unbound"));
+  EXPECT_EQ(ErrorOf([&] { Context.Resolve(Fact); }), "Corrupted Binding, variable not found: unbound");
+  EXPECT_EQ(Context.Resolve(nullptr), nullptr);
+}
+
+TEST(KBContextTest, BindingEqualityAndText) {
+  const TBindingInfo Info(1, "name", NoSubIndex);
+  EXPECT_EQ(Info.ToString(), "FactIdx=1 SlotIdx=name");
+  EXPECT_EQ(TBindingInfo(0, "tags", 2).ToString(), "FactIdx=0 SlotIdx=tags SubIdx=2");
+  EXPECT_TRUE(Info.Equals(&Info));
+  EXPECT_FALSE(Info.Equals(static_cast<const TObject*>(nullptr)));
+  const TBindingInfo OtherItem(1, "name", 0);
+  EXPECT_FALSE(Info.Equals(&OtherItem));
+  TBindingInfo Copy;
+  Copy.Assign(const_cast<TBindingInfo*>(&Info));
+  EXPECT_TRUE(Copy.Equals(&Info));
+
+  const TBinding Local("x", Int(5));
+  EXPECT_EQ(Local.ToString(), "name=x value=5 FactIdx=-2 SlotIdx=__LOCAL");
+  const TBinding Unfilled("x", 0, SPatternBinding, NoSubIndex);
+  EXPECT_EQ(Unfilled.ToString(), "name=x FactIdx=0 SlotIdx=__PATTERN");
+
+  // An info equals a binding at its address, but a binding wants a binding.
+  const TBindingInfo LocalAddress(LocalBindingIndex, SLocalBinding);
+  EXPECT_TRUE(LocalAddress.Equals(&Local));
+  EXPECT_FALSE(Local.Equals(&LocalAddress));
+  const TBinding SameValue("x", Int(5)), OtherKind("x", Atom("5")), OtherName("y", Int(5));
+  EXPECT_TRUE(Local.Equals(&SameValue));
+  EXPECT_FALSE(Local.Equals(&OtherKind));
+  EXPECT_FALSE(Local.Equals(&OtherName));
+  EXPECT_FALSE(Local.Equals(&Unfilled));
+  const TBinding SameAddress("x", 0, SPatternBinding, NoSubIndex), OtherItem2("x", 0, SPatternBinding, 1);
+  EXPECT_TRUE(Unfilled.Equals(&SameAddress));
+  EXPECT_FALSE(Unfilled.Equals(&OtherItem2));
+}
+
+}  // namespace
+}  // namespace cogent
