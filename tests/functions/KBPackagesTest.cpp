@@ -1,0 +1,477 @@
+#include "cogent/functions/KBPackages.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/facts/KBContext.h"
+
+namespace cogent {
+namespace {
+
+template <class F>
+std::string ErrorOf(F&& Action) {
+  try {
+    Action();
+  } catch (const std::exception& E) {
+    return E.what();
+  }
+  return "no error";
+}
+
+IKBValue Int(std::int32_t V) { return IKBValue(new TKBValue(V, dtInteger)); }
+
+// Adds its arguments, each resolved in the context.
+class TSumFunction : public TKBUserFunction {
+protected:
+  void InitMetaData() override {
+    TKBUserFunction::InitMetaData();
+    SetFunctionName("zz-sum");
+    FComment = Format(CommentFormat, "Adds its arguments.");
+    FArgumentString = " <number>+";
+    SetMinArgumentCount(1);
+  }
+  void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) override {
+    TKBUserFunction::Call(FunCall, Context, Result);
+    std::int32_t Sum = 0;
+    for (int I = 0; I < FunCall->GetArgumentCount(); ++I) Sum += FunCall->GetArgument(I)->Resolve(Context)->GetAsInteger();
+    Result = Int(Sum);
+  }
+};
+
+// Gives its one argument as written.
+class TQuoteFunction : public TKBUserFunction {
+protected:
+  void InitMetaData() override {
+    SetFunctionName("zz-quote");
+    SetMaxArgumentCount(1);
+    SetMinArgumentCount(1);
+  }
+  void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) override {
+    TKBUserFunction::Call(FunCall, Context, Result);
+    Result = FunCall->GetArgument(0);
+  }
+};
+
+class THostPackage : public TUserPackage {
+public:
+  explicit THostPackage(TComponent* AOwner) : TUserPackage(AOwner, TDeferredConstruction{}) { Construct(); }
+
+protected:
+  void CreateFunctions() override {
+    TUserPackage::CreateFunctions();
+    AddFunction<TSumFunction>();
+    AddFunction<TQuoteFunction>();
+  }
+};
+
+IFunCall MakeCall(const std::string& Name, std::vector<IKBValue> Arguments = {}) {
+  IFunCall Call(new TFunctionCall(Name));
+  for (const IKBValue& Argument : Arguments) Call->AddArgument(Argument);
+  return Call;
+}
+
+IKBValue CallValue(const IFunCall& Call) { return IKBValue(new TKBValue(Call)); }
+
+// ---------------------------------------------------------------- registration and evaluation
+
+TEST(KBPackagesTest, HostFunctionsRegisterAndNestedCallsEvaluate) {
+  TInferenceEngine Engine;
+  std::vector<std::string> Added;
+  Engine.OnAddUserFunction = [&](TObject*, const IUserFunction& F) { Added.push_back(F->GetFunctionName()); };
+  auto* Package = new THostPackage(&Engine);
+  EXPECT_EQ(Added, (std::vector<std::string>{"zz-sum", "zz-quote"}));
+  EXPECT_EQ(Package->GetFunctions().ToString(), "zz-sum\r\nzz-quote\r\n");
+  EXPECT_EQ(Package->IndexOf("zz-quote"), 1);
+  EXPECT_EQ(Package->IndexOf("ZZ-QUOTE"), -1);
+  const IUserFunction Sum = Engine.GetUserFunction("zz-sum");
+  ASSERT_TRUE(Sum);
+  EXPECT_EQ(Sum->GetComment(), "Adds its arguments.");
+  EXPECT_EQ(Sum->GetReasonerCount(), 1);
+
+  auto* Twice = new TUserFunction(&Engine, "zz-twice");
+  Twice->SetMinArgumentCount(1);
+  Twice->SetMaxArgumentCount(1);
+  EXPECT_EQ(Twice->GetArgumentString(), "<expression>");
+  Twice->OnCall = [](TObject*, const IFunCall& Call, TKBContext* Context, IKBValue& Result) {
+    Result = Int(2 * Call->GetArgument(0)->Resolve(Context)->GetAsInteger());
+  };
+  EXPECT_FALSE(Engine.ContainsUserFunction("zz-twice"));
+  Twice->SetEngine(&Engine);
+  EXPECT_TRUE(Engine.ContainsUserFunction("zz-twice"));
+
+  // (zz-twice (zz-sum 1 ?x (zz-sum 2 3))) with ?x bound to 10.
+  IFunCall Inner(new TFunctionCall("zz-sum"));
+  EXPECT_EQ(Inner->AddArgument(2.9, dtInteger), 0);
+  EXPECT_EQ(Inner->AddArgument(3, dtInteger), 1);
+  IFunCall Middle(new TFunctionCall("zz-sum"));
+  Middle->AddArgument(Int(1));
+  Middle->AddArgument("x", dtVariable);
+  EXPECT_EQ(Middle->AddArgument(Inner), 2);
+  const IFunCall Outer = MakeCall("zz-twice", {CallValue(Middle)});
+  EXPECT_EQ(Outer->ToString(), "(zz-twice (zz-sum 1 ?x (zz-sum 2 3)))");
+
+  std::unique_ptr<TKBContext> Context = Engine.GetGlobalContext()->Push();
+  Context->AddLocalBinding("x", Int(10));
+  EXPECT_EQ(Outer->Execute(Context.get())->GetAsInteger(), 32);
+  // Arguments arrive unevaluated.
+  const IKBValue Quoted = MakeCall("zz-quote", {IKBValue(new TKBValue("unbound", dtVariable))})->Execute(Context.get());
+  EXPECT_EQ(Quoted->GetDType(), dtVariable);
+
+  // A call keeps the function it found; the package takes its functions away.
+  EXPECT_EQ(Middle->GetUserFunction(), Sum);
+  delete Package;
+  EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
+  EXPECT_FALSE(Engine.ContainsUserFunction("zz-quote"));
+  EXPECT_EQ(Sum->GetReasonerCount(), 0);
+  EXPECT_EQ(Outer->Execute(Context.get())->GetAsInteger(), 32);
+  EXPECT_EQ(ErrorOf([&] { MakeCall("zz-sum", {Int(1)})->Execute(Context.get()); }),
+            "Function is unimplemented or unassigned: zz-sum");
+
+  // A host function without handler gives nil, at design time without asking.
+  Twice->OnCall = nullptr;
+  EXPECT_EQ(MakeCall("zz-twice", {Int(1)})->Execute(Context.get()), FCNil);
+  int Asked = 0;
+  Twice->OnCall = [&](TObject*, const IFunCall&, TKBContext*, IKBValue&) { ++Asked; };
+  Twice->SetDesigning(true);
+  EXPECT_EQ(MakeCall("zz-twice", {Int(1)})->Execute(Context.get()), FCNil);
+  EXPECT_EQ(Asked, 0);
+  delete Twice;
+  EXPECT_FALSE(Engine.ContainsUserFunction("zz-twice"));
+}
+
+TEST(KBPackagesTest, ArgumentCountsAndUnknownFunctions) {
+  TInferenceEngine Engine;
+  new THostPackage(&Engine);
+  TKBContext* Context = Engine.GetGlobalContext();
+  const IKBValue Unbound(new TKBValue("nowhere", dtVariable));
+
+  // Counts are checked before any argument is evaluated.
+  EXPECT_EQ(ErrorOf([&] { MakeCall("zz-sum")->Execute(Context); }), "Too few arguments for zz-sum");
+  EXPECT_EQ(ErrorOf([&] { MakeCall("zz-quote", {Unbound, Unbound})->Execute(Context); }),
+            "Too many arguments for zz-quote");
+  const IFunCall Refused = MakeCall("zz-quote");
+  EXPECT_EQ(ErrorOf([&] { Refused->Execute(Context); }), "Too few arguments for zz-quote");
+  EXPECT_TRUE(Refused->GetUserFunction());
+
+  // Unknown names, with or without somewhere to look them up; nested errors
+  // reach the outermost caller unchanged.
+  EXPECT_EQ(ErrorOf([&] { MakeCall("zz-nope")->Execute(Context); }), "Function is unimplemented or unassigned: zz-nope");
+  EXPECT_EQ(ErrorOf([&] { MakeCall("zz-nope")->Execute(nullptr); }), "Function is unimplemented or unassigned: zz-nope");
+  EXPECT_EQ(ErrorOf([&] { MakeCall("zz-sum", {Int(1), CallValue(MakeCall("zz-nope"))})->Execute(Context); }),
+            "Function is unimplemented or unassigned: zz-nope");
+  EXPECT_EQ(ErrorOf([&] { MakeCall("zz-sum", {Int(1)})->Execute(&Engine); }), "Invalid class typecast");
+
+  // A call written before its function exists finds it when it runs.
+  IFunCall Late(new TFunctionCall(&Engine, "zz-late"));
+  EXPECT_EQ(ErrorOf([&] { Late->Execute(nullptr); }), "Function is unimplemented or unassigned: zz-late");
+  const IUserFunction Function = TKBUserFunction::Create<TSumFunction>();
+  Function->SetFunctionName("zz-late");
+  Engine.AddUserFunction(Function);
+  Late->AddArgument(Int(4));
+  EXPECT_EQ(Late->Execute(nullptr)->GetAsInteger(), 4);
+
+  // SimpleExecute looks nothing up and names the call in its errors.
+  IFunCall Simple(new TFunctionCall("zz-late"));
+  EXPECT_EQ(ErrorOf([&] { Simple->SimpleExecute(Context); }), "Function is unimplemented or unassigned: zz-late");
+  Simple->SetUserFunction(Engine.GetUserFunction("zz-sum"));
+  EXPECT_EQ(Simple->GetName(), "zz-sum");
+  EXPECT_EQ(ErrorOf([&] { Simple->SimpleExecute(Context); }), "zz-sum error: Too few arguments for zz-sum");
+  Simple->AddArgument(Int(2));
+  EXPECT_EQ(Simple->SimpleExecute(Context)->GetAsInteger(), 2);
+  Simple->SetUserFunction(nullptr);
+  EXPECT_EQ(Simple->GetName(), "");
+}
+
+// ---------------------------------------------------------------- functions
+
+TEST(KBPackagesTest, LimitsNeverCross) {
+  const IUserFunction F(new TKBUserFunction("zz-f"));
+  EXPECT_EQ(F->GetMinArgumentCount(), 0);
+  EXPECT_EQ(F->GetMaxArgumentCount(), 2147483647);
+  F->SetMaxArgumentCount(2);
+  F->SetMinArgumentCount(3);
+  EXPECT_EQ(F->GetMaxArgumentCount(), 3);
+  F->SetMaxArgumentCount(1);
+  EXPECT_EQ(F->GetMinArgumentCount(), 1);
+  EXPECT_EQ(F->GetMaxArgumentCount(), 1);
+
+  // Assign copies limits, comment and name, not the argument string.
+  const IUserFunction G = TKBUserFunction::Create<TSumFunction>();
+  F->Assign(G.get());
+  EXPECT_EQ(F->GetFunctionName(), "zz-sum");
+  EXPECT_EQ(F->GetComment(), "Adds its arguments.");
+  EXPECT_EQ(F->GetMinArgumentCount(), 1);
+  EXPECT_EQ(F->GetMaxArgumentCount(), 2147483647);
+  EXPECT_EQ(F->GetArgumentString(), "");
+}
+
+TEST(KBPackagesTest, RenamingReregistersWithEveryEngine) {
+  TInferenceEngine A, B;
+  std::vector<std::string> Log;
+  A.OnAddUserFunction = [&](TObject*, const IUserFunction& F) { Log.push_back("add " + F->GetFunctionName()); };
+  A.OnRemoveUserFunction = [&](TObject*, const IUserFunction& F) { Log.push_back("remove " + F->GetFunctionName()); };
+  const IUserFunction F = TKBUserFunction::Create<TSumFunction>();
+  EXPECT_EQ(F->AddReasoner(&A), 0);
+  EXPECT_EQ(F->AddReasoner(&B), 1);
+  EXPECT_EQ(F->AddReasoner(&A), 0);
+  EXPECT_EQ(F->GetReasonerCount(), 2);
+  EXPECT_EQ(A.GetUserFunction("zz-sum"), F);
+
+  Log.clear();
+  F->SetFunctionName("zz-total");
+  EXPECT_EQ(Log, (std::vector<std::string>{"remove zz-sum", "add zz-total"}));
+  for (TInferenceEngine* Engine : {&A, &B}) {
+    EXPECT_FALSE(Engine->ContainsUserFunction("zz-sum"));
+    EXPECT_EQ(Engine->GetUserFunction("zz-total"), F);
+  }
+  EXPECT_EQ(F->GetReasonerCount(), 2);
+
+  // A name taken under dcError changes nothing.
+  const IUserFunction Other(new TKBUserFunction("zz-taken"));
+  B.AddUserFunction(Other);
+  B.SetDuplicateConstructs(dcError);
+  EXPECT_EQ(ErrorOf([&] { F->SetFunctionName("zz-taken"); }), "Function Name already exists: \"zz-taken\"");
+  EXPECT_EQ(F->GetFunctionName(), "zz-total");
+  EXPECT_EQ(A.GetUserFunction("zz-total"), F);
+  EXPECT_EQ(B.GetUserFunction("zz-total"), F);
+  EXPECT_EQ(B.GetUserFunction("zz-taken"), Other);
+  EXPECT_EQ(F->GetReasonerCount(), 2);
+
+  // Under dcIgnore the engine that keeps the other function lets this one go.
+  B.SetDuplicateConstructs(dcIgnore);
+  F->SetFunctionName("zz-taken");
+  EXPECT_EQ(A.GetUserFunction("zz-taken"), F);
+  EXPECT_EQ(B.GetUserFunction("zz-taken"), Other);
+  EXPECT_FALSE(B.ContainsUserFunction("zz-total"));
+  ASSERT_EQ(F->GetReasonerCount(), 1);
+  EXPECT_EQ(F->GetReasoner(0), static_cast<IReasoner*>(&A));
+
+  F->DeleteReasoner(static_cast<IReasoner*>(&A));
+  EXPECT_FALSE(A.ContainsUserFunction("zz-taken"));
+  EXPECT_EQ(ErrorOf([&] { F->DeleteReasoner(0); }), "List index out of bounds (0)");
+}
+
+// ---------------------------------------------------------------- packages
+
+TEST(KBPackagesTest, PackagesFollowTheirReasoners) {
+  TInferenceEngine Engine;
+  THostPackage Package(nullptr);
+  EXPECT_EQ(Package.GetReasoners().GetCount(), 0);
+  EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
+
+  Package.SetEngine(&Engine);
+  EXPECT_TRUE(Engine.ContainsUserFunction("zz-sum"));
+  EXPECT_EQ(Package.GetEngine(), &Engine);
+
+  // Functions that leave the list leave the engine; Reset brings them back.
+  Package.GetFunctions().Delete(0);
+  EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
+  EXPECT_FALSE(Package.GetReset());
+  Package.SetReset(true);
+  EXPECT_EQ(Package.GetFunctions().GetCount(), 2);
+  EXPECT_TRUE(Engine.ContainsUserFunction("zz-sum"));
+  EXPECT_EQ(Package.GetFunctions().Add(Package.GetFunctions().Get(1)), 1);
+
+  // A reasoner added by hand gets every function.
+  {
+    TInferenceEngine Second;
+    Package.GetReasoners().Add(&Second);
+    EXPECT_TRUE(Second.ContainsUserFunction("zz-quote"));
+    Package.GetReasoners().Remove(&Second);
+    EXPECT_FALSE(Second.ContainsUserFunction("zz-quote"));
+  }
+
+  Package.SetEngine(nullptr);
+  EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
+
+  // At design time the engine is only stored.
+  Package.SetDesigning(true);
+  Package.SetEngine(&Engine);
+  EXPECT_EQ(Package.GetEngine(), &Engine);
+  EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
+  Package.SetDesigning(false);
+  Package.SetEngine(nullptr);
+
+  // An engine that goes first leaves the package without engine.
+  {
+    TInferenceEngine Gone;
+    Package.SetEngine(&Gone);
+    EXPECT_TRUE(Gone.ContainsUserFunction("zz-sum"));
+  }
+  EXPECT_EQ(Package.GetEngine(), nullptr);
+  EXPECT_EQ(Package.GetReasoners().GetCount(), 0);
+  EXPECT_EQ(Package.GetFunctions().Get(0)->GetReasonerCount(), 0);
+
+  // Assign takes the other package's functions.
+  TUserPackage Copy(nullptr);
+  Copy.SetEngine(&Engine);
+  Copy.Assign(&Package);
+  EXPECT_EQ(Copy.GetFunctions().Get(1), Package.GetFunctions().Get(1));
+  EXPECT_TRUE(Engine.ContainsUserFunction("zz-quote"));
+}
+
+TEST(KBPackagesTest, PackageFunctionsStreamByClassName) {
+  RegisterClass<TSumFunction, TKBUserFunction>();
+  RegisterClass<TQuoteFunction, TKBUserFunction>();
+  THostPackage Source(nullptr);
+  Source.GetFunctions().Get(0)->SetComment("Adds \"numbers\"\r\nand more.");
+  const std::string Text = Source.GetPackageFunctions();
+  EXPECT_EQ(Text.substr(0, Text.find('\r')), "\"TSumFunction\" \"zz-sum\" \"Adds \\\"numbers\\\"");
+
+  TInferenceEngine Engine;
+  TUserPackage Target(&Engine);
+  Target.SetPackageFunctions(Text);
+  ASSERT_EQ(Target.GetFunctions().GetCount(), 2);
+  const IUserFunction Sum = Engine.GetUserFunction("zz-sum");
+  ASSERT_TRUE(Sum);
+  EXPECT_EQ(Sum->ClassName(), "TSumFunction");
+  EXPECT_EQ(Sum->GetComment(), "Adds \"numbers\"\r\nand more.");
+  EXPECT_EQ(Engine.GetUserFunction("zz-quote")->GetMaxArgumentCount(), 1);
+
+  EXPECT_EQ(ErrorOf([&] { Target.SetPackageFunctions("\"TNoSuchFunction\" \"x\" \"\" 1 0\r\n"); }),
+            "Class TNoSuchFunction not found");
+  EXPECT_EQ(ErrorOf([&] { Target.SetPackageFunctions("\"TSumFunction\" \"x\" 1 0\r\n"); }), "Stream read error");
+}
+
+// ---------------------------------------------------------------- host objects
+
+TEST(KBPackagesTest, InnerFunctionOutlivesItsOwner) {
+  TInferenceEngine Engine;
+  auto* Owner = new TComponent(nullptr);
+  const Ref<TKBInnerFunction> Inner = TKBUserFunction::Create<TKBInnerFunction>(Owner, "zz-inner");
+  Inner->OnCall = [](TObject*, const IFunCall&, TKBContext*, IKBValue& Result) { Result = Int(1); };
+  Engine.AddUserFunction(Inner);
+  EXPECT_EQ(MakeCall("zz-inner")->Execute(Engine.GetGlobalContext())->GetAsInteger(), 1);
+  delete Owner;
+  EXPECT_EQ(Inner->GetOwner(), nullptr);
+  EXPECT_TRUE(Engine.ContainsUserFunction("zz-inner"));
+  EXPECT_EQ(ErrorOf([&] { MakeCall("zz-inner")->Execute(Engine.GetGlobalContext()); }),
+            "Function is unimplemented or unassigned: zz-inner");
+
+  // A host function outlives an engine that goes first, and copies another.
+  TUserFunction Host(nullptr, "zz-host");
+  {
+    TInferenceEngine Gone;
+    Host.SetEngine(&Gone);
+    EXPECT_TRUE(Gone.ContainsUserFunction("zz-host"));
+  }
+  EXPECT_EQ(Host.GetEngine(), nullptr);
+  EXPECT_EQ(Host.GetInnerFunction()->GetReasonerCount(), 0);
+  Host.SetEngine(&Engine);
+  Host.SetFunctionName("zz-renamed");
+  EXPECT_FALSE(Engine.ContainsUserFunction("zz-host"));
+  EXPECT_EQ(Engine.GetUserFunction("zz-renamed"), Host.GetInnerFunction());
+
+  TUserFunction Copy(nullptr);
+  Host.SetComment("A host function.");
+  Host.SetMinArgumentCount(2);
+  Copy.Assign(&Host);
+  EXPECT_EQ(Copy.GetFunctionName(), "zz-renamed");
+  EXPECT_EQ(Copy.GetComment(), "A host function.");
+  EXPECT_EQ(Copy.GetMinArgumentCount(), 2);
+  EXPECT_EQ(Copy.GetArgumentString(), "<expression> <expression>[ <expression>[ <expression>[ <expression>[ "
+                                      "<expression>[ <expression>[ <expression>[ <expression>[ <expression>[]]]]]]]]]");
+}
+
+// ---------------------------------------------------------------- calls
+
+TEST(KBPackagesTest, CallEqualityHashAndCopies) {
+  TInferenceEngine Engine;
+  IFunCall A(new TFunctionCall(&Engine, "f"));
+  A->AddArgument(1, dtInteger);
+  A->AddArgument("x", dtAtom);
+  IFunCall B(new TFunctionCall("f"));
+  B->AddArgument("x", dtAtom);
+  B->AddArgument(1, dtInteger);
+  EXPECT_EQ(A->GetHashCode(), B->GetHashCode());
+  EXPECT_FALSE(A->Equals(B));
+  EXPECT_FALSE(A->Equals(IInterface(Int(1))));
+  B->Delete(0);
+  B->AddArgument("x", dtAtom);
+  EXPECT_TRUE(A->Equals(B));
+  EXPECT_TRUE(A->Equals(IInterface(B)));
+  IFunCall Renamed(new TFunctionCall("g"));
+  Renamed->Assign(IInterface(B));
+  Renamed->SetComment("");
+  EXPECT_TRUE(Renamed->Equals(A));
+
+  // A clone shares no value, keeps comment and tag, and finds its function anew.
+  A->SetTag(7);
+  A->SetComment("note");
+  A->SetUserFunction(IUserFunction(new TKBUserFunction("f")));
+  const IFunCall C = A->Clone();
+  EXPECT_TRUE(C->Equals(A));
+  EXPECT_EQ(C->GetTag(), 7);
+  EXPECT_EQ(C->GetComment(), "note");
+  EXPECT_EQ(C->GetReasoner(), static_cast<IReasoner*>(&Engine));
+  EXPECT_FALSE(C->GetUserFunction());
+  EXPECT_NE(C->GetArgument(0), A->GetArgument(0));
+  C->GetArgument(0)->SetAsInteger(5);
+  EXPECT_EQ(A->GetArgument(0)->GetAsInteger(), 1);
+  const IFunCall D = C->CloneInterface().As<TFunctionCall>();
+  ASSERT_TRUE(D);
+  EXPECT_TRUE(D->Equals(C));
+
+  EXPECT_EQ(ErrorOf([&] { C->Assign(IInterface(Int(1))); }), "Unknown interface supplied to engine value");
+  EXPECT_EQ(ErrorOf([&] { C->GetArgument(2); }), "List index out of bounds (2)");
+  C->Clear();
+  EXPECT_EQ(C->GetArgumentCount(), 0);
+}
+
+TEST(KBPackagesTest, AddArgumentOverloads) {
+  IFunCall Call(new TFunctionCall("f"));
+  EXPECT_EQ(Call->AddArgument(7, dtFloat), 0);
+  EXPECT_EQ(Call->GetArgument(0)->GetDType(), dtFloat);
+  EXPECT_EQ(Call->AddArgument(-2.9, dtInteger), 1);
+  EXPECT_EQ(Call->GetArgument(1)->GetAsInteger(), -2);
+  EXPECT_EQ(Call->AddArgument("y", dtMultiVariable), 2);
+  EXPECT_EQ(Call->GetArgument(2)->GetToString(), "$?y");
+  const IValueVector List(new TValueVector());
+  EXPECT_EQ(Call->AddArgument(List), 3);
+  EXPECT_EQ(Call->GetArgument(3)->GetAsList(), List);
+  const IKBValue Same = Int(4);
+  Call->AddArgument(Same);
+  EXPECT_EQ(Call->GetArgument(4), Same);
+
+  EXPECT_EQ(ErrorOf([&] { Call->AddArgument("x", dtInteger); }), "Not a String type.  Value (x) is a dtInteger type");
+  EXPECT_EQ(ErrorOf([&] { Call->AddArgument(3, dtAtom); }), "Not a Integer type.  Value (3) is a dtAtom type");
+  EXPECT_EQ(ErrorOf([&] { Call->AddArgument(2.5, dtString); }), "Not a Float type.  Value (2.5) is a dtString type");
+  EXPECT_EQ(Call->GetArgumentCount(), 5);
+}
+
+TEST(KBPackagesTest, ArgumentExpressions) {
+  EXPECT_EQ(CreateArgumentExpressions("", 1, 3, 10), "<expression>[ <expression>[ <expression>]]");
+  EXPECT_EQ(CreateArgumentExpressions("", 0, 2, 10), "[<expression>[ <expression>]]");
+  EXPECT_EQ(CreateArgumentExpressions(" <a> <b>", 2, 2, 10), "<a> <b>");
+  EXPECT_EQ(CreateArgumentExpressions("<x>", 1, 2, 10), "<x>[ <expression>]");
+  EXPECT_EQ(CreateArgumentExpressions("", 3, 2, 10), "");
+  EXPECT_EQ(CreateArgumentExpressions("", 0, 0, 10), "");
+
+  const std::string Open = CreateArgumentExpressions("", 0, 2147483647, 10);
+  std::size_t Count = 0;
+  for (std::size_t P = Open.find("<expression>"); P != std::string::npos; P = Open.find("<expression>", P + 1)) ++Count;
+  EXPECT_EQ(Count, 10u);
+  EXPECT_EQ(std::count(Open.begin(), Open.end(), '['), std::count(Open.begin(), Open.end(), ']'));
+  EXPECT_EQ(Open.substr(0, 2), "[<");
+}
+
+TEST(KBPackagesTest, EngineDescribesAFunction) {
+  TInferenceEngine Engine;
+  const IUserFunction Sum = TKBUserFunction::Create<TSumFunction>();
+  EXPECT_EQ(Sum->ToString(&Engine),
+            ";; zz-sum function\r\n;;    Adds its arguments.\r\n;; \r\n;; Syntax: (zz-sum <number>+)");
+  // Long comments wrap at blanks, every line led as the first.
+  Sum->SetComment(std::string(50, 'a') + " " + std::string(20, 'b') + " c");
+  const std::string Wrapped =
+      ";; zz-sum function\r\n;;    " + std::string(50, 'a') + " \r\n;;    " + std::string(20, 'b') + " c\r\n";
+  EXPECT_EQ(Sum->ToString(&Engine).substr(0, Wrapped.size()), Wrapped);
+  const IUserFunction Bare(new TKBUserFunction("zz-bare"));
+  EXPECT_EQ(Bare->ToString(&Engine), ";; zz-bare function\r\n");
+}
+
+}  // namespace
+}  // namespace cogent
