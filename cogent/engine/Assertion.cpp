@@ -145,6 +145,15 @@ void TInferenceEngine::Retract(const IFact& Fact) {
   if (Index >= 0) RetractFact(Index);
 }
 
+IFact TInferenceEngine::ReadFact(const std::string& Text) {
+  const IFact Fact = ParseFact(Text);
+  return GetGlobalContext() && Fact ? GetGlobalContext()->Resolve(Fact) : Fact;
+}
+
+std::int32_t TInferenceEngine::Assert(const std::string& Fact) { return Assert(ReadFact(Fact), false); }
+
+void TInferenceEngine::Retract(const std::string& Fact) { Retract(ReadFact(Fact)); }
+
 void TInferenceEngine::RetractFacts() {
   if (FRete) FRete->ProcessToken(IReteToken(new TKBToken(taClear, nullptr)));
   if (OnClearFacts) OnClearFacts(this);

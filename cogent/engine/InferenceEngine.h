@@ -144,12 +144,15 @@ public:
   virtual std::int32_t Assert(const IFact& Fact, bool Unconditional);
   std::int32_t Assert(const IFact& Fact, TFuzzyInferenceMethod FuzzyInference, bool Unconditional);
   std::int32_t Assert(const IFact& Fact) { return Assert(Fact, false); }
+  // The fact read from its text and resolved in the global context.
+  std::int32_t Assert(const std::string& Fact);
   // Index is a position in the current module's facts.
   virtual void RetractFact(int Index);
   void RetractFact(const IFact& Fact);
   // Nothing happens for an id or a fact that isn't there.
   void Retract(std::int32_t FactId);
   void Retract(const IFact& Fact);
+  void Retract(const std::string& Fact);
   // Takes the network's memories down and raises OnClearFacts.
   virtual void RetractFacts();
   virtual void AddPendingFact(const IFact& Fact, bool Assert);
@@ -404,6 +407,8 @@ protected:
 
 private:
   void ClearEvents();
+  // A fact from its text, resolved in the global context.
+  IFact ReadFact(const std::string& Text);
   // Lends the parser a tokenizer on AString for Operation, and takes it back.
   void ParseFrame(const std::string& AString, TEncoding* Encoding, const std::function<void(TKBParser&)>& Operation);
 
