@@ -94,14 +94,7 @@ TInferenceEngine::~TInferenceEngine() {
       if (const IModule& Module = FModules->GetRef(I)) Module->Release();
     FModules = nullptr;
   }
-  FAgenda = nullptr;
-  FDefinedTypes = nullptr;
-  FFacts = nullptr;
-  FFactSets = nullptr;
-  FFactTemplates = nullptr;
-  FRete = nullptr;
-  FRules = nullptr;
-  FFactsPending = nullptr;
+  ClearModuleCache();
   FreeAndNil(FGlobalVariables);
   FreeAndNil(FUserFunctions);
   FGlobalContext.reset();
@@ -113,6 +106,19 @@ TInferenceEngine::~TInferenceEngine() {
   }
   FreeAndNil(FIOStreams);
   FCriticalSection.reset();
+}
+
+void TInferenceEngine::ClearModuleCache() noexcept {
+  FAgenda = nullptr;
+  FDefinedTypes = nullptr;
+  FFacts = nullptr;
+  FFactSets = nullptr;
+  FFactTemplates = nullptr;
+  FRete = nullptr;
+  FRules = nullptr;
+  FFactsPending = nullptr;
+  FInitialFactPattern = nullptr;
+  FNullFact = nullptr;
 }
 
 // ---------------------------------------------------------------- factory

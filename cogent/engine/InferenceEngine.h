@@ -409,6 +409,8 @@ private:
   void ClearEvents();
   // A fact from its text, resolved in the global context.
   IFact ReadFact(const std::string& Text);
+  // Forgets the collections of the current module.
+  void ClearModuleCache() noexcept;
   // Lends the parser a tokenizer on AString for Operation, and takes it back.
   void ParseFrame(const std::string& AString, TEncoding* Encoding, const std::function<void(TKBParser&)>& Operation);
 

@@ -100,16 +100,7 @@ void TInferenceEngine::RemoveModule(const IModule& Module) {
   FIsModuleOp = nullptr;
 
   if (FModules->GetCount() == 0) {
-    FAgenda = nullptr;
-    FDefinedTypes = nullptr;
-    FFacts = nullptr;
-    FFactSets = nullptr;
-    FFactTemplates = nullptr;
-    FRete = nullptr;
-    FRules = nullptr;
-    FFactsPending = nullptr;
-    FInitialFactPattern = nullptr;
-    FNullFact = nullptr;
+    ClearModuleCache();
     FCurrentModule = nullptr;
   } else {
     // The released module's collections are gone: the cache must not keep them.

@@ -268,17 +268,9 @@ int TFunctionCall::AddArgument(std::int32_t Value, TKBType Type) {
 }
 
 int TFunctionCall::AddArgument(const std::string& Value, TKBType Type) {
-  switch (Type) {
-    case dtAtom:
-    case dtString:
-    case dtVariable:
-    case dtMultiVariable:
-    case dtSlot:
-    case dtMultiSlot:
-      return AddArgument(IKBValue(new TKBValue(Value, Type)));
-    default:
-      throw EKBException(Format(_SNotCorrectType, "String", Value, GetKBTypeName(Type)));
-  }
+  if (!KBStringTypes.Contains(Type))
+    throw EKBException(Format(_SNotCorrectType, "String", Value, GetKBTypeName(Type)));
+  return AddArgument(IKBValue(new TKBValue(Value, Type)));
 }
 
 int TFunctionCall::AddArgument(const IFact& Value) { return AddArgument(IKBValue(new TKBValue(Value))); }

@@ -77,17 +77,7 @@ TKBValue::TKBValue(std::int32_t AValue, TKBType AType) {
 }
 
 TKBValue::TKBValue(const std::string& AValue, TKBType AType) {
-  switch (AType) {
-    case dtAtom:
-    case dtString:
-    case dtVariable:
-    case dtMultiVariable:
-    case dtSlot:
-    case dtMultiSlot:
-      break;
-    default:
-      throw EKBException(_SInvalidValueType);
-  }
+  if (!KBStringTypes.Contains(AType)) throw EKBException(_SInvalidValueType);
   FKBType = AType;
   FValue.Str = AValue;
 }
@@ -772,21 +762,27 @@ void TValueVector::Append(const IValueVector& Other) {
   for (int I = 0; I < Count; ++I) Add(Other->Get(I));
 }
 
-bool TValueVector::Equals(const IValueVector& Other) const {
-  if (!Other) return false;
-  if (Other.get() == this) return true;
-  const int Count = GetCount();
-  if (Count != Other->GetCount()) return false;
+namespace {
+// Pairwise by index: two nils agree, one nil doesn't, values by Equals.
+bool SameItems(const TInterfaceListPersistent<TKBValue>& A, const TInterfaceListPersistent<TKBValue>& B) {
+  const int Count = A.GetCount();
+  if (Count != B.GetCount()) return false;
   for (int I = 0; I < Count; ++I) {
-    const IKBValue& A = GetRef(I);
-    const IKBValue& B = Other->GetRef(I);
-    if (!A || !B) {
-      if (A || B) return false;
-    } else if (!A->Equals(B)) {
+    const IKBValue& X = A.GetRef(I);
+    const IKBValue& Y = B.GetRef(I);
+    if (!X || !Y) {
+      if (X || Y) return false;
+    } else if (!X->Equals(Y)) {
       return false;
     }
   }
   return true;
+}
+}  // namespace
+
+bool TValueVector::Equals(const IValueVector& Other) const {
+  if (!Other) return false;
+  return Other.get() == this || SameItems(*this, *Other);
 }
 
 bool TValueVector::Equals(const IInterface& Other) const {
@@ -797,19 +793,7 @@ bool TValueVector::Equals(const IInterface& Other) const {
 bool TValueVector::Equals(const TObject* Other) const {
   if (Other == this) return true;
   const auto* List = dynamic_cast<const TInterfaceListPersistent<TKBValue>*>(Other);
-  if (!List) return false;
-  const int Count = GetCount();
-  if (Count != List->GetCount()) return false;
-  for (int I = 0; I < Count; ++I) {
-    const IKBValue& A = GetRef(I);
-    const IKBValue& B = List->GetRef(I);
-    if (!A || !B) {
-      if (A || B) return false;
-    } else if (!A->Equals(B)) {
-      return false;
-    }
-  }
-  return true;
+  return List && SameItems(*this, *List);
 }
 
 std::string TValueVector::ToString() const {

@@ -6,11 +6,12 @@
 
 #include "cogent/engine/InferenceEngine.h"
 
+#include "../TestSupport.h"
+
 namespace cogent {
 namespace {
 
-IKBValue Atom(const std::string& S) { return IKBValue(new TKBValue(S, dtAtom)); }
-IKBValue Int(std::int32_t I) { return IKBValue(new TKBValue(I, dtInteger)); }
+using namespace test;
 
 IFact Ordered(TInferenceEngine& Engine, const std::string& Relation, std::initializer_list<IKBValue> Fields) {
   IFact Fact = Engine.CreateFactTemplate(Relation)->NewFact();

@@ -11,18 +11,12 @@
 #include "cogent/matching/ReteNetwork.h"
 #include "cogent/rules/ActivationAgenda.h"
 
+#include "../TestSupport.h"
+
 namespace cogent {
 namespace {
 
-template <class F>
-std::string ErrorOf(F&& Action) {
-  try {
-    Action();
-  } catch (const EKBException& E) {
-    return E.what();
-  }
-  return "no error";
-}
+using namespace test;
 
 TEST(InferenceEngineTest, NewEngineState) {
   TInferenceEngine Engine;

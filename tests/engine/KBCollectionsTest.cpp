@@ -8,18 +8,12 @@
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/functions/KBPackages.h"
 
+#include "../TestSupport.h"
+
 namespace cogent {
 namespace {
 
-template <class F>
-std::string ErrorOf(F&& Action) {
-  try {
-    Action();
-  } catch (const EKBException& E) {
-    return E.what();
-  }
-  return "no error";
-}
+using namespace test;
 
 IFactTemplate MakeTemplate(TInferenceEngine& Engine, const std::string& Name, const std::string& Slot = "name") {
   IFactTemplate Template(new TFactTemplate(&Engine, Name));

@@ -9,18 +9,12 @@
 #include "cogent/facts/KBSlotTest.h"
 #include "cogent/functions/KBPackages.h"
 
+#include "../TestSupport.h"
+
 namespace cogent {
 namespace {
 
-template <class F>
-std::string ErrorOf(F&& Action) {
-  try {
-    Action();
-  } catch (const EKBException& E) {
-    return E.what();
-  }
-  return "no error";
-}
+using namespace test;
 
 IModule AddModule(TInferenceEngine& Engine, const std::string& Name) {
   IModule Module(new TModule(&Engine, false));

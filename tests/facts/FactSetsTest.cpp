@@ -9,18 +9,12 @@
 #include "cogent/engine/KBCollections.h"
 #include "cogent/facts/KBFacts.h"
 
+#include "../TestSupport.h"
+
 namespace cogent {
 namespace {
 
-template <class F>
-std::string ErrorOf(F&& Action) {
-  try {
-    Action();
-  } catch (const std::exception& E) {
-    return E.what();
-  }
-  return "no error";
-}
+using namespace test;
 
 // An engine with a second module and a template "person" with one slot.
 class FactSetTest : public ::testing::Test {

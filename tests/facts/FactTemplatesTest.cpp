@@ -7,28 +7,15 @@
 #include "cogent/functions/KBPackages.h"
 #include "cogent/values/KBDefinedType.h"
 
+#include "../TestSupport.h"
+
 namespace cogent {
 namespace {
 
-IKBValue Atom(const std::string& S) { return IKBValue(new TKBValue(S, dtAtom)); }
-IKBValue Int(std::int32_t I) { return IKBValue(new TKBValue(I, dtInteger)); }
-IKBValue List(std::initializer_list<IKBValue> Items) {
-  IValueVector Vector(new TValueVector());
-  for (const IKBValue& Item : Items) Vector->Add(Item);
-  return IKBValue(new TKBValue(Vector));
-}
+using namespace test;
+
 IFactTemplate Template(const std::string& Name, TPersistent* Owner = nullptr) {
   return IFactTemplate(new TFactTemplate(Owner, Name));
-}
-
-template <class F>
-std::string ErrorOf(F&& Action) {
-  try {
-    Action();
-  } catch (const EKBException& E) {
-    return E.what();
-  }
-  return "no error";
 }
 
 TEST(FactTemplateTest, OrderedFlagFollowsAddsAndRenamesOnly) {

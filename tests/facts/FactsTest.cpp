@@ -5,21 +5,12 @@
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBFacts.h"
 
+#include "../TestSupport.h"
+
 namespace cogent {
 namespace {
 
-IKBValue Atom(const std::string& S) { return IKBValue(new TKBValue(S, dtAtom)); }
-IKBValue Int(std::int32_t I) { return IKBValue(new TKBValue(I, dtInteger)); }
-
-template <class F>
-std::string ErrorOf(F&& Action) {
-  try {
-    Action();
-  } catch (const EKBException& E) {
-    return E.what();
-  }
-  return "no error";
-}
+using namespace test;
 
 // "person" with slots name, age and mood (a fuzzy slot).
 IFactTemplate Person(TPersistent* Owner = nullptr) {

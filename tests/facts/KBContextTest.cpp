@@ -11,27 +11,12 @@
 #include "cogent/functions/KBPackages.h"
 #include "cogent/matching/KBToken.h"
 
+#include "../TestSupport.h"
+
 namespace cogent {
 namespace {
 
-IKBValue Atom(const std::string& S) { return IKBValue(new TKBValue(S, dtAtom)); }
-IKBValue Int(std::int32_t I) { return IKBValue(new TKBValue(I, dtInteger)); }
-IKBValue Var(const std::string& S) { return IKBValue(new TKBValue(S, dtVariable)); }
-IKBValue List(std::initializer_list<IKBValue> Items) {
-  IValueVector Vector(new TValueVector());
-  for (const IKBValue& Item : Items) Vector->Add(Item);
-  return IKBValue(new TKBValue(Vector));
-}
-
-template <class F>
-std::string ErrorOf(F&& Action) {
-  try {
-    Action();
-  } catch (const EKBException& E) {
-    return E.what();
-  }
-  return "no error";
-}
+using namespace test;
 
 // Hears every report of its table.
 class TListeningContext : public TKBContext {

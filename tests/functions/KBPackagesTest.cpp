@@ -9,20 +9,12 @@
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBContext.h"
 
+#include "../TestSupport.h"
+
 namespace cogent {
 namespace {
 
-template <class F>
-std::string ErrorOf(F&& Action) {
-  try {
-    Action();
-  } catch (const std::exception& E) {
-    return E.what();
-  }
-  return "no error";
-}
-
-IKBValue Int(std::int32_t V) { return IKBValue(new TKBValue(V, dtInteger)); }
+using namespace test;
 
 // Adds its arguments, each resolved in the context.
 class TSumFunction : public TKBUserFunction {

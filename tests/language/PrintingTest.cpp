@@ -3,17 +3,12 @@
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/language/KBRuleParser.h"
 
+#include "../TestSupport.h"
+
 namespace cogent {
 namespace {
 
-IKBValue Atom(const std::string& S) { return IKBValue(new TKBValue(S, dtAtom)); }
-IKBValue Str(const std::string& S) { return IKBValue(new TKBValue(S, dtString)); }
-IKBValue Int(std::int32_t I) { return IKBValue(new TKBValue(I, dtInteger)); }
-IKBValue List(std::initializer_list<IKBValue> Items) {
-  IValueVector Vector(new TValueVector());
-  for (const IKBValue& Item : Items) Vector->Add(Item);
-  return IKBValue(new TKBValue(Vector));
-}
+using namespace test;
 
 TEST(PrintingTest, OrderedFacts) {
   TInferenceEngine Engine;

@@ -8,28 +8,12 @@
 #include "cogent/matching/KBToken.h"
 #include "cogent/values/KBFuzzyLogic.h"
 
+#include "../TestSupport.h"
+
 namespace cogent {
 namespace {
 
-IKBValue Atom(const std::string& S) { return IKBValue(new TKBValue(S, dtAtom)); }
-IKBValue Str(const std::string& S) { return IKBValue(new TKBValue(S, dtString)); }
-IKBValue Int(std::int32_t I) { return IKBValue(new TKBValue(I, dtInteger)); }
-IKBValue Flt(double D) { return IKBValue(new TKBValue(D)); }
-IKBValue List(std::initializer_list<IKBValue> Items) {
-  IValueVector Vector(new TValueVector());
-  for (const IKBValue& Item : Items) Vector->Add(Item);
-  return IKBValue(new TKBValue(Vector));
-}
-
-template <class F>
-std::string ErrorOf(F&& Action) {
-  try {
-    Action();
-  } catch (const EKBException& E) {
-    return E.what();
-  }
-  return "no error";
-}
+using namespace test;
 
 // A component that a value can own; it counts how many of its kind live.
 class TOwnedThing : public TComponent {
