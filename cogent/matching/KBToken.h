@@ -1,42 +1,169 @@
 #pragma once
-// Tokens: what flows through the network. For now a token carries its facts
-// and what it does; shared chains, strengths and token memories come with
-// matching.
+// Tokens, the partial matches that flow through a network, and the token
+// memories that join nodes keep for their two inputs.
+//
+// Tokens are made by the thousand while matching, so a token holds one fact
+// of its own and shares the earlier ones through its parent: extending a
+// chain of n facts costs one allocation and no copy of n references.
 
-#include <utility>
+#include <cstdint>
+#include <string>
 #include <vector>
 
+#include "cogent/common/VXInterfaceList.h"
 #include "cogent/facts/KBFacts.h"
 
 namespace cogent {
 
-class TKBToken : public TRefCounted {
-public:
-  // A token of one fact; a nil fact (a clear) makes a token of none.
-  TKBToken(TTokenAction AAction, const IFact& AFact) : FAction(AAction) {
-    if (AFact) FFacts.push_back(AFact);
-  }
-  // The facts in pattern order, the first pattern's fact first.
-  TKBToken(TTokenAction AAction, std::vector<IFact> AFacts) : FAction(AAction), FFacts(std::move(AFacts)) {}
+class TKBToken;
+using IReteToken = Ref<TKBToken>;
 
-  TTokenAction GetAction() const noexcept { return FAction; }
-  // The last fact, nil for a token of none.
-  IFact GetFact() const { return FFacts.empty() ? IFact() : FFacts.back(); }
-  int GetFactCount() const noexcept { return static_cast<int>(FFacts.size()); }
-  // Raises EListError for an index out of range.
-  IFact GetFact(int Index) const {
-    if (Index < 0 || Index >= GetFactCount()) throw EListError(Format(SListIndexError, Index));
-    return FFacts[static_cast<std::size_t>(Index)];
-  }
+// ---------------------------------------------------------------- TKBToken
+
+class TKBTokenPersistent : public TPersistent, public TRefCounted {};
+
+class TKBToken : public TKBTokenPersistent {
+public:
+  // A clear token: no fact, nothing in the chain.
+  TKBToken() noexcept = default;
+  // A one-fact token keyed by the fact's id; a nil fact makes a token of
+  // none, which is what a clear needs.
+  TKBToken(TTokenAction AAction, const IFact& AFact) noexcept;
+  // A copy that shares the chain; the copy is not blocked by anything yet.
+  TKBToken(const TKBToken& Source) noexcept;
+  explicit TKBToken(const IReteToken& Source) noexcept;
+  // Extends the chain by one fact; the action and strength are the parent's.
+  // A nil fact keeps the position without a fact.
+  TKBToken(const IReteToken& AParent, const IFact& AFact) noexcept;
+  TKBToken& operator=(const TKBToken&) = delete;
+
+  // Same instance, or equal sort codes, fact ids and strengths all along the
+  // chain, up to where either side has no parent or both share one. The
+  // action and the negated count play no part, and a clone of a fact with
+  // the same id counts as that fact.
+  virtual bool Equals(const TKBToken* Other) const noexcept;
+  bool Equals(const IReteToken& Other) const noexcept { return Equals(Other.get()); }
+  // Consistent with Equals: equal tokens have equal sort codes.
+  std::int32_t GetHashCode() const noexcept { return FSortCode; }
+
+  std::int32_t GetNegatedCount() const noexcept { return FNegatedCount; }
+  // A negative count is stored as 0.
+  virtual void SetNegatedCount(std::int32_t Value) noexcept { FNegatedCount = Value < 0 ? 0 : Value; }
+  std::int32_t GetCount() const noexcept { return FCount; }
+  // This token's own fact, the newest of the chain.
+  const IFact& GetFact() const noexcept { return FFact; }
+  // Fact Index of the chain, 0 the oldest; nil outside 0 .. GetCount()-1.
+  const IFact& GetFacts(std::int32_t Index) const noexcept;
+  const IReteToken& GetParent() const noexcept { return FParent; }
+  std::int32_t GetSortCode() const noexcept { return FSortCode; }
+  TTokenAction GetTag() const noexcept { return FTag; }
+  // Raises _SInvalidTokenAction for any action but taClear on a token
+  // without a fact.
+  virtual void SetTag(TTokenAction Value);
+  float GetStrength() const noexcept { return FStrength; }
+  // A negative strength (or none at all) is stored as 0; above 1 is kept.
+  void SetStrength(float Value) noexcept { FStrength = Value >= 0.0f ? Value : 0.0f; }
+
+  // The action, the counts, then each fact's text from this token up.
+  std::string ToString() const override;
+  // "f-1, f-2, ...", the oldest fact first.
+  std::string GetToFactsString() const;
 
 protected:
   ~TKBToken() override = default;
 
 private:
-  TTokenAction FAction;
-  std::vector<IFact> FFacts;
+  std::int32_t FCount = 0;
+  std::int32_t FNegatedCount = 0;
+  IFact FFact;
+  IReteToken FParent;
+  float FStrength = 1.0f;
+  std::int32_t FSortCode = 0;
+  TTokenAction FTag = taClear;
 };
 
-using IReteToken = Ref<TKBToken>;
+// ---------------------------------------------------------------- TKBTokenTree
+
+// A token memory: a hash table of tokens in FHash buckets, each made on first
+// use. A token is keyed by its sort code, by the id of one of its facts, or by
+// the hash of a slot value (or of one item of it) of that fact, so that a join
+// only compares the tokens of one bucket.
+class TKBTokenTree : public TPersistent {
+public:
+  using TTokens = TInterfaceListPersistent<TKBToken>;
+
+  // A hash below 1 is taken as 1.
+  TKBTokenTree(std::int32_t AHash, std::int32_t ATokenIndex, std::int32_t ASubIndex, const TKBName& AFactIndex,
+               bool AUseHashCode);
+  TKBTokenTree(const TKBTokenTree&) = delete;
+  TKBTokenTree& operator=(const TKBTokenTree&) = delete;
+  ~TKBTokenTree() override;
+
+  // Each existing bucket's tokens by GetToFactsString, one a line; buckets
+  // without tokens give nothing.
+  virtual std::string GetToFactsString() const;
+  // Empties the buckets and forgets the used range; the buckets stay.
+  virtual void Clear();
+  // False, and nothing added, when the bucket already holds an equal token.
+  virtual bool Add(const IReteToken& Token);
+  // Takes out the first equal token; false when there is none. The used
+  // range stays as it was.
+  virtual bool Remove(const IReteToken& Token);
+
+  // The bucket of Key (its sign ignored): nil while unused, unless nil
+  // buckets are not allowed, in which case it is made now.
+  TTokens* GetTokens(std::int32_t Key);
+  // Where Token is filed; never negative.
+  std::int32_t GetKey(const TKBToken& Token) const;
+  // The hash of a fact's slot value, or of item SubIndex of it (NoSubIndex
+  // for the whole value), never negative. A fact without the slot or the item
+  // keys as 0, which only puts it in bucket 0: the tests decide a match.
+  static std::int32_t GetValueKey(const TFact* Fact, const TKBName& Slot, std::int32_t SubIndex);
+
+  std::string ToString() const override;
+
+  bool GetUseHashCode() const noexcept { return FUseHashCode; }
+  const TKBName& GetFactIndex() const noexcept { return FFactIndex; }
+  std::int32_t GetSubIndex() const noexcept { return FSubIndex; }
+  std::int32_t GetHash() const noexcept { return FHash; }
+  std::int32_t GetTokenIndex() const noexcept { return FTokenIndex; }
+  bool GetAllowNilBucket() const noexcept { return FAllowNilBucket; }
+  void SetAllowNilBucket(bool Value) noexcept { FAllowNilBucket = Value; }
+  // No token added since creation or the last Clear.
+  bool GetEmpty() const noexcept { return FEmpty; }
+  // The buckets that may hold tokens lie within these; FHash+1 and -1 when
+  // none was used.
+  std::int32_t GetLowIndex() const noexcept { return FLowIndex; }
+  std::int32_t GetHighIndex() const noexcept { return FHighIndex; }
+
+private:
+  std::int32_t BucketIndex(std::int32_t Key) const noexcept;
+  TTokens* Bucket(std::int32_t Key, bool Create);
+
+  bool FUseHashCode;
+  TKBName FFactIndex;
+  std::int32_t FSubIndex;
+  std::int32_t FHash;
+  std::int32_t FTokenIndex;
+  std::vector<Ref<TTokens>> FBuckets;
+  bool FAllowNilBucket = true;
+  bool FEmpty = true;
+  std::int32_t FLowIndex;
+  std::int32_t FHighIndex = -1;
+};
+
+// ---------------------------------------------------------------- inline
+
+inline const IFact& TKBToken::GetFacts(std::int32_t Index) const noexcept {
+  static const IFact NoFact;
+  if (Index < 0 || Index >= FCount) return NoFact;
+  const TKBToken* Token = this;
+  // Each token up the chain holds one fact fewer.
+  while (Token->FCount - Index >= 2) {
+    Token = Token->FParent.get();
+    if (!Token) return NoFact;
+  }
+  return Token->FFact;
+}
 
 }  // namespace cogent

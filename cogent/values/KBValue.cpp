@@ -716,12 +716,12 @@ IKBValue TKBValue::Resolve(TObject* Context) {
       if (!KBContext) throw EKBException(Format(_SNoContext, GetKBTypeName(FKBType)));
       // The fact past the token's last one is the fact under test.
       const IReteToken& Token = KBContext->GetToken();
-      const int FactCount = Token ? Token->GetFactCount() : 0;
+      const int FactCount = Token ? Token->GetCount() : 0;
       IFact Fact;
       if (Info->GetFactIndex() == FactCount && KBContext->GetFact())
         Fact = KBContext->GetFact();
       else if (Token)
-        Fact = Token->GetFact(Info->GetFactIndex());
+        Fact = Token->GetFacts(Info->GetFactIndex());
       if (!Fact) throw EListError(Format(SListIndexError, Info->GetFactIndex()));
       if (Info->GetSlotIndex() == SPatternBinding) return IKBValue(new TKBValue(Fact->GetID(), dtFactId));
       const IKBValue SlotValue = Fact->GetValue(Info->GetSlotIndex());

@@ -301,7 +301,7 @@ TEST(KBValueTest, ResolveFollowsBindingsAndTokenAddresses) {
   First->SetValue("name", Atom("first"));
   const IFact Tested(new TFact(T));
   Tested->SetValue("name", Atom("tested"));
-  Context.SetToken(IReteToken(new TKBToken(taAdd, std::vector<IFact>{First})));
+  Context.SetToken(IReteToken(new TKBToken(taAdd, First)));
   auto Address = [](std::int32_t Fact, const std::string& Slot, std::int32_t Sub = NoSubIndex) {
     return TBindingInfo(Fact, Slot, Sub);
   };
