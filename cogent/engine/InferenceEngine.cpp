@@ -38,8 +38,7 @@ void TInferenceEngine::Construct() {
   SetTypeChecks(TTypeChecks{tcStatic});
   AddDefaultPackages();
   // Last, so that functions, module and parser stand before the first fact.
-  // Built from its template until the parser reads "(Initial-Fact)".
-  Assert(CreateFactTemplate(SInitialFactPattern)->NewFact(), false);
+  Assert(SInitialFact);
 }
 
 void TInferenceEngine::ClearEvents() {

@@ -193,8 +193,7 @@ void TInferenceEngine::Reset() {
     SetCurrentModule(FModules->Get(0));
   }
   try {
-    // The initial fact is read from its text once the parser stands.
-    Assert(CreateFactTemplate(SInitialFactPattern)->NewFact(), false);
+    Assert(SInitialFact);
   } catch (...) {
     if (Remembered) SetCurrentModule(Remembered);
     throw;

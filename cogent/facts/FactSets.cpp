@@ -100,8 +100,7 @@ IFact TFactSet::GetFact(int Index) {
   TInferenceEngine* E = Engine();
   if (!Fact && E && !IsLoading(this) && !IsLoading(E)) {
     const TFocusBack Back(E, FocusModule(false));
-    // The line is parsed here with the engine's ParseFact once the parser
-    // exists; until then a line without a parsed fact stays without one.
+    Fact = E->ParseFact(FFacts->GetString(Index));
     if (Fact) FFacts->PutFactData(Index, Fact);
   }
   return Fact;
@@ -284,8 +283,16 @@ void TFactSet::Assign(TPersistent* Source) {
     for (int I = 0; I < Other->GetCount(); ++I) FFacts->Add(Other->FFacts->GetString(I));
     return;
   }
-  // Under an engine owner each source line is parsed in this engine with the
-  // module focused once the parser exists; until then both take clones.
+  // Under an engine owner each fact is read in that engine, so that its
+  // template and calls bind there; otherwise clones do.
+  if (auto* Owner = dynamic_cast<TInferenceEngine*>(GetOwner())) {
+    const TFocusBack Back(Owner, Owner == Engine() ? FocusModule(false) : nullptr);
+    for (int I = 0; I < Other->GetCount(); ++I) {
+      const IFact Fact = Other->GetFact(I);
+      AddFact(Owner->ParseFact(Fact ? Fact->ToString() : Other->FFacts->GetString(I)));
+    }
+    return;
+  }
   for (int I = 0; I < Other->GetCount(); ++I) {
     const IFact Fact = Other->GetFact(I);
     if (Fact)

@@ -208,9 +208,24 @@ void TFactSlot::AssignSlot(const TFactSlot& Source) {
   SetName(Source.FName);
   FDefaultDynamic = Source.FDefaultDynamic;
   FTag = Source.FTag;
-  // A slot arriving from another engine would take that engine's defined type
-  // of the same name and reparse its default; that comes with the parser. Until
-  // then the source's type and default are taken as they stand.
+  // A slot arriving from another engine takes this engine's defined type of
+  // the same name, and a default that refers to things of the old engine is
+  // read anew here.
+  TInferenceEngine* Target = FOwner ? FOwner->GetEngine() : nullptr;
+  const TInferenceEngine* Origin = Source.FOwner ? Source.FOwner->GetEngine() : nullptr;
+  if (Source.FExtendedTypeInfo && Target && Origin && Target != Origin && Target->GetDefinedTypes()) {
+    IKBDefinedType Local;
+    if (Target->GetDefinedTypes()->TryGetValue(Source.FExtendedTypeInfo->GetName(), Local) && Local) {
+      SetExtendedTypeInfo(Local);
+      SetSlotType(Source.FSlotType);
+      const IKBValue& Default = Source.FSlotDefault;
+      if (Default && KBReparseTypes.Contains(Default->GetDType()))
+        SetSlotDefault(Target->ParseValue(Default->GetToString(), IFactSlot(this)));
+      else if (Default)
+        SetSlotDefault(Default);
+      return;
+    }
+  }
   SetExtendedTypeInfo(Source.FExtendedTypeInfo);
   SetSlotType(Source.FSlotType);
   if (Source.FSlotDefault) SetSlotDefault(Source.FSlotDefault);

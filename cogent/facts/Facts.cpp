@@ -239,17 +239,12 @@ bool TFact::AssignAcrossEngines(const TFact& Source) {
     Template = Engine->CreateFactTemplate(SourceTemplate->GetTemplateName());
     Template->Assign(IInterface(SourceTemplate));
   }
-  // The fact is to cross as text read by this engine's parser, so that calls
-  // and values bind here; until the parser exists the values of the slots both
-  // templates have are cloned across.
-  std::vector<std::pair<std::string, IKBValue>> Values;
-  const TStringList<>& Names = Template->GetSlotNames();
-  for (int I = 0; I < Names.GetCount(); ++I) {
-    const std::string& Name = Names.GetString(I);
-    if (SourceTemplate->ContainsSlot(Name)) Values.emplace_back(Name, Source.GetValue(Name)->Clone());
-  }
-  FTemplate = Template;
-  ReplaceValues(std::move(Values));
+  // The fact crosses as text read by this engine's parser, so that calls and
+  // values bind here.
+  const IFact Parsed = Engine->ParseFact(Source.ToString());
+  if (!Parsed) return false;
+  FTemplate = Parsed->GetTemplate();
+  ReplaceValues(CloneValues(*Parsed));
   return true;
 }
 

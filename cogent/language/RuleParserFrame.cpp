@@ -322,12 +322,6 @@ bool TKBRuleParser::ParseExpression(bool Execute) {
   return !(Value && Value->Equals(FCEOF));
 }
 
-IKBValue TKBRuleParser::ParseNExecuteFunCall() {
-  const IFunCall Call = ParseFunCall();
-  if (!Call) return nullptr;
-  return Call->Execute(Engine().GetGlobalContext());
-}
-
 bool TKBRuleParser::LoadFacts() {
   if (FEngine == nullptr) return false;
   TKBRuleStream& Tokens = Stream();
@@ -355,18 +349,12 @@ void TKBRuleParser::NotYetReadable(const std::string& Where, const char* What) {
 
 IKBDefinedType TKBRuleParser::ParseDefinedType() { NotYetReadable("ParseDefinedType", "deftype"); }
 std::unique_ptr<TFactSet> TKBRuleParser::ParseFactSet() { NotYetReadable("ParseFactSet", "deffacts"); }
-IFact TKBRuleParser::ParseFact() { NotYetReadable("ParseFact", "facts"); }
-std::string TKBRuleParser::ParseFactSlot(const IFact&) { NotYetReadable("ParseFactSlot", "fact slots"); }
 IFactTemplate TKBRuleParser::ParseFactTemplate() { NotYetReadable("ParseFactTemplate", "deftemplate"); }
 IFactSlot TKBRuleParser::ParseFactTemplateSlot() { NotYetReadable("ParseFactTemplateSlot", "template slots"); }
 IUserFunction TKBRuleParser::ParseFunction() { NotYetReadable("ParseFunction", "deffunction"); }
-IFunCall TKBRuleParser::ParseFunCall() { NotYetReadable("ParseFunCall", "function calls"); }
 IFuzzySet TKBRuleParser::ParseFuzzySet(const IFuzzyVariable&) { NotYetReadable("ParseFuzzySet", "fuzzy sets"); }
 IFuzzyVariable TKBRuleParser::ParseFuzzyVariable() { NotYetReadable("ParseFuzzyVariable", "fuzzy variables"); }
-std::string TKBRuleParser::ParseFullName(std::string&) { NotYetReadable("ParseFullName", "names"); }
-IKBValue TKBRuleParser::ParseVariable(std::string&) { NotYetReadable("ParseVariable", "global variables"); }
 bool TKBRuleParser::ParseGlobalVariables() { NotYetReadable("ParseGlobalVariables", "defglobal"); }
-IValueVector TKBRuleParser::ParseList() { NotYetReadable("ParseList", "lists"); }
 IModule TKBRuleParser::ParseModule() { NotYetReadable("ParseModule", "defmodule"); }
 std::unique_ptr<TKBPattern> TKBRuleParser::ParsePattern(std::int32_t, TRuleVariables&) {
   NotYetReadable("ParsePattern", "patterns");
@@ -375,11 +363,5 @@ std::unique_ptr<TRule> TKBRuleParser::ParseRule() { NotYetReadable("ParseRule", 
 void TKBRuleParser::ParseRuleActions(TRule*, TRuleVariables&) { NotYetReadable("ParseRule", "rule actions"); }
 void TKBRuleParser::ParseRulePatterns(TRule*, TRuleVariables&) { NotYetReadable("ParseRulePatterns", "rule patterns"); }
 ISingletonsVector TKBRuleParser::ParseSingletons() { NotYetReadable("ParseFuzzyPoints", "fuzzy points"); }
-IValueVector TKBRuleParser::ParseValuePair() { NotYetReadable("ParseValuePair", "slot pairs"); }
-IKBValue TKBRuleParser::ParseValue() { NotYetReadable("ParseValue", "values"); }
-IKBValue TKBRuleParser::ParseValue(const IFactSlot&) { NotYetReadable("ParseValue(Fact Slot)", "slot values"); }
-IKBValue TKBRuleParser::ParseValue(TKBTypes, const IKBDefinedType&) {
-  NotYetReadable("ParseValue(SlotTypes)", "typed values");
-}
 
 }  // namespace cogent

@@ -318,7 +318,7 @@ TEST(KBParserTest, ConstructsNotYetReadable) {
   EXPECT_EQ(ParseErrorOf([&] { Engine.Parse("(deftemplate t (slot a))\n(foo (bar))\nbaz", true); }),
             "Errors parsing stream:\r\n"
             "Parsing Error, deftemplate: not yet readable in ParseFactTemplate at line 1:  ( deftemplate \r\n"
-            "Parsing Error, function calls: not yet readable in ParseFunCall at line 2:  ( foo \r\n");
+            "Parsing Error, Function is unimplemented or unassigned: foo in Parse at line 2:  ( foo ( bar ) ) \r\n");
   EXPECT_EQ(Output, "baz\r\n");
 }
 

@@ -1,0 +1,524 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "../TestSupport.h"
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/engine/KBCollections.h"
+#include "cogent/functions/KBPackages.h"
+#include "cogent/language/KBRuleParser.h"
+#include "cogent/values/KBDefinedType.h"
+
+namespace cogent {
+namespace {
+
+using test::ErrorOf;
+using test::Flt;
+using test::Int;
+using test::Str;
+
+TKBRuleParser& ParserOf(TInferenceEngine& Engine) { return dynamic_cast<TKBRuleParser&>(*Engine.GetParser()); }
+
+// person: name (string), age (integer), weight (float), tags (atoms).
+IFactTemplate AddPerson(TInferenceEngine& Engine) {
+  IFactTemplate Person(new TFactTemplate(&Engine, "person"));
+  Person->AddSlot("name", Str(""))->SetSlotType(TKBTypes{dtString});
+  Person->AddSlot("age", Int(0))->SetSlotType(TKBTypes{dtInteger});
+  Person->AddSlot("weight", Flt(1.5))->SetSlotType(TKBTypes{dtFloat});
+  Person->AddMultiSlot("tags", FCNilList)->SetSlotType(TKBTypes{dtAtom, dtList, dtMultiSlot});
+  Engine.GetFactTemplates()->Add(Person);
+  return Person;
+}
+
+// A host function of the engine, freed with it.
+void AddFunction(TInferenceEngine& Engine, const std::string& Name, TCallEvent OnCall) {
+  auto* Function = new TUserFunction(&Engine, Name);
+  Function->OnCall = std::move(OnCall);
+  Function->SetEngine(&Engine);
+}
+
+std::vector<TKBType> KindsOf(const IFunCall& Call) {
+  std::vector<TKBType> Result;
+  for (int I = 0; I < Call->GetArgumentCount(); ++I) Result.push_back(Call->GetArgument(I)->GetDType());
+  return Result;
+}
+
+// ---------------------------------------------------------------- values
+
+TEST(ValueGrammarTest, FreeValuesOfEveryForm) {
+  TInferenceEngine Engine;
+  const IKBValue Atom = Engine.ParseValue("abc");
+  EXPECT_EQ(Atom->GetDType(), dtAtom);
+  EXPECT_EQ(Atom->GetAsString(), "abc");
+  const IKBValue Text = Engine.ParseValue(R"("say \"hi\" \\ \n")");
+  EXPECT_EQ(Text->GetDType(), dtString);
+  EXPECT_EQ(Text->GetAsString(), "say \"hi\" \\ n");
+  EXPECT_EQ(Engine.ParseValue("-42")->GetAsInteger(), -42);
+  EXPECT_EQ(Engine.ParseValue("-42")->GetDType(), dtInteger);
+  EXPECT_EQ(Engine.ParseValue("2.5")->GetDType(), dtFloat);
+  EXPECT_DOUBLE_EQ(Engine.ParseValue("1e3")->GetAsFloat(), 1000.0);
+  const IKBValue Variable = Engine.ParseValue("?x");
+  EXPECT_EQ(Variable->GetDType(), dtVariable);
+  EXPECT_EQ(Variable->GetAsString(), "x");
+  const IKBValue Multi = Engine.ParseValue("$?rest");
+  EXPECT_EQ(Multi->GetDType(), dtMultiVariable);
+  EXPECT_EQ(Multi->GetAsString(), "rest");
+  const IKBValue Global = Engine.ParseValue("?*limit*");
+  EXPECT_EQ(Global->GetDType(), dtVariable);
+  EXPECT_EQ(Global->GetAsString(), "*limit*");
+  EXPECT_EQ(Engine.ParseValue("TRUE"), FCTrue);
+  EXPECT_EQ(Engine.ParseValue("nil"), FCNil);
+  EXPECT_EQ(Engine.ParseValue(""), nullptr);
+
+  // Several items make one list; brackets are atoms; a call is kept unrun.
+  const IKBValue List = Engine.ParseValue("a \"b\" 3 [ (f 1 (g)) ]");
+  ASSERT_EQ(List->GetDType(), dtList);
+  const IValueVector Items = List->GetAsList();
+  ASSERT_EQ(Items->GetCount(), 6);
+  EXPECT_EQ(Items->Get(1)->GetDType(), dtString);
+  EXPECT_EQ(Items->Get(3)->GetDType(), dtAtom);
+  EXPECT_EQ(Items->Get(3)->GetAsString(), "[");
+  ASSERT_EQ(Items->Get(4)->GetDType(), dtFunCall);
+  const IFunCall Call = Items->Get(4)->GetAsFunCall();
+  EXPECT_EQ(Call->GetName(), "f");
+  EXPECT_EQ(KindsOf(Call), (std::vector<TKBType>{dtInteger, dtFunCall}));
+  EXPECT_EQ(Call->GetArgument(1)->GetAsFunCall()->GetName(), "g");
+  EXPECT_EQ(Items->Get(5)->GetAsString(), "]");
+
+  // A closing parenthesis ends the value and stays unread; other tokens end
+  // a list but cannot stand alone.
+  EXPECT_EQ(Engine.ParseValue("a b ) c")->GetAsList()->GetCount(), 2);
+  EXPECT_EQ(Engine.ParseValue("a b & c")->GetAsList()->GetCount(), 2);
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseValue("& a"); }), "Parsing Error, Bad Argument: & in ParseValue at line 1: & ");
+  // A word outside parentheses is an expression of its own in the text.
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseValue("a |"); }), "Parsing Error, Bad Argument: | in ParseValue at line 1: | ");
+}
+
+TEST(ValueGrammarTest, Lists) {
+  TInferenceEngine Engine;
+  const IValueVector List = Engine.ParseList("a \"s\" 1 2.5 ?x $?y (f) = (g) [");
+  ASSERT_EQ(List->GetCount(), 9);
+  std::vector<TKBType> Kinds;
+  for (const IKBValue& Item : *List) Kinds.push_back(Item->GetDType());
+  EXPECT_EQ(Kinds, (std::vector<TKBType>{dtAtom, dtString, dtInteger, dtFloat, dtVariable, dtMultiVariable,
+                                         dtFunCall, dtFunCall, dtAtom}));
+  EXPECT_EQ(List->Get(7)->GetAsFunCall()->GetName(), "g");
+  EXPECT_EQ(Engine.ParseList("")->GetCount(), 0);
+  EXPECT_EQ(Engine.ParseList(") a")->GetCount(), 0);
+
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseList("a = 3"); }),
+            "Parsing Error, \"=\" cannot appear as an atom within a fact in ParseList at line 1: 3 ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseList("a ~ b"); }), "Parsing Error, Bad Slot Value: ~ in ParseList at line 1: ~ ");
+}
+
+TEST(ValueGrammarTest, GlobalVariables) {
+  TInferenceEngine Engine;
+  std::vector<std::string> Heard;
+  Engine.SetOnParseVariable(
+      [&](TObject*, const std::string& Name, const IKBValue& Value) { Heard.push_back(Name + "=" + Value->ToString()); });
+  std::string Name;
+  EXPECT_EQ(Engine.ParseVariable("?*limit* = 10", Name)->GetAsInteger(), 10);
+  EXPECT_EQ(Name, "*limit*");
+  const IKBValue Call = Engine.ParseVariable("?*start* = (now 1)", Name);
+  ASSERT_EQ(Call->GetDType(), dtFunCall);
+  EXPECT_EQ(Call->GetAsFunCall()->GetName(), "now");
+  EXPECT_EQ(Engine.ParseVariable("?*who* = ?*limit*", Name)->GetDType(), dtVariable);
+  EXPECT_EQ(Heard, (std::vector<std::string>{"*limit*=10", "*start*=(now 1)", "*who*=?*limit*"}));
+
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseVariable("?x = 1", Name); }),
+            "Parsing Error, Bad Variable Name, must start and end with an asterisk: x in ParseVariable at line 1: ?x ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseVariable("?*x = 1", Name); }),
+            "Parsing Error, Bad Variable Name, must start and end with an asterisk: *x in ParseVariable at line 1: ?*x ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseVariable("x = 1", Name); }),
+            "Parsing Error, Missing name in ParseVariable at line 1: x ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseVariable("?*x* 1", Name); }),
+            "Parsing Error, Expected \"=\" in ParseVariable at line 1: 1 ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseVariable("?*x* =", Name); }),
+            "Parsing Error, Expected value missing in ParseVariable at line 1: EOF ");
+  EXPECT_EQ(Heard.size(), 3U);
+}
+
+TEST(ValueGrammarTest, FullNames) {
+  TInferenceEngine Engine;
+  IModule Other(new TModule(&Engine, false));
+  Other->SetName("OTHER");
+  Engine.AddModule(Other);
+  std::string Module = "stale";
+  EXPECT_EQ(Engine.ParseFullName("plain", Module), "plain");
+  EXPECT_EQ(Module, "");
+  EXPECT_EQ(Engine.ParseFullName("OTHER::thing", Module), "thing");
+  EXPECT_EQ(Module, "OTHER");
+  EXPECT_EQ(Engine.ParseFullName("MAIN::a::b", Module), "a::b");
+  EXPECT_EQ(Module, "MAIN");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFullName("NOWHERE::x", Module); }),
+            "Parsing Error, No such module with name=NOWHERE exists in ParseFullName at line 1: NOWHERE::x ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFullName("\"x\"", Module); }),
+            "Parsing Error, Missing name in ParseFullName at line 1: \\\"x\"\\ ");
+}
+
+// ---------------------------------------------------------------- calls
+
+TEST(ValueGrammarTest, FunctionCallsKeepTheirArgumentsAsWritten) {
+  TInferenceEngine Engine;
+  const IFunCall Call = Engine.ParseFunCall("(f a \"s\" 1 2.5 ?x $?y (g 1) & | ~ = [ ])");
+  EXPECT_EQ(Call->GetName(), "f");
+  EXPECT_EQ(Call->GetReasoner(), static_cast<IReasoner*>(&Engine));
+  EXPECT_EQ(KindsOf(Call), (std::vector<TKBType>{dtAtom, dtString, dtInteger, dtFloat, dtVariable, dtMultiVariable,
+                                                 dtFunCall, dtString, dtString, dtString, dtString, dtString,
+                                                 dtString}));
+  std::string Punctuation;
+  for (int I = 7; I < Call->GetArgumentCount(); ++I) Punctuation += Call->GetArgument(I)->GetAsString();
+  EXPECT_EQ(Punctuation, "&|~=[]");
+
+  // A variable head reads the variable; "=" is a name like any other.
+  const IFunCall GetVar = Engine.ParseFunCall("(?x 1 2)");
+  EXPECT_EQ(GetVar->GetName(), "__get-var");
+  EXPECT_EQ(GetVar->ToString(), "(__get-var ?x 1 2)");
+  EXPECT_EQ(Engine.ParseFunCall("($?all)")->ToString(), "(__get-var $?all)");
+  EXPECT_EQ(Engine.ParseFunCall("(= 1 2)")->GetName(), "=");
+  EXPECT_EQ(KindsOf(Engine.ParseFunCall("(printout t \"a\" | b)")),
+            (std::vector<TKBType>{dtAtom, dtString, dtString, dtAtom}));
+
+  // Comments before the call travel with it.
+  EXPECT_EQ(Engine.ParseFunCall("  ; the sum\r\n  (f)")->GetComment(), "; the sum");
+
+  // Each call read, nested ones first, is announced.
+  std::vector<std::string> Heard;
+  Engine.SetOnParseFunCall([&](TObject*, const IFunCall& Heard1) { Heard.push_back(Heard1->GetName()); });
+  Engine.ParseFunCall("(outer (inner (deepest)))");
+  EXPECT_EQ(Heard, (std::vector<std::string>{"deepest", "inner", "outer"}));
+
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("f"); }), "Parsing Error, Expected \"(\" in ParseFunCall at line 1: f ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("(1 2)"); }),
+            "Parsing Error, Missing name in ParseFunCall at line 1: ( 1 ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("(\n(f) 2)"); }),
+            "Parsing Error, Missing name in ParseFunCall at line 2: ( \r\n( ");
+  // Looking ahead at "(g" put it back, which took the line break with it.
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("(f 1\n (g 2)"); }),
+            "Parsing Error, Unexpected end of stream in ParseFunCall at line 2: ( f 1 ( g 2 ) EOF ");
+}
+
+TEST(ValueGrammarTest, FactAndSlotFunctions) {
+  TInferenceEngine Engine;
+  AddPerson(Engine);
+
+  // assert and its kin take facts.
+  const IFunCall Assert = Engine.ParseFunCall("(assert (a) (person (age 3)) (b c))");
+  ASSERT_EQ(KindsOf(Assert), (std::vector<TKBType>{dtFact, dtFact, dtFact}));
+  EXPECT_EQ(Assert->GetArgument(1)->GetAsFact()->GetValue("age")->GetAsInteger(), 3);
+  EXPECT_EQ(Assert->GetArgument(2)->GetAsFact()->ToString(), "(b c )");
+  EXPECT_EQ(KindsOf(Engine.ParseFunCall("(fuzzy-assert (a))")), (std::vector<TKBType>{dtFact}));
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("(assert ((a)))"); }),
+            "Parsing Error, Expected \"( <atom>\" in ParseFact at line 1: ( assert ( ( ");
+
+  // modify and duplicate take slot pairs after their first argument.
+  const IFunCall Modify = Engine.ParseFunCall("(modify ?f (colour red) (colours red blue) (size (+ 1 2)))");
+  ASSERT_EQ(KindsOf(Modify), (std::vector<TKBType>{dtVariable, dtList, dtList, dtList}));
+  const IValueVector Single = Modify->GetArgument(1)->GetAsList();
+  ASSERT_EQ(Single->GetCount(), 2);
+  EXPECT_EQ(Single->Get(0)->GetAsString(), "colour");
+  EXPECT_EQ(Single->Get(1)->GetAsString(), "red");
+  const IValueVector Several = Modify->GetArgument(2)->GetAsList();
+  ASSERT_EQ(Several->GetCount(), 2);
+  EXPECT_EQ(Several->Get(1)->GetDType(), dtList);
+  EXPECT_EQ(Several->Get(1)->GetAsList()->GetCount(), 2);
+  EXPECT_EQ(Modify->GetArgument(3)->GetAsList()->Get(1)->GetDType(), dtFunCall);
+  EXPECT_EQ(Modify->ToString(), "(modify ?f (colour red ) (colours red blue  ) (size (+ 1 2) ))");
+  // Pairs start at the first argument: one in parentheses is a pair too.
+  EXPECT_EQ(KindsOf(Engine.ParseFunCall("(duplicate (fact-of 1) (x 1))")), (std::vector<TKBType>{dtList, dtList}));
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("(modify ?f (1 2))"); }),
+            "Parsing Error, Expected \"( <atom>\" in ParseValuePair at line 1: ( modify ?f ( 1 ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("(modify ?f (a))"); }),
+            "Parsing Error, Expected value missing in ParseValuePair at line 1: ( modify ?f ( a ");
+
+  // A host's own entries: pairs for the second argument only.
+  TKBRuleParser& Parser = ParserOf(Engine);
+  Parser.AddSlotFunction("zz-set", 2, 2);
+  EXPECT_EQ(KindsOf(Engine.ParseFunCall("(zz-set (g) (a 1) (h))")), (std::vector<TKBType>{dtFunCall, dtList, dtFunCall}));
+  const int Entry = Parser.IndexOfSlotFunction("zz-set");
+  EXPECT_EQ(Parser.GetSlotFunctionEnd(Entry), 2);
+  Parser.AddSlotFunction("zz-all", 1, 0);
+  EXPECT_EQ(Parser.GetSlotFunctionEnd(Parser.IndexOfSlotFunction("zz-all")), 65535);
+  EXPECT_EQ(KindsOf(Engine.ParseFunCall("(zz-all (a 1) (b 2) (c 3))")), (std::vector<TKBType>{dtList, dtList, dtList}));
+}
+
+TEST(ValueGrammarTest, TopLevelCallsRunThroughTheEngine) {
+  TInferenceEngine Engine;
+  AddFunction(Engine, "zz-sum", [](TObject*, const IFunCall& Call, TKBContext* Context, IKBValue& Result) {
+    std::int32_t Sum = 0;
+    for (int I = 0; I < Call->GetArgumentCount(); ++I) Sum += Call->GetArgument(I)->Resolve(Context)->GetAsInteger();
+    Result = Int(Sum);
+  });
+  std::string Output;
+  Engine.OnPrintOut = [&](TObject*, const std::string&, const std::string& Text) { Output += Text; };
+
+  EXPECT_TRUE(Engine.Parse("(zz-sum 1 2 (zz-sum 3 4))\n(zz-sum)", true));
+  EXPECT_EQ(Output, "10\r\n0\r\n");
+  EXPECT_EQ(Engine.ParseNExecuteFunCall("(zz-sum 5 (zz-sum 6))")->GetAsInteger(), 11);
+  Output.clear();
+  EXPECT_TRUE(Engine.Parse("(zz-sum 1 2)", false));
+  EXPECT_EQ(Output, "(zz-sum 1 2)\r\n");
+
+  // A fact function of the host: its facts arrive parsed and are asserted.
+  AddPerson(Engine);
+  ParserOf(Engine).AddSlotFunction("zz-assert", 0, 0);
+  AddFunction(Engine, "zz-assert", [&](TObject*, const IFunCall& Call, TKBContext*, IKBValue& Result) {
+    for (int I = 0; I < Call->GetArgumentCount(); ++I) Result = Int(Engine.Assert(Call->GetArgument(I)->GetAsFact()));
+  });
+  Output.clear();
+  const int Before = Engine.GetFacts()->GetCount();
+  EXPECT_TRUE(Engine.Parse("(zz-assert (person (name \"Ann\")) (colour red))", true));
+  EXPECT_EQ(Engine.GetFacts()->GetCount(), Before + 2);
+  EXPECT_EQ(Engine.GetFacts()->Get(Before)->ToString(), "(person (age 0) (name \"Ann\") (weight 1.5000))");
+
+  // Grammar errors carry their line; an unknown slot is the template's own
+  // error, framed only by the collecting loop.
+  EXPECT_EQ(ErrorOf([&] { Engine.Parse("(zz-sum 1)\n(zz-assert\n  (person (age abc)))", true); }),
+            "Parsing Error, Not a INTEGER type.  Value (abc) is a dtAtom type for ParseValue slot in "
+            "ParseValue(SlotTypes) at line 3:  ( zz-assert ( person ( age abc ");
+  EXPECT_EQ(ErrorOf([&] { Engine.Parse("(zz-assert (person (height 3)))", true); }),
+            "No such slot name: \"height\"");
+  Engine.SetParserErrorHandling(ehRaiseAllAtEnd);
+  EXPECT_EQ(ErrorOf([&] { Engine.Parse("(zz-assert (a))\n\n(zz-assert (person\n (height 3)))\n(zz-assert (b))", true); }),
+            "Parsing Error, No such slot name: \"height\" in Parse at line 4:  ( zz-assert ( person \r\n( height \r\n");
+  EXPECT_NE(Engine.FindFactTemplate("b"), nullptr);
+}
+
+// ---------------------------------------------------------------- facts
+
+TEST(ValueGrammarTest, OrderedFacts) {
+  TInferenceEngine Engine;
+  std::vector<std::string> Heard;
+  Engine.SetOnParseFact([&](TObject*, const IFact& Fact) { Heard.push_back(Fact->ToString()); });
+
+  ASSERT_EQ(Engine.FindFactTemplate("colour"), nullptr);
+  const IFact Fact = Engine.ParseFact("(colour red \"dark red\" 3 (mix a b))");
+  const IFactTemplate Colour = Engine.FindFactTemplate("colour");
+  ASSERT_NE(Colour, nullptr);
+  EXPECT_EQ(Fact->GetTemplate(), Colour);
+  EXPECT_TRUE(Colour->IsOrdered());
+  EXPECT_EQ(Colour->GetComment(), "(Implied)");
+  EXPECT_EQ(Fact->GetID(), -1);
+  const IKBValue Data = Fact->GetValue(SDefaultSlotName);
+  ASSERT_EQ(Data->GetDType(), dtList);
+  ASSERT_EQ(Data->GetAsList()->GetCount(), 4);
+  EXPECT_EQ(Data->GetAsList()->Get(3)->GetDType(), dtFunCall);
+
+  // No fields: the empty multifield of the default.
+  EXPECT_TRUE(Engine.ParseFact("(colour)")->GetValue(SDefaultSlotName)->Equals(FCNilList));
+  EXPECT_EQ(Heard, (std::vector<std::string>{"(colour red \"dark red\" 3 (mix a b) )", "(colour)"}));
+
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("colour red"); }),
+            "Parsing Error, Expected \"( <atom>\" in ParseFact at line 1: colour ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(1 2)"); }),
+            "Parsing Error, Expected \"( <atom>\" in ParseFact at line 1: ( 1 ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(colour = 1)"); }),
+            "Parsing Error, \"=\" cannot appear as an atom within a fact in ParseList at line 1: ( colour = 1 ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(colour red"); }),
+            "Parsing Error, Expected \")\" in ParseFactSlot at line 1: ( colour red EOF ");
+
+  // Templates must exist when asked; a template made before a later error stays.
+  Engine.GetParser()->SetExplicitCreateTemplates(true);
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(shape round)"); }),
+            "Parsing Error, Unknown fact template: shape in ParseFact at line 1: ( shape ");
+  EXPECT_EQ(Engine.FindFactTemplate("shape"), nullptr);
+  EXPECT_EQ(Engine.ParseFact("(colour blue)")->GetTemplate(), Colour);
+  Engine.GetParser()->SetExplicitCreateTemplates(false);
+  EXPECT_THROW(Engine.ParseFact("(shape round ~)"), EKBParseException);
+  EXPECT_NE(Engine.FindFactTemplate("shape"), nullptr);
+}
+
+TEST(ValueGrammarTest, TemplateFactsAndTheirDefaults) {
+  TInferenceEngine Engine;
+  const IFactTemplate Person = AddPerson(Engine);
+  const IFact Ann = Engine.ParseFact("(person (tags tall dark) (name \"Ann\"))");
+  EXPECT_EQ(Ann->GetTemplate(), Person);
+  EXPECT_EQ(Ann->GetValue("name")->GetAsString(), "Ann");
+  EXPECT_EQ(Ann->GetValue("tags")->GetAsList()->GetCount(), 2);
+  // Slots left out take their defaults.
+  EXPECT_EQ(Ann->GetValue("age")->GetDType(), dtInteger);
+  EXPECT_EQ(Ann->GetValue("age")->GetAsInteger(), 0);
+  EXPECT_DOUBLE_EQ(Ann->GetValue("weight")->GetAsFloat(), 1.5);
+  EXPECT_EQ(Engine.ParseFact("(person)")->ToString(), "(person (age 0) (name \"\") (weight 1.5000))");
+  // A slot given twice keeps the last value.
+  EXPECT_EQ(Engine.ParseFact("(person (age 1) (age 2))")->GetValue("age")->GetAsInteger(), 2);
+
+  // Numbers cross to the slot's kind.
+  const IKBValue Age = Engine.ParseFact("(person (age 7.9))")->GetValue("age");
+  EXPECT_EQ(Age->GetDType(), dtInteger);
+  EXPECT_EQ(Age->GetAsInteger(), 7);
+  const IKBValue Weight = Engine.ParseFact("(person (weight 7))")->GetValue("weight");
+  EXPECT_EQ(Weight->GetDType(), dtFloat);
+  EXPECT_DOUBLE_EQ(Weight->GetAsFloat(), 7.0);
+
+  // Variables and calls pass every test at parse time; "=" marks a call.
+  EXPECT_EQ(Engine.ParseFact("(person (age ?x))")->GetValue("age")->GetDType(), dtVariable);
+  EXPECT_EQ(Engine.ParseFact("(person (age (f)))")->GetValue("age")->GetDType(), dtFunCall);
+  EXPECT_EQ(Engine.ParseFact("(person (age = (f 1)))")->GetValue("age")->ToString(), "(f 1)");
+  EXPECT_EQ(Engine.ParseFact("(person (tags a = (f) $?more))")->GetValue("tags")->GetAsList()->GetCount(), 3);
+
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (age = 3))"); }),
+            "Parsing Error, \"=\" cannot appear as an atom within a fact in ParseValue(SlotTypes) at line 1: "
+            "( person ( age = 3 ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (age))"); }),
+            "Parsing Error, Bad Slot Value: ) in ParseValue(SlotTypes) at line 1: ( person ( age ) ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (age 1 2))"); }),
+            "Parsing Error, Expected \")\" in ParseFactSlot at line 1: ( person ( age 1 2 ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person age 1)"); }),
+            "Parsing Error, Expected \"(\" in ParseFactSlot at line 1: ( person age ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (\"age\" 1))"); }),
+            "Parsing Error, Bad Slot Name: \\\"age\"\\ in ParseFactSlot at line 1: ( person ( \\\"age\"\\ ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (age 1)"); }),
+            "Parsing Error, Expected \"(\" in ParseFactSlot at line 1: ( person ( age 1 ) EOF ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (height 1))"); }), "No such slot name: \"height\"");
+
+  // One slot read into a fact of the caller's.
+  const IFact Bob = Person->NewFact();
+  EXPECT_EQ(Engine.ParseFactSlot("(age 5.5)", Bob), "age");
+  EXPECT_EQ(Bob->GetValue("age")->GetAsInteger(), 5);
+  const IFact Pair = Engine.ParseFact("(pair)");
+  // An ordered fact's fields run up to the fact's own ")".
+  EXPECT_EQ(Engine.ParseFactSlot("x y)", Pair), SDefaultSlotName);
+  EXPECT_EQ(Pair->ToString(), "(pair x y )");
+}
+
+TEST(ValueGrammarTest, StaticTypeChecks) {
+  TInferenceEngine Engine;
+  const IFactTemplate Person = AddPerson(Engine);
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person\n  (name \"Ann\")\n  (age abc))"); }),
+            "Parsing Error, Not a INTEGER type.  Value (abc) is a dtAtom type for ParseValue slot in "
+            "ParseValue(SlotTypes) at line 3: ( person \r\n( name \\\"Ann\"\\ ) \r\n( age abc ");
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (name ok))"); }),
+            "Parsing Error, Not a STRING type.  Value (ok) is a dtAtom type for ParseValue slot in "
+            "ParseValue(SlotTypes) at line 1: ( person ( name ok ");
+  // The items of a multislot are checked against the slot.
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (tags a 2))"); }),
+            "Parsing Error, Not a ATOM, LIST, MULTISLOT type.  Value (a 2 ) is a dtInteger (2) type for tags slot in "
+            "ParseValue(Fact Slot) at line 1: ( person ( tags a 2 ");
+
+  // A defined type decides instead of the slot's types.
+  IKBDefinedType Small(new TKBDefinedType("small", TKBTypes{dtInteger}));
+  Person->GetSlot("age")->SetExtendedTypeInfo(Small);
+  EXPECT_EQ(Engine.ParseFact("(person (age 4))")->GetValue("age")->GetAsInteger(), 4);
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (age 4.5))"); }),
+            "Parsing Error, Not a INTEGER type.  Value (4.5000) is a dtFloat type in ParseValue(SlotTypes) at line 1: "
+            "( person ( age 4.5000 ");
+
+  // A fuzzy slot needs the defined type that holds its fuzzy variable.
+  IFactTemplate Gauge(new TFactTemplate(&Engine, "gauge"));
+  Gauge->AddSlot("level", FCNil)->SetSlotType(TKBTypes{dtFuzzy});
+  Engine.GetFactTemplates()->Add(Gauge);
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(gauge (level high))"); }),
+            "Parsing Error, Fuzzy Type Definition needed to parse value in ParseValue(SlotTypes) at line 1: "
+            "( gauge ( level ");
+
+  // Typed values read directly.
+  EXPECT_EQ(Engine.ParseValue("3.7", TKBTypes{dtInteger}, nullptr)->GetAsInteger(), 3);
+  EXPECT_EQ(ErrorOf([&] { Engine.ParseValue("[", TKBTypes{dtAtom}, nullptr); }),
+            "Parsing Error, Bad Slot Value: [ in ParseValue(SlotTypes) at line 1: [ ");
+}
+
+TEST(ValueGrammarTest, WithoutStaticChecksAnythingGoes) {
+  TInferenceEngine Engine;
+  AddPerson(Engine);
+  Engine.SetTypeChecks(TTypeChecks{});
+  const IFact Fact = Engine.ParseFact("(person (age abc) (weight 2) (tags 1 2.5))");
+  EXPECT_EQ(Fact->GetValue("age")->GetDType(), dtAtom);
+  EXPECT_EQ(Fact->GetValue("weight")->GetDType(), dtInteger);
+}
+
+// ---------------------------------------------------------------- round trips and text
+
+TEST(ValueGrammarTest, PrintedFactsReadBackEqual) {
+  TInferenceEngine Engine;
+  AddPerson(Engine);
+  const std::vector<std::string> Texts = {
+      "(person (name \"say \\\"hi\\\" \\\\\") (age 42) (weight -2.25) (tags x y z))",
+      "(person (age ?a) (name (concat \"a\" ?b)) (tags $?all [ ]))",
+      "(person)",
+      "(point 1 -2.5 \"q\\\"uote\" ?v $?w (f (g 1) \"s\") TRUE)",
+      "(point)",
+  };
+  for (const std::string& Text : Texts) {
+    const IFact First = Engine.ParseFact(Text);
+    const std::string Printed = First->ToString();
+    const IFact Second = Engine.ParseFact(Printed);
+    EXPECT_TRUE(First->Equals(Second)) << Text << " printed as " << Printed;
+    EXPECT_EQ(Second->ToString(), Printed);
+  }
+}
+
+TEST(ValueGrammarTest, FactsAndSlotsTravelAsText) {
+  // The engine starts with the initial fact, read from its text.
+  TInferenceEngine From;
+  ASSERT_EQ(From.GetFacts()->GetCount(), 1);
+  const IFact Initial = From.GetFacts()->Get(0);
+  EXPECT_EQ(Initial->ToString(), SInitialFact);
+  EXPECT_TRUE(Initial->GetTemplate()->IsOrdered());
+  From.Reset();
+  ASSERT_EQ(From.GetFacts()->GetCount(), 1);
+  EXPECT_EQ(From.GetFacts()->Get(0)->GetTemplate(), Initial->GetTemplate());
+
+  // A fact crossing engines is read in the target, calls bound there.
+  TInferenceEngine To;
+  const IFact Source = From.ParseFact("(order 3 (price 7))");
+  const IFact Target(new TFact(IFactTemplate(new TFactTemplate(&To, "local"))));
+  Target->Assign(IInterface(Source));
+  const IFactTemplate Made = To.FindFactTemplate("order");
+  ASSERT_NE(Made, nullptr);
+  EXPECT_EQ(Target->GetTemplate(), Made);
+  EXPECT_EQ(Target->ToString(), "(order 3 (price 7) )");
+  EXPECT_EQ(Target->GetValue(SDefaultSlotName)->GetAsList()->Get(1)->GetAsFunCall()->GetReasoner(),
+            static_cast<IReasoner*>(&To));
+
+  // A slot crossing engines takes the target's defined type of that name,
+  // and its call default is read anew there.
+  IKBDefinedType Amount(new TKBDefinedType("amount", TKBTypes{dtInteger}));
+  const IFactTemplate Invoice = From.CreateFactTemplate("invoice");
+  const IFactSlot Total = Invoice->AddSlot("total", Int(0));
+  Total->SetExtendedTypeInfo(Amount);
+  Total->SetSlotDefault(IKBValue(new TKBValue(From.ParseFunCall("(sum 1 2)"))));
+  IKBDefinedType LocalAmount(new TKBDefinedType("amount", TKBTypes{dtInteger}));
+  To.GetDefinedTypes()->Add(LocalAmount);
+  IFactTemplate Copy(new TFactTemplate(&To, "invoice-copy"));
+  const IFactSlot Crossed = Copy->AddSlot(Total);
+  EXPECT_EQ(Crossed->GetExtendedTypeInfo(), LocalAmount);
+  const IKBValue Default = Crossed->GetSlotDefault();
+  ASSERT_EQ(Default->GetDType(), dtFunCall);
+  EXPECT_EQ(Default->ToString(), "(sum 1 2)");
+  EXPECT_EQ(Default->GetAsFunCall()->GetReasoner(), static_cast<IReasoner*>(&To));
+  EXPECT_NE(Default->GetAsFunCall(), Total->GetSlotDefault()->GetAsFunCall());
+  // Without a type of that name in the target the source's stays.
+  IFactTemplate Stray(new TFactTemplate(&From, "stray"));
+  IKBDefinedType Other(new TKBDefinedType("other", TKBTypes{dtInteger}));
+  Stray->AddSlot("n", Int(1))->SetExtendedTypeInfo(Other);
+  EXPECT_EQ(IFactTemplate(new TFactTemplate(&To, "stray2"))->AddSlot(Stray->GetSlot("n"))->GetExtendedTypeInfo(), Other);
+
+  // A fact set reads its lines in its engine.
+  AddPerson(To);
+  TFactSet Set(nullptr, "", "people");
+  TStringList<> Lines;
+  Lines.Add("(person (name \"Dan\") (age 30))");
+  Lines.Add("(colour red)");
+  Set.SetFacts(Lines);
+  EXPECT_FALSE(Set.GetFact(0));
+  Set.SetEngine(&To);
+  ASSERT_TRUE(Set.GetFact(0));
+  EXPECT_EQ(Set.GetFact(0)->GetValue("age")->GetAsInteger(), 30);
+  EXPECT_EQ(Set.GetFact(1)->GetTemplate(), To.FindFactTemplate("colour"));
+  To.Reset();
+  EXPECT_EQ(To.GetFacts()->GetCount(), 3);
+
+  // Under an engine owner a copied set reads the facts in that engine.
+  const IFactTemplate FromPerson = AddPerson(From);
+  auto* SetCopy = new TFactSet(&From);
+  SetCopy->Assign(&Set);
+  ASSERT_EQ(SetCopy->GetCount(), 2);
+  EXPECT_EQ(SetCopy->GetFact(0)->GetTemplate(), FromPerson);
+  EXPECT_EQ(SetCopy->GetFact(0)->GetValue("age")->GetAsInteger(), 30);
+  EXPECT_NE(From.FindFactTemplate("colour"), nullptr);
+}
+
+}  // namespace
+}  // namespace cogent
