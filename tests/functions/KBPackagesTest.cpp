@@ -467,3 +467,24 @@ TEST(KBPackagesTest, EngineDescribesAFunction) {
 
 }  // namespace
 }  // namespace cogent
+
+namespace cogent {
+namespace {
+
+TEST(KBPackagesTest, DeeplyNestedCallsEvaluateAndPrint) {
+  TInferenceEngine Engine;
+  new THostPackage(&Engine);
+  // (zz-sum 1 (zz-sum 1 ... (zz-sum 1 ?x)...)), 300 calls deep.
+  constexpr int Depth = 300;
+  IFunCall Call = MakeCall("zz-sum", {Int(1), IKBValue(new TKBValue("x", dtVariable))});
+  for (int I = 1; I < Depth; ++I) Call = MakeCall("zz-sum", {Int(1), IKBValue(new TKBValue(Call))});
+  std::unique_ptr<TKBContext> Context = Engine.GetGlobalContext()->Push();
+  Context->AddLocalBinding("x", Int(1000));
+  EXPECT_EQ(Call->Execute(Context.get())->GetAsInteger(), Depth + 1000);
+  const std::string Text = Call->ToString();
+  EXPECT_EQ(Text.rfind(std::string(Depth, ')')), Text.size() - Depth);
+  EXPECT_EQ(Call->Clone()->ToString(), Text);
+}
+
+}  // namespace
+}  // namespace cogent

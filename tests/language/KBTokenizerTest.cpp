@@ -445,3 +445,19 @@ TEST(KBTokenizerTest, ClearDiscardAndEnd) {
 
 }  // namespace
 }  // namespace cogent
+
+namespace cogent {
+namespace {
+
+TEST(KBTokenizerTest, DeeplyNestedExpressionsAreReadWhole) {
+  constexpr int Depth = 20000;
+  auto Stream = Open(std::string(Depth, '(') + "a" + std::string(Depth, ')') + " b");
+  for (int I = 0; I < Depth; ++I) ASSERT_EQ(Stream->NextToken()->GetDataType(), '(');
+  EXPECT_EQ(Stream->NextToken()->GetText(), "a");
+  for (int I = 0; I < Depth; ++I) ASSERT_EQ(Stream->NextToken()->GetDataType(), ')');
+  EXPECT_EQ(Stream->GetParenthesisLevel(), 0);
+  EXPECT_EQ(Stream->NextToken()->GetText(), "b");
+}
+
+}  // namespace
+}  // namespace cogent
