@@ -1,0 +1,525 @@
+#include "cogent/facts/KBSlotTest.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/functions/KBPackages.h"
+#include "cogent/matching/KBToken.h"
+#include "cogent/rules/KBRule.h"
+
+#include "../TestSupport.h"
+
+namespace cogent {
+namespace {
+
+using namespace test;
+
+// "a" with the plain slots size and colour and the multislot items, added
+// out of order.
+IFactTemplate ATemplate(TPersistent* Owner = nullptr) {
+  const IFactTemplate T(new TFactTemplate(Owner, "a"));
+  T->AddSlot("size", Int(0));
+  T->AddMultiSlot("items", FCNilList);
+  T->AddSlot("colour", Atom("none"));
+  return T;
+}
+
+IKBValue MultiVar(const std::string& S) { return IKBValue(new TKBValue(S, dtMultiVariable)); }
+IKBValue CallValue(const IFunCall& Call) { return IKBValue(new TKBValue(Call)); }
+
+IFunCall Call(const std::string& Name, std::initializer_list<IKBValue> Arguments) {
+  IFunCall Result(new TFunctionCall(Name));
+  for (const IKBValue& Argument : Arguments) Result->AddArgument(Argument);
+  return Result;
+}
+
+// The slot's tests, each as "=value" or "~value" with "@sub" and "|" for an
+// alternative.
+std::vector<std::string> Tests(const TKBPattern& P, const std::string& Slot) {
+  std::vector<std::string> Result;
+  const int Line = P.IndexOfSlotName(Slot);
+  for (int I = 0; I < P.GetSlotTestCount(Line); ++I) {
+    const TKBPatternMatchTest* T = P.GetSlotTest(Line, I);
+    std::string S = T->GetSlotTestType() == sttEquals ? "=" : "~";
+    S += T->GetSlotValue()->ToString();
+    if (T->GetMultiSlotSubIndex() != NoSubIndex) S += "@" + IntToStr(T->GetMultiSlotSubIndex());
+    if (!T->GetConjunction()) S += "|";
+    Result.push_back(S);
+  }
+  return Result;
+}
+
+TEST(KBPatternTest, SlotLinesAndAddingTests) {
+  TKBPattern P(nullptr, "a", ATemplate(), 0);
+  ASSERT_EQ(P.GetSlotCount(), 3);
+  EXPECT_EQ(P.GetSlotName(0), "colour");
+  EXPECT_EQ(P.GetSlotName(1), "items");
+  EXPECT_EQ(P.GetSlotName(2), "size");
+  for (int I = 0; I < 3; ++I) {
+    EXPECT_EQ(P.GetSlotLength(I), -1);
+    EXPECT_EQ(P.GetSlotTests(I), nullptr);
+    EXPECT_EQ(P.GetSlotTestCount(I), 0);
+  }
+
+  const IKBValue Red = Atom("red");
+  TKBPatternMatchTest* T = P.AddTest("colour", Red, NoSubIndex, false, true);
+  ASSERT_NE(P.GetSlotTests(0), nullptr);
+  EXPECT_EQ(P.GetSlotTest(0, 0), T);
+  EXPECT_EQ(T->GetPattern(), &P);
+  // The test keeps a copy of its own.
+  EXPECT_NE(T->GetSlotValue(), Red);
+  EXPECT_TRUE(T->GetSlotValue()->Equals(Red));
+  P.AddTest("items", Var("x"), 1, true, false);
+  EXPECT_EQ(Tests(P, "items"), std::vector<std::string>{"~?x@1|"});
+  P.SetSlotLength(1, 2);
+  EXPECT_EQ(P.GetSlotLength(1), 2);
+
+  // An unknown slot adds no line; a pattern without template takes no test.
+  EXPECT_EQ(ErrorOf([&] { P.AddTest("weight", Int(1), NoSubIndex, false, true); }), "No such slot name: \"weight\"");
+  EXPECT_EQ(P.GetSlotCount(), 3);
+  EXPECT_EQ(P.IndexOfSlotName("weight"), -1);
+  EXPECT_EQ(P.GetNumSlotTests(), 2);
+  TKBPattern Bare(nullptr, "b", IFactTemplate(), 0);
+  EXPECT_EQ(Bare.GetSlotCount(), 0);
+  EXPECT_EQ(ErrorOf([&] { Bare.AddTest("x", Int(1), NoSubIndex, false, true); }), "Fact Template is missing");
+  EXPECT_EQ(ErrorOf([&] { P.GetSlotTest(2, 0); }), "List index out of bounds (0)");
+  EXPECT_EQ(ErrorOf([&] { P.GetSlotTest(0, 5); }), "List index out of bounds (5)");
+
+  // Slot names sort by code point, as the template's do.
+  const IFactTemplate Mixed(new TFactTemplate(nullptr, "m"));
+  Mixed->AddSlot("b", FCNil);
+  Mixed->AddSlot("B", FCNil);
+  Mixed->AddSlot("a", FCNil);
+  TKBPattern M(nullptr, "m", Mixed, 0);
+  for (int I = 0; I < 3; ++I) EXPECT_EQ(M.GetSlotName(I), Mixed->GetSlotNames().Get(I));
+}
+
+TEST(KBPatternTest, ShapeFlagsAndChangeReports) {
+  const IFactTemplate T = ATemplate();
+  // not, not not, exists, not exists.
+  const std::vector<std::pair<int, bool>> Shapes{{0, false}, {1, true}, {2, false}, {3, true}, {4, false}};
+  for (const auto& [Count, Negated] : Shapes) EXPECT_EQ(TKBPattern(nullptr, "a", T, Count).IsNegated(), Negated);
+
+  TKBPattern P(nullptr, "a", T, 0);
+  int Changes = 0;
+  P.SetOnChange([&](TObject* Sender) {
+    EXPECT_EQ(Sender, &P);
+    ++Changes;
+  });
+  P.SetUnique(true);
+  P.SetUnique(true);
+  P.SetExplicit(true);
+  P.SetNegatedCount(3);
+  P.SetName("b");
+  P.SetComment("c");
+  EXPECT_EQ(Changes, 5);
+  EXPECT_TRUE(P.GetUnique());
+  EXPECT_TRUE(P.GetExplicit());
+  EXPECT_EQ(P.GetNegatedCount(), 3);
+
+  // An update gathers its changes into one, at the outermost end.
+  Changes = 0;
+  P.BeginUpdate();
+  P.BeginUpdate();
+  P.AddTest("size", Int(1), NoSubIndex, false, true);
+  P.SetNegatedCount(0);
+  P.EndUpdate();
+  EXPECT_EQ(Changes, 0);
+  P.EndUpdate();
+  EXPECT_EQ(Changes, 1);
+  P.EndUpdate();  // unmatched: no harm, one more report
+  EXPECT_EQ(Changes, 2);
+
+  // A negated test pattern cannot be bound; anything else can.
+  const IFactTemplate TestTemplate(new TFactTemplate(nullptr, "test"));
+  TestTemplate->AddMultiSlot(SDefaultSlotName, FCNilList);
+  TKBPattern NegatedTest(nullptr, "test", TestTemplate, 1);
+  EXPECT_EQ(ErrorOf([&] { NegatedTest.SetBoundName("f"); }), "Cannot bind a negated pattern to a variable");
+  EXPECT_EQ(NegatedTest.GetBoundName(), "");
+  Changes = 0;
+  P.SetBoundName("f");
+  P.SetBoundName("f");
+  EXPECT_EQ(P.GetBoundName(), "f");
+  EXPECT_EQ(Changes, 1);
+}
+
+TEST(KBPatternTest, CountersFollowTestsAndConjunctions) {
+  TKBPattern P(nullptr, "a", ATemplate(), 0);
+  TKBPatternMatchTest* X = P.AddTest("items", Var("x"), 0, false, true);
+  TKBPatternMatchTest* A = P.AddTest("items", Atom("a"), 0, false, false);
+  P.AddTest("size", Int(1), NoSubIndex, false, false);
+  EXPECT_EQ(P.GetNumSlotTests(), 3);
+  EXPECT_EQ(P.GetNumORConstraints(), 2);
+
+  int Changes = 0;
+  P.SetOnChange([&](TObject*) { ++Changes; });
+  X->SetConjunction(false);
+  EXPECT_EQ(P.GetNumORConstraints(), 3);
+  X->SetConjunction(false);
+  A->SetConjunction(true);
+  EXPECT_EQ(P.GetNumORConstraints(), 2);
+  EXPECT_EQ(Changes, 2);
+  X->SetMultiSlotSubIndex(1);
+  X->SetSlotValue(Var("y"));
+  X->SetSlotTestType(sttNotEquals);
+  EXPECT_EQ(Changes, 5);
+  EXPECT_EQ(Tests(P, "items"), (std::vector<std::string>{"~?y@1|", "=a@0"}));
+
+  // Taking tests out counts down, alternatives included.
+  TSlotTests* Items = P.GetSlotTests(P.IndexOfSlotName("items"));
+  std::unique_ptr<TKBPatternMatchTest> Taken = Items->Extract(X);
+  ASSERT_EQ(Taken.get(), X);
+  EXPECT_EQ(P.GetNumSlotTests(), 2);
+  EXPECT_EQ(P.GetNumORConstraints(), 1);
+  Items->Delete(0);
+  P.GetSlotTests(P.IndexOfSlotName("size"))->Clear();
+  EXPECT_EQ(P.GetNumSlotTests(), 0);
+  EXPECT_EQ(P.GetNumORConstraints(), 0);
+  EXPECT_EQ(Items->Extract(X), nullptr);
+  EXPECT_EQ(Items->Remove(X), -1);
+
+  // Replacing a test counts the old one out and the new one in.
+  P.AddTest("size", Int(1), NoSubIndex, false, true);
+  P.SetSlotTest(P.IndexOfSlotName("size"), 0, std::make_unique<TKBPatternMatchTest>(nullptr, *Taken, Int(2)));
+  EXPECT_EQ(P.GetNumSlotTests(), 1);
+  EXPECT_EQ(P.GetNumORConstraints(), 1);
+  EXPECT_EQ(Tests(P, "size"), std::vector<std::string>{"~2@1|"});
+  EXPECT_EQ(P.GetSlotTest(P.IndexOfSlotName("size"), 0)->GetPattern(), &P);
+}
+
+TEST(KBPatternTest, FixTestsFoldsAlternativesIntoOrCalls) {
+  TKBPattern P(nullptr, "a", ATemplate(), 0);
+  // (colour ?c&red&big|blue) (items ?i&~x|y a b|c) (size 1)
+  P.AddTest("colour", Var("c"), NoSubIndex, false, true);
+  P.AddTest("colour", Atom("red"), NoSubIndex, false, true);
+  P.AddTest("colour", Atom("big"), NoSubIndex, false, true);
+  P.AddTest("colour", Atom("blue"), NoSubIndex, false, false);
+  P.AddTest("items", Var("i"), 0, false, true);
+  P.AddTest("items", Atom("x"), 0, true, true);
+  P.AddTest("items", Atom("y"), 0, false, false);
+  P.AddTest("items", Atom("a"), 1, false, true);
+  P.AddTest("items", Var("b"), 2, false, true);
+  P.AddTest("items", Var("c"), 2, false, false);
+  P.AddTest("size", Int(1), NoSubIndex, false, true);
+  TKBPatternMatchTest* Size = P.GetSlotTest(P.IndexOfSlotName("size"), 0);
+  int Changes = 0;
+  P.SetOnChange([&](TObject*) { ++Changes; });
+
+  P.FixTests();
+  EXPECT_EQ(Changes, 1);
+  EXPECT_EQ(P.GetNumORConstraints(), 0);
+  EXPECT_EQ(Tests(P, "colour"), (std::vector<std::string>{"=?c", "=(or (and (eq red ?c) (eq big ?c)) (eq blue ?c))"}));
+  EXPECT_EQ(Tests(P, "items"), (std::vector<std::string>{"=?i@0", "=(or (neq x ?i) (eq y ?i))@0", "=a@1", "=?b@2",
+                                                         "=(or (eq ?c ?b))@2"}));
+  // A slot without alternatives keeps its very tests.
+  EXPECT_EQ(P.GetSlotTest(P.IndexOfSlotName("size"), 0), Size);
+  EXPECT_EQ(P.GetNumSlotTests(), 8);
+
+  const IFunCall Or = P.GetSlotTest(0, 1)->GetSlotValue()->GetAsFunCall();
+  EXPECT_EQ(Or->GetName(), "or");
+  ASSERT_EQ(Or->GetArgumentCount(), 2);
+  const IFunCall And = Or->GetArgument(0)->GetAsFunCall();
+  EXPECT_EQ(And->GetName(), "and");
+  EXPECT_EQ(And->GetArgument(1)->GetAsFunCall()->GetArgument(1)->GetDType(), dtVariable);
+
+  // Nothing more to fold: nothing changes.
+  TKBPatternMatchTest* Folded = P.GetSlotTest(0, 1);
+  P.FixTests();
+  EXPECT_EQ(P.GetSlotTest(0, 1), Folded);
+  EXPECT_EQ(Changes, 1);
+}
+
+TEST(KBPatternTest, FixTestsKeepsCallsAndNeedsARuleForAFreshBinder) {
+  TKBPattern P(nullptr, "a", ATemplate(), 0);
+  // (size ?s&:(zz-big ?s)|~:(zz-odd ?s))
+  const IFunCall Big = Call("zz-big", {Var("s")});
+  P.AddTest("size", Var("s"), NoSubIndex, false, true);
+  P.AddTest("size", CallValue(Big), NoSubIndex, false, true);
+  P.AddTest("size", CallValue(Call("zz-odd", {Var("s")})), NoSubIndex, true, false);
+  P.FixTests();
+  EXPECT_EQ(Tests(P, "size"), (std::vector<std::string>{"=?s", "=(or (zz-big ?s) (not (zz-odd ?s)))"}));
+  // The test's call was its own copy, not the caller's.
+  EXPECT_NE(P.GetSlotTest(2, 1)->GetSlotValue()->GetAsFunCall()->GetArgument(0)->GetAsFunCall(), Big);
+
+  // (colour red|blue) must bind a new variable, which only a rule can hold.
+  TKBPattern Q(nullptr, "a", ATemplate(), 0);
+  Q.AddTest("colour", Atom("red"), NoSubIndex, false, true);
+  TKBPatternMatchTest* Blue = Q.AddTest("colour", Atom("blue"), NoSubIndex, false, false);
+  // A negated variable is no binder either.
+  Q.AddTest("size", Var("s"), NoSubIndex, true, true);
+  Q.AddTest("size", Int(1), NoSubIndex, false, false);
+  EXPECT_EQ(ErrorOf([&] { Q.FixTests(); }), "Rule missing for pattern");
+  EXPECT_EQ(Q.GetSlotTest(0, 1), Blue);
+  EXPECT_EQ(Q.GetNumORConstraints(), 2);
+  EXPECT_EQ(Tests(Q, "colour"), (std::vector<std::string>{"=red", "=blue|"}));
+}
+
+TEST(KBPatternTest, FixTestsBindsAFreshVariableThroughTheRule) {
+  TInferenceEngine Engine;
+  auto* Rule = new TRule(&Engine);
+  TKBPattern P(nullptr, "a", ATemplate(&Engine), 0);
+  // (items x ~a|b)
+  P.AddTest("items", Atom("x"), 0, false, true);
+  P.AddTest("items", Atom("a"), 1, true, true);
+  P.AddTest("items", Atom("b"), 1, false, false);
+  P.SetOwner(Rule);
+  P.FixTests();
+
+  const TKBPatternMatchTest* Binder = P.GetSlotTest(1, 1);
+  ASSERT_EQ(Binder->GetSlotValue()->GetDType(), dtVariable);
+  const std::string Name = Binder->GetSlotValue()->GetAsVariable();
+  EXPECT_EQ(Name.rfind(SBlankPrefix, 0), 0u);
+  EXPECT_EQ(Tests(P, "items"), (std::vector<std::string>{"=x@0", "=?" + Name + "@1",
+                                                         "=(or (neq a ?" + Name + ") (eq b ?" + Name + "))@1"}));
+  // The rule holds the variable at this pattern's fact, slot and position.
+  const TBinding* Binding = Rule->GetBindingByName(Name);
+  ASSERT_NE(Binding, nullptr);
+  EXPECT_EQ(Binding->GetFactIndex(), Rule->GetPatterns()->GetCount() - 1);
+  EXPECT_EQ(Binding->GetSlotIndex(), "items");
+  EXPECT_EQ(Binding->GetSubIndex(), 1);
+  // The calls find their functions through the rule's engine.
+  EXPECT_EQ(P.GetSlotTest(1, 2)->GetSlotValue()->GetAsFunCall()->GetReasoner(), static_cast<IReasoner*>(&Engine));
+  P.SetOwner(nullptr);
+}
+
+TEST(KBPatternMatchTestTest, ConvertToFunCall) {
+  const IKBValue X = Var("x");
+  TKBPatternMatchTest Constant(nullptr, sttEquals, Atom("a"));
+  EXPECT_EQ(Constant.ConvertToFunCall(nullptr, X)->ToString(), "(eq a ?x)");
+  Constant.SetSlotTestType(sttNotEquals);
+  EXPECT_EQ(Constant.ConvertToFunCall(nullptr, X)->ToString(), "(neq a ?x)");
+  TKBPatternMatchTest Called(nullptr, sttEquals, CallValue(Call("f", {X})));
+  const IFunCall Same = Called.ConvertToFunCall(nullptr, X);
+  EXPECT_EQ(Same, Called.GetSlotValue()->GetAsFunCall());
+  Called.SetSlotTestType(sttNotEquals);
+  const IFunCall Not = Called.ConvertToFunCall(nullptr, X);
+  EXPECT_EQ(Not->ToString(), "(not (f ?x))");
+  EXPECT_EQ(Not->GetArgument(0)->GetAsFunCall(), Same);
+}
+
+TEST(KBPatternMatchTestTest, PerformTestAgainstAFact) {
+  TInferenceEngine Engine;
+  const IFactTemplate T = ATemplate(&Engine);
+  const IFact Fact(new TFact(T));
+  Fact->SetValue("colour", Atom("red"));
+  std::unique_ptr<TKBContext> Context = Engine.GetGlobalContext()->Push();
+  Context->SetFact(Fact);
+
+  // Constants: anything but FALSE passes.
+  EXPECT_TRUE(TKBPatternMatchTest(nullptr, sttEquals, Atom("red")).PerformTest(Context.get()));
+  EXPECT_FALSE(TKBPatternMatchTest(nullptr, sttNotEquals, Atom("red")).PerformTest(Context.get()));
+  EXPECT_FALSE(TKBPatternMatchTest(nullptr, sttEquals, FCFalse).PerformTest(Context.get()));
+  EXPECT_TRUE(TKBPatternMatchTest(nullptr, sttNotEquals, Atom("FALSE")).PerformTest(Context.get()));
+
+  // (zz-is-red <colour of the fact under test>)
+  auto* IsRed = new TUserFunction(&Engine, "zz-is-red");
+  IsRed->OnCall = [](TObject*, const IFunCall& FunCall, TKBContext* C, IKBValue& Result) {
+    Result = FunCall->GetArgument(0)->Resolve(C)->GetAsAtom() == "red" ? FCTrue : FCFalse;
+  };
+  IsRed->SetEngine(&Engine);
+  TBindingInfo Colour(0, "colour");
+  const IKBValue Slot(new TKBValue(&Colour, false));
+  const IKBValue Test = CallValue(Call("zz-is-red", {Slot}));
+  TKBPatternMatchTest Equal(nullptr, sttEquals, Test);
+  TKBPatternMatchTest Unequal(nullptr, sttNotEquals, Test);
+  EXPECT_TRUE(Equal.PerformTest(Context.get()));
+  EXPECT_FALSE(Unequal.PerformTest(Context.get()));
+  Fact->SetValue("colour", Atom("blue"));
+  EXPECT_FALSE(Equal.PerformTest(Context.get()));
+  EXPECT_TRUE(Unequal.PerformTest(Context.get()));
+}
+
+TEST(KBJoinTestTest, PerformEqualsAndText) {
+  const IFactTemplate T = ATemplate();
+  auto MakeFact = [&](const std::string& Colour, std::initializer_list<IKBValue> Items) {
+    const IFact Fact(new TFact(T));
+    Fact->SetValue("colour", Atom(Colour));
+    Fact->SetValue("items", List(Items));
+    return Fact;
+  };
+  const IFact First = MakeFact("red", {Atom("x"), Atom("red")});
+  const IFact Second = MakeFact("blue", {Atom("blue")});
+  const IReteToken Left(new TKBToken(IReteToken(new TKBToken(taAdd, First)), Second));
+  TKBContext Context(nullptr, nullptr);
+  Context.SetToken(Left);
+  Context.SetFact(MakeFact("red", {Atom("blue"), Atom("z")}));
+
+  EXPECT_TRUE(TKBJoinTest(sttEquals, "colour", "colour", 0).PerformTest(&Context));
+  EXPECT_FALSE(TKBJoinTest(sttEquals, "colour", "colour", 1).PerformTest(&Context));
+  EXPECT_TRUE(TKBJoinTest(sttNotEquals, "colour", "colour", 1).PerformTest(&Context));
+  // Positions: red at 1 of the first fact's items against the right colour.
+  EXPECT_TRUE(TKBJoinTest(sttEquals, "items", 1, "colour", NoSubIndex, 0).PerformTest(&Context));
+  EXPECT_TRUE(TKBJoinTest(sttEquals, "items", 0, "items", 0, 1).PerformTest(&Context));
+  EXPECT_FALSE(TKBJoinTest(sttEquals, "items", 0, "items", 1, 1).PerformTest(&Context));
+  EXPECT_FALSE(TKBJoinTest(sttEquals, "items", 5, "items", 0, 1).PerformTest(&Context));
+  // A missing left fact passes, also when the test is negated.
+  EXPECT_TRUE(TKBJoinTest(sttNotEquals, "items", 0, "items", 0, 7).PerformTest(&Context));
+
+  const TKBJoinTest Whole(sttEquals, "colour", "colour", 1);
+  const TKBJoinTest Multi(sttEquals, "colour", NoSubIndex, "colour", NoSubIndex, 1);
+  EXPECT_EQ(Whole.GetJoinTestType(), tstSlot);
+  EXPECT_EQ(Whole.GetLeftSubIndex(), NoSubIndex);
+  EXPECT_FALSE(Whole.Equals(&Multi));
+  EXPECT_TRUE(Whole.Equals(Whole.Clone().get()));
+  EXPECT_TRUE(Multi.Equals(Multi.Clone().get()));
+  EXPECT_FALSE(Whole.Equals(TKBJoinTest(sttNotEquals, "colour", "colour", 1).Clone().get()));
+  EXPECT_FALSE(Whole.Equals(TKBJoinTest(sttEquals, "colour", "colour", 0).Clone().get()));
+  EXPECT_FALSE(Whole.Equals(nullptr));
+  const TKBPatternMatchTest Other(nullptr, sttEquals, Atom("colour"));
+  EXPECT_FALSE(Whole.Equals(&Other));
+  EXPECT_FALSE(Other.Equals(&Whole));
+  EXPECT_EQ(Whole.ToString(), "= tstSlot TokenIdx: 1 Left: colour Right: colour");
+  EXPECT_EQ(TKBJoinTest(sttNotEquals, "items", 2, "colour", -1, 0).ToString(),
+            "<> tstMultiSlot TokenIdx: 0 Left: items 2 Right: colour -1");
+}
+
+TEST(KBPatternMatchTestTest, EqualsAndText) {
+  const TKBPatternMatchTest A(nullptr, sttNotEquals, 2, Atom("a"));
+  EXPECT_TRUE(A.Equals(true, true, 2, Atom("a")));
+  EXPECT_TRUE(A.Equals(true, 2, Atom("a")));
+  EXPECT_FALSE(A.Equals(false, 2, Atom("a")));
+  EXPECT_FALSE(A.Equals(true, false, 2, Atom("a")));
+  EXPECT_FALSE(A.Equals(true, 1, Atom("a")));
+  EXPECT_FALSE(A.Equals(true, 2, Str("a")));
+  const std::unique_ptr<TKBSlotTest> Copy = A.Clone();
+  EXPECT_TRUE(A.Equals(Copy.get()));
+  static_cast<TKBPatternMatchTest*>(Copy.get())->SetConjunction(false);
+  EXPECT_FALSE(A.Equals(Copy.get()));
+  EXPECT_EQ(A.ToString(), "<> SubIdx: 2 Slot: a");
+  EXPECT_EQ(TKBPatternMatchTest(nullptr).ToString(), "= SubIdx: -1");
+}
+
+TEST(KBPatternTest, AssignAndClone) {
+  TInferenceEngine Engine;
+  const IFactTemplate T = ATemplate(&Engine);
+  TKBPattern P(nullptr, "a", T, 3);
+  P.SetComment("note");
+  P.SetBoundName("f");
+  P.SetUnique(true);
+  P.SetExplicit(true);
+  P.AddTest("items", Var("x"), 0, false, true);
+  P.AddTest("items", CallValue(Call("f", {Var("x")})), 0, true, false);
+  P.SetSlotLength(P.IndexOfSlotName("items"), 1);
+
+  const std::unique_ptr<TKBPattern> C = P.Clone(&Engine);
+  EXPECT_EQ(C->GetOwner(), &Engine);
+  EXPECT_EQ(C->GetName(), "a");
+  EXPECT_EQ(C->GetFactTemplate(), T);
+  EXPECT_EQ(C->GetNegatedCount(), 3);
+  EXPECT_EQ(C->GetComment(), "note");
+  EXPECT_EQ(C->GetBoundName(), "f");
+  EXPECT_TRUE(C->GetUnique());
+  EXPECT_TRUE(C->GetExplicit());
+  EXPECT_EQ(C->GetNumSlotTests(), 2);
+  EXPECT_EQ(C->GetNumORConstraints(), 1);
+  EXPECT_EQ(C->GetSlotLength(1), 1);
+  EXPECT_EQ(Tests(*C, "items"), Tests(P, "items"));
+  for (int I = 0; I < 2; ++I) {
+    EXPECT_NE(C->GetSlotTest(1, I), P.GetSlotTest(1, I));
+    EXPECT_EQ(C->GetSlotTest(1, I)->GetPattern(), C.get());
+    EXPECT_TRUE(C->GetSlotTest(1, I)->Equals(P.GetSlotTest(1, I)));
+  }
+  EXPECT_NE(C->GetSlotTest(1, 1)->GetSlotValue()->GetAsFunCall(), P.GetSlotTest(1, 1)->GetSlotValue()->GetAsFunCall());
+
+  // Assign replaces all, counters included; a template without the tested
+  // slots refuses and changes nothing.
+  TKBPattern Other(nullptr, "b", T, 0);
+  Other.AddTest("size", Int(1), NoSubIndex, false, false);
+  Other.Assign(&P);
+  EXPECT_EQ(Other.GetName(), "a");
+  EXPECT_EQ(Other.GetNumSlotTests(), 2);
+  EXPECT_EQ(Other.GetNumORConstraints(), 1);
+  EXPECT_EQ(Other.GetSlotTestCount(Other.IndexOfSlotName("size")), 0);
+  const IFactTemplate Small(new TFactTemplate(nullptr, "small"));
+  Small->AddSlot("size", Int(0));
+  TKBPattern Narrow(nullptr, "small", Small, 0);
+  Narrow.AddTest("size", Int(1), NoSubIndex, false, true);
+  EXPECT_EQ(ErrorOf([&] { Narrow.SetTests(P.GetTests()); }), "No such slot name: \"items\"");
+  EXPECT_EQ(Narrow.GetNumSlotTests(), 1);
+  EXPECT_EQ(Narrow.GetSlotCount(), 1);
+}
+
+TEST(KBPatternTest, CloneIntoAnotherEngineTakesItsTemplate) {
+  TInferenceEngine Source;
+  TInferenceEngine Target;
+  const IFactTemplate T = ATemplate(&Source);
+  TKBPattern P(nullptr, "a", T, 0);
+  P.AddTest("colour", Atom("red"), NoSubIndex, false, true);
+
+  const std::unique_ptr<TKBPattern> C = P.Clone(&Target);
+  const IFactTemplate Moved = Target.FindFactTemplate("a");
+  ASSERT_TRUE(Moved);
+  EXPECT_EQ(C->GetFactTemplate(), Moved);
+  EXPECT_NE(Moved, T);
+  EXPECT_TRUE(Moved->ContainsSlot("items"));
+  EXPECT_EQ(Tests(*C, "colour"), std::vector<std::string>{"=red"});
+  // A second clone finds the template there.
+  EXPECT_EQ(P.Clone(&Target)->GetFactTemplate(), Moved);
+}
+
+TEST(KBPatternTest, CompanionRenamesWildcards) {
+  TInferenceEngine Engine;
+  const IFactTemplate T = ATemplate(&Engine);
+  TKBPattern P(&Engine, "need-a", T, 0);
+  P.AddTest("items", Var(std::string(SBlankPrefix) + "900"), 0, false, true);
+  P.AddTest("items", MultiVar(std::string(SBlankMulti) + "901"), 1, false, true);
+  P.AddTest("items", Var("x"), 2, true, false);
+  P.AddTest("colour", Atom("red"), NoSubIndex, false, true);
+  P.SetSlotLength(P.IndexOfSlotName("items"), 3);
+  int Changes = 0;
+  P.SetOnChange([&](TObject*) { ++Changes; });
+
+  TKBPattern C(&Engine, &P, "a", 1);
+  EXPECT_EQ(Changes, 0);
+  EXPECT_EQ(C.GetName(), "a");
+  EXPECT_EQ(C.GetNegatedCount(), 1);
+  EXPECT_EQ(C.GetFactTemplate(), T);
+  EXPECT_EQ(C.GetSlotLength(C.IndexOfSlotName("items")), 3);
+  EXPECT_EQ(C.GetNumSlotTests(), 4);
+  EXPECT_EQ(C.GetNumORConstraints(), 1);
+  const std::vector<std::string> Items = Tests(C, "items");
+  ASSERT_EQ(Items.size(), 3u);
+  const std::string Blank = "=?" + std::string(SBlankPrefix);
+  const std::string BlankMulti = "=$?" + std::string(SBlankMulti);
+  EXPECT_EQ(Items[0].substr(0, Blank.size()), Blank);
+  EXPECT_NE(Items[0], Tests(P, "items")[0]);
+  EXPECT_EQ(Items[1].substr(0, BlankMulti.size()), BlankMulti);
+  EXPECT_NE(Items[1], Tests(P, "items")[1]);
+  EXPECT_EQ(Items[2], "~?x@2|");
+  EXPECT_EQ(Tests(C, "colour"), std::vector<std::string>{"=red"});
+  EXPECT_EQ(C.GetSlotTest(1, 0)->GetSlotValue()->GetDType(), dtVariable);
+  EXPECT_EQ(C.GetSlotTest(1, 1)->GetSlotValue()->GetDType(), dtMultiVariable);
+}
+
+TEST(KBPatternTest, TextForm) {
+  const IFactTemplate T = ATemplate();
+  TKBPattern P(nullptr, "a", T, 0);
+  EXPECT_EQ(P.ToString(), "(a )");
+  P.AddTest("items", Var("x"), 0, false, true);
+  P.AddTest("items", Atom("b"), 0, true, true);
+  P.AddTest("items", CallValue(Call("f", {Var("x")})), 1, false, true);
+  P.AddTest("size", Int(1), NoSubIndex, false, true);
+  EXPECT_EQ(P.ToString(), "(a (items ?x&~b :(f ?x)) (size 1) )");
+  P.SetNegatedCount(3);
+  P.SetUnique(true);
+  EXPECT_EQ(P.ToString(), "(not (exists (unique (a (items ?x&~b :(f ?x)) (size 1) ))))");
+  P.SetNegatedCount(0);
+  P.SetUnique(false);
+  P.SetBoundName("f");
+  EXPECT_EQ(P.ToString(), "?f <- (a (items ?x&~b :(f ?x)) (size 1) )");
+
+  const IFactTemplate TestTemplate(new TFactTemplate(nullptr, "test"));
+  TestTemplate->AddMultiSlot(SDefaultSlotName, FCNilList);
+  TKBPattern Test(nullptr, "test", TestTemplate, 0);
+  Test.AddTest(SDefaultSlotName, CallValue(Call(">", {Var("x"), Int(1)})), NoSubIndex, true, true);
+  EXPECT_EQ(Test.ToString(), "(not (test (> ?x 1)))");
+  EXPECT_EQ(ErrorOf([] { (void)TKBPattern(nullptr, "b", IFactTemplate(), 0).ToString(); }),
+            "Fact Template is missing");
+}
+
+}  // namespace
+}  // namespace cogent
