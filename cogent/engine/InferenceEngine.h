@@ -338,6 +338,13 @@ public:
   IUserFunction GetUserFunction(const std::string& Name) const override;
   void SetUserFunction(const std::string& Name, const IUserFunction& UserFunction) override;
 
+  // ------------------------------------------------------------ rules
+  // Re-keys the rule under OldName in the current table; raises
+  // _SDuplicateRuleNames when another rule has NewName there.
+  virtual void RenameRule(const TKBName& OldName, const TKBName& NewName);
+  // A rule that changed is compiled again if the current table holds it.
+  virtual void RuleChange(TRule* Rule);
+
   // ------------------------------------------------------------ construct events
   // The collections call these; each raises its event and nothing more.
   virtual void AddFactTemplate(const IFactTemplate& Template);

@@ -1,13 +1,651 @@
 #include "cogent/rules/KBRule.h"
 
+#include <utility>
+
 #include "cogent/engine/InferenceEngine.h"
+#include "cogent/functions/KBPackages.h"
 
 namespace cogent {
 
+namespace {
+
+TInferenceEngine* AsEngine(TComponent* Component) noexcept { return dynamic_cast<TInferenceEngine*>(Component); }
+
+bool IsVariable(const IKBValue& Value) noexcept {
+  return Value && (Value->GetDType() == dtVariable || Value->GetDType() == dtMultiVariable);
+}
+
+// Renamed variables of a pattern, old name to new name.
+using TRenames = std::vector<std::pair<std::string, std::string>>;
+
+// Gives each variable argument of Call, and of the calls nested in it, its
+// new name.
+void SubstFunCall(const IFunCall& Call, const TRenames& Renames) {
+  if (!Call) return;
+  for (int I = 0; I < Call->GetArgumentCount(); ++I) {
+    const IKBValue Argument = Call->GetArgument(I);
+    if (!Argument) continue;
+    if (Argument->GetDType() == dtFunCall) {
+      SubstFunCall(Argument->GetAsFunCall(), Renames);
+    } else if (IsVariable(Argument)) {
+      const std::string Name = Argument->GetAsString();
+      for (const auto& [Old, New] : Renames)
+        if (Old == Name) {
+          Call->SetArgument(I, IKBValue(new TKBValue(New, Argument->GetDType())));
+          break;
+        }
+    }
+  }
+}
+
+// The fact that stands in a token for a negated pattern, or for a branch
+// that no fact satisfied.
+bool IsNullFact(const IFact& Fact, const TInferenceEngine& Engine) {
+  if (Fact == Engine.GetNullFact()) return true;
+  const IFactTemplate Template = Fact->GetTemplate();
+  return Template && Template->GetTemplateName() == SNullFact;
+}
+
+}  // namespace
+
+// ================================================================ TRulePatternList
+
+TRulePatternList::~TRulePatternList() {
+  for (TKBPattern* Pattern : FItems) delete Pattern;
+}
+
+void TRulePatternList::CheckIndex(int Index) const {
+  if (Index < 0 || Index >= GetCount()) throw EListError(Format(SListIndexError, Index));
+}
+
+TKBPattern* TRulePatternList::GetItem(int Index) const {
+  CheckIndex(Index);
+  return FItems[static_cast<std::size_t>(Index)];
+}
+
+int TRulePatternList::IndexOf(const TKBPattern* Pattern) const noexcept {
+  for (std::size_t I = 0; I < FItems.size(); ++I)
+    if (FItems[I] == Pattern) return static_cast<int>(I);
+  return -1;
+}
+
+int TRulePatternList::Add(std::unique_ptr<TKBPattern> Pattern) {
+  TKBPattern* const Item = Pattern.get();
+  FItems.push_back(Pattern.release());
+  if (Item) Notify(Item, cnAdded);
+  // Taking the pattern in may have put others in front of it.
+  return Item ? IndexOf(Item) : GetCount() - 1;
+}
+
+void TRulePatternList::Insert(int Index, std::unique_ptr<TKBPattern> Pattern) {
+  if (Index < 0 || Index > GetCount()) throw EListError(Format(SListIndexError, Index));
+  TKBPattern* const Item = Pattern.get();
+  FItems.insert(FItems.begin() + Index, Pattern.release());
+  if (Item) Notify(Item, cnAdded);
+}
+
+void TRulePatternList::Delete(int Index) {
+  CheckIndex(Index);
+  std::unique_ptr<TKBPattern> Item(FItems[static_cast<std::size_t>(Index)]);
+  FItems.erase(FItems.begin() + Index);
+  if (Item) Notify(Item.get(), cnRemoved);
+}
+
+int TRulePatternList::Remove(const TKBPattern* Pattern) {
+  const int Index = IndexOf(Pattern);
+  if (Index >= 0) Delete(Index);
+  return Index;
+}
+
+std::unique_ptr<TKBPattern> TRulePatternList::Extract(const TKBPattern* Pattern) {
+  const int Index = IndexOf(Pattern);
+  if (Index < 0) return nullptr;
+  std::unique_ptr<TKBPattern> Item(FItems[static_cast<std::size_t>(Index)]);
+  FItems.erase(FItems.begin() + Index);
+  if (Item) Notify(Item.get(), cnExtracted);
+  return Item;
+}
+
+void TRulePatternList::Clear() {
+  while (!FItems.empty()) Delete(GetCount() - 1);
+}
+
+void TRulePatternList::Notify(TKBPattern* Pattern, TCollectionNotification Action) {
+  if (Pattern && FRule) FRule->PatternNotification(Pattern, Action);
+}
+
+// ================================================================ TRuleActionList
+
+TRuleActionList::TRuleActionList(TRule* ARule) : FRule(ARule) {}
+
+TRuleActionList::~TRuleActionList() = default;
+
+void TRuleActionList::CheckIndex(int Index) const {
+  if (Index < 0 || Index >= GetCount()) throw EListError(Format(SListIndexError, Index));
+}
+
+int TRuleActionList::GetCount() const noexcept { return static_cast<int>(FItems.size()); }
+
+IFunCall TRuleActionList::GetItem(int Index) const {
+  CheckIndex(Index);
+  return FItems[static_cast<std::size_t>(Index)];
+}
+
+void TRuleActionList::SetItem(int Index, const IFunCall& Call) {
+  CheckIndex(Index);
+  const IFunCall Old = FItems[static_cast<std::size_t>(Index)];
+  if (Old == Call) return;
+  FItems[static_cast<std::size_t>(Index)] = Call;
+  if (Old) Notify(Old, cnRemoved);
+  if (Call) Notify(Call, cnAdded);
+}
+
+int TRuleActionList::IndexOf(const IFunCall& Call) const noexcept {
+  for (std::size_t I = 0; I < FItems.size(); ++I)
+    if (FItems[I] == Call) return static_cast<int>(I);
+  return -1;
+}
+
+int TRuleActionList::Add(const IFunCall& Call) {
+  FItems.push_back(Call);
+  const int Index = GetCount() - 1;
+  if (Call) Notify(Call, cnAdded);
+  return Index;
+}
+
+void TRuleActionList::Insert(int Index, const IFunCall& Call) {
+  if (Index < 0 || Index > GetCount()) throw EListError(Format(SListIndexError, Index));
+  FItems.insert(FItems.begin() + Index, Call);
+  if (Call) Notify(Call, cnAdded);
+}
+
+void TRuleActionList::Delete(int Index) {
+  CheckIndex(Index);
+  const IFunCall Item = FItems[static_cast<std::size_t>(Index)];
+  FItems.erase(FItems.begin() + Index);
+  if (Item) Notify(Item, cnRemoved);
+}
+
+int TRuleActionList::Remove(const IFunCall& Call) {
+  const int Index = IndexOf(Call);
+  if (Index >= 0) Delete(Index);
+  return Index;
+}
+
+void TRuleActionList::Clear() {
+  while (!FItems.empty()) Delete(GetCount() - 1);
+}
+
+void TRuleActionList::Assign(const TRuleActionList& Source) {
+  if (&Source == this) return;
+  const std::vector<IFunCall> Items(Source.FItems);
+  Clear();
+  for (const IFunCall& Call : Items) Add(Call);
+}
+
+void TRuleActionList::Notify(const IFunCall& Call, TCollectionNotification Action) {
+  if (Call && FRule) FRule->ActionNotification(Call, Action);
+}
+
+// ================================================================ TRule
+
+TRule::TRule(TComponent* AOwner)
+    : TComponent(AOwner),
+      FSalienceValue(new TKBValue(0, dtInteger)),
+      FActions(std::make_unique<TRuleActionList>(this)),
+      FPatterns(std::make_unique<TRulePatternList>(this)) {
+  TInferenceEngine* Found = AsEngine(AOwner);
+  if (!Found && AOwner && AOwner->GetComponentState().Contains(csDesigning))
+    for (int I = 0; I < AOwner->GetComponentCount() && !Found; ++I) Found = AsEngine(AOwner->GetComponent(I));
+  if (Found) {
+    FEngine = Found;
+    FID = Found->NewRuleId();
+    FreeNotification(Found);
+  }
+  FRuleName = "Rule_" + IntToStr(FID);
+}
+
+TRule::TRule(TComponent* AOwner, const std::string& AModuleName, const TKBName& ARuleName) : TRule(AOwner) {
+  FModule = AModuleName;
+  FRuleName = ARuleName;
+}
+
 TRule::~TRule() {
   Destroying();
-  if (auto* Engine = dynamic_cast<TInferenceEngine*>(FEngine))
-    if (TRules* Rules = Engine->GetRules()) Rules->Remove(FRuleName, this);
+  SetEngine(nullptr);
+}
+
+TInferenceEngine* TRule::Engine() const noexcept {
+  TInferenceEngine* Result = AsEngine(FEngine);
+  // An engine on its way out has no tables left to leave.
+  if (Result && Result->GetComponentState().Contains(csDestroying)) return nullptr;
+  return Result;
+}
+
+// ------------------------------------------------------------ identity
+
+void TRule::SetRuleName(const TKBName& Value) {
+  if (Value == FRuleName) return;
+  CheckKBName(Value);
+  const TKBName OldName = FRuleName;
+  FRuleName = Value;
+  if (IsLoading()) return;
+  TInferenceEngine* Host = Engine();
+  if (!Host) return;
+  IModule Back;
+  try {
+    Back = FocusModule(true);
+    TRule* Stored = nullptr;
+    if (Host->GetRules() && Host->GetRules()->TryGetValue(OldName, Stored) && Stored == this)
+      Host->RenameRule(OldName, Value);
+  } catch (...) {
+    FRuleName = OldName;
+    if (Back) Back->FocusModule();
+    throw;
+  }
+  if (Back) Back->FocusModule();
+}
+
+void TRule::SetEngine(TComponent* Value) {
+  if (Value == FEngine) return;
+  if (FEngine) FEngine->RemoveFreeNotification(this);
+  if (IsLoading()) {
+    FEngine = Value;
+  } else {
+    const bool RuleDestroying = GetComponentState().Contains(csDestroying);
+    if (TInferenceEngine* Old = Engine()) {
+      const IModule Back = FocusModule(!RuleDestroying);
+      // Without its engine for the moment, the rule is only taken out of
+      // the table: the table neither frees it nor asks it back.
+      FEngine = nullptr;
+      try {
+        if (TRules* Rules = Old->GetRules()) {
+          TRule* Stored = nullptr;
+          if (Rules->TryGetValue(FRuleName, Stored) && Stored == this) Rules->ExtractPair(FRuleName);
+        }
+      } catch (...) {
+        FEngine = Old;
+        if (Back) Back->FocusModule();
+        throw;
+      }
+      if (Back) Back->FocusModule();
+    }
+    FEngine = Value;
+    if (TInferenceEngine* New = Engine(); New && !RuleDestroying) {
+      const std::int32_t OldID = FID;
+      FID = New->NewRuleId();
+      IModule Back;
+      try {
+        Back = FocusModule(true);
+        if (TRules* Rules = New->GetRules()) Rules->Add(this);
+      } catch (...) {
+        FEngine = nullptr;
+        FID = OldID;
+        if (Back) Back->FocusModule();
+        throw;
+      }
+      if (Back) Back->FocusModule();
+    }
+  }
+  if (FEngine && !GetComponentState().Contains(csDestroying)) FEngine->FreeNotification(this);
+}
+
+void TRule::SetModule(const std::string& Value) {
+  if (Value == FModule) return;
+  TInferenceEngine* Host = IsLoading() ? nullptr : Engine();
+  if (!Host) {
+    FModule = Value;
+    return;
+  }
+  if (!Value.empty() && Value != "MAIN") Host->GetModules()->GetModule(Value);
+  const IModule Back = FocusModule(true);
+  const std::string OldModule = FModule;
+  TComponent* const Keep = FEngine;
+  try {
+    SetEngine(nullptr);
+    FModule = Value;
+    try {
+      SetEngine(Keep);
+    } catch (...) {
+      // Back into the table it came from.
+      FModule = OldModule;
+      SetEngine(Keep);
+      throw;
+    }
+  } catch (...) {
+    if (Back) Back->FocusModule();
+    throw;
+  }
+  if (Back) Back->FocusModule();
+}
+
+IModule TRule::FocusModule(bool ModuleMustExist) {
+  TInferenceEngine* Host = Engine();
+  if (!Host || !Host->GetModules()) return nullptr;
+  const std::string Target = FModule.empty() ? "MAIN" : FModule;
+  if (!ModuleMustExist && Host->GetModules()->IndexOf(Target) < 0) return nullptr;
+  const IModule Current = Host->GetCurrentModule();
+  if (Current && Current->GetName() == Target) return nullptr;
+  Host->GetModules()->GetModule(Target)->FocusModule();
+  return Current;
+}
+
+// ------------------------------------------------------------ salience
+
+void TRule::SetSalienceInteger(std::int32_t Value) {
+  if (Value == FSalience) return;
+  FSalience = Value;
+  FSalienceValue = IKBValue(new TKBValue(Value, dtInteger));
+  Change(nullptr);
+}
+
+void TRule::SetSalience(const IKBValue& Value) {
+  IKBValue Old = std::exchange(FSalienceValue, Value);
+  try {
+    EvaluateSalience();
+  } catch (...) {
+    FSalienceValue = std::move(Old);
+    throw;
+  }
+}
+
+std::int32_t TRule::EvaluateSalience() {
+  if (!FSalienceValue) return FSalience;
+  TInferenceEngine* Host = Engine();
+  if (!Host) {
+    // A number needs no context; anything else waits for an engine.
+    const TKBType Kind = FSalienceValue->GetDType();
+    if (Kind == dtInteger || Kind == dtFloat) FSalience = FSalienceValue->GetAsInteger();
+    return FSalience;
+  }
+  // The expression stays: it is read again at each evaluation, and a new
+  // value only moves the agenda's order, never the rule's nodes, so the
+  // network is not told.
+  const std::unique_ptr<TKBContext> Context = Host->GetGlobalContext()->Push();
+  std::int32_t Result = 0;
+  try {
+    Result = FSalienceValue->Resolve(Context.get())->GetAsInteger();
+  } catch (...) {
+    Context->Pop();
+    throw;
+  }
+  Context->Pop();
+  FSalience = Result;
+  return FSalience;
+}
+
+// ------------------------------------------------------------ patterns, actions, bindings
+
+void TRule::SetPatterns(const TRulePatternList& Value) {
+  if (&Value == FPatterns.get()) return;
+  BeginUpdate();
+  try {
+    FBindings.clear();
+    FPatterns->Clear();
+    bool FollowsNeed = false;
+    for (const TKBPattern* Pattern : Value) {
+      if (!Pattern) continue;
+      const bool Skip = FollowsNeed;
+      FollowsNeed = Pattern->GetName().starts_with(SBackChainPrefix);
+      if (!Skip) FPatterns->Add(Pattern->Clone(FEngine));
+    }
+  } catch (...) {
+    EndUpdate();
+    throw;
+  }
+  EndUpdate();
+}
+
+void TRule::SetActions(const TRuleActionList& Value) { FActions->Assign(Value); }
+
+TBinding* TRule::GetBinding(int Index) const {
+  if (Index < 0 || Index >= GetBindingCount()) throw EListError(Format(SListIndexError, Index));
+  return FBindings[static_cast<std::size_t>(Index)].get();
+}
+
+int TRule::IndexOfBinding(const TKBName& Name) const noexcept {
+  for (std::size_t I = 0; I < FBindings.size(); ++I)
+    if (FBindings[I]->GetName() == Name) return static_cast<int>(I);
+  return -1;
+}
+
+TBinding* TRule::GetBindingByName(const TKBName& Name) const noexcept {
+  const int Index = IndexOfBinding(Name);
+  return Index < 0 ? nullptr : FBindings[static_cast<std::size_t>(Index)].get();
+}
+
+TBinding* TRule::AddBinding(const TKBName& AName, std::int32_t AFactIndex, const std::string& ASlotIndex,
+                            std::int32_t ASubIndex) {
+  auto Binding = std::make_unique<TBinding>(AName, AFactIndex, ASlotIndex, ASubIndex);
+  for (const auto& Existing : FBindings)
+    if (Existing->Equals(Binding.get())) return Existing.get();
+  FBindings.push_back(std::move(Binding));
+  return FBindings.back().get();
+}
+
+void TRule::AddPattern(TKBPattern* Pattern) {
+  TInferenceEngine* Host = Engine();
+  if (!Host) throw EKBException(_SUnknownEngine);
+  if (!Pattern) return;
+  Pattern->SetOwner(this);
+  TKBName BoundName = Pattern->GetBoundName();
+  const bool IsNeed = Pattern->GetName().starts_with(SBackChainPrefix);
+
+  // A rule that begins with not, test or a goal template hangs from the
+  // initial fact: the network needs a positive pattern to start from.
+  if (FPatterns->IndexOf(Pattern) == 0) {
+    const IFactTemplate& Template = Pattern->GetFactTemplate();
+    const bool CannotStart = Pattern->GetNegatedCount() >= 1 || Pattern->GetName() == STestCE ||
+                             (Template && Template->IsBackwardChaining());
+    if (CannotStart && Host->GetInitialFactPattern())
+      FPatterns->Insert(0, Host->GetInitialFactPattern()->Clone(Host));
+  }
+
+  // A test pattern puts no fact in the token.
+  const int Position = FPatterns->IndexOf(Pattern);
+  std::int32_t FactIndex = Position;
+  for (int I = 0; I < Position; ++I)
+    if (FPatterns->GetItem(I)->GetName() == STestCE) --FactIndex;
+
+  if (IsNeed && BoundName.empty()) BoundName = Host->GenerateSymbol(SFactPrefix);
+  if (!BoundName.empty()) {
+    AddBinding(BoundName, FactIndex, SPatternBinding, NoSubIndex);
+    Pattern->SetBoundName(BoundName);
+  }
+
+  const bool Negated = Pattern->GetNegatedCount() >= 1;
+  TRenames Renames;
+  for (int Slot = 0; Slot < Pattern->GetSlotCount(); ++Slot) {
+    const TSlotTests* Tests = Pattern->GetSlotTests(Slot);
+    if (!Tests) continue;
+    const std::string SlotName = Pattern->GetSlotName(Slot);
+    for (TKBPatternMatchTest* Test : *Tests) {
+      if (!Test) continue;
+      const IKBValue& Value = Test->GetSlotValue();
+      if (!IsVariable(Value)) continue;
+      std::string Name = Value->GetAsString();
+      if (GetBindingByName(Name)) continue;
+      bool Renamed = false;
+      // Wildcards of different negated patterns must stay apart.
+      if (Negated && Name.starts_with(SBlankPrefix)) {
+        const std::string NewName = "_" + IntToStr(FPatterns->GetCount()) + "_" + Name;
+        Renames.emplace_back(Name, NewName);
+        if (Value->GetDType() == dtMultiVariable)
+          Value->SetAsMultiVariable(NewName);
+        else
+          Value->SetAsVariable(NewName);
+        Name = NewName;
+        Renamed = true;
+      }
+      if (!Renamed && Test->GetSlotTestType() == sttNotEquals) throw EKBException(Format(_SNegatedVariable, Name));
+      AddBinding(Name, FactIndex, SlotName, Test->GetMultiSlotSubIndex());
+    }
+  }
+  if (!Renames.empty())
+    for (int Slot = 0; Slot < Pattern->GetSlotCount(); ++Slot)
+      if (const TSlotTests* Tests = Pattern->GetSlotTests(Slot))
+        for (const TKBPatternMatchTest* Test : *Tests)
+          if (Test && Test->GetSlotValue() && Test->GetSlotValue()->GetDType() == dtFunCall)
+            SubstFunCall(Test->GetSlotValue()->GetAsFunCall(), Renames);
+  Pattern->FixTests();
+
+  // (need-x ...) is followed by (not (x ...)): the rule stays active only
+  // while the wanted fact is missing.
+  if (IsNeed) {
+    const TKBName Wanted = Pattern->GetName().substr(std::char_traits<char>::length(SBackChainPrefix));
+    auto Companion = std::make_unique<TKBPattern>(this, Pattern, Wanted, 1);
+    Companion->SetBoundName("");
+    FPatterns->Add(std::move(Companion));
+  }
+}
+
+void TRule::PatternNotification(TKBPattern* Pattern, TCollectionNotification Action) {
+  if (Action == cnAdded) AddPattern(Pattern);
+  Change(nullptr);
+}
+
+void TRule::ActionNotification(const IFunCall& Call, TCollectionNotification Action) {
+  (void)Call;
+  (void)Action;
+  Change(nullptr);
+}
+
+// ------------------------------------------------------------ change
+
+void TRule::BeginUpdate() { ++FUpdateCount; }
+
+void TRule::EndUpdate() {
+  if (FUpdateCount > 0) --FUpdateCount;
+  if (FUpdateCount == 0) Change(nullptr);
+}
+
+void TRule::Change(TObject* Sender) {
+  (void)Sender;
+  if (FUpdateCount >= 1) return;
+  if (TInferenceEngine* Host = Engine()) Host->RuleChange(this);
+  if (OnChange) OnChange(this);
+}
+
+// ------------------------------------------------------------ firing
+
+void TRule::Prepare(const IReteToken& Token, TKBContext* Context) {
+  if (!Context) return;
+  Context->SetToken(Token);
+  const TInferenceEngine* Host = Engine();
+  for (const auto& Binding : FBindings) {
+    if (Binding->GetSlotIndex() == SLocalBinding) continue;
+    const IFact Fact = Token ? Token->GetFacts(Binding->GetFactIndex()) : IFact();
+    // No fact satisfied a negated pattern or a branch: nothing to bind.
+    if (!Fact || (Host && IsNullFact(Fact, *Host))) continue;
+    IKBValue Value;
+    if (Binding->GetSlotIndex() == SPatternBinding) {
+      Value = IKBValue(new TKBValue(Fact->GetID(), dtFactId));
+    } else {
+      Value = Fact->GetValue(Binding->GetSlotIndex());
+      if (Binding->GetSubIndex() != NoSubIndex) Value = Value->GetAsList()->Get(Binding->GetSubIndex());
+    }
+    Context->AddLocalBinding(Binding->GetName(), Value);
+  }
+  Context->AddLocalBinding(SRuleBinding, IKBValue(new TKBValue(FRuleName, dtString)));
+}
+
+void TRule::Fire(const IReteToken& Token) {
+  TInferenceEngine* Host = Engine();
+  if (!Host) throw EKBException(_SUnknownEngine);
+  const std::unique_ptr<TKBContext> Context = Host->GetGlobalContext()->Push();
+  Context->ClearReturnValue();
+  try {
+    Prepare(Token, Context.get());
+    FHasFired = true;
+    // A handler that sets a return value keeps the actions from running.
+    if (OnFire) OnFire(this, Context.get());
+    // By index: an action may change the list it stands in.
+    for (int I = 0; I < FActions->GetCount() && !Context->GetReturning(); ++I)
+      if (const IFunCall Action = FActions->GetItem(I)) Action->Execute(Context.get());
+  } catch (...) {
+    EndFiring(Context.get());
+    throw;
+  }
+  EndFiring(Context.get());
+}
+
+void TRule::EndFiring(TKBContext* Context) {
+  if (Context->GetReturning()) {
+    // A return without a value leaves the module.
+    if (Context->GetReturnValue() == FCPopFocus)
+      if (TInferenceEngine* Host = Engine()) Host->PopFocus();
+    Context->ClearReturnValue();
+  }
+  Context->Pop();
+}
+
+void TRule::Reset() { FHasFired = false; }
+
+// ------------------------------------------------------------ copies and text
+
+std::string TRule::ToString() const {
+  // The rule printer takes over here; until then a rule is its name.
+  return FRuleName;
+}
+
+void TRule::Assign(TPersistent* Source) {
+  auto* Rule = dynamic_cast<TRule*>(Source);
+  if (!Rule) {
+    TComponent::Assign(Source);
+    return;
+  }
+  if (Rule == this) return;
+  BeginUpdate();
+  try {
+    if (Rule->FEngine == FEngine) {
+      SetRuleName(Rule->FRuleName);
+      SetAutoFocus(Rule->FAutoFocus);
+      SetEnabled(Rule->FEnabled);
+      SetComment(Rule->FComment);
+      SetOneShot(Rule->FOneShot);
+      SetPatterns(*Rule->FPatterns);
+      SetActions(*Rule->FActions);
+      SetSalience(Rule->FSalienceValue);
+    } else {
+      TInferenceEngine* Host = Engine();
+      if (!Host) throw EKBException(_SUnknownEngine);
+      // A rule crosses engines as text: read by this engine's rule grammar.
+      const std::unique_ptr<TRule> Copy = Host->ParseRule(Rule->ToString());
+      if (Copy) Assign(Copy.get());
+    }
+  } catch (...) {
+    EndUpdate();
+    throw;
+  }
+  EndUpdate();
+}
+
+void TRule::Reload() {
+  TInferenceEngine* Host = Engine();
+  if (FText.empty() || !Host) return;
+  const std::unique_ptr<TRule> Copy = Host->ParseRule(FText);
+  if (Copy) Assign(Copy.get());
+  FText.clear();
+  const IModule Back = FocusModule(true);
+  try {
+    if (TRules* Rules = Host->GetRules()) Rules->Add(this);
+  } catch (...) {
+    if (Back) Back->FocusModule();
+    throw;
+  }
+  if (Back) Back->FocusModule();
+}
+
+void TRule::Loaded() {
+  TComponent::Loaded();
+  TInferenceEngine* Host = Engine();
+  // An engine that is loading itself reads its rules again when it is done.
+  if (Host && !Host->GetComponentState().Contains(csLoading)) Reload();
+}
+
+void TRule::Notification(TComponent* AComponent, TOperation Operation) {
+  TComponent::Notification(AComponent, Operation);
+  if (Operation == opRemove && AComponent && AComponent == FEngine) SetEngine(nullptr);
 }
 
 }  // namespace cogent

@@ -1,0 +1,554 @@
+#include "cogent/rules/KBRule.h"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/functions/KBPackages.h"
+
+#include "../TestSupport.h"
+
+namespace cogent {
+namespace {
+
+using namespace test;
+
+IKBValue CallValue(const IFunCall& Call) { return IKBValue(new TKBValue(Call)); }
+
+IFunCall Call(const std::string& Name, std::initializer_list<IKBValue> Arguments) {
+  IFunCall Result(new TFunctionCall(Name));
+  for (const IKBValue& Argument : Arguments) Result->AddArgument(Argument);
+  return Result;
+}
+
+// An engine with the templates a (x, y, multislot items) and b (y, z), and
+// host functions that the actions call:
+//   (zz-record args...)  logs its resolved arguments as one line;
+//   (zz-return [value])  returns from the rule, with no value popping focus;
+//   (zz-fail [pop])      raises, after a return that pops focus when asked;
+//   (zz-next)            counts up from 1.
+class RuleTest : public ::testing::Test {
+protected:
+  RuleTest() {
+    A = Template("a", {"x", "y"}, {"items"});
+    B = Template("b", {"y", "z"}, {});
+    Host("zz-record", [this](const IFunCall& Call, TKBContext* Context, IKBValue& Result) {
+      std::string Line;
+      for (int I = 0; I < Call->GetArgumentCount(); ++I)
+        Line += (I ? " " : "") + Call->GetArgument(I)->Resolve(Context)->ToString();
+      Log.push_back(Line);
+      Result = FCTrue;
+    });
+    Host("zz-return", [](const IFunCall& Call, TKBContext* Context, IKBValue& Result) {
+      Context->SetReturnValue(Call->GetArgumentCount() ? Call->GetArgument(0)->Resolve(Context) : FCPopFocus);
+      Result = FCTrue;
+    });
+    Host("zz-fail", [](const IFunCall& Call, TKBContext* Context, IKBValue&) {
+      if (Call->GetArgumentCount()) Context->SetReturnValue(FCPopFocus);
+      throw EKBException("zz-fail failed");
+    });
+    Host("zz-next", [this](const IFunCall&, TKBContext*, IKBValue& Result) { Result = Int(++Counter); });
+  }
+
+  IFactTemplate Template(const std::string& Name, std::initializer_list<const char*> Slots,
+                         std::initializer_list<const char*> MultiSlots) {
+    IFactTemplate T(new TFactTemplate(&Engine, Name));
+    for (const char* Slot : Slots) T->AddSlot(Slot, Atom("none"));
+    for (const char* Slot : MultiSlots) T->AddMultiSlot(Slot, FCNilList);
+    Engine.GetFactTemplates()->Add(T);
+    return T;
+  }
+
+  void Host(const std::string& Name, std::function<void(const IFunCall&, TKBContext*, IKBValue&)> Body) {
+    auto* Function = new TUserFunction(&Engine, Name);
+    Function->OnCall = [Body](TObject*, const IFunCall& Call, TKBContext* Context, IKBValue& Result) {
+      Body(Call, Context, Result);
+    };
+    Function->SetEngine(&Engine);
+  }
+
+  static std::unique_ptr<TKBPattern> Pattern(const IFactTemplate& T, std::int32_t Negated = 0) {
+    return std::make_unique<TKBPattern>(nullptr, T->GetTemplateName(), T, Negated);
+  }
+
+  // (test (Call)), negated inside an odd number of not.
+  std::unique_ptr<TKBPattern> TestPattern(const IFunCall& Call) {
+    auto Result = std::make_unique<TKBPattern>(nullptr, STestCE, Engine.CreateFactTemplate(STestCE), 0);
+    Result->AddTest(SDefaultSlotName, CallValue(Call), NoSubIndex, false, true);
+    return Result;
+  }
+
+  // Owned by the engine, in no table yet.
+  TRule* NewRule(const std::string& Name) { return new TRule(&Engine, "", Name); }
+
+  // "name@fact.slot[.sub]" per binding, in order.
+  static std::string Bindings(const TRule& Rule) {
+    std::string Result;
+    for (int I = 0; I < Rule.GetBindingCount(); ++I) {
+      const TBinding* B = Rule.GetBinding(I);
+      if (I) Result += ", ";
+      Result += B->GetName() + "@" + IntToStr(B->GetFactIndex()) + "." + B->GetSlotIndex();
+      if (B->GetSubIndex() != NoSubIndex) Result += "." + IntToStr(B->GetSubIndex());
+    }
+    return Result;
+  }
+
+  static std::string Names(const TRule& Rule) {
+    std::string Result;
+    for (const TKBPattern* P : *Rule.GetPatterns()) Result += (Result.empty() ? "" : " ") + P->GetName();
+    return Result;
+  }
+
+  static IReteToken Token(std::initializer_list<IFact> Facts) {
+    IReteToken Result;
+    for (const IFact& Fact : Facts)
+      Result = Result ? IReteToken(new TKBToken(Result, Fact)) : IReteToken(new TKBToken(taAdd, Fact));
+    return Result;
+  }
+
+  IFact FactA(std::int32_t Id, const IKBValue& X, const IKBValue& Items) {
+    IFact Fact = A->NewFact();
+    Fact->SetID(Id);
+    Fact->SetValue("x", X);
+    Fact->SetValue("items", Items);
+    return Fact;
+  }
+
+  TInferenceEngine Engine;
+  IFactTemplate A, B;
+  std::vector<std::string> Log;
+  int Counter = 0;
+};
+
+TEST_F(RuleTest, PatternsGiveBindingsAndFactIndices) {
+  // ?p <- (a (x ?x) (items ? ?i)) (test (zz-record ?x)) ?f <- (b (y ?x) (z ?z))
+  TRule* Rule = NewRule("r1");
+  auto First = Pattern(A);
+  First->SetBoundName("p");
+  First->AddTest("x", Var("x"), NoSubIndex, false, true);
+  First->AddTest("items", Var("i"), 1, false, true);
+  Rule->GetPatterns()->Add(std::move(First));
+  Rule->GetPatterns()->Add(TestPattern(Call("zz-record", {Var("x")})));
+  auto Third = Pattern(B);
+  Third->SetBoundName("f");
+  Third->AddTest("y", Var("x"), NoSubIndex, false, true);
+  Third->AddTest("z", Var("z"), NoSubIndex, false, true);
+  TKBPattern* ThirdP = Third.get();
+  EXPECT_EQ(Rule->GetPatterns()->Add(std::move(Third)), 2);
+
+  // A positive first pattern needs no initial fact; the test takes no place
+  // in the token, so the last pattern is fact 1; ?x stays bound to fact 0.
+  EXPECT_EQ(Names(*Rule), "a test b");
+  EXPECT_EQ(Bindings(*Rule), "p@0.__PATTERN, i@0.items.1, x@0.x, f@1.__PATTERN, z@1.z");
+  EXPECT_EQ(ThirdP->GetOwner(), Rule);
+  EXPECT_EQ(ThirdP->GetBoundName(), "f");
+
+  // An equal binding is the one that stands; names are exact.
+  TBinding* X = Rule->GetBindingByName("x");
+  EXPECT_EQ(Rule->AddBinding("x", 0, "x", NoSubIndex), X);
+  EXPECT_EQ(Rule->GetBindingCount(), 5);
+  EXPECT_NE(Rule->AddBinding("x", 1, "y", NoSubIndex), X);
+  EXPECT_EQ(Rule->GetBindingCount(), 6);
+  EXPECT_EQ(Rule->IndexOfBinding("x"), 2);
+  EXPECT_EQ(Rule->GetBindingByName("X"), nullptr);
+  EXPECT_EQ(ErrorOf([&] { Rule->GetBinding(6); }), Format(SListIndexError, 6));
+
+  // Alternatives are folded on entry: (a (x red|blue)) binds a fresh
+  // wildcard and tests it with (or ...).
+  TRule* Alternatives = NewRule("r2");
+  auto P = Pattern(A);
+  P->AddTest("x", Atom("red"), NoSubIndex, false, true);
+  P->AddTest("x", Atom("blue"), NoSubIndex, false, false);
+  TKBPattern* Folded = P.get();
+  Alternatives->GetPatterns()->Add(std::move(P));
+  ASSERT_EQ(Alternatives->GetBindingCount(), 1);
+  const TBinding* Binder = Alternatives->GetBinding(0);
+  EXPECT_TRUE(Binder->GetName().starts_with(SBlankPrefix));
+  EXPECT_EQ(Binder->GetFactIndex(), 0);
+  EXPECT_EQ(Binder->GetSlotIndex(), "x");
+  const int Line = Folded->IndexOfSlotName("x");
+  ASSERT_EQ(Folded->GetSlotTestCount(Line), 2);
+  EXPECT_EQ(Folded->GetSlotTest(Line, 0)->GetSlotValue()->GetAsString(), Binder->GetName());
+  EXPECT_EQ(Folded->GetSlotTest(Line, 1)->GetSlotValue()->GetDType(), dtFunCall);
+}
+
+TEST_F(RuleTest, RulesThatCannotStartHangFromTheInitialFact) {
+  // (not (a (x ?_blank_9) (y :(zz-record ?_blank_9)))) (b (y ?y))
+  TRule* NotFirst = NewRule("not-first");
+  auto Negated = Pattern(A, 1);
+  Negated->AddTest("x", Var("_blank_9"), NoSubIndex, false, true);
+  Negated->AddTest("y", CallValue(Call("zz-record", {Var("_blank_9")})), NoSubIndex, false, true);
+  TKBPattern* NegatedP = Negated.get();
+  NotFirst->GetPatterns()->Add(std::move(Negated));
+  auto Second = Pattern(B);
+  Second->AddTest("y", Var("y"), NoSubIndex, false, true);
+  NotFirst->GetPatterns()->Add(std::move(Second));
+  EXPECT_EQ(Names(*NotFirst), "Initial-Fact a b");
+  EXPECT_EQ(NotFirst->GetPatterns()->GetItem(0)->GetOwner(), NotFirst);
+  EXPECT_NE(NotFirst->GetPatterns()->GetItem(0), Engine.GetInitialFactPattern());
+  // The wildcard of the negated pattern is renamed, in its test and in the
+  // call that uses it, before it is bound.
+  EXPECT_EQ(Bindings(*NotFirst), "_2__blank_9@1.x, y@2.y");
+  const int X = NegatedP->IndexOfSlotName("x");
+  const int Y = NegatedP->IndexOfSlotName("y");
+  EXPECT_EQ(NegatedP->GetSlotTest(X, 0)->GetSlotValue()->GetAsString(), "_2__blank_9");
+  EXPECT_EQ(NegatedP->GetSlotTest(Y, 0)->GetSlotValue()->GetAsFunCall()->ToString(), "(zz-record ?_2__blank_9)");
+
+  // A test first, and a goal template first, likewise; a later test does
+  // not count as a fact.
+  TRule* TestFirst = NewRule("test-first");
+  TestFirst->GetPatterns()->Add(TestPattern(Call("zz-record", {Int(1)})));
+  auto Later = Pattern(A);
+  Later->SetBoundName("a");
+  TestFirst->GetPatterns()->Add(std::move(Later));
+  EXPECT_EQ(Names(*TestFirst), "Initial-Fact test a");
+  EXPECT_EQ(Bindings(*TestFirst), "a@1.__PATTERN");
+
+  const IFactTemplate Goal = Template("goal", {"v"}, {});
+  Goal->SetBackwardChaining(true);
+  TRule* GoalFirst = NewRule("goal-first");
+  GoalFirst->GetPatterns()->Add(Pattern(Goal));
+  EXPECT_EQ(Names(*GoalFirst), "Initial-Fact goal");
+  // exists counts as negated when the rule starts.
+  TRule* ExistsFirst = NewRule("exists-first");
+  ExistsFirst->GetPatterns()->Add(Pattern(B, 2));
+  EXPECT_EQ(Names(*ExistsFirst), "Initial-Fact b");
+}
+
+TEST_F(RuleTest, NegatedFirstUseAndMissingEngine) {
+  // (a (x ~?x)) can't compile; the pattern stays in the list.
+  TRule* Rule = NewRule("r1");
+  auto Bad = Pattern(A);
+  Bad->AddTest("y", Var("y"), NoSubIndex, false, true);
+  Bad->AddTest("x", Var("x"), NoSubIndex, true, true);
+  EXPECT_EQ(ErrorOf([&] { Rule->GetPatterns()->Add(std::move(Bad)); }),
+            "First Use of Variable is negated, variable name is x");
+  EXPECT_EQ(Rule->GetPatterns()->GetCount(), 1);
+
+  // Once bound, ~?x is a test; a renamed wildcard is no first use.
+  TRule* Fine = NewRule("r2");
+  auto First = Pattern(A);
+  First->AddTest("x", Var("x"), NoSubIndex, false, true);
+  Fine->GetPatterns()->Add(std::move(First));
+  auto Second = Pattern(B, 1);
+  Second->AddTest("y", Var("x"), NoSubIndex, true, true);
+  Second->AddTest("z", Var("_blank_3"), NoSubIndex, true, true);
+  Fine->GetPatterns()->Add(std::move(Second));
+  EXPECT_EQ(Bindings(*Fine), "x@0.x, _2__blank_3@1.z");
+
+  // Without an engine a rule takes no pattern, fires nothing and cannot
+  // copy a rule of an engine.
+  TRule Free(nullptr, "", "free");
+  EXPECT_EQ(ErrorOf([&] { Free.GetPatterns()->Add(Pattern(A)); }), "Unknown/Undefined Inference Engine");
+  EXPECT_EQ(ErrorOf([&] { Free.Fire(Token({A->NewFact()})); }), "Unknown/Undefined Inference Engine");
+  EXPECT_FALSE(Free.GetHasFired());
+  EXPECT_EQ(ErrorOf([&] { Free.Assign(Fine); }), "Unknown/Undefined Inference Engine");
+  EXPECT_EQ(Free.GetRuleName(), "free");
+}
+
+TEST_F(RuleTest, NeedPatternGetsBoundNameAndCompanion) {
+  // (need-a ?v ?_blank_4)
+  const IFactTemplate NeedA = Engine.CreateFactTemplate("need-a");
+  TRule* Rule = NewRule("answer");
+  auto Need = std::make_unique<TKBPattern>(nullptr, "need-a", NeedA, 0);
+  Need->AddTest(SDefaultSlotName, Var("v"), 0, false, true);
+  Need->AddTest(SDefaultSlotName, Var("_blank_4"), 1, false, true);
+  Rule->GetPatterns()->Add(std::move(Need));
+
+  ASSERT_EQ(Names(*Rule), "need-a a");
+  const TKBPattern* Goal = Rule->GetPatterns()->GetItem(0);
+  const TKBPattern* Companion = Rule->GetPatterns()->GetItem(1);
+  EXPECT_TRUE(Goal->GetBoundName().starts_with(SFactPrefix));
+  EXPECT_EQ(Companion->GetNegatedCount(), 1);
+  EXPECT_EQ(Companion->GetBoundName(), "");
+  EXPECT_EQ(Companion->GetOwner(), Rule);
+  // The companion repeats the tests; its wildcard is its own.
+  const int Line = Companion->IndexOfSlotName(SDefaultSlotName);
+  ASSERT_EQ(Companion->GetSlotTestCount(Line), 2);
+  EXPECT_EQ(Companion->GetSlotTest(Line, 0)->GetSlotValue()->GetAsString(), "v");
+  const std::string Wildcard = Companion->GetSlotTest(Line, 1)->GetSlotValue()->GetAsString();
+  EXPECT_TRUE(Wildcard.starts_with("_2__blank_")) << Wildcard;
+  EXPECT_NE(Wildcard, "_2__blank_4");
+  EXPECT_EQ(Bindings(*Rule), Goal->GetBoundName() + "@0.__PATTERN, v@0.__Data.0, _blank_4@0.__Data.1, " + Wildcard +
+                                 "@1.__Data.1");
+
+  // Copying the patterns makes the companion again rather than twice.
+  TRule* Copy = NewRule("copy");
+  Copy->SetPatterns(*Rule->GetPatterns());
+  EXPECT_EQ(Names(*Copy), "need-a a");
+  EXPECT_EQ(Copy->GetPatterns()->GetItem(0)->GetBoundName(), Goal->GetBoundName());
+  EXPECT_EQ(Copy->GetBindingCount(), 4);
+}
+
+TEST_F(RuleTest, FiringRunsTheActionsOnTheTokensValues) {
+  // ?p <- (a (x ?x) (items ? ?i)) (test ...) (not (b (y ?x) (z ?z)))
+  //   => (zz-record ?x ?i ?p ?__RULE) (zz-record done)
+  TRule* Rule = NewRule("r1");
+  auto First = Pattern(A);
+  First->SetBoundName("p");
+  First->AddTest("x", Var("x"), NoSubIndex, false, true);
+  First->AddTest("items", Var("i"), 1, false, true);
+  Rule->GetPatterns()->Add(std::move(First));
+  Rule->GetPatterns()->Add(TestPattern(Call("zz-record", {Var("x")})));
+  auto Missing = Pattern(B, 1);
+  Missing->AddTest("y", Var("x"), NoSubIndex, false, true);
+  Missing->AddTest("z", Var("z"), NoSubIndex, false, true);
+  Rule->GetPatterns()->Add(std::move(Missing));
+  Rule->GetActions()->Add(Call("zz-record", {Var("x"), Var("i"), Var("p"), Var(SRuleBinding)}));
+  Rule->GetActions()->Add(Call("zz-record", {Atom("done")}));
+
+  bool SawNoZ = false;
+  Rule->OnFire = [&](TObject* Sender, TKBContext* Context) {
+    EXPECT_EQ(Sender, Rule);
+    // The negated pattern holds the null fact: ?z stays unbound.
+    SawNoZ = Context->FindBinding("z") == nullptr && Context->FindBinding("x") != nullptr;
+  };
+  const IFact Fact = FactA(7, Int(5), List({Atom("one"), Atom("two")}));
+  Rule->Fire(Token({Fact, Engine.GetNullFact()}));
+  EXPECT_TRUE(SawNoZ);
+  const std::string Id = IKBValue(new TKBValue(7, dtFactId))->ToString();
+  EXPECT_EQ(Log, (std::vector<std::string>{"5 two " + Id + " \"r1\"", "done"}));
+  EXPECT_TRUE(Rule->GetHasFired());
+  // The firing's bindings die with its context.
+  EXPECT_EQ(Engine.GetGlobalContext()->FindBinding("x"), nullptr);
+  EXPECT_FALSE(Engine.GetGlobalContext()->GetReturning());
+  Rule->Reset();
+  EXPECT_FALSE(Rule->GetHasFired());
+
+  // A handler that returns keeps the actions from running; the rule has
+  // still fired.
+  Log.clear();
+  Rule->OnFire = [](TObject*, TKBContext* Context) { Context->SetReturnValue(FCTrue); };
+  Rule->Fire(Token({Fact, Engine.GetNullFact()}));
+  EXPECT_TRUE(Log.empty());
+  EXPECT_TRUE(Rule->GetHasFired());
+  EXPECT_FALSE(Engine.GetGlobalContext()->GetReturning());
+}
+
+TEST_F(RuleTest, ReturnStopsTheActionsAndPopsTheFocusOnce) {
+  IModule Other(new TModule(&Engine, false));
+  Other->SetName("OTHER");
+  Engine.AddModule(Other);
+  int Pops = 0;
+  Engine.OnPopFocus = [&](TObject*, const IModule&) { ++Pops; };
+
+  TRule* Rule = NewRule("r1");
+  Rule->GetPatterns()->Add(Pattern(A));
+  Rule->GetActions()->Add(Call("zz-record", {Int(1)}));
+  Rule->GetActions()->Add(Call("zz-return", {}));
+  Rule->GetActions()->Add(Call("zz-record", {Int(3)}));
+  Engine.PushFocus(Other);
+  const int Depth = Engine.GetFocusStack()->GetCount();
+  Rule->Fire(Token({A->NewFact()}));
+  EXPECT_EQ(Log, std::vector<std::string>{"1"});
+  EXPECT_EQ(Pops, 1);
+  EXPECT_EQ(Engine.GetFocusStack()->GetCount(), Depth - 1);
+  EXPECT_EQ(Engine.GetCurrentFocus()->GetName(), "MAIN");
+  EXPECT_FALSE(Engine.GetGlobalContext()->GetReturning());
+
+  // A return with a value only stops the actions.
+  Log.clear();
+  Rule->GetActions()->SetItem(1, Call("zz-return", {Int(9)}));
+  Rule->Fire(Token({A->NewFact()}));
+  EXPECT_EQ(Log, std::vector<std::string>{"1"});
+  EXPECT_EQ(Pops, 1);
+  EXPECT_FALSE(Engine.GetGlobalContext()->GetReturning());
+}
+
+TEST_F(RuleTest, AnActionThatRaisesStillEndsTheFiring) {
+  IModule Other(new TModule(&Engine, false));
+  Other->SetName("OTHER");
+  Engine.AddModule(Other);
+  Engine.PushFocus(Other);
+  const int Depth = Engine.GetFocusStack()->GetCount();
+
+  TRule* Rule = NewRule("r1");
+  auto P = Pattern(A);
+  P->AddTest("x", Var("x"), NoSubIndex, false, true);
+  Rule->GetPatterns()->Add(std::move(P));
+  Rule->GetActions()->Add(Call("zz-record", {Var("x")}));
+  Rule->GetActions()->Add(Call("zz-fail", {}));
+  Rule->GetActions()->Add(Call("zz-record", {Atom("after")}));
+  const IReteToken Fired = Token({FactA(1, Int(4), FCNilList)});
+
+  EXPECT_EQ(ErrorOf([&] { Rule->Fire(Fired); }), "zz-fail failed");
+  EXPECT_EQ(Log, std::vector<std::string>{"4"});
+  EXPECT_TRUE(Rule->GetHasFired());
+  EXPECT_EQ(Engine.GetFocusStack()->GetCount(), Depth);
+  EXPECT_EQ(Engine.GetGlobalContext()->FindBinding("x"), nullptr);
+
+  // A return seen before the error still pops the focus.
+  Rule->GetActions()->SetItem(1, Call("zz-fail", {Atom("pop")}));
+  EXPECT_EQ(ErrorOf([&] { Rule->Fire(Fired); }), "zz-fail failed");
+  EXPECT_EQ(Engine.GetFocusStack()->GetCount(), Depth - 1);
+  EXPECT_FALSE(Engine.GetGlobalContext()->GetReturning());
+
+  // An error from OnFire ends the firing the same way, and the rule fires
+  // normally afterwards.
+  Rule->OnFire = [](TObject*, TKBContext*) { throw EKBException("handler failed"); };
+  EXPECT_EQ(ErrorOf([&] { Rule->Fire(Fired); }), "handler failed");
+  Rule->OnFire = nullptr;
+  Rule->GetActions()->Delete(1);
+  Log.clear();
+  Rule->Fire(Fired);
+  EXPECT_EQ(Log, (std::vector<std::string>{"4", "after"}));
+}
+
+TEST_F(RuleTest, SalienceIsEvaluatedFromItsExpression) {
+  TRule* Rule = NewRule("r1");
+  EXPECT_EQ(Rule->GetSalience(), 0);
+  EXPECT_EQ(Rule->GetSalienceValue()->GetDType(), dtInteger);
+  int Changes = 0;
+  Rule->OnChange = [&](TObject*) { ++Changes; };
+
+  // An expression is read again at each evaluation, whichever mode the
+  // agenda runs in, and stays the rule's salience.
+  Rule->SetSalience(CallValue(Call("zz-next", {})));
+  EXPECT_EQ(Rule->GetSalience(), 1);
+  EXPECT_EQ(Rule->EvaluateSalience(), 2);
+  EXPECT_EQ(Rule->EvaluateSalience(), 3);
+  EXPECT_EQ(Rule->GetSalience(), 3);
+  EXPECT_EQ(Rule->GetSalienceValue()->GetDType(), dtFunCall);
+  EXPECT_EQ(Changes, 0);
+
+  // The integer property replaces it by a plain number, only on a change.
+  Rule->SetSalience(10);
+  EXPECT_EQ(Rule->GetSalienceValue()->GetAsInteger(), 10);
+  EXPECT_EQ(Rule->EvaluateSalience(), 10);
+  EXPECT_EQ(Changes, 1);
+  Rule->SetSalience(10);
+  EXPECT_EQ(Changes, 1);
+  // Many changes in one update are one change.
+  Rule->BeginUpdate();
+  Rule->SetSalience(-5);
+  Rule->SetSalience(20);
+  Rule->GetActions()->Add(Call("zz-record", {}));
+  EXPECT_EQ(Changes, 1);
+  Rule->EndUpdate();
+  EXPECT_EQ(Changes, 2);
+  EXPECT_EQ(Rule->GetSalience(), 20);
+
+  // An expression that fails is refused; the salience stays as it was.
+  EXPECT_EQ(ErrorOf([&] { Rule->SetSalience(CallValue(Call("zz-fail", {}))); }), "zz-fail failed");
+  EXPECT_EQ(Rule->GetSalience(), 20);
+  EXPECT_EQ(Rule->GetSalienceValue()->GetAsInteger(), 20);
+  EXPECT_FALSE(Engine.GetGlobalContext()->GetReturning());
+
+  // Without an engine only a number can be read.
+  TRule Free(nullptr);
+  Free.SetSalience(Flt(4.7));
+  EXPECT_EQ(Free.GetSalience(), 4);
+  Free.SetSalience(CallValue(Call("zz-next", {})));
+  EXPECT_EQ(Free.EvaluateSalience(), 4);
+}
+
+TEST_F(RuleTest, NamesTablesAndModules) {
+  TRules* Rules = Engine.GetRules();
+  TRule* Rule = NewRule("r1");
+  EXPECT_FALSE(Rules->ContainsKey("r1"));
+  Rules->Add(Rule);
+  EXPECT_EQ(Rules->Get("r1"), Rule);
+  EXPECT_EQ(Rule->GetEngine(), &Engine);
+
+  // A new name re-keys the table; a taken or invalid one changes nothing.
+  Rule->SetRuleName("r2");
+  EXPECT_FALSE(Rules->ContainsKey("r1"));
+  EXPECT_EQ(Rules->Get("r2"), Rule);
+  TRule* Taken = NewRule("r3");
+  Rules->Add(Taken);
+  EXPECT_EQ(ErrorOf([&] { Rule->SetRuleName("r3"); }), "Duplicate Rules defined with same name: \"r3\"");
+  EXPECT_EQ(ErrorOf([&] { Rule->SetRuleName("r 4"); }), "\"r 4\" contains unexpected character: \" \"");
+  EXPECT_EQ(Rule->GetRuleName(), "r2");
+  EXPECT_EQ(Rules->Get("r2"), Rule);
+  EXPECT_EQ(Rules->Get("r3"), Taken);
+
+  // A rule made without an engine enters the table with one, takes an id,
+  // and leaves it when freed; so does a rule of the engine.
+  {
+    TRule Free(nullptr);
+    EXPECT_EQ(Free.GetRuleName(), "Rule_0");
+    Free.SetEngine(&Engine);
+    EXPECT_EQ(Rules->Get("Rule_0"), &Free);
+    EXPECT_GT(Free.GetID(), Taken->GetID());
+  }
+  EXPECT_FALSE(Rules->ContainsKey("Rule_0"));
+  delete Taken;
+  EXPECT_FALSE(Rules->ContainsKey("r3"));
+  // Leaving the engine leaves the table; the engine's rule stays alive.
+  Rule->SetEngine(nullptr);
+  EXPECT_FALSE(Rules->ContainsKey("r2"));
+  Rule->SetEngine(&Engine);
+  EXPECT_EQ(Rules->Get("r2"), Rule);
+
+  // A rule moves between the tables of modules and takes a new id; the
+  // current module stays.
+  IModule Other(new TModule(&Engine, false));
+  Other->SetName("OTHER");
+  Engine.AddModule(Other);
+  const IModule Main = Engine.GetModules()->Get(0);
+  Main->FocusModule();
+  const std::int32_t OldId = Rule->GetID();
+  Rule->SetModule("OTHER");
+  EXPECT_EQ(Engine.GetCurrentModule(), Main);
+  EXPECT_FALSE(Rules->ContainsKey("r2"));
+  EXPECT_EQ(Other->GetRules()->Get("r2"), Rule);
+  EXPECT_NE(Rule->GetID(), OldId);
+  EXPECT_EQ(ErrorOf([&] { Rule->SetModule("NOWHERE"); }), "No such module with name=NOWHERE exists");
+  EXPECT_EQ(Rule->GetModule(), "OTHER");
+  // Renaming works in the rule's own module.
+  Rule->SetRuleName("r5");
+  EXPECT_EQ(Other->GetRules()->Get("r5"), Rule);
+  EXPECT_EQ(Engine.GetCurrentModule(), Main);
+  Rule->SetModule("");
+  EXPECT_EQ(Rules->Get("r5"), Rule);
+  EXPECT_EQ(Other->GetRules()->GetCount(), 0);
+
+  // An engine that goes first leaves its rules without an engine.
+  auto* Short = new TInferenceEngine();
+  TRule Outlives(nullptr, "", "outlives");
+  Outlives.SetEngine(Short);
+  EXPECT_EQ(Short->GetRules()->Get("outlives"), &Outlives);
+  delete Short;
+  EXPECT_EQ(Outlives.GetEngine(), nullptr);
+}
+
+TEST_F(RuleTest, AssignCopiesARuleOfTheSameEngine) {
+  TRule* Source = NewRule("source");
+  auto P = Pattern(A);
+  P->AddTest("x", Var("x"), NoSubIndex, false, true);
+  Source->GetPatterns()->Add(std::move(P));
+  Source->GetPatterns()->Add(Pattern(B, 1));
+  const IFunCall Action = Call("zz-record", {Var("x")});
+  Source->GetActions()->Add(Action);
+  Source->SetSalience(CallValue(Call("zz-next", {})));
+  Source->SetComment("copied");
+  Source->SetOneShot(true);
+  Source->SetAutoFocus(true);
+  Source->SetEnabled(false);
+
+  TRule* Target = NewRule("target");
+  int Changes = 0;
+  Target->OnChange = [&](TObject*) { ++Changes; };
+  Target->Assign(Source);
+  EXPECT_EQ(Changes, 1);
+  EXPECT_EQ(Target->GetRuleName(), "source");
+  EXPECT_EQ(Target->GetComment(), "copied");
+  EXPECT_TRUE(Target->GetOneShot());
+  EXPECT_TRUE(Target->GetAutoFocus());
+  EXPECT_FALSE(Target->GetEnabled());
+  EXPECT_EQ(Names(*Target), "a b");
+  EXPECT_NE(Target->GetPatterns()->GetItem(0), Source->GetPatterns()->GetItem(0));
+  EXPECT_EQ(Target->GetPatterns()->GetItem(0)->GetOwner(), Target);
+  EXPECT_EQ(Bindings(*Target), Bindings(*Source));
+  ASSERT_EQ(Target->GetActions()->GetCount(), 1);
+  EXPECT_EQ(Target->GetActions()->GetItem(0), Action);
+  EXPECT_EQ(Target->GetSalience(), 2);
+  EXPECT_EQ(Target->GetSalienceValue()->GetDType(), dtFunCall);
+}
+
+}  // namespace
+}  // namespace cogent
