@@ -17,6 +17,10 @@ int main() {
   for (int I = 0; I < Engine.GetFactTemplates()->GetCount(); ++I)
     std::cout << " " << Engine.GetFactTemplates()->GetItemByIndex(I)->GetTemplateName();
   std::cout << "\n";
+  Engine.Assert("(colour red)");
+  Engine.Assert("(point 1 2.5 \"origin\")");
+  // An equal fact is refused unless FactDuplication is set.
+  std::cout << "Asserting (colour red) again gives " << Engine.Assert("(colour red)") << "\n";
   std::cout << "Facts:\n" << Engine.GetFacts()->GetToIDString() << "\n";
 
   IValueVector Items(new TValueVector());
