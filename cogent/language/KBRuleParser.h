@@ -137,6 +137,12 @@ private:
   TInferenceEngine* FEngine;
   TKBRuleStream* FRuleStream = nullptr;
   TStringList<TSlotArgRecord> FSlotFunctions;
+  // How deep the calls being read are nested: the grammar recurses, so text
+  // nested without end must end in a parse error, not in a stack overflow.
+  int FCallDepth = 0;
 };
+
+// Calls nested deeper than this are refused by the parser.
+inline constexpr int MaxCallNesting = 500;
 
 }  // namespace cogent

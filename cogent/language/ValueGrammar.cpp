@@ -291,6 +291,13 @@ std::string TKBRuleParser::ParseFactSlot(const IFact& Fact) {
 
 IFunCall TKBRuleParser::ParseFunCall() {
   TKBRuleStream& Tokens = Stream();
+  struct TDepth {
+    int& Depth;
+    explicit TDepth(int& ADepth) : Depth(++ADepth) {}
+    ~TDepth() { --Depth; }
+  } Depth(FCallDepth);
+  if (FCallDepth > MaxCallNesting)
+    ParseError("ParseFunCall", Format(_SSyntaxError, Format("calls nested more than %d deep", MaxCallNesting)));
   const IStreamToken Open = Tokens.NextToken();
   if (Open->GetDataType() != '(') ParseError("ParseFunCall", _SMissingOpenParens);
   // Comments before a call travel with it.

@@ -522,3 +522,27 @@ TEST(ValueGrammarTest, FactsAndSlotsTravelAsText) {
 
 }  // namespace
 }  // namespace cogent
+
+namespace cogent {
+namespace {
+
+TEST(ValueGrammarTest, CallsNestedWithoutEndAreRefused) {
+  TInferenceEngine Engine;
+  const auto Nested = [](int Depth) {
+    std::string Text;
+    for (int I = 0; I < Depth; ++I) Text += "(f ";
+    return Text + "1" + std::string(static_cast<std::size_t>(Depth), ')');
+  };
+  const IFunCall Deepest = Engine.ParseFunCall(Nested(MaxCallNesting));
+  ASSERT_TRUE(Deepest);
+  EXPECT_EQ(Deepest->GetName(), "f");
+  // The engine survives text nested far deeper than any program needs.
+  const std::string Error = test::ErrorOf([&] { Engine.ParseFunCall(Nested(100000)); });
+  EXPECT_EQ(Error.rfind("Parsing Error, Syntax Error: calls nested more than 500 deep in ParseFunCall at line 1: ", 0),
+            0u)
+      << Error.substr(0, 200);
+  EXPECT_EQ(Engine.ParseFunCall("(g 1)")->ToString(), "(g 1)");
+}
+
+}  // namespace
+}  // namespace cogent
