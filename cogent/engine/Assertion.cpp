@@ -8,6 +8,7 @@
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/language/KBRuleParser.h"
 #include "cogent/matching/ReteNetwork.h"
+#include "cogent/values/KBDefinedType.h"
 
 namespace cogent {
 
@@ -219,5 +220,23 @@ std::string TInferenceEngine::PrettyPrint(const IFact& Fact) const { return coge
 std::string TInferenceEngine::PrettyPrint(const TFact& Fact) const { return cogent::PrettyPrint(Fact); }
 
 std::string TInferenceEngine::PrettyPrint(const IFunCall& FunCall) const { return cogent::PrettyPrint(FunCall); }
+
+namespace {
+
+bool PrintsModuleQualifiers(const TKBParser* Parser) { return Parser == nullptr || Parser->GetPrintModuleQualifiers(); }
+
+}  // namespace
+
+std::string TInferenceEngine::PrettyPrint(const IFactTemplate& Template) const {
+  return Template ? cogent::PrettyPrint(*Template, PrintsModuleQualifiers(GetParser())) : std::string();
+}
+
+std::string TInferenceEngine::PrettyPrint(const IFactSlot& Slot) const {
+  return Slot ? cogent::PrettyPrint(*Slot) : std::string();
+}
+
+std::string TInferenceEngine::PrettyPrint(const IKBDefinedType& DefinedType) const {
+  return DefinedType ? cogent::PrettyPrint(*DefinedType, PrintsModuleQualifiers(GetParser())) : std::string();
+}
 
 }  // namespace cogent

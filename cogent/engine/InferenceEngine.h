@@ -116,6 +116,7 @@ public:
   // Re-keys Template in the tables that hold it; raises _SDuplicateTemplateNames
   // when another template has NewName.
   virtual void RenameFactTemplate(TFactTemplate* Template, const TKBName& OldName, const TKBName& NewName);
+  void RenameDefinedType(TKBDefinedType* DefinedType, const TKBName& OldName, const TKBName& NewName) override;
   // Takes Template out of every module's table.
   virtual void RemoveDependencies(const IFactTemplate& Template);
 
@@ -177,6 +178,10 @@ public:
   std::string PrettyPrint(const IFact& Fact) const;
   std::string PrettyPrint(const TFact& Fact) const;
   std::string PrettyPrint(const IFunCall& FunCall) const;
+  // Templates and types are written with module qualifiers when the
+  // engine's parser says so.
+  std::string PrettyPrint(const IFactTemplate& Template) const;
+  std::string PrettyPrint(const IFactSlot& Slot) const;
 
   // ------------------------------------------------------------ the current module's collections
   TKBAgenda* GetAgenda() const noexcept { return FAgenda; }
@@ -331,6 +336,7 @@ public:
   // The engine's table under the function view; functions call these as
   // they register and leave.
   std::string PrettyPrint(const IUserFunction& UserFunction) const override;
+  std::string PrettyPrint(const IKBDefinedType& DefinedType) const override;
   void AddUserFunction(const IUserFunction& UserFunction) override;
   void RemoveUserFunction(const IUserFunction& UserFunction) override;
   bool ContainsUserFunction(const std::string& Name) const override;

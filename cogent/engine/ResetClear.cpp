@@ -127,6 +127,22 @@ void TInferenceEngine::RenameFactTemplate(TFactTemplate* Template, const TKBName
   for (TFactTemplates* Table : Tables) Table->Rekey(Renamed, OldName, NewName);
 }
 
+void TInferenceEngine::RenameDefinedType(TKBDefinedType* DefinedType, const TKBName& OldName, const TKBName& NewName) {
+  if (!DefinedType || OldName == NewName) return;
+  const IKBDefinedType Renamed(DefinedType);
+  std::vector<TKBDefinedTypes*> Tables;
+  for (const IModule& Module : *FModules) {
+    TKBDefinedTypes* Table = Module ? Module->GetDefinedTypes() : nullptr;
+    IKBDefinedType Stored;
+    if (!Table || !Table->TryGetValue(OldName, Stored) || Stored != Renamed) continue;
+    IKBDefinedType Other;
+    if (Table->TryGetValue(NewName, Other) && Other != Renamed)
+      throw EKBException(Format(_SDuplicateDefTypeNames, NewName));
+    Tables.push_back(Table);
+  }
+  for (TKBDefinedTypes* Table : Tables) Table->Rekey(Renamed, OldName, NewName);
+}
+
 void TInferenceEngine::RemoveDependencies(const IFactTemplate& Template) {
   if (!Template) return;
   // Rules, facts and templates that depend on it go too once redefinition exists.

@@ -41,6 +41,14 @@ public:
   // ------------------------------------------------------------ functions
   // A function's description: its name, comment and syntax line.
   virtual std::string PrettyPrint(const IUserFunction& UserFunction) const = 0;
+  // A defined type as "deftype" text, or the clauses of an implicit one.
+  virtual std::string PrettyPrint(const IKBDefinedType& DefinedType) const = 0;
+
+  // ------------------------------------------------------------ renaming
+  // Re-files the type under its new name in every table that holds it;
+  // raises when the name is taken by another type there.
+  virtual void RenameDefinedType(TKBDefinedType* DefinedType, const std::string& OldName,
+                                 const std::string& NewName) = 0;
   // Enters the function under its name, following the engine's policy for
   // a name that is taken.
   virtual void AddUserFunction(const IUserFunction& UserFunction) = 0;

@@ -31,6 +31,15 @@ std::string PrettyPrint(const IFunCall& FunCall, bool ModifyForm);
 std::string PrettyPrint(const TFunctionCall& FunCall);
 std::string PrettyPrint(const IFunCall& FunCall);
 
+// A slot definition: "(slot name ...)" or "(multislot name ...)" with its
+// default, its types or its defined type.
+std::string PrettyPrint(const TFactSlot& Slot);
+// "(deftemplate ...)"; the name with its module when PrintModuleQualifiers.
+std::string PrettyPrint(const TFactTemplate& Template, bool PrintModuleQualifiers);
+// "(deftype ...)" for a named type; for an implicit one, a slot's own, its
+// "(type ...)" clause and constraint clauses, left open.
+std::string PrettyPrint(const TKBDefinedType& DefinedType, bool PrintModuleQualifiers);
+
 // ---------------------------------------------------------------- TKBRuleParser
 
 // A function whose parenthesised arguments are no calls: facts (a range of 0
@@ -112,6 +121,25 @@ public:
     // Reached only through an override that failed to raise.
     RaiseParseError(Where, Message);
   }
+
+  // "(" Keyword full-name ["comment"]: a qualified name switches the
+  // engine's current module, which stays; Module is the construct's module.
+  // Returns the first token behind the header.
+  virtual IStreamToken ParseHeader(std::string& Name, std::string& Comment, std::string& Module, bool HasComment,
+                                   const std::string& Keyword, const std::string& Where, const std::string& Message);
+  // The same for constructs without modules: the name is taken as it stands.
+  virtual IStreamToken ParseHeader(std::string& Name, std::string& Comment, bool HasComment,
+                                   const std::string& Keyword, const std::string& Where, const std::string& Message);
+  // The type names up to ")", which is put back; a defined type among them
+  // comes back in DefinedType.
+  virtual TKBTypes ParseSlotTypes(IKBDefinedType& DefinedType);
+  // "(range low high)" or "(cardinality low high)" into the type, or with no
+  // type into the fuzzy variable's universe. Returns the closing token.
+  IStreamToken ParseRangeAndCardinality(const IKBDefinedType& DefinedType, const IFuzzyVariable& FuzzyVariable,
+                                        bool AllowVariables, bool IsCardinality);
+  // "(allowed-... item*)" into the type's allowed lists. Returns the closing
+  // token.
+  IStreamToken ParseAllowedEnumerations(const IKBDefinedType& DefinedType);
 
   // Which functions take facts or slot pairs as arguments.
   const TStringList<TSlotArgRecord>& GetSlotFunctions() const noexcept { return FSlotFunctions; }

@@ -347,10 +347,7 @@ void TKBRuleParser::NotYetReadable(const std::string& Where, const char* What) {
   ParseError(Where, "%s: not yet readable", std::string(What));
 }
 
-IKBDefinedType TKBRuleParser::ParseDefinedType() { NotYetReadable("ParseDefinedType", "deftype"); }
 std::unique_ptr<TFactSet> TKBRuleParser::ParseFactSet() { NotYetReadable("ParseFactSet", "deffacts"); }
-IFactTemplate TKBRuleParser::ParseFactTemplate() { NotYetReadable("ParseFactTemplate", "deftemplate"); }
-IFactSlot TKBRuleParser::ParseFactTemplateSlot() { NotYetReadable("ParseFactTemplateSlot", "template slots"); }
 IUserFunction TKBRuleParser::ParseFunction() { NotYetReadable("ParseFunction", "deffunction"); }
 IFuzzySet TKBRuleParser::ParseFuzzySet(const IFuzzyVariable&) { NotYetReadable("ParseFuzzySet", "fuzzy sets"); }
 IFuzzyVariable TKBRuleParser::ParseFuzzyVariable() { NotYetReadable("ParseFuzzyVariable", "fuzzy variables"); }
