@@ -231,12 +231,8 @@ std::string TInferenceEngine::PrettyPrint(const IFactTemplate& Template) const {
   return Template ? cogent::PrettyPrint(*Template, PrintsModuleQualifiers(GetParser())) : std::string();
 }
 
-std::string TInferenceEngine::PrettyPrint(const IFactSlot& Slot) const {
-  return Slot ? cogent::PrettyPrint(*Slot) : std::string();
-}
-
-std::string TInferenceEngine::PrettyPrint(const IKBDefinedType& DefinedType) const {
-  return DefinedType ? cogent::PrettyPrint(*DefinedType, PrintsModuleQualifiers(GetParser())) : std::string();
+std::string TInferenceEngine::PrettyPrint(const TKBDefinedType& DefinedType) const {
+  return cogent::PrettyPrint(DefinedType, PrintsModuleQualifiers(GetParser()));
 }
 
 }  // namespace cogent

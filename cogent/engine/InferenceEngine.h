@@ -179,9 +179,8 @@ public:
   std::string PrettyPrint(const TFact& Fact) const;
   std::string PrettyPrint(const IFunCall& FunCall) const;
   // Templates and types are written with module qualifiers when the
-  // engine's parser says so.
+  // engine's parser says so (or when it has none).
   std::string PrettyPrint(const IFactTemplate& Template) const;
-  std::string PrettyPrint(const IFactSlot& Slot) const;
 
   // ------------------------------------------------------------ the current module's collections
   TKBAgenda* GetAgenda() const noexcept { return FAgenda; }
@@ -336,7 +335,7 @@ public:
   // The engine's table under the function view; functions call these as
   // they register and leave.
   std::string PrettyPrint(const IUserFunction& UserFunction) const override;
-  std::string PrettyPrint(const IKBDefinedType& DefinedType) const override;
+  std::string PrettyPrint(const TKBDefinedType& DefinedType) const override;
   void AddUserFunction(const IUserFunction& UserFunction) override;
   void RemoveUserFunction(const IUserFunction& UserFunction) override;
   bool ContainsUserFunction(const std::string& Name) const override;

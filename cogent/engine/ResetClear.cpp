@@ -129,15 +129,18 @@ void TInferenceEngine::RenameFactTemplate(TFactTemplate* Template, const TKBName
 
 void TInferenceEngine::RenameDefinedType(TKBDefinedType* DefinedType, const TKBName& OldName, const TKBName& NewName) {
   if (!DefinedType || OldName == NewName) return;
-  const IKBDefinedType Renamed(DefinedType);
+  // A type that no table holds may be held by nobody at all, so it is
+  // compared by address and taken by handle only once a table has it.
+  IKBDefinedType Renamed;
   std::vector<TKBDefinedTypes*> Tables;
   for (const IModule& Module : *FModules) {
     TKBDefinedTypes* Table = Module ? Module->GetDefinedTypes() : nullptr;
     IKBDefinedType Stored;
-    if (!Table || !Table->TryGetValue(OldName, Stored) || Stored != Renamed) continue;
+    if (!Table || !Table->TryGetValue(OldName, Stored) || Stored.get() != DefinedType) continue;
     IKBDefinedType Other;
-    if (Table->TryGetValue(NewName, Other) && Other != Renamed)
+    if (Table->TryGetValue(NewName, Other) && Other != Stored)
       throw EKBException(Format(_SDuplicateDefTypeNames, NewName));
+    Renamed = Stored;
     Tables.push_back(Table);
   }
   for (TKBDefinedTypes* Table : Tables) Table->Rekey(Renamed, OldName, NewName);

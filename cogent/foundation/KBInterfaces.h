@@ -42,7 +42,7 @@ public:
   // A function's description: its name, comment and syntax line.
   virtual std::string PrettyPrint(const IUserFunction& UserFunction) const = 0;
   // A defined type as "deftype" text, or the clauses of an implicit one.
-  virtual std::string PrettyPrint(const IKBDefinedType& DefinedType) const = 0;
+  virtual std::string PrettyPrint(const TKBDefinedType& DefinedType) const = 0;
 
   // ------------------------------------------------------------ renaming
   // Re-files the type under its new name in every table that holds it;

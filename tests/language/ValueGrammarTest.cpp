@@ -402,8 +402,8 @@ TEST(ValueGrammarTest, StaticTypeChecks) {
   Person->GetSlot("age")->SetExtendedTypeInfo(Small);
   EXPECT_EQ(Engine.ParseFact("(person (age 4))")->GetValue("age")->GetAsInteger(), 4);
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (age 4.5))"); }),
-            "Parsing Error, Not a INTEGER type.  Value (4.5000) is a dtFloat type in ParseValue(SlotTypes) at line 1: "
-            "( person ( age 4.5000 ");
+            "Parsing Error, Value \"4.5000\" is not valid, Not a INTEGER type.  Value (4.5000) is a dtFloat type in "
+            "ParseValue(SlotTypes) at line 1: ( person ( age 4.5000 ");
 
   // A fuzzy slot needs the defined type that holds its fuzzy variable.
   IFactTemplate Gauge(new TFactTemplate(&Engine, "gauge"));

@@ -1,0 +1,590 @@
+#include "cogent/values/KBDefinedType.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "../TestSupport.h"
+#include "cogent/functions/KBPackages.h"
+
+namespace cogent {
+namespace {
+
+using test::Atom;
+using test::ErrorOf;
+using test::Flt;
+using test::Int;
+using test::List;
+using test::Str;
+using test::Var;
+
+// A reasoner that records renames and prints a type by its name; it also
+// offers itself as a fuzzy parser.
+class TFakeReasoner final : public IReasoner, public IFuzzyParser {
+public:
+  std::vector<std::string> Renames;
+  bool RefuseRename = false;
+  IModule Module;
+
+  std::string PrettyPrint(const IUserFunction&) const override { return {}; }
+  std::string PrettyPrint(const TKBDefinedType& Type) const override { return "<" + Type.GetName() + ">"; }
+  void RenameDefinedType(TKBDefinedType*, const std::string& OldName, const std::string& NewName) override {
+    if (RefuseRename) throw EKBException("taken");
+    Renames.push_back(OldName + ">" + NewName);
+  }
+  void AddUserFunction(const IUserFunction&) override {}
+  void RemoveUserFunction(const IUserFunction&) override {}
+  bool ContainsUserFunction(const std::string&) const override { return false; }
+  bool ContainsUserFunction(const std::string&, IUserFunction&) const override { return false; }
+  IUserFunction GetUserFunction(const std::string&) const override { return nullptr; }
+  void SetUserFunction(const std::string&, const IUserFunction&) override {}
+  IModule GetCurrentModule() const override { return Module; }
+
+  double EvalFuzzyExpression(const IFuzzyVariable&, const std::string&, IFuzzySet&) override { return 0.0; }
+  IFuzzySet EvalFuzzyExpression(const IFuzzyVariable&, const std::string&) override { return nullptr; }
+  IFuzzySet ParseFuzzySet(const IFuzzyVariable&, const std::string&) override { return nullptr; }
+  IFuzzyVariable ParseFuzzyVariable(const std::string&) override { return nullptr; }
+  std::string PrettyPrint(const IFuzzySet&, bool) override { return {}; }
+  std::string PrettyPrint(const IFuzzyVariable&) override { return {}; }
+};
+
+IKBDefinedType Type(const std::string& Name, TKBTypes Types = KBSlotTypes, IReasoner* Reasoner = nullptr) {
+  return IKBDefinedType(new TKBDefinedType(Name, Types, Reasoner));
+}
+
+IKBValue FuzzyValue(const IFuzzySet& Set) { return IKBValue(new TKBValue(Set)); }
+
+// ---------------------------------------------------------------- properties
+
+TEST(KBDefinedTypeTest, FreshTypeAllowsEveryPlainKind) {
+  const IKBDefinedType T(new TKBDefinedType());
+  EXPECT_EQ(T->GetName(), "implicit");
+  EXPECT_EQ(T->GetBaseTypes(), KBSlotTypes);
+  EXPECT_FALSE(T->GetRangeLimited());
+  EXPECT_FALSE(T->GetCardinalityLimited());
+  EXPECT_TRUE(T->GetConstraints().Empty());
+  for (const IKBValue& V : {Atom("a"), Str("s"), Int(-7), Flt(1e30), Var("x"), List({Int(1), Atom("b")})})
+    EXPECT_TRUE(T->IsValid(V)) << V->GetToString();
+  EXPECT_EQ(T->GetInvalidValueString(Int(3)), "");
+  EXPECT_EQ(T->ToString(), "implicit");
+}
+
+TEST(KBDefinedTypeTest, NamesAreCheckedAndReportedToTheReasoner) {
+  EXPECT_EQ(ErrorOf([] { Type("bad(name"); }), "\"bad(name\" contains unexpected character: \"(\"");
+  TFakeReasoner Reasoner;
+  const IKBDefinedType T = Type("size", KBSlotTypes, &Reasoner);
+  EXPECT_TRUE(Reasoner.Renames.empty());
+  EXPECT_EQ(ErrorOf([&] { T->SetName("a b;c"); }), "\"a b;c\" contains unexpected character: \" \"");
+  EXPECT_EQ(ErrorOf([&] { T->SetName("x$y"); }), "\"x$y\" contains unexpected character: \"$\"");
+  T->SetName("width");
+  EXPECT_EQ(T->GetName(), "width");
+  ASSERT_EQ(Reasoner.Renames.size(), 1U);
+  EXPECT_EQ(Reasoner.Renames[0], "size>width");
+  // The reasoner refusing the name leaves the old one.
+  Reasoner.RefuseRename = true;
+  EXPECT_EQ(ErrorOf([&] { T->SetName("height"); }), "taken");
+  EXPECT_EQ(T->GetName(), "width");
+  // The reasoner prints the type; AssignTo a string list appends that text.
+  EXPECT_EQ(T->ToString(), "<width>");
+  TStringList<> Lines;
+  Lines.Add("first");
+  Lines.Assign(T.get());
+  ASSERT_EQ(Lines.GetCount(), 2);
+  EXPECT_EQ(Lines.Get(1), "<width>");
+  T->SetReasoner(nullptr);
+  EXPECT_EQ(T->ToString(), "width");
+}
+
+TEST(KBDefinedTypeTest, ReasonerGivesItsCurrentModule) {
+  TFakeReasoner Reasoner;
+  Reasoner.Module = IModule(new TModule(nullptr, false));
+  const IKBDefinedType T(new TKBDefinedType(&Reasoner));
+  EXPECT_EQ(T->GetModule(), Reasoner.Module);
+  const IKBDefinedType Loose = Type("loose");
+  EXPECT_FALSE(Loose->GetModule());
+  Loose->SetReasoner(&Reasoner);
+  EXPECT_EQ(Loose->GetModule(), Reasoner.Module);
+  EXPECT_EQ(Loose->GetReasoner(), &Reasoner);
+}
+
+TEST(KBDefinedTypeTest, BoundsAndCardinalitiesFollowEachOther) {
+  const IKBDefinedType T = Type("t", TKBTypes{dtInteger, dtFloat});
+  T->SetMinRange(5.0);
+  T->SetMaxRange(2.0);
+  EXPECT_DOUBLE_EQ(T->GetMaxRange(), 2.0);
+  EXPECT_DOUBLE_EQ(T->GetMinRange(), 2.0);
+  T->SetMinRange(9.5);
+  EXPECT_DOUBLE_EQ(T->GetMaxRange(), 9.5);
+
+  T->SetMaxCardinality(-4);
+  EXPECT_EQ(T->GetMaxCardinality(), 0);
+  EXPECT_EQ(T->GetMinCardinality(), 0);
+  T->SetMinCardinality(3);
+  EXPECT_EQ(T->GetMaxCardinality(), 3);
+  T->SetMaxCardinality(1);
+  EXPECT_EQ(T->GetMinCardinality(), 1);
+  T->SetMinCardinality(-2);
+  EXPECT_EQ(T->GetMinCardinality(), 0);
+  EXPECT_EQ(T->GetMaxCardinality(), 1);
+}
+
+TEST(KBDefinedTypeTest, AncestorsMayNotLoop) {
+  const IKBDefinedType A = Type("a");
+  const IKBDefinedType B = Type("b");
+  const IKBDefinedType C = Type("c");
+  EXPECT_EQ(ErrorOf([&] { A->SetAncestor(A); }),
+            "Type inheritance loop detected, a type cannot be an ancestor of itself");
+  B->SetAncestor(A);
+  C->SetImplicit(true);
+  C->SetAncestor(B);
+  EXPECT_FALSE(C->GetImplicit());
+  EXPECT_EQ(ErrorOf([&] { A->SetAncestor(C); }),
+            "Type inheritance loop detected, a type cannot be an ancestor of itself");
+  EXPECT_FALSE(A->GetAncestor());
+  C->SetAncestor(nullptr);
+  A->SetAncestor(C);
+  EXPECT_EQ(A->GetAncestor(), C);
+}
+
+TEST(KBDefinedTypeTest, BaseTypesAreReducedAndFuzzyStandsAlone) {
+  const IKBDefinedType T = Type("t", TKBTypes{dtInteger});
+  EXPECT_EQ(ErrorOf([&] { T->SetBaseTypes(TKBTypes{dtFuzzy, dtAtom}); }),
+            "Cannot mix fuzzy type with other primitive types");
+  EXPECT_EQ(T->GetBaseTypes(), TKBTypes{dtInteger});
+  // The list kinds of a multislot are not the type's.
+  T->SetBaseTypes(TKBTypes{dtAtom, dtList, dtMultiSlot});
+  EXPECT_EQ(T->GetBaseTypes(), TKBTypes{dtAtom});
+  T->SetBaseTypes(TKBTypes{dtFuzzy, dtList, dtMultiSlot});
+  EXPECT_EQ(T->GetBaseTypes(), TKBTypes{dtFuzzy});
+  EXPECT_TRUE(T->GetFuzzyType());
+}
+
+// ---------------------------------------------------------------- allowed lists
+
+TEST(KBDefinedTypeTest, ConstraintListsExistWhileInForce) {
+  const IKBDefinedType T = Type("t");
+  EXPECT_EQ(T->GetConstraintAtomsCount(), 0);
+  EXPECT_EQ(ErrorOf([&] { T->GetConstraintAtom(0); }), "Defined Type t does not have Atom constraints");
+  EXPECT_EQ(ErrorOf([&] { T->GetConstraintString(0); }), "Defined Type t does not have String constraints");
+  EXPECT_EQ(ErrorOf([&] { T->GetConstraintInteger(0); }), "Defined Type t does not have Integer constraints");
+  EXPECT_EQ(ErrorOf([&] { T->GetConstraintFloat(0); }), "Defined Type t does not have Float constraints");
+  EXPECT_EQ(ErrorOf([&] { T->DeleteConstraint(0, vcFloat); }), "Defined Type t does not have Float constraints");
+  EXPECT_EQ(ErrorOf([&] { T->AddConstraint(Atom("red")); }), "Defined Type t cannot contain Atom constraint types");
+  EXPECT_EQ(ErrorOf([&] { T->AddConstraint(List({})); }), "Defined Type t cannot contain List constraint types");
+
+  T->SetConstraints(TValueConstraints{vcAtom, vcInteger});
+  T->AddConstraint(Atom("Red"));
+  T->AddConstraint(Atom("red"));  // the same atom, regardless of case
+  T->AddConstraint(Atom("green"));
+  T->AddConstraint(Int(4));
+  T->AddConstraint(Int(4));
+  EXPECT_EQ(T->GetConstraintAtomsCount(), 2);
+  EXPECT_EQ(T->GetConstraintAtom(0), "Red");
+  EXPECT_EQ(T->GetConstraintIntegersCount(), 1);
+  EXPECT_EQ(ErrorOf([&] { T->GetConstraintInteger(1); }), "List index out of bounds (1)");
+  EXPECT_EQ(ErrorOf([&] { T->DeleteConstraint(5, vcInteger); }), "List index out of bounds (5)");
+  EXPECT_EQ(ErrorOf([&] { T->AddConstraint(Str("s")); }), "Defined Type t cannot contain String constraint types");
+
+  T->RemoveConstraint(Atom("RED"));
+  T->RemoveConstraint(Var("x"));  // not a constraint kind: ignored
+  EXPECT_EQ(T->GetConstraintAtomsCount(), 1);
+  EXPECT_EQ(T->GetConstraintAtom(0), "green");
+  T->DeleteConstraint(0, vcAtom);
+  EXPECT_EQ(T->GetConstraintAtomsCount(), 0);
+
+  // A kind that leaves the set takes its list along.
+  T->SetConstraints(TValueConstraints{vcAtom});
+  EXPECT_EQ(T->GetConstraintIntegersCount(), 0);
+  EXPECT_EQ(ErrorOf([&] { T->GetConstraintInteger(0); }), "Defined Type t does not have Integer constraints");
+  T->SetConstraints(TValueConstraints{vcAtom, vcString, vcFloat});
+  T->ClearConstraints(TValueConstraints{vcString, vcInteger});
+  EXPECT_EQ(T->GetConstraints(), (TValueConstraints{vcAtom, vcFloat}));
+  T->ClearConstraints();
+  EXPECT_TRUE(T->GetConstraints().Empty());
+}
+
+TEST(KBDefinedTypeTest, IntegersAndFloatsStandInForEachOther) {
+  // Only floats in force: an integer is tested against them.
+  const IKBDefinedType F = Type("f", TKBTypes{dtInteger, dtFloat});
+  F->SetConstraints(TValueConstraints{vcFloat});
+  F->AddConstraint(Flt(2.0));
+  F->AddConstraint(Flt(2.00001));  // equal within the float tolerance
+  F->AddConstraint(Int(5));        // kept as a float
+  ASSERT_EQ(F->GetConstraintFloatsCount(), 2);
+  EXPECT_EQ(F->GetConstraintFloat(1)->GetDType(), dtFloat);
+  TValueConstraint Kind = vcAtom;
+  EXPECT_TRUE(F->IsConstraint(Int(2), Kind));
+  EXPECT_EQ(Kind, vcFloat);
+  EXPECT_TRUE(F->IsValid(Int(2)));
+  EXPECT_TRUE(F->IsValid(Flt(5.00004)));
+  EXPECT_FALSE(F->IsValid(Int(3)));
+
+  // Only integers in force: a whole float is tested against them, any other
+  // float has no list in force.
+  const IKBDefinedType I = Type("i", TKBTypes{dtInteger, dtFloat});
+  I->SetConstraints(TValueConstraints{vcInteger});
+  I->AddConstraint(Int(2));
+  I->AddConstraint(Flt(7.0));
+  EXPECT_EQ(I->GetConstraintIntegersCount(), 2);
+  EXPECT_EQ(I->GetConstraintInteger(1), 7);
+  EXPECT_TRUE(I->IsValid(Flt(2.0)));
+  EXPECT_FALSE(I->IsValid(Flt(3.0)));
+  EXPECT_TRUE(I->IsValid(Flt(2.5)));
+  EXPECT_TRUE(I->IsValid(Flt(1e20)));  // no Integer holds it
+  EXPECT_EQ(ErrorOf([&] { I->AddConstraint(Flt(2.5)); }), "Defined Type i cannot contain Float constraint types");
+  I->RemoveConstraint(Flt(7.0));
+  EXPECT_EQ(I->GetConstraintIntegersCount(), 1);
+}
+
+TEST(KBDefinedTypeTest, AtomsAndStringsIgnoreCase) {
+  const IKBDefinedType T = Type("colour", TKBTypes{dtAtom, dtString});
+  T->SetConstraints(TValueConstraints{vcAtom, vcString});
+  T->AddConstraint(Atom("Red"));
+  T->AddConstraint(Str("Dark Blue"));
+  EXPECT_TRUE(T->IsValid(Atom("red")));
+  EXPECT_TRUE(T->IsValid(Atom("RED")));
+  EXPECT_TRUE(T->IsValid(Str("dark blue")));
+  // Each kind has its own list.
+  EXPECT_FALSE(T->IsValid(Str("red")));
+  EXPECT_FALSE(T->IsValid(Atom("green")));
+}
+
+// ---------------------------------------------------------------- checks
+
+TEST(KBDefinedTypeTest, InvalidValuesSayWhy) {
+  const IKBDefinedType T = Type("t", TKBTypes{dtInteger});
+  T->SetRangeLimited(true);
+  T->SetMinRange(1);
+  T->SetMaxRange(10);
+  EXPECT_TRUE(T->IsValid(Int(1)));
+  EXPECT_TRUE(T->IsValid(Int(10)));
+  EXPECT_EQ(T->GetInvalidValueString(Int(11)), "Value \"11\" is not valid, Range must be between 1.0000 and 10.0000");
+  EXPECT_EQ(T->GetInvalidValueString(Atom("abc")),
+            "Value \"abc\" is not valid, Not a INTEGER type.  Value (abc) is a dtAtom type");
+  // Variables and calls are judged later.
+  EXPECT_TRUE(T->IsValid(Var("x")));
+  EXPECT_TRUE(T->IsValid(IKBValue(new TKBValue(std::string("rest"), dtMultiVariable))));
+
+  // The allowed list is checked before the range.
+  T->SetConstraints(TValueConstraints{vcInteger});
+  T->AddConstraint(Int(3));
+  T->AddConstraint(Int(30));
+  EXPECT_EQ(T->GetInvalidValueString(Int(4)), "Value \"4\" is not valid, Not in allowed values");
+  EXPECT_EQ(T->GetInvalidValueString(Int(40)), "Value \"40\" is not valid, Not in allowed values");
+  EXPECT_EQ(T->GetInvalidValueString(Int(30)), "Value \"30\" is not valid, Range must be between 1.0000 and 10.0000");
+
+  // A list: the cardinality first, then the first bad item, whole.
+  T->SetCardinalityLimited(true);
+  T->SetMaxCardinality(2);
+  T->SetMinCardinality(1);
+  EXPECT_TRUE(T->IsValid(List({Int(3)})));
+  EXPECT_FALSE(T->IsValid(List({})));
+  EXPECT_EQ(T->GetInvalidValueString(List({Int(3), Int(3), Atom("x")})),
+            "Value \"3 3 x \" is not valid, Multislot must have between 1 and 2 elements");
+  EXPECT_EQ(T->GetInvalidValueString(List({Int(3), Int(4)})),
+            "Value \"3 4 \" is not valid, Value \"4\" is not valid, Not in allowed values");
+  T->SetMinCardinality(0);
+  EXPECT_TRUE(T->IsValid(List({})));
+
+  const IKBDefinedType Text = Type("text", TKBTypes{dtAtom, dtString});
+  EXPECT_EQ(Text->GetInvalidValueString(Flt(2.5)),
+            "Value \"2.5000\" is not valid, Not a ATOM, STRING type.  Value (2.5000) is a dtFloat type");
+}
+
+TEST(KBDefinedTypeTest, DefaultsFollowTheType) {
+  const IKBDefinedType Colour = Type("colour", TKBTypes{dtAtom, dtInteger});
+  EXPECT_EQ(Colour->CreateValidDefault(false)->GetDType(), dtAtom);
+  EXPECT_EQ(Colour->CreateValidDefault(false)->GetAsAtom(), "");
+  Colour->SetConstraints(TValueConstraints{vcAtom});
+  Colour->AddConstraint(Atom("red"));
+  Colour->AddConstraint(Atom("blue"));
+  EXPECT_EQ(Colour->CreateValidDefault(false)->GetAsAtom(), "red");
+
+  const IKBDefinedType Label = Type("label", TKBTypes{dtString});
+  Label->SetConstraints(TValueConstraints{vcString});
+  Label->AddConstraint(Str("none"));
+  EXPECT_EQ(Label->CreateValidDefault(false)->GetDType(), dtString);
+  EXPECT_EQ(Label->CreateValidDefault(false)->GetAsString(), "none");
+
+  // Integers: an allowed one, else the range's bound that is set.
+  const IKBDefinedType Count = Type("count", TKBTypes{dtInteger});
+  Count->SetMaxRange(9.0);
+  EXPECT_EQ(Count->CreateValidDefault(false)->GetAsInteger(), 0);  // range not in force
+  Count->SetRangeLimited(true);
+  EXPECT_EQ(Count->CreateValidDefault(false)->GetAsInteger(), 9);  // only the maximum set
+  Count->SetMinRange(3.7);
+  EXPECT_EQ(Count->CreateValidDefault(false)->GetAsInteger(), 3);
+  Count->SetConstraints(TValueConstraints{vcInteger});
+  Count->AddConstraint(Int(5));
+  EXPECT_EQ(Count->CreateValidDefault(false)->GetAsInteger(), 5);
+  const IKBDefinedType Open = Type("open", TKBTypes{dtInteger});
+  Open->SetRangeLimited(true);
+  EXPECT_EQ(Open->CreateValidDefault(false)->GetAsInteger(), 0);
+  Open->SetMaxRange(1e300);  // beyond an Integer: clamped, not undefined
+  Open->SetMinRange(-1e300);
+  EXPECT_EQ(Open->CreateValidDefault(false)->GetAsInteger(), -2147483647 - 1);
+
+  const IKBDefinedType Ratio = Type("ratio", TKBTypes{dtFloat});
+  Ratio->SetRangeLimited(true);
+  Ratio->SetMinRange(0.25);
+  EXPECT_EQ(Ratio->CreateValidDefault(false)->GetDType(), dtFloat);
+  EXPECT_DOUBLE_EQ(Ratio->CreateValidDefault(false)->GetAsFloat(), 0.25);
+
+  EXPECT_EQ(Type("id", TKBTypes{dtFactId})->CreateValidDefault(false)->GetDType(), dtFactId);
+  EXPECT_EQ(Type("obj", TKBTypes{dtObject, dtInteger})->CreateValidDefault(false)->GetDType(), dtInteger);
+  EXPECT_EQ(Type("none", TKBTypes{})->CreateValidDefault(false)->GetDType(), dtNone);
+
+  // As a list: empty unless a minimum cardinality asks for items.
+  const IKBValue Empty = Count->CreateValidDefault(true);
+  EXPECT_EQ(Empty->GetDType(), dtList);
+  EXPECT_EQ(Empty->GetAsList()->GetCount(), 0);
+  EXPECT_NE(Empty, FCNilList);
+  Count->SetCardinalityLimited(true);
+  Count->SetMinCardinality(2);
+  const IKBValue Two = Count->CreateValidDefault(true);
+  ASSERT_EQ(Two->GetAsList()->GetCount(), 2);
+  EXPECT_EQ(Two->GetToString(), "5 5 ");
+  EXPECT_TRUE(Count->IsValid(Two));
+}
+
+// ---------------------------------------------------------------- copying
+
+IKBDefinedType RichType(IReasoner* Reasoner) {
+  const IKBDefinedType T = Type("rich", TKBTypes{dtAtom, dtString, dtInteger, dtFloat}, Reasoner);
+  T->SetComment("a comment");
+  T->SetUnits("cm");
+  T->SetRangeLimited(true);
+  T->SetMaxRange(100.0);
+  T->SetMinRange(-1.5);
+  T->SetCardinalityLimited(true);
+  T->SetMaxCardinality(4);
+  T->SetMinCardinality(1);
+  T->SetConstraints(TValueConstraints{vcAtom, vcString, vcInteger, vcFloat});
+  T->AddConstraint(Atom("a"));
+  T->AddConstraint(Str("b"));
+  T->AddConstraint(Int(1));
+  T->AddConstraint(Flt(1.5));
+  T->SetTag(42);
+  return T;
+}
+
+TEST(KBDefinedTypeTest, CloneAssignAndEquals) {
+  TFakeReasoner Reasoner;
+  const IKBDefinedType Base = Type("base", KBSlotTypes, &Reasoner);
+  const IKBDefinedType T = RichType(&Reasoner);
+  T->SetAncestor(Base);
+  T->SetImplicit(true);
+
+  const IKBDefinedType Copy = T->Clone();
+  EXPECT_NE(Copy, T);
+  EXPECT_TRUE(Copy->Equals(IInterface(T)));
+  EXPECT_EQ(Copy->GetReasoner(), &Reasoner);
+  EXPECT_EQ(Copy->GetAncestor(), Base);
+  EXPECT_TRUE(Copy->GetImplicit());
+  EXPECT_EQ(Copy->GetComment(), "a comment");
+  EXPECT_EQ(Copy->GetUnits(), "cm");
+  EXPECT_EQ(Copy->GetTag(), 42);
+  EXPECT_DOUBLE_EQ(Copy->GetMinRange(), -1.5);
+  EXPECT_EQ(Copy->GetConstraintFloatsCount(), 1);
+  EXPECT_NE(Copy->GetConstraintFloat(0), T->GetConstraintFloat(0));  // the list is copied
+
+  // Comment, units and implicitness are not compared; limits and lists are.
+  Copy->SetComment("other");
+  Copy->SetUnits("mm");
+  Copy->SetImplicit(false);
+  EXPECT_TRUE(Copy->Equals(IInterface(T)));
+  Copy->SetMaxRange(100.00001);
+  EXPECT_TRUE(Copy->Equals(IInterface(T)));
+  Copy->SetMaxCardinality(5);
+  EXPECT_FALSE(Copy->Equals(IInterface(T)));
+  Copy->SetMaxCardinality(4);
+  Copy->AddConstraint(Atom("z"));
+  EXPECT_FALSE(Copy->Equals(IInterface(T)));
+  Copy->RemoveConstraint(Atom("z"));
+  EXPECT_TRUE(Copy->Equals(IInterface(T)));
+  Copy->SetRangeLimited(false);
+  EXPECT_FALSE(Copy->Equals(IInterface(T)));
+  EXPECT_FALSE(T->Equals(nullptr));
+  EXPECT_FALSE(T->Equals(IInterface(Int(1))));
+
+  // A type of another reasoner does not take the ancestor.
+  const IKBDefinedType Stranger = Type("stranger");
+  Stranger->Assign(IInterface(T));
+  EXPECT_FALSE(Stranger->GetAncestor());
+  EXPECT_EQ(Stranger->GetName(), "rich");
+  EXPECT_TRUE(Stranger->Equals(IInterface(T)));
+  const IKBDefinedType ByObject = Type("by-object");
+  ByObject->Assign(T.get());
+  EXPECT_TRUE(ByObject->Equals(IInterface(T)));
+
+  // Anything else is refused.
+  EXPECT_EQ(ErrorOf([&] { ByObject->Assign(IInterface(Int(1))); }), "Cannot assign a TKBValue to a TKBDefinedType");
+  TStringList<> Lines;
+  EXPECT_EQ(ErrorOf([&] { ByObject->Assign(&Lines); }), "Cannot assign a TStringList to a TKBDefinedType");
+  // Assigning would close a loop through the ancestor: refused, nothing changed.
+  const IKBDefinedType Child = Type("child", KBSlotTypes, &Reasoner);
+  Child->SetAncestor(Base);
+  EXPECT_EQ(ErrorOf([&] { Base->Assign(IInterface(Child)); }),
+            "Type inheritance loop detected, base type cannot be an ancestor of itself");
+  EXPECT_EQ(Base->GetName(), "base");
+}
+
+TEST(KBDefinedTypeTest, UpdatesGatherChanges) {
+  const IKBDefinedType T = Type("t");
+  int Changes = 0;
+  T->SetOnChange([&](TObject* Sender) {
+    EXPECT_EQ(Sender, T.get());
+    ++Changes;
+  });
+  T->SetComment("c");
+  EXPECT_EQ(Changes, 1);
+  T->SetComment("c");  // the present value: nothing happens
+  T->SetMaxCardinality(2147483647);
+  EXPECT_EQ(Changes, 1);
+  T->BeginUpdate();
+  T->BeginUpdate();
+  T->SetUnits("kg");
+  T->SetRangeLimited(true);
+  T->EndUpdate();
+  EXPECT_EQ(Changes, 1);
+  T->EndUpdate();
+  EXPECT_EQ(Changes, 2);
+  T->EndUpdate();  // unbalanced: ignored
+  EXPECT_EQ(Changes, 2);
+  // Assign is one change.
+  T->Assign(IInterface(RichType(nullptr)));
+  EXPECT_EQ(Changes, 3);
+  // A failed setter neither changes nor tells.
+  EXPECT_EQ(ErrorOf([&] { T->SetName("a b"); }), "\"a b\" contains unexpected character: \" \"");
+  EXPECT_EQ(Changes, 3);
+}
+
+// ---------------------------------------------------------------- fuzzy types
+
+TEST(KBDefinedTypeTest, FuzzyTypeHoldsItsVariable) {
+  TFakeReasoner Reasoner;
+  const IKBDefinedType T = Type("temp", TKBTypes{dtFloat}, &Reasoner);
+  T->SetRangeLimited(true);
+  T->SetMaxRange(100.0);
+  T->SetMinRange(0.0);
+  T->SetUnits("C");
+  T->SetBaseTypes(TKBTypes{dtFuzzy});
+  const IFuzzyVariable Variable = T->GetFuzzyType();
+  ASSERT_TRUE(Variable);
+  EXPECT_EQ(Variable->GetName(), "temp");
+  EXPECT_DOUBLE_EQ(Variable->GetUniverseHigh(), 100.0);
+  EXPECT_EQ(Variable->GetUnits(), "C");
+  EXPECT_EQ(Variable->GetParser(), static_cast<IFuzzyParser*>(&Reasoner));
+
+  // Bounds and units go on to the variable; one it refuses leaves both alone.
+  T->SetMaxRange(50.0);
+  EXPECT_DOUBLE_EQ(Variable->GetUniverseHigh(), 50.0);
+  EXPECT_EQ(ErrorOf([&] { T->SetMaxRange(-5.0); }), "Invalid low and high limits specified: -5.0000 to -5.0000");
+  EXPECT_DOUBLE_EQ(T->GetMaxRange(), 50.0);
+  EXPECT_DOUBLE_EQ(T->GetMinRange(), 0.0);
+  T->SetUnits("F");
+  EXPECT_EQ(Variable->GetUnits(), "F");
+
+  // Its own sets, and what can still become one, are valid.
+  const IFuzzySet Hot = Variable->NewFuzzySet("hot");
+  Variable->AddTerm(Hot);
+  EXPECT_TRUE(T->IsValid(FuzzyValue(Hot)));
+  for (const IKBValue& V : {Atom("hot"), Str("hot"), Int(3), Flt(3.5), Var("x")}) EXPECT_TRUE(T->IsValid(V));
+  const IFuzzyVariable Stranger(new TKBFuzzyVariable("other"));
+  const IFuzzySet Cold = Stranger->NewFuzzySet("cold");
+  EXPECT_EQ(T->GetInvalidValueString(FuzzyValue(Cold)), "Value \"" + FuzzyValue(Cold)->GetToString() +
+                                                            "\" is not valid, invalid fuzzy value");
+  EXPECT_FALSE(T->IsValid(IKBValue(new TKBValue(0, dtFactId))));
+  EXPECT_TRUE(T->IsValid(List({FuzzyValue(Hot)})));
+
+  // The default is the variable's empty set.
+  const IKBValue Default = T->CreateValidDefault(false);
+  ASSERT_EQ(Default->GetDType(), dtFuzzy);
+  EXPECT_EQ(Default->GetAsFuzzy()->GetName(), SEmptyFuzzy);
+  EXPECT_EQ(Default->GetAsFuzzy(), Variable->FindFuzzySet(SEmptyFuzzy));
+  EXPECT_TRUE(T->IsValid(Default));
+
+  // Clones hold equal variables of their own.
+  const IKBDefinedType Copy = T->Clone();
+  EXPECT_NE(Copy->GetFuzzyType(), Variable);
+  EXPECT_TRUE(Copy->Equals(IInterface(T)));
+  Copy->GetFuzzyType()->SetUnits("K");
+  EXPECT_FALSE(Copy->Equals(IInterface(T)));
+
+  // Another variable brings its universe; a plain type drops it.
+  const IFuzzyVariable Speed(new TKBFuzzyVariable("speed"));
+  Speed->SetUniverse(10.0, 20.0);
+  Speed->SetUnits("km/h");
+  T->SetFuzzyType(Speed);
+  EXPECT_EQ(Variable->GetParser(), nullptr);
+  EXPECT_DOUBLE_EQ(T->GetMinRange(), 10.0);
+  EXPECT_DOUBLE_EQ(T->GetMaxRange(), 20.0);
+  EXPECT_EQ(T->GetUnits(), "km/h");
+  T->SetBaseTypes(TKBTypes{dtInteger});
+  EXPECT_FALSE(T->GetFuzzyType());
+  EXPECT_EQ(Speed->GetParser(), nullptr);
+  EXPECT_EQ(T->CreateValidDefault(false)->GetAsInteger(), 10);
+}
+
+TEST(KBDefinedTypeTest, FuzzyTypeWithoutUsableRange) {
+  // A range that no universe can hold leaves the new variable its own.
+  const IKBDefinedType T = Type("odd", TKBTypes{dtInteger});
+  T->SetRangeLimited(true);
+  T->SetMinRange(4.0);
+  T->SetMaxRange(4.0);
+  T->SetBaseTypes(TKBTypes{dtFuzzy});
+  ASSERT_TRUE(T->GetFuzzyType());
+  EXPECT_DOUBLE_EQ(T->GetMinRange(), 0.0);
+  EXPECT_DOUBLE_EQ(T->GetMaxRange(), 1.0);
+  // A fuzzy type without a variable defaults to nil.
+  T->SetFuzzyType(nullptr);
+  EXPECT_EQ(T->GetBaseTypes(), TKBTypes{dtFuzzy});
+  EXPECT_EQ(T->CreateValidDefault(false), FCNil);
+  // Made with fuzzy base types, a type has its variable at once.
+  EXPECT_TRUE(Type("made", TKBTypes{dtFuzzy})->GetFuzzyType());
+}
+
+// ---------------------------------------------------------------- text
+
+TEST(KBDefinedTypeTest, AllowedClausesText) {
+  const IKBDefinedType T = Type("t");
+  EXPECT_EQ(GetAllowedString(*T), "");
+  T->SetConstraints(TValueConstraints{vcAtom});
+  T->AddConstraint(Atom("red"));
+  T->AddConstraint(Atom("green"));
+  EXPECT_EQ(ConstraintToString(*T, vcAtom), "red green ");
+  EXPECT_EQ(GetAllowedString(*T), "   (allowed-symbols red green )\r\n");
+  T->SetConstraints(TValueConstraints{vcString});
+  T->AddConstraint(Str("say \"hi\""));
+  EXPECT_EQ(GetAllowedString(*T), "   (allowed-strings \"say \\\"hi\\\"\" )\r\n");
+  T->SetConstraints(TValueConstraints{vcAtom, vcString});
+  T->AddConstraint(Atom("x"));
+  EXPECT_EQ(GetAllowedString(*T), "   (allowed-lexemes x \"say \\\"hi\\\"\" )\r\n");
+
+  T->SetConstraints(TValueConstraints{vcInteger});
+  T->AddConstraint(Int(-3));
+  T->AddConstraint(Int(12));
+  EXPECT_EQ(GetAllowedString(*T), "   (allowed-integers -3 12 ) \r\n");
+  T->SetConstraints(TValueConstraints{vcFloat});
+  T->AddConstraint(Flt(0.5));
+  EXPECT_EQ(ConstraintToString(*T, vcFloat), "0.5000 ");
+  EXPECT_EQ(GetAllowedString(*T), "   (allowed-floats 0.5000 ) \r\n");
+  T->SetConstraints(TValueConstraints{vcInteger, vcFloat});
+  T->AddConstraint(Int(2));
+  T->AddConstraint(Flt(2.5));
+  EXPECT_EQ(GetAllowedString(*T), "   (allowed-numbers 2 0.5000 2.5000 ) \r\n");
+
+  // Short of all four, numbers come before lexemes.
+  T->SetConstraints(TValueConstraints{vcAtom, vcInteger});
+  T->AddConstraint(Atom("a"));
+  EXPECT_EQ(GetAllowedString(*T), "   (allowed-integers 2 ) \r\n   (allowed-symbols a )\r\n");
+  T->SetConstraints(TValueConstraints{vcAtom, vcString, vcInteger, vcFloat});
+  T->AddConstraint(Str("s"));
+  T->AddConstraint(Flt(1.0));
+  EXPECT_EQ(GetAllowedString(*T), "   (allowed-values a \"s\" 2 1.0000 )\r\n");
+  EXPECT_EQ(ConstraintToString(*T, vcString), "\"s\" ");
+}
+
+}  // namespace
+}  // namespace cogent
