@@ -7,6 +7,7 @@
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBFacts.h"
 #include "cogent/functions/KBPackages.h"
+#include "cogent/language/KBRuleParser.h"
 #include "cogent/values/KBDefinedType.h"
 
 namespace cogent {
@@ -34,11 +35,6 @@ private:
   IInterface FKeepAlive;
   std::int32_t FIndex = -1;
 };
-
-// The plain text of a slot; the pretty printer gives the full form.
-std::string PlainSlotText(const TFactSlot& Slot) {
-  return std::string(Slot.IsMultiSlot() ? "(multislot " : "(slot ") + Slot.GetName() + ")";
-}
 
 std::string Trim(const std::string& S) {
   const auto First = S.find_first_not_of(" \t\r\n");
@@ -188,7 +184,7 @@ std::string TFactSlot::GetInvalidValueString(const IKBValue& Value) const {
   return Format(_SInvalidSlotValue, Reason, FName);
 }
 
-std::string TFactSlot::ToString() const { return FOwner ? FOwner->SlotToString(this) : PlainSlotText(*this); }
+std::string TFactSlot::ToString() const { return FOwner ? FOwner->SlotToString(this) : cogent::PrettyPrint(*this); }
 
 bool TFactSlot::Equals(const IFactSlot& Other) const {
   if (!Other) return false;
@@ -473,8 +469,7 @@ void TFactTemplate::NewSlotDefault(TFactSlot*, IKBValue& Value) {
 void TFactTemplate::NewSlotType(TFactSlot*, TKBTypes&) { FNeedIsFuzzy = true; }
 
 std::string TFactTemplate::SlotToString(const TFactSlot* Slot) const {
-  // A stand-in until the pretty printer writes the full slot text.
-  return PlainSlotText(*Slot);
+  return cogent::PrettyPrint(*Slot);
 }
 
 IFact TFactTemplate::NewFact() {
@@ -502,26 +497,24 @@ void TFactTemplate::FillFactWithDefaults(const IFact& Fact) {
 
 void TFactTemplate::AssignSlots(const IFactTemplate& Source) {
   if (!Source || Source.get() == this) return;
+  // Each slot is read anew from its text by this template's engine, so that
+  // its defined type, its calls and its fuzzy sets are this engine's. All
+  // are read before any is replaced: a slot that can't be read here leaves
+  // the template as it was. A template without an engine copies the slots.
+  TInferenceEngine* Engine = GetEngine();
   std::vector<IFactSlot> Slots;
-  for (int I = 0; I < Source->FFactSlotNames.GetCount(); ++I) Slots.push_back(Source->GetSlot(Source->FFactSlotNames.GetString(I)));
-  ClearSlots();
-  for (const IFactSlot& Slot : Slots) {
-    // Each slot is to be rebuilt from Slot->ToString() by the owner engine's
-    // slot parser, so that defined types and calls bind in this engine; until
-    // the parser exists the slot is copied as it is.
-    const IFactSlot& Rebuilt = Slot;
-    AddSlot(Rebuilt);
+  for (int I = 0; I < Source->FFactSlotNames.GetCount(); ++I) {
+    const IFactSlot Slot = Source->GetSlot(Source->FFactSlotNames.GetString(I));
+    Slots.push_back(Engine ? Engine->ParseFactTemplateSlot(Slot->ToString()) : Slot);
   }
+  ClearSlots();
+  for (const IFactSlot& Slot : Slots) AddSlot(Slot);
 }
 
 std::string TFactTemplate::ToString() const {
-  // A stand-in until the pretty printer writes the full construct.
-  std::string Result = "(deftemplate " + FTemplateName;
-  for (int I = 0; I < FFactSlotNames.GetCount(); ++I) {
-    IFactSlot Slot;
-    if (FFactSlots.ContainsKey(FFactSlotNames.GetString(I), Slot)) Result += " " + SlotToString(Slot.get());
-  }
-  return Result + ")";
+  const TInferenceEngine* Engine = GetEngine();
+  const TKBParser* Parser = Engine ? Engine->GetParser() : nullptr;
+  return cogent::PrettyPrint(*this, Engine && (!Parser || Parser->GetPrintModuleQualifiers()));
 }
 
 bool TFactTemplate::Equals(const IFactTemplate& Other) const {
@@ -564,12 +557,14 @@ void TFactTemplate::Assign(const IInterface& Source) {
   const IFactTemplate Template = Source.As<TFactTemplate>();
   if (!Template) AssignError(dynamic_cast<TPersistent*>(Source.get()));
   if (Template.get() == this) return;
+  // The slots go first: they are read anew and may fail, and then nothing
+  // else has changed either.
+  AssignSlots(Template);
   FBackwardChaining = Template->FBackwardChaining;
   FComment = Template->FComment;
   FTemplateName = Template->FTemplateName;
   const IFactTemplate& Parent = Template->FParent;
   FParent = Parent && Parent->FOwner == FOwner ? Parent : IFactTemplate();
-  AssignSlots(Template);
   FOrdered = Template->FOrdered;
   FIsFuzzy = Template->IsFuzzy();
   FNeedIsFuzzy = false;

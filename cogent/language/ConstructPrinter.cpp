@@ -1,15 +1,163 @@
 // The writer of templates, their slots and defined types.
 
+#include <cmath>
+#include <string>
+
 #include "cogent/facts/KBFacts.h"
+#include "cogent/facts/KBModule.h"
 #include "cogent/language/KBRuleParser.h"
+#include "cogent/language/PrintSupport.h"
 #include "cogent/values/KBDefinedType.h"
 
 namespace cogent {
 
-std::string PrettyPrint(const TFactSlot& Slot) {
-  return std::string(Slot.IsMultiSlot() ? "(multislot " : "(slot ") + Slot.GetName() + ")";
+namespace {
+
+using print::Close;
+using print::FormOf;
+using print::Nest;
+using print::QuotedComment;
+
+// The bounds that stand for "no limit"; the reader takes "?VARIABLE" for them.
+constexpr double OpenLowRange = -2147483648.0;
+constexpr double OpenHighRange = 2147483647.0;
+constexpr std::int32_t OpenHighCardinality = 2147483647;
+
+std::string QualifiedName(const TModuleConstruct& Construct, const std::string& Name, bool PrintModuleQualifiers) {
+  if (PrintModuleQualifiers)
+    if (const IModule Module = Construct.GetModule()) return Module->GetName() + "::" + Name;
+  return Name;
 }
-std::string PrettyPrint(const TFactTemplate& Template, bool) { return "(deftemplate " + Template.GetTemplateName() + ")"; }
-std::string PrettyPrint(const TKBDefinedType& DefinedType, bool) { return DefinedType.GetName(); }
+
+// Type keywords as the reader takes them: "INTEGER FLOAT". The kinds that
+// are always valid have no keyword, so a type that allows every plain kind
+// is written "?VARIABLE", the one word that reads back as all of them.
+std::string TypeKeywords(TKBTypes Types) {
+  if (KBSlotTypes - KBMultiSlotTypes <= Types) return STypeVariableKeyword;
+  return VXUpperCase(SetToString(Types - KBAlwaysValidTypes, " ", false));
+}
+
+// The contents of a type's "(type ...)": an ancestor is named, and only the
+// kinds that it lacks are listed behind it.
+std::string BaseTypesText(const TKBDefinedType& Type) {
+  if (const IKBDefinedType Ancestor = Type.GetAncestor())
+    return Ancestor->GetName() + " " + TypeKeywords(Type.GetBaseTypes() - Ancestor->GetBaseTypes());
+  return TypeKeywords(Type.GetBaseTypes());
+}
+
+// A range bound as a whole number, cut toward zero; adding 0.0 turns -0 into 0.
+std::string WholeNumber(double Value) { return Format("%.0f", std::trunc(Value) + 0.0); }
+
+std::string RangeClause(const TKBDefinedType& Type) {
+  if (!Type.GetRangeLimited()) return {};
+  const double Low = Type.GetMinRange();
+  const double High = Type.GetMaxRange();
+  return IndentString() + "(range " + (Low == OpenLowRange ? std::string(STypeVariableKeyword) : WholeNumber(Low)) +
+         " " + (High == OpenHighRange ? std::string(STypeVariableKeyword) : WholeNumber(High)) + ") " + sLineBreak;
+}
+
+std::string UnitsClause(const TKBDefinedType& Type) {
+  const std::string& Units = Type.GetUnits();
+  if (Units.empty()) return {};
+  const std::string Text = Units.find(' ') == std::string::npos ? Units : "\"" + Units + "\"";
+  return IndentString() + "(units " + Text + ")" + sLineBreak;
+}
+
+std::string CardinalityClause(const TKBDefinedType& Type) {
+  if (!Type.GetCardinalityLimited()) return {};
+  const std::int32_t Min = Type.GetMinCardinality();
+  const std::int32_t Max = Type.GetMaxCardinality();
+  return IndentString() + "(cardinality " + (Min < 0 ? std::string(STypeVariableKeyword) : std::to_string(Min)) +
+         " " + (Max == OpenHighCardinality ? std::string(STypeVariableKeyword) : std::to_string(Max)) + ") " +
+         sLineBreak;
+}
+
+// "(default ...) " or "(default-dynamic ...) ", empty when the default says
+// nothing: nil, the empty value, the empty list, or a value with empty text.
+std::string DefaultClause(const TFactSlot& Slot) {
+  const IKBValue Default = Slot.GetSlotDefault();
+  if (!Default || Default->Equals(FCNil) || Default->Equals(FCNilList)) return {};
+  const std::string Form = FormOf(Default);
+  if (Trim(Form).empty()) return {};
+  return (Slot.GetDefaultDynamic() ? "(default-dynamic " : "(default ") + Form + ") ";
+}
+
+}  // namespace
+
+std::string PrettyPrint(const TFactSlot& Slot) {
+  std::string Result = Slot.IsMultiSlot() ? "(multislot " : "(slot ";
+  Result += Slot.GetName() + " ";
+  const std::string Default = DefaultClause(Slot);
+  const TKBTypes Types = Slot.GetSlotType();
+  if (const IKBDefinedType Type = Slot.GetExtendedTypeInfo()) {
+    // An implicit type's text ends in a line end, so the default needs none.
+    Result += Type->GetImplicit() ? PrettyPrint(*Type, true) : "(type " + Type->GetName() + ")";
+    if (!Default.empty()) Result += IndentString(2) + Default;
+  } else if (Types == KBSlotTypes || Types == KBSlotTypes + KBMultiSlotTypes) {
+    // Every kind is allowed, which is what a slot without "(type ...)" reads as.
+    Result += Default;
+  } else {
+    if ((Types * KBMultiSlotTypes).Empty())
+      Result += "(type " + TypeKeywords(Types) + ")";
+    else
+      Result += "(type " + TypeKeywords(Types - KBMultiSlotTypes) + ") ";
+    if (!Default.empty()) Result += sLineBreak + IndentString(2) + Default;
+  }
+  return Result + ")";
+}
+
+std::string PrettyPrint(const TFactTemplate& Template, bool PrintModuleQualifiers) {
+  std::string Result = "(deftemplate " + QualifiedName(Template, Template.GetTemplateName(), PrintModuleQualifiers);
+  if (!Template.GetComment().empty()) Result += " " + QuotedComment(Template.GetComment());
+  if (const IFactTemplate Parent = Template.GetParent())
+    Result += sLineBreak + IndentString() + "extends " + Parent->GetTemplateName();
+  if (Template.IsOrdered()) {
+    // An ordered template shows its one slot only when a type constrains it.
+    // The reader takes "extends" or "is-a", not both, so behind a parent the
+    // slot is written out.
+    IFactSlot Data;
+    if (Template.ContainsSlot(SDefaultSlotName, Data))
+      if (const IKBDefinedType Type = Data->GetExtendedTypeInfo())
+        Result += Type->GetImplicit() || Template.GetParent() ? " " + Data->ToString() : " is-a " + Type->GetName();
+  } else {
+    Result += sLineBreak;
+    const TFactTemplateSlots& Slots = Template.GetSlots();
+    for (int I = 0; I < Slots.GetCount(); ++I)
+      if (const IFactSlot& Slot = Slots.GetItemByIndex(I))
+        Result += IndentString() + Nest(Slot->ToString()) + sLineBreak;
+  }
+  return Close(std::move(Result));
+}
+
+std::string PrettyPrint(const TKBDefinedType& DefinedType, bool PrintModuleQualifiers) {
+  const bool Implicit = DefinedType.GetImplicit();
+  std::string Result;
+  if (Implicit) {
+    Result = "(type " + BaseTypesText(DefinedType) + ")" + sLineBreak;
+  } else {
+    Result = "(deftype " + QualifiedName(DefinedType, DefinedType.GetName(), PrintModuleQualifiers) + " ";
+    if (!DefinedType.GetComment().empty())
+      Result += sLineBreak + IndentString() + QuotedComment(DefinedType.GetComment()) + sLineBreak + IndentString();
+    Result += "extends (type " + BaseTypesText(DefinedType) + ")" + sLineBreak;
+  }
+
+  if (const IFuzzyVariable Variable = DefinedType.GetFuzzyType()) {
+    Result += Variable->ToString();
+  } else {
+    // A clause that the ancestor states alike is inherited when read, so it is
+    // left out.
+    const IKBDefinedType Ancestor = DefinedType.GetAncestor();
+    auto Append = [&](std::string (*Clause)(const TKBDefinedType&)) {
+      const std::string Text = Clause(DefinedType);
+      if (Text.empty() || (Ancestor && Text == Clause(*Ancestor))) return;
+      Result += IndentString() + Text;
+    };
+    Append(RangeClause);
+    Append(UnitsClause);
+    Append(CardinalityClause);
+    Append(GetAllowedString);
+  }
+  return Implicit ? Result : Close(std::move(Result));
+}
 
 }  // namespace cogent

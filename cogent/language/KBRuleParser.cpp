@@ -1,16 +1,11 @@
 #include "cogent/language/KBRuleParser.h"
+#include "cogent/language/PrintSupport.h"
 
 namespace cogent {
 
 namespace {
-std::string FormOf(const IKBValue& Value) { return Value ? Value->GetToString() : std::string(); }
-
-// Removes the white space at the right end and closes the text.
-std::string Close(std::string Text) {
-  while (!Text.empty() && (Text.back() == ' ' || Text.back() == '\t' || Text.back() == '\r' || Text.back() == '\n'))
-    Text.pop_back();
-  return Text + ")";
-}
+using print::Close;
+using print::FormOf;
 
 // Each line of a comment trimmed; a line that says something and is not yet
 // a comment line gets "; " in front; every line ends in CR LF.

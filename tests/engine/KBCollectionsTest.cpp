@@ -113,7 +113,7 @@ TEST(KBCollectionsTest, SharedTemplatesAreCountedAsImports) {
   EXPECT_EQ(OtherTable->GetImportCount(), 1);
   EXPECT_EQ(OtherTable->GetLocalsCount(), OtherTable->GetCount() - 1);
   EXPECT_EQ(OtherTable->LocalsToString().find("person"), std::string::npos);
-  EXPECT_NE(OtherTable->ToString().find("(deftemplate person"), std::string::npos);
+  EXPECT_NE(OtherTable->ToString().find("(deftemplate MAIN::person"), std::string::npos);
 
   // Only the imported ones go with csImported, and a removed template leaves
   // every module that holds it.
@@ -201,9 +201,9 @@ TEST(KBCollectionsTest, TemplateTextPutsParentsFirst) {
   Templates->Add(Dog);
   Templates->Add(Animal);
   for (const std::string& Text : {Templates->ToString(), Templates->LocalsToString()}) {
-    const auto A = Text.find("(deftemplate animal");
-    const auto D = Text.find("(deftemplate dog");
-    const auto P = Text.find("(deftemplate puppy");
+    const auto A = Text.find("(deftemplate MAIN::animal");
+    const auto D = Text.find("(deftemplate MAIN::dog");
+    const auto P = Text.find("(deftemplate MAIN::puppy");
     ASSERT_NE(P, std::string::npos);
     EXPECT_LT(A, D);
     EXPECT_LT(D, P);

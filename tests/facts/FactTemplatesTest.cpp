@@ -278,6 +278,47 @@ TEST(FactTemplateTest, CloneAndNewFact) {
   EXPECT_EQ(ErrorOf([&] { T->FillFactWithDefaults(IFact(new TFact())); }), "Fact Template is missing");
 }
 
+TEST(FactTemplateTest, CopiesReadTheirSlotsAgainInTheirEngine) {
+  const char* const TypeText = "(deftype size extends (type INTEGER) (range 0 9))";
+  TInferenceEngine Origin;
+  Origin.Parse(TypeText, true);
+  const IFactTemplate T = Origin.ParseFactTemplate(
+      "(deftemplate box (slot s (type size) (default 3)) (slot n (type INTEGER) (range 1 5) (default 2))"
+      " (multislot tags (type SYMBOL) (cardinality 0 2)))");
+  ASSERT_TRUE(T);
+
+  // Another engine binds the slots to its own type of the same name.
+  TInferenceEngine Target;
+  Target.Parse(TypeText, true);
+  const IFactTemplate Copy = T->Clone(&Target);
+  EXPECT_EQ(Copy->GetTemplateName(), "box");
+  EXPECT_TRUE(Copy->Equals(T));
+  EXPECT_EQ(Copy->GetSlot("s")->GetExtendedTypeInfo(), Target.GetDefinedTypes()->GetItem("size"));
+  EXPECT_EQ(Copy->GetSlot("s")->GetSlotDefault()->GetAsInteger(), 3);
+  const IKBDefinedType Implicit = Copy->GetSlot("n")->GetExtendedTypeInfo();
+  ASSERT_TRUE(Implicit);
+  EXPECT_NE(Implicit, T->GetSlot("n")->GetExtendedTypeInfo());
+  EXPECT_TRUE(Implicit->GetImplicit());
+  EXPECT_EQ(Implicit->GetMaxRange(), 5.0);
+  EXPECT_FALSE(Copy->GetSlot("n")->IsValid(Int(6)));
+  EXPECT_EQ(Copy->GetSlot("tags")->GetExtendedTypeInfo()->GetMaxCardinality(), 2);
+
+  // A child in the same engine is read the same way.
+  const IFactTemplate Child(new TFactTemplate(&Origin, "crate", "", T));
+  EXPECT_EQ(Child->GetSlot("s")->GetExtendedTypeInfo(), Origin.GetDefinedTypes()->GetItem("size"));
+  EXPECT_EQ(Child->GetSlotCount(), 3);
+
+  // An engine without the type can't read the slot, and the template that
+  // was to take the copy stays as it was.
+  TInferenceEngine Bare;
+  const IFactTemplate Other = Bare.ParseFactTemplate("(deftemplate other (slot z))");
+  const std::string Error = ErrorOf([&] { Other->Assign(IInterface(T)); });
+  EXPECT_NE(Error.find("Invalid slot type: size"), std::string::npos) << Error;
+  EXPECT_EQ(Other->GetTemplateName(), "other");
+  EXPECT_EQ(Other->GetSlotCount(), 1);
+  EXPECT_TRUE(Other->ContainsSlot("z"));
+}
+
 TEST(FactTemplateTest, EngineOwnerGivesHomeModule) {
   TInferenceEngine Engine;
   const IFactTemplate T = Template("p", &Engine);
