@@ -14,6 +14,10 @@ namespace {
 constexpr double DefaultMaxRange = 2147483647.0;
 constexpr double DefaultMinRange = -2147483648.0;
 constexpr std::int32_t DefaultMaxCardinality = 2147483647;
+// A default list is built item by item; a minimum cardinality beyond this
+// is refused rather than allowed to exhaust memory.
+constexpr std::int32_t MaxDefaultListLength = 1 << 20;
+constexpr const char* SDefaultListTooLong = "A default list of %d elements is too long, the most is %d";
 
 constexpr TKBTypes ConstraintTypes{dtAtom, dtString, dtInteger, dtFloat};
 // What a fuzzy type accepts besides its own sets: all of these can still
@@ -548,6 +552,8 @@ std::string TKBDefinedType::GetInvalidValueString(const IKBValue& Value) const {
 IKBValue TKBDefinedType::CreateValidDefault(bool AsList) const {
   if (AsList) {
     if (!FCardinalityLimited || FMinCardinality <= 0) return FCNilList->Clone();
+    if (FMinCardinality > MaxDefaultListLength)
+      throw EKBException(Format(SDefaultListTooLong, FMinCardinality, MaxDefaultListLength));
     IValueVector Items(new TValueVector());
     for (std::int32_t I = 0; I < FMinCardinality; ++I) Items->Add(CreateValidDefault(false));
     return IKBValue(new TKBValue(Items));

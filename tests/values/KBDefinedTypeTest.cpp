@@ -346,6 +346,9 @@ TEST(KBDefinedTypeTest, DefaultsFollowTheType) {
   ASSERT_EQ(Two->GetAsList()->GetCount(), 2);
   EXPECT_EQ(Two->GetToString(), "5 5 ");
   EXPECT_TRUE(Count->IsValid(Two));
+  Count->SetMinCardinality(2000000000);
+  EXPECT_EQ(ErrorOf([&] { Count->CreateValidDefault(true); }),
+            "A default list of 2000000000 elements is too long, the most is 1048576");
 }
 
 // ---------------------------------------------------------------- copying
