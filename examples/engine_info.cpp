@@ -17,6 +17,18 @@ int main() {
   for (int I = 0; I < Engine.GetFactTemplates()->GetCount(); ++I)
     std::cout << " " << Engine.GetFactTemplates()->GetItemByIndex(I)->GetTemplateName();
   std::cout << "\n";
+  // Constructs read from text are echoed through OnPrintOut and kept.
+  Engine.Parse("(deftype percent extends (type INTEGER) (range 0 100))", true);
+  Engine.Parse("(deftemplate reading \"a sensor reading\" (slot level (type percent) (default 50))"
+               " (multislot tags (type SYMBOL) (cardinality 0 3)))",
+               true);
+  std::cout << "A template written back:\n" << Engine.FindFactTemplate("reading")->ToString() << "\n";
+  Engine.Assert("(reading (tags hot))");
+  try {
+    Engine.Assert("(reading (level 120))");
+  } catch (const EKBException& E) {
+    std::cout << "Asserting a level of 120: " << E.what() << "\n";
+  }
   Engine.Assert("(colour red)");
   Engine.Assert("(point 1 2.5 \"origin\")");
   // An equal fact is refused unless FactDuplication is set.
