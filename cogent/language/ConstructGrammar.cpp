@@ -299,22 +299,14 @@ IStreamToken TKBRuleParser::ParseAllowedEnumerations(const IKBDefinedType& Defin
     // The end token would make an item of its own, again and again.
     if (Token->IsEOF()) ParseError(Where, _SMissingCloseParens);
     IKBValue Item;
-    switch (Token->GetDataType()) {
-      case '(':
-        Tokens.PutBackToken(Token);
-        Item = ParseNExecuteFunCall();
-        break;
-      case dtAtom:
-      case dtString:
-      case dtInteger:
-      case dtFloat:
-      case dtVariable:
-      case dtMultiVariable:
-        Item = Token->Value()->Resolve(Engine().GetGlobalContext());
-        break;
-      default:
-        // Punctuation is no value to allow.
-        ParseError(Where, _SBadArgument, Token->ToString());
+    if (Is(Token, '(')) {
+      Tokens.PutBackToken(Token);
+      Item = ParseNExecuteFunCall();
+    } else if (IsWordOrNumber(Token->GetDataType())) {
+      Item = Token->Value()->Resolve(Engine().GetGlobalContext());
+    } else {
+      // Punctuation is no value to allow.
+      ParseError(Where, _SBadArgument, Token->ToString());
     }
     if (!Item) ParseError(Where, _SExpectedValue);
     DefinedType->AddConstraint(Converted(Item, Clause->Conversion));

@@ -18,10 +18,6 @@ using print::FormOf;
 using print::Nest;
 using print::QuotedComment;
 
-// The bounds that stand for "no limit"; the reader takes "?VARIABLE" for them.
-constexpr double OpenLowRange = -2147483648.0;
-constexpr double OpenHighRange = 2147483647.0;
-constexpr std::int32_t OpenHighCardinality = 2147483647;
 
 std::string QualifiedName(const TModuleConstruct& Construct, const std::string& Name, bool PrintModuleQualifiers) {
   if (PrintModuleQualifiers)
@@ -52,8 +48,8 @@ std::string RangeClause(const TKBDefinedType& Type) {
   if (!Type.GetRangeLimited()) return {};
   const double Low = Type.GetMinRange();
   const double High = Type.GetMaxRange();
-  return IndentString() + "(range " + (Low == OpenLowRange ? std::string(STypeVariableKeyword) : WholeNumber(Low)) +
-         " " + (High == OpenHighRange ? std::string(STypeVariableKeyword) : WholeNumber(High)) + ") " + sLineBreak;
+  return IndentString() + "(range " + (Low == KBOpenMinRange ? std::string(STypeVariableKeyword) : WholeNumber(Low)) +
+         " " + (High == KBOpenMaxRange ? std::string(STypeVariableKeyword) : WholeNumber(High)) + ") " + sLineBreak;
 }
 
 std::string UnitsClause(const TKBDefinedType& Type) {
@@ -65,11 +61,10 @@ std::string UnitsClause(const TKBDefinedType& Type) {
 
 std::string CardinalityClause(const TKBDefinedType& Type) {
   if (!Type.GetCardinalityLimited()) return {};
-  const std::int32_t Min = Type.GetMinCardinality();
+  // The minimum is never negative, so only the maximum can be open.
   const std::int32_t Max = Type.GetMaxCardinality();
-  return IndentString() + "(cardinality " + (Min < 0 ? std::string(STypeVariableKeyword) : std::to_string(Min)) +
-         " " + (Max == OpenHighCardinality ? std::string(STypeVariableKeyword) : std::to_string(Max)) + ") " +
-         sLineBreak;
+  return IndentString() + "(cardinality " + std::to_string(Type.GetMinCardinality()) + " " +
+         (Max == KBOpenMaxCardinality ? std::string(STypeVariableKeyword) : std::to_string(Max)) + ") " + sLineBreak;
 }
 
 // "(default ...) " or "(default-dynamic ...) ", empty when the default says

@@ -21,6 +21,13 @@ class TComponentNexus;
 
 // ---------------------------------------------------------------- TKBStreamToken
 
+// A token kind that stands for a value of its own: a word, a string, a
+// number or a variable.
+constexpr bool IsWordOrNumber(std::int32_t Kind) noexcept {
+  return Kind == dtAtom || Kind == dtString || Kind == dtInteger || Kind == dtFloat || Kind == dtVariable ||
+         Kind == dtMultiVariable;
+}
+
 class TKBStreamTokenPersistent : public TPersistent {};
 
 // One token. DataType shares one range between the TKBType ordinals and

@@ -15,19 +15,6 @@ namespace cogent {
 
 namespace {
 
-bool IsWordOrNumber(std::int32_t Kind) {
-  switch (Kind) {
-    case dtAtom:
-    case dtString:
-    case dtInteger:
-    case dtFloat:
-    case dtVariable:
-    case dtMultiVariable:
-      return true;
-    default:
-      return false;
-  }
-}
 
 bool IsEnd(const IStreamToken& Token) { return Token->GetDataType() == ')' || Token->IsEOF(); }
 

@@ -11,9 +11,6 @@ namespace cogent {
 
 namespace {
 
-constexpr double DefaultMaxRange = 2147483647.0;
-constexpr double DefaultMinRange = -2147483648.0;
-constexpr std::int32_t DefaultMaxCardinality = 2147483647;
 // A default list is built item by item; a minimum cardinality beyond this
 // is refused rather than allowed to exhaust memory.
 constexpr std::int32_t MaxDefaultListLength = 1 << 20;
@@ -48,14 +45,14 @@ std::string KindName(TKBType Kind) {
 // A float is an integer for the allowed lists only when it is one exactly
 // and an Integer can hold it.
 bool IsWholeInteger(double Value) noexcept {
-  return std::isfinite(Value) && std::trunc(Value) == Value && Value >= DefaultMinRange && Value <= DefaultMaxRange;
+  return std::isfinite(Value) && std::trunc(Value) == Value && Value >= KBOpenMinRange && Value <= KBOpenMaxRange;
 }
 
 // Cut toward zero, clamped to the Integer range; NaN gives 0.
 std::int32_t TruncToInteger(double Value) noexcept {
   if (std::isnan(Value)) return 0;
-  if (Value >= DefaultMaxRange) return std::numeric_limits<std::int32_t>::max();
-  if (Value <= DefaultMinRange) return std::numeric_limits<std::int32_t>::min();
+  if (Value >= KBOpenMaxRange) return std::numeric_limits<std::int32_t>::max();
+  if (Value <= KBOpenMinRange) return std::numeric_limits<std::int32_t>::min();
   return static_cast<std::int32_t>(Value);
 }
 
@@ -562,8 +559,8 @@ IKBValue TKBDefinedType::CreateValidDefault(bool AsList) const {
   // or the maximum when only the minimum is open.
   const auto Bound = [this]() -> double {
     if (!FRangeLimited) return 0.0;
-    const bool MinOpen = FMinRange == DefaultMinRange;
-    const bool MaxOpen = FMaxRange == DefaultMaxRange;
+    const bool MinOpen = FMinRange == KBOpenMinRange;
+    const bool MaxOpen = FMaxRange == KBOpenMaxRange;
     if (MinOpen && MaxOpen) return 0.0;
     return MinOpen ? FMaxRange : FMinRange;
   };

@@ -16,6 +16,12 @@
 
 namespace cogent {
 
+// The bounds of a type that has no limit of its own; written out, each reads
+// as "?VARIABLE".
+inline constexpr double KBOpenMinRange = -2147483648.0;
+inline constexpr double KBOpenMaxRange = 2147483647.0;
+inline constexpr std::int32_t KBOpenMaxCardinality = 2147483647;
+
 class TKBDefinedType : public TModuleConstruct {
 public:
   // The type belongs to AReasoner (may be nil) and starts in its current
@@ -139,9 +145,9 @@ private:
 
   TKBTypes FBaseTypes = KBSlotTypes;
   TKBName FName = SImplicitDefinedType;
-  double FMaxRange = 2147483647.0;
-  double FMinRange = -2147483648.0;
-  std::int32_t FMaxCardinality = 2147483647;
+  double FMaxRange = KBOpenMaxRange;
+  double FMinRange = KBOpenMinRange;
+  std::int32_t FMaxCardinality = KBOpenMaxCardinality;
   std::int32_t FMinCardinality = 0;
   IFuzzyVariable FFuzzyType;
   TValueConstraints FConstraints;
