@@ -43,6 +43,12 @@ std::int32_t CalculateHash(std::string_view S, std::int32_t Seed) noexcept {
   return static_cast<std::int32_t>(HashBytes(S, static_cast<std::uint32_t>(Seed)));
 }
 
+std::int32_t HashCombine(std::int32_t Seed, std::int32_t Value) noexcept {
+  const auto H = static_cast<std::uint32_t>(Seed);
+  const auto V = static_cast<std::uint32_t>(Value);
+  return static_cast<std::int32_t>(Avalanche(H ^ (V + 0x9E3779B9u + (H << 6) + (H >> 2))));
+}
+
 // ---------------------------------------------------------------- comparison
 
 bool FloatEquals(double A, double B, double Epsilon) noexcept {

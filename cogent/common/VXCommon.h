@@ -56,6 +56,8 @@ std::int32_t CalculateHash(std::string_view S) noexcept;
 std::int32_t CalculateHash(std::string_view S, std::int32_t Seed) noexcept;
 // A and B differ by at most Epsilon.
 bool FloatEquals(double A, double B, double Epsilon) noexcept;
+// Mixes Value into Seed so that the order of combination counts.
+std::int32_t HashCombine(std::int32_t Seed, std::int32_t Value) noexcept;
 // 1-based code-point position of the first character of Text that is one of
 // Chars, else 0.
 std::size_t ContainsCharacters(std::string_view Text, std::string_view Chars) noexcept;

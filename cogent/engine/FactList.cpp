@@ -12,11 +12,6 @@ namespace {
 // Below this many facts a scan beats a binary search.
 constexpr int BinarySearchThreshold = 5;
 
-bool IsFuzzyFact(const IFact& Fact) {
-  const IFactTemplate Template = Fact->GetTemplate();
-  return Template && Template->IsFuzzy();
-}
-
 // The module a fact's template calls home.
 const TModule* HomeOf(const IFact& Fact) {
   const TFactTemplate* Template = Fact ? Fact->GetTemplate().get() : nullptr;
@@ -28,49 +23,44 @@ TFacts::TFacts(TInferenceEngine* AEngine, TModule* AModule) : TKBEngineBound(AEn
   SetCacheHashCodes(true);
 }
 
-TFacts::~TFacts() { FreeCache(); }
+TFacts::~TFacts() = default;
 
 // ---------------------------------------------------------------- caches
 
 void TFacts::CreateCache() {
-  FCache = new TVXHashTable<std::int32_t, IFact>(std::max(GetCount(), 101));
-  FFuzzyCache = new TInterfaceListPersistent<TFact>();
+  FCache.reserve(static_cast<std::size_t>(std::max(GetCount(), 101)));
   for (const IFact& Fact : *this) CacheAdd(Fact);
 }
 
-void TFacts::FreeCache() {
-  FreeAndNil(FCache);
-  FreeAndNil(FFuzzyCache);
-}
+void TFacts::FreeCache() { std::unordered_multimap<std::int32_t, TFact*>().swap(FCache); }
 
 void TFacts::SetCacheHashCodes(bool Value) {
   if (Value == FCacheHashCodes) return;
   FCacheHashCodes = Value;
-  if (FCache)
-    FreeCache();
-  else
+  if (Value)
     CreateCache();
+  else
+    FreeCache();
 }
 
 void TFacts::CacheAdd(const IFact& Fact) {
-  if (!FCacheHashCodes || !FCache || !Fact) return;
-  if (IsFuzzyFact(Fact))
-    FFuzzyCache->Add(Fact);
-  else
-    FCache->PutItem(Fact->GetHashCode(), Fact);
+  if (FCacheHashCodes && Fact) FCache.emplace(Fact->GetHashCode(), Fact.get());
 }
 
 void TFacts::CacheRemove(const IFact& Fact) {
-  if (!FCacheHashCodes || !FCache || !Fact) return;
-  if (IsFuzzyFact(Fact)) {
-    FFuzzyCache->Remove(Fact);
-    return;
-  }
-  // The entry under the hash may be another, equal fact (duplicates allowed
-  // while the cache was off): only the fact itself leaves.
-  const std::int32_t Hash = Fact->GetHashCode();
-  IFact Cached;
-  if (FCache->ContainsKey(Hash, Cached) && Cached == Fact) FCache->Remove(Hash);
+  if (!FCacheHashCodes || !Fact) return;
+  auto [First, Last] = FCache.equal_range(Fact->GetHashCode());
+  for (auto It = First; It != Last; ++It)
+    if (It->second == Fact.get()) {
+      FCache.erase(It);
+      return;
+    }
+  // A value changed in place under the fact moved its hash: find it the long way.
+  for (auto It = FCache.begin(); It != FCache.end(); ++It)
+    if (It->second == Fact.get()) {
+      FCache.erase(It);
+      return;
+    }
 }
 
 // ---------------------------------------------------------------- list work
@@ -145,10 +135,7 @@ int TFacts::Remove(const IInterface& Item) {
 }
 
 void TFacts::Clear() {
-  if (FCache) {
-    FCache->Clear();
-    FFuzzyCache->Clear();
-  }
+  FCache.clear();
   TInterfaceListPersistent<TFact>::Clear();
   FMaxID = 0;
   if (FEngine) FEngine->RetractFacts();
@@ -192,16 +179,12 @@ int TFacts::FindFact(std::int32_t FactId) const {
 
 int TFacts::FindFact(const IFact& AFact) const {
   if (!AFact) return -1;
-  if (!FPreserveIDs && FCacheHashCodes && FCache) {
-    if (IsFuzzyFact(AFact)) {
-      for (const IFact& Item : *FFuzzyCache)
-        if (AFact->Equals(Item)) return IndexOf(Item);
-      return -1;
-    }
-    // Equal hash codes count as equal facts: no second comparison.
-    IFact Found;
-    if (!FCache->ContainsKey(AFact->GetHashCode(), Found)) return -1;
-    return IndexOf(Found);
+  if (!FPreserveIDs && FCacheHashCodes) {
+    const TFact* Found = nullptr;
+    auto [First, Last] = FCache.equal_range(AFact->GetHashCode());
+    for (auto It = First; It != Last; ++It)
+      if ((!Found || It->second->GetID() < Found->GetID()) && AFact->Equals(IFact(It->second))) Found = It->second;
+    return Found ? IndexOf(IFact(const_cast<TFact*>(Found))) : -1;
   }
   const auto& List = Items();
   for (std::size_t I = 0; I < List.size(); ++I)

@@ -5,6 +5,7 @@
 // engine's DuplicateConstructs.
 
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "cogent/common/VXInterfaceList.h"
@@ -315,7 +316,8 @@ public:
   virtual void Clear(TConstructScope Scope);
   // By id: a binary search from 5 facts on, else identity.
   int IndexOf(const IFact& Item) const;
-  // By content, through the caches when they are on.
+  // By content, through the cache when it is on; among equal facts the
+  // oldest.
   int FindFact(const IFact& AFact) const;
   int FindFact(std::int32_t FactId) const;
   IFact GetFactByID(std::int32_t FactId) const;
@@ -354,8 +356,10 @@ private:
   bool FPreserveIDs = false;
   std::int32_t FMaxID = 0;
   bool FCacheHashCodes = false;
-  TVXHashTable<std::int32_t, IFact>* FCache = nullptr;
-  TInterfaceListPersistent<TFact>* FFuzzyCache = nullptr;
+  // Every fact under its hash while FCacheHashCodes is on, fuzzy facts too
+  // (their hash leaves the fuzzy slots out, as their equality does). A hash
+  // only narrows the search: Equals decides.
+  std::unordered_multimap<std::int32_t, TFact*> FCache;
 };
 
 }  // namespace cogent

@@ -133,10 +133,12 @@ void TFact::SetValue(const TKBName& Name, const IKBValue& Value) {
     }
   }
   FValues.AddOrSetValue(Name, TFactValueHashtableEntry{Stored, Slot});
+  Changed();
 }
 
 void TFact::SetTemplate(const IFactTemplate& Value) {
   if (Value == FTemplate) return;
+  Changed();
   if (!Value) {
     FValues.Clear();
     FTemplate = nullptr;
@@ -172,6 +174,7 @@ std::vector<std::pair<std::string, IKBValue>> TFact::CloneValues(const TFact& So
 }
 
 void TFact::ReplaceValues(std::vector<std::pair<std::string, IKBValue>>&& Values) {
+  Changed();
   FValues.Clear();
   for (auto& [Name, Value] : Values) FValues.PutItem(Name, TFactValueHashtableEntry{std::move(Value), nullptr});
 }
@@ -207,13 +210,27 @@ bool TFact::Equals(const IFact& Other) const {
 bool TFact::Equals(const IInterface& Other) const { return Equals(Other.As<TFact>()); }
 
 std::int32_t TFact::GetHashCode() const {
-  if (!FTemplate) return CalculateHash(std::string(), 1);
-  std::string Text;
-  const TStringList<>& Names = FTemplate->GetSlotNames();
-  for (int I = 0; I < Names.GetCount(); ++I) Text += GetValue(Names.GetString(I))->GetToString();
-  const auto TemplateHash = static_cast<std::uint32_t>(FTemplate->GetHashCode());
-  const auto TextHash = static_cast<std::uint32_t>(CalculateHash(Text, 1));
-  return static_cast<std::int32_t>(TemplateHash * 31u + TextHash);
+  if (FHashValid) return FHashCode;
+  std::int32_t Hash = static_cast<std::int32_t>(std::hash<const void*>()(FTemplate.get()));
+  if (FTemplate) {
+    const bool Fuzzy = FTemplate->IsFuzzy();
+    const TStringList<>& Names = FTemplate->GetSlotNames();
+    for (int I = 0; I < Names.GetCount(); ++I) {
+      const std::string& Name = Names.GetString(I);
+      if (Fuzzy && FTemplate->GetSlot(Name)->IsFuzzy()) continue;
+      const IKBValue Value = GetValue(Name);
+      if (Value->GetDType() != dtList) {
+        Hash = HashCombine(Hash, Value->GetHashCode());
+        continue;
+      }
+      const IValueVector List = Value->GetAsList();
+      Hash = HashCombine(Hash, List->GetCount());
+      for (const IKBValue& Item : *List) Hash = HashCombine(Hash, Item ? Item->GetHashCode() : 0);
+    }
+  }
+  FHashCode = Hash;
+  FHashValid = true;
+  return Hash;
 }
 
 std::string TFact::ToString() const {
@@ -258,6 +275,7 @@ void TFact::AssignFact(const TFact& Source, bool ThroughSetValue) {
     return;
   }
   if (!Source.FTemplate) {
+    Changed();
     FValues.Clear();
     FTemplate = nullptr;
   } else if (ThroughSetValue) {

@@ -232,7 +232,10 @@ public:
   // Template identity and the values of the non-fuzzy slots.
   bool Equals(const IFact& Other) const;
   bool Equals(const IInterface& Other) const override;
-  // Template hash and the text of the values in sorted slot order.
+  // Mixes the template's identity and the hash of each non-fuzzy slot value
+  // in sorted slot order, a multifield item by item after its length; equal
+  // facts hash alike. Kept until the fact changes through its own setters (a
+  // value changed in place under the fact does not re-hash it).
   std::int32_t GetHashCode() const;
   std::string ToString() const override;
   // "f-<id> <text>", the id padded to the digits of the engine's counter.
@@ -257,7 +260,11 @@ private:
   // Empties the table and enters Values, each with a nil slot.
   void ReplaceValues(std::vector<std::pair<std::string, IKBValue>>&& Values);
 
+  void Changed() noexcept { FHashValid = false; }
+
   mutable TFactValues FValues;
+  mutable std::int32_t FHashCode = 0;
+  mutable bool FHashValid = false;
   std::int32_t FID = -1;
   std::intptr_t FTag = 0;
   IFactTemplate FTemplate;

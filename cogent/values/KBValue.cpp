@@ -1,5 +1,6 @@
 #include "cogent/values/KBValue.h"
 
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -49,6 +50,20 @@ T* CellPointer(std::intptr_t Cell) {
   return reinterpret_cast<T*>(Cell);
 }
 
+// The float's class under SameFloat: its rounded ten-thousandths, or the
+// number itself where a double no longer holds that many decimals.
+struct TFloatKey {
+  double Key;
+  bool Exact;
+};
+
+TFloatKey FloatKey(double Value) noexcept {
+  constexpr double ScaledLimit = 1e11;
+  if (std::isnan(Value)) return {std::numeric_limits<double>::quiet_NaN(), true};
+  if (!(std::fabs(Value) < ScaledLimit)) return {Value, true};
+  return {std::nearbyint(Value * 10000.0) + 0.0, false};
+}
+
 bool IsTextKind(TKBType AType) { return KBStringTypes.Contains(AType); }
 
 bool IsInterfaceKind(TKBType AType) {
@@ -56,6 +71,20 @@ bool IsInterfaceKind(TKBType AType) {
 }
 
 }  // namespace
+
+bool SameFloat(double A, double B) noexcept {
+  const TFloatKey KeyA = FloatKey(A);
+  const TFloatKey KeyB = FloatKey(B);
+  if (KeyA.Exact != KeyB.Exact) return false;
+  return KeyA.Key == KeyB.Key || (std::isnan(KeyA.Key) && std::isnan(KeyB.Key));
+}
+
+std::int32_t FloatHash(double Value) noexcept {
+  const TFloatKey Key = FloatKey(Value);
+  // Zero's two signs are one key already; NaN gets a fixed pattern.
+  const std::uint64_t Bits = std::isnan(Key.Key) ? 0x7FF8000000000000ull : std::bit_cast<std::uint64_t>(Key.Key);
+  return HashCombine(static_cast<std::int32_t>(Bits >> 32), static_cast<std::int32_t>(Bits) ^ Key.Exact);
+}
 
 // ---------------------------------------------------------------- TKBValueNexus
 
@@ -376,7 +405,7 @@ bool TKBValue::Equals(const IKBValue& Other) const {
     case dtDescriptor:
       return static_cast<std::int32_t>(FValue.VInteger) == static_cast<std::int32_t>(Other->FValue.VInteger);
     case dtFloat:
-      return FloatEquals(FValue.VExtended, Other->FValue.VExtended, 0.0001);
+      return SameFloat(FValue.VExtended, Other->FValue.VExtended);
     case dtFunCall:
       return GetAsFunCall()->Equals(Other->GetAsFunCall());
     case dtFact:
@@ -463,13 +492,8 @@ std::int32_t TKBValue::GetHashCode() const {
     case dtDescriptor:
     case dtExternalAddress:
       return Low32(FValue.VInteger);
-    case dtFloat: {
-      std::int32_t Result = 0;
-      // A float hashes like its truncation; one that doesn't fit in 32 bits
-      // can't equal an integer, so any stable hash will do.
-      if (TruncToInt32(FValue.VExtended, Result)) return Result;
-      return CalculateHash(FloatText(FValue.VExtended));
-    }
+    case dtFloat:
+      return FloatHash(FValue.VExtended);
     case dtObject:
     case dtClass:
       return Low32(FValue.VInteger);

@@ -131,7 +131,9 @@ public:
   virtual void Reset();
 
   // ------------------------------------------------------------ comparison
-  // Strict: same kind and same content.
+  // Strict: same kind and same content; floats compare by SameFloat. Values
+  // that are equal hash alike, except fuzzy sets, whose equality is a degree
+  // of membership (a fact leaves its fuzzy slots out of both).
   virtual bool Equals(const IKBValue& Other) const;
   bool Equals(const IInterface& Other) const override;
   // Loose: Other is read through this value's kind; a refused conversion raises.
@@ -177,6 +179,14 @@ private:
   TKBValueNexus* FNexus = nullptr;
   TKBValueChangeEvent FOnChange;
 };
+
+// Floats are equal when they agree to four decimal places, that is when
+// x * 10^4 rounds to the same integer: 0.1 + 0.2 equals 0.3, 1.00004 equals
+// 1.0, but 1.00006 does not. Unlike a tolerance this is an equivalence, so
+// equal floats always hash alike. Beyond 10^11 a float is compared as it is;
+// all NaNs are one value, and -0.0 is 0.0.
+bool SameFloat(double A, double B) noexcept;
+std::int32_t FloatHash(double Value) noexcept;
 
 // ---------------------------------------------------------------- TValueVector
 

@@ -86,11 +86,11 @@ TEST(FactTest, EqualityAndHash) {
   EXPECT_TRUE(A->Equals(B));
   EXPECT_EQ(A->GetHashCode(), B->GetHashCode());
 
-  // Fuzzy slots take no part in equality, but they do in the hash.
+  // Fuzzy slots take no part in equality, nor in the hash.
   A->SetValue("mood", Atom("happy"));
   B->SetValue("mood", Atom("sad"));
   EXPECT_TRUE(A->Equals(B));
-  EXPECT_NE(A->GetHashCode(), B->GetHashCode());
+  EXPECT_EQ(A->GetHashCode(), B->GetHashCode());
 
   B->SetValue("mood", Atom("happy"));
   B->SetValue("age", Int(31));
@@ -103,7 +103,6 @@ TEST(FactTest, EqualityAndHash) {
   C->SetValue("age", Int(30));
   C->SetValue("mood", Atom("happy"));
   EXPECT_FALSE(A->Equals(C));
-  EXPECT_EQ(A->GetHashCode(), C->GetHashCode());
 }
 
 TEST(FactTest, SetTemplateKeepsCommonSlots) {
