@@ -1,4 +1,5 @@
 #include "cogent/common/VXGraph.h"
+#include "cogent/host/Guards.h"
 
 #include <algorithm>
 #include <functional>
@@ -338,15 +339,9 @@ void TGCustomGraph::TopologicalOrder(TStrings& Strings) const {
     }
   }
   if (Order.size() != FNodes.size()) throw EGraphError(SGraphHasCycle);
-  Strings.BeginUpdate();
-  try {
-    Strings.Clear();
-    for (TGGraphNode* Node : Order) Strings.AddObject(Node->GetName(), Node);
-  } catch (...) {
-    Strings.EndUpdate();
-    throw;
-  }
-  Strings.EndUpdate();
+  const auto Update = UpdateGuard(Strings);
+  Strings.Clear();
+  for (TGGraphNode* Node : Order) Strings.AddObject(Node->GetName(), Node);
 }
 
 // ---------------------------------------------------------------- TGGraph

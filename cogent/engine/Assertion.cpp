@@ -13,22 +13,6 @@
 namespace cogent {
 
 namespace {
-// Focuses Module back when it goes, unless told the focus is already right.
-class TFocusGuard {
-public:
-  explicit TFocusGuard(IModule AModule) : FModule(std::move(AModule)) {}
-  ~TFocusGuard() {
-    if (FModule && FMoved) FModule->FocusModule();
-  }
-  TFocusGuard(const TFocusGuard&) = delete;
-  TFocusGuard& operator=(const TFocusGuard&) = delete;
-  void Moved() noexcept { FMoved = true; }
-  const IModule& Module() const noexcept { return FModule; }
-
-private:
-  IModule FModule;
-  bool FMoved = false;
-};
 
 // Sets a fact list's updating flag for the engine's own list work.
 class TUpdatingGuard {
@@ -62,14 +46,15 @@ std::int32_t TInferenceEngine::Assert(const IFact& Fact, bool Unconditional) {
   const std::int32_t Id = NewFactId();
   Fact->SetID(Id);
   {
-    TFocusGuard Focus(FCurrentModule);
+    const IModule Home = FCurrentModule;
+    TFocusBack Focus;
     AddFactToModule(Fact, nullptr);
     // A shared template puts the fact into every module that holds it.
     if (Template->GetImportModuleCount() > 1) {
       for (int I = 0; I < Template->GetImportModuleCount(); ++I) {
         const IModule Module = Template->GetImportModule(I);
-        if (Module == Focus.Module()) continue;
-        Focus.Moved();
+        if (Module == Home) continue;
+        Focus.Remember(Home);
         AddFactToModule(Fact, Module);
       }
     }
@@ -108,13 +93,14 @@ void TInferenceEngine::RetractFact(int Index) {
   const IFact Fact = FFacts->Get(Index);
   if (OnRetraction) OnRetraction(this, Fact);
   {
-    TFocusGuard Focus(FCurrentModule);
+    const IModule Home = FCurrentModule;
+    TFocusBack Focus;
     RemoveFactFromModule(Index, Fact, nullptr);
     if (const IFactTemplate Template = Fact->GetTemplate(); Template && Template->GetImportModuleCount() > 1) {
       for (int I = 0; I < Template->GetImportModuleCount(); ++I) {
         const IModule Module = Template->GetImportModule(I);
-        if (Module == Focus.Module()) continue;
-        Focus.Moved();
+        if (Module == Home) continue;
+        Focus.Remember(Home);
         RemoveFactFromModule(-1, Fact, Module);
       }
     }

@@ -5,6 +5,7 @@
 
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/engine/KBCollections.h"
+#include "cogent/host/Guards.h"
 
 namespace cogent {
 
@@ -301,15 +302,9 @@ void TFacts::AssignTo(TPersistent* Dest) {
     TInterfaceListPersistent<TFact>::AssignTo(Dest);
     return;
   }
-  Strings->BeginUpdate();
-  try {
-    Strings->Clear();
-    for (const IFact& Fact : *this) Strings->Add(Fact ? Fact->ToString() : std::string());
-  } catch (...) {
-    Strings->EndUpdate();
-    throw;
-  }
-  Strings->EndUpdate();
+  const auto Update = UpdateGuard(*Strings);
+  Strings->Clear();
+  for (const IFact& Fact : *this) Strings->Add(Fact ? Fact->ToString() : std::string());
 }
 
 }  // namespace cogent

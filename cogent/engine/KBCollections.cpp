@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "cogent/engine/InferenceEngine.h"
+#include "cogent/host/Guards.h"
 
 namespace cogent {
 
@@ -74,15 +75,9 @@ void TValueHashTable::Assign(TPersistent* Source) {
   std::vector<std::pair<std::string, IKBValue>> Pairs;
   Pairs.reserve(static_cast<std::size_t>(Other->GetCount()));
   for (const auto& Item : *Other) Pairs.emplace_back(Item.Key, Item.Value ? Item.Value->Clone() : IKBValue());
-  BeginUpdate();
-  try {
-    Clear();
-    for (const auto& [Key, Value] : Pairs) PutItem(Key, Value);
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  const auto Update = UpdateGuard(*this);
+  Clear();
+  for (const auto& [Key, Value] : Pairs) PutItem(Key, Value);
 }
 
 std::string TValueHashTable::ToString() const {
@@ -515,18 +510,12 @@ void TUserFunctions::Assign(TPersistent* Source) {
 void TUserFunctions::Assign(const TUserFunctions& Source, bool SafeAssign) {
   if (&Source == this) return;
   const std::vector<IUserFunction> Functions = Source.GetValues().ToArray();
-  BeginUpdate();
-  try {
-    Clear();
-    // Built-in and host functions are shared between engines.
-    for (const IUserFunction& Function : Functions)
-      if (Function && !Function->IsInterpreted()) Add(Function);
-    if (Source.GetNumInterpreted() > 0) AssignInterpretedFunctions(Source, SafeAssign);
-  } catch (...) {
-    EndUpdate();
-    throw;
-  }
-  EndUpdate();
+  const auto Update = UpdateGuard(*this);
+  Clear();
+  // Built-in and host functions are shared between engines.
+  for (const IUserFunction& Function : Functions)
+    if (Function && !Function->IsInterpreted()) Add(Function);
+  if (Source.GetNumInterpreted() > 0) AssignInterpretedFunctions(Source, SafeAssign);
 }
 
 void TUserFunctions::AssignInterpretedFunctions(const TUserFunctions& Source, bool SafeAssign) {

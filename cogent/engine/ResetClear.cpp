@@ -5,6 +5,7 @@
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBSlotTest.h"
 #include "cogent/functions/KBPackages.h"
+#include "cogent/host/Guards.h"
 
 namespace cogent {
 
@@ -12,19 +13,6 @@ namespace {
 
 constexpr const char* CRLF = "\r\n";
 
-// Puts the remembered module back in focus when the scope ends, however it ends.
-class TFocusBack {
-public:
-  explicit TFocusBack(IModule AModule) : FModule(std::move(AModule)) {}
-  ~TFocusBack() {
-    if (FModule) FModule->FocusModule();
-  }
-  TFocusBack(const TFocusBack&) = delete;
-  TFocusBack& operator=(const TFocusBack&) = delete;
-
-private:
-  IModule FModule;
-};
 
 // The list's own check comes after the fact; this one refuses the module
 // before a module of its name is taken away.
@@ -206,18 +194,11 @@ void TInferenceEngine::Reset() {
   for (const IModule& Module : Modules) ClearFacts(Module);
   for (const IModule& Module : Modules) Reset(Module);
 
-  IModule Remembered;
-  if (FCurrentModule != FModules->Get(0)) {
-    Remembered = FCurrentModule;
+  {
+    const TFinally Back([this, Remembered = FCurrentModule] { SetCurrentModule(Remembered); });
     SetCurrentModule(FModules->Get(0));
-  }
-  try {
     Assert(SInitialFact);
-  } catch (...) {
-    if (Remembered) SetCurrentModule(Remembered);
-    throw;
   }
-  if (Remembered) SetCurrentModule(Remembered);
 
   if (FResetGlobals && FGlobalVariables)
     for (const auto& Pair : FGlobalVariables->ToArray()) ResetGlobalVariable(Pair.Key, Pair.Value);
@@ -226,23 +207,14 @@ void TInferenceEngine::Reset() {
 
 void TInferenceEngine::Reset(const IModule& Module) {
   if (!Module) return;
-  IModule Remembered;
-  if (Module != FCurrentModule) {
-    Remembered = FCurrentModule;
-    SetCurrentModule(Module);
-  }
-  try {
-    if (FRules)
-      for (TRule* Rule : FRules->GetValues().ToArray())
-        if (Rule) Rule->Reset();
-    // A fact set asserts into its own module, so the list is walked by index.
-    for (int I = 0; FFactSets && I < FFactSets->GetCount(); ++I)
-      if (TFactSet* FactSet = FFactSets->GetItem(I)) FactSet->Reset();
-  } catch (...) {
-    if (Remembered) SetCurrentModule(Remembered);
-    throw;
-  }
-  if (Remembered) SetCurrentModule(Remembered);
+  const TFinally Back([this, Remembered = FCurrentModule] { SetCurrentModule(Remembered); });
+  SetCurrentModule(Module);
+  if (FRules)
+    for (TRule* Rule : FRules->GetValues().ToArray())
+      if (Rule) Rule->Reset();
+  // A fact set asserts into its own module, so the list is walked by index.
+  for (int I = 0; FFactSets && I < FFactSets->GetCount(); ++I)
+    if (TFactSet* FactSet = FFactSets->GetItem(I)) FactSet->Reset();
 }
 
 // ---------------------------------------------------------------- clear
@@ -275,13 +247,12 @@ void TInferenceEngine::Clear() {
 void TInferenceEngine::Clear(const IModule& Module) {
   if (!Module) return;
   FHalt = false;
-  IModule Remembered;
-  if (Module != FCurrentModule) {
-    Remembered = FCurrentModule;
-    Module->FocusModule();
-  }
   {
-    TFocusBack Back(Remembered);
+    TFocusBack Back;
+    if (Module != FCurrentModule) {
+      Back.Remember(FCurrentModule);
+      Module->FocusModule();
+    }
     // Asked before the templates go: clearing them takes their home away.
     const TFactTemplate* InitialTemplate =
         FInitialFactPattern && FInitialFactPattern->GetTemplate() ? FInitialFactPattern->GetTemplate().get() : nullptr;
@@ -316,12 +287,11 @@ void TInferenceEngine::Clear(const IModule& Module) {
 
 void TInferenceEngine::ClearFacts(const IModule& Module) {
   if (!Module) return;
-  IModule Remembered;
+  TFocusBack Back;
   if (Module != FCurrentModule) {
-    Remembered = FCurrentModule;
+    Back.Remember(FCurrentModule);
     Module->FocusModule();
   }
-  TFocusBack Back(Remembered);
   if (FFacts) FFacts->Clear();
 }
 

@@ -20,23 +20,6 @@ bool IsDestroying(const TComponent* Component) {
   return Component && Component->GetComponentState().Contains(csDestroying);
 }
 
-// Focuses a remembered module back when it goes out of scope, also when an
-// exception passes. A module the engine has let go of meanwhile is left alone.
-class TFocusBack {
-public:
-  TFocusBack(TInferenceEngine* AEngine, IModule AModule) : FEngine(AEngine), FModule(std::move(AModule)) {}
-  TFocusBack(const TFocusBack&) = delete;
-  TFocusBack& operator=(const TFocusBack&) = delete;
-  ~TFocusBack() {
-    if (!FModule || !FEngine) return;
-    const TModules* Modules = FEngine->GetModules();
-    if (Modules && Modules->IndexOf(FModule) >= 0) FModule->FocusModule();
-  }
-
-private:
-  TInferenceEngine* FEngine;
-  IModule FModule;
-};
 
 }  // namespace
 
@@ -99,7 +82,7 @@ IFact TFactSet::GetFact(int Index) {
   IFact Fact = FFacts->GetFactData(Index);
   TInferenceEngine* E = Engine();
   if (!Fact && E && !IsLoading(this) && !IsLoading(E)) {
-    const TFocusBack Back(E, FocusModule(false));
+    const TFocusBack Back(FocusModule(false));
     Fact = E->ParseFact(FFacts->GetString(Index));
     if (Fact) FFacts->PutFactData(Index, Fact);
   }
@@ -137,7 +120,7 @@ void TFactSet::SetFacts(const TStrings& Value) {
   if (!E) return;
   ForgetParsedFacts();
   if (IsLoading(this) || IsLoading(E)) return;
-  const TFocusBack Back(E, FocusModule(true));
+  const TFocusBack Back(FocusModule(true));
   ParseLines();
 }
 
@@ -203,7 +186,7 @@ void TFactSet::SetEngine(TComponent* Value) {
   SetEngineNoParse(Value);
   ForgetParsedFacts();
   if (!Enter) return;
-  const TFocusBack Back(NewEngine, FocusModule(true));
+  const TFocusBack Back(FocusModule(true));
   if (TFactSets* Sets = NewEngine->GetFactSets()) Sets->Add(this);
   if (!GetComponentState().Contains(csDesigning)) ParseLines();
 }
@@ -223,7 +206,7 @@ void TFactSet::Notification(TComponent* AComponent, TOperation Operation) {
 void TFactSet::Reset() {
   TInferenceEngine* E = Engine();
   if (!E) return;
-  const TFocusBack Back(E, FocusModule(true));
+  const TFocusBack Back(FocusModule(true));
   for (int I = 0; I < GetCount(); ++I) {
     const IFact Fact = GetFact(I);
     if (!Fact) continue;
@@ -247,7 +230,7 @@ void TFactSet::Reload() {
   TInferenceEngine* E = Engine();
   if (!E) return;
   {
-    const TFocusBack Back(E, FocusModule(true));
+    const TFocusBack Back(FocusModule(true));
     TFactSets* Sets = E->GetFactSets();
     if (Sets && Sets->IndexOf(this) < 0) Sets->Add(this);
   }
@@ -286,7 +269,7 @@ void TFactSet::Assign(TPersistent* Source) {
   // Under an engine owner each fact is read in that engine, so that its
   // template and calls bind there; otherwise clones do.
   if (auto* Owner = dynamic_cast<TInferenceEngine*>(GetOwner())) {
-    const TFocusBack Back(Owner, Owner == Engine() ? FocusModule(false) : nullptr);
+    const TFocusBack Back(Owner == Engine() ? FocusModule(false) : nullptr);
     for (int I = 0; I < Other->GetCount(); ++I) {
       const IFact Fact = Other->GetFact(I);
       AddFact(Owner->ParseFact(Fact ? Fact->ToString() : Other->FFacts->GetString(I)));

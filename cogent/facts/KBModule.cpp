@@ -34,6 +34,20 @@ int TModuleConstruct::IndexOfImportModule(const TModule* Module) const {
   return It == FImportModules.end() ? -1 : static_cast<int>(It - FImportModules.begin());
 }
 
+// ---------------------------------------------------------------- TFocusBack
+
+TFocusBack::~TFocusBack() noexcept(false) {
+  if (!FModule || !FModule->GetAgenda()) return;
+  if (std::uncaught_exceptions() <= FExceptions) {
+    FModule->FocusModule();
+    return;
+  }
+  try {
+    FModule->FocusModule();
+  } catch (...) {
+  }
+}
+
 // ---------------------------------------------------------------- TModule
 
 TModule::TModule(TComponent* AEngine, bool AIsMain) : FIsMain(AIsMain), FEngine(AEngine) {

@@ -3,7 +3,9 @@
 // network, rules, facts, fact sets, templates and defined types.
 
 #include <cstdint>
+#include <exception>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cogent/common/VXCommon.h"
@@ -167,6 +169,22 @@ private:
   TKBPattern* FInitialFactPattern = nullptr;
 
   friend class TInferenceEngine;
+};
+
+// Focuses the remembered module back when the scope ends, however it ends. A
+// module that was released meanwhile is left alone.
+class TFocusBack {
+public:
+  explicit TFocusBack(IModule ARemembered = nullptr) noexcept
+      : FModule(std::move(ARemembered)), FExceptions(std::uncaught_exceptions()) {}
+  TFocusBack(const TFocusBack&) = delete;
+  TFocusBack& operator=(const TFocusBack&) = delete;
+  ~TFocusBack() noexcept(false);
+  void Remember(IModule Value) noexcept { FModule = std::move(Value); }
+
+private:
+  IModule FModule;
+  int FExceptions;
 };
 
 }  // namespace cogent

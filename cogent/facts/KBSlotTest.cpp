@@ -6,6 +6,7 @@
 #include "cogent/functions/KBPackages.h"
 #include "cogent/matching/KBToken.h"
 #include "cogent/rules/KBRule.h"
+#include "cogent/host/Guards.h"
 
 namespace cogent {
 
@@ -525,24 +526,18 @@ void TKBPattern::SetTests(const TStrings& Source) {
     if (!FFactTemplate->ContainsSlot(Source.Get(I))) throw EKBException(Format(_SInvalidSlotName, Source.Get(I)));
   }
   const auto* Slots = dynamic_cast<const TPatternSlots*>(&Source);
-  BeginUpdate();
-  try {
-    ClearLines();
-    for (int I = 0; I < Source.GetCount(); ++I) {
-      const std::string SlotName = Source.Get(I);
-      int Line = IndexOfSlotName(SlotName);
-      if (Line < 0) Line = FTests.AddObject(SlotName, nullptr, -1);
-      if (Slots) FTests.PutData(Line, Slots->GetData(I));
-      const auto* Tests = dynamic_cast<const TSlotTests*>(Source.GetObject(I));
-      if (!Tests) continue;
-      for (const TKBPatternMatchTest* Test : *Tests)
-        if (Test) AddTest(SlotName, CreatePatternMatchTest(*Test));
-    }
-  } catch (...) {
-    EndUpdate();
-    throw;
+  const auto Update = UpdateGuard(*this);
+  ClearLines();
+  for (int I = 0; I < Source.GetCount(); ++I) {
+    const std::string SlotName = Source.Get(I);
+    int Line = IndexOfSlotName(SlotName);
+    if (Line < 0) Line = FTests.AddObject(SlotName, nullptr, -1);
+    if (Slots) FTests.PutData(Line, Slots->GetData(I));
+    const auto* Tests = dynamic_cast<const TSlotTests*>(Source.GetObject(I));
+    if (!Tests) continue;
+    for (const TKBPatternMatchTest* Test : *Tests)
+      if (Test) AddTest(SlotName, CreatePatternMatchTest(*Test));
   }
-  EndUpdate();
 }
 
 // ------------------------------------------------------------ alternatives
@@ -619,18 +614,12 @@ void TKBPattern::FixTests() {
     Rebuilt.push_back(std::move(Slot));
   }
 
-  BeginUpdate();
-  try {
-    for (TRebuilt& Slot : Rebuilt) {
-      TSlotTests* Tests = SlotTestsFor(Slot.Line);
-      Tests->Clear();
-      for (auto& Test : Slot.Tests) Tests->Add(std::move(Test));
-    }
-  } catch (...) {
-    EndUpdate();
-    throw;
+  const auto Update = UpdateGuard(*this);
+  for (TRebuilt& Slot : Rebuilt) {
+    TSlotTests* Tests = SlotTestsFor(Slot.Line);
+    Tests->Clear();
+    for (auto& Test : Slot.Tests) Tests->Add(std::move(Test));
   }
-  EndUpdate();
 }
 
 // ------------------------------------------------------------ change
@@ -680,28 +669,22 @@ void TKBPattern::Assign(TPersistent* Source) {
     return;
   }
   if (Pattern == this) return;
-  BeginUpdate();
+  const auto Update = UpdateGuard(*this);
+  // The template first: the tests are checked against it.
+  const IFactTemplate OldTemplate = FFactTemplate;
+  FFactTemplate = Pattern->FFactTemplate;
   try {
-    // The template first: the tests are checked against it.
-    const IFactTemplate OldTemplate = FFactTemplate;
-    FFactTemplate = Pattern->FFactTemplate;
-    try {
-      SetTests(Pattern->FTests);
-    } catch (...) {
-      FFactTemplate = OldTemplate;
-      throw;
-    }
-    FComment = Pattern->FComment;
-    FBoundName = Pattern->FBoundName;
-    FUnique = Pattern->FUnique;
-    FExplicit = Pattern->FExplicit;
-    FName = Pattern->FName;
-    FNegatedCount = Pattern->FNegatedCount;
+    SetTests(Pattern->FTests);
   } catch (...) {
-    EndUpdate();
+    FFactTemplate = OldTemplate;
     throw;
   }
-  EndUpdate();
+  FComment = Pattern->FComment;
+  FBoundName = Pattern->FBoundName;
+  FUnique = Pattern->FUnique;
+  FExplicit = Pattern->FExplicit;
+  FName = Pattern->FName;
+  FNegatedCount = Pattern->FNegatedCount;
 }
 
 std::unique_ptr<TKBPattern> TKBPattern::Clone(TComponent* AOwner) const {

@@ -4,6 +4,7 @@
 
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/functions/KBPackages.h"
+#include "cogent/host/Guards.h"
 
 namespace cogent {
 
@@ -232,18 +233,16 @@ void TRule::SetRuleName(const TKBName& Value) {
   if (IsLoading()) return;
   TInferenceEngine* Host = Engine();
   if (!Host) return;
-  IModule Back;
+  TFocusBack Back;
   try {
-    Back = FocusModule(true);
+    Back.Remember(FocusModule(true));
     TRule* Stored = nullptr;
     if (Host->GetRules() && Host->GetRules()->TryGetValue(OldName, Stored) && Stored == this)
       Host->RenameRule(OldName, Value);
   } catch (...) {
     FRuleName = OldName;
-    if (Back) Back->FocusModule();
     throw;
   }
-  if (Back) Back->FocusModule();
 }
 
 void TRule::SetEngine(TComponent* Value) {
@@ -254,7 +253,7 @@ void TRule::SetEngine(TComponent* Value) {
   } else {
     const bool RuleDestroying = GetComponentState().Contains(csDestroying);
     if (TInferenceEngine* Old = Engine()) {
-      const IModule Back = FocusModule(!RuleDestroying);
+      const TFocusBack Back(FocusModule(!RuleDestroying));
       // Without its engine for the moment, the rule is only taken out of
       // the table: the table neither frees it nor asks it back.
       FEngine = nullptr;
@@ -265,26 +264,22 @@ void TRule::SetEngine(TComponent* Value) {
         }
       } catch (...) {
         FEngine = Old;
-        if (Back) Back->FocusModule();
         throw;
       }
-      if (Back) Back->FocusModule();
     }
     FEngine = Value;
     if (TInferenceEngine* New = Engine(); New && !RuleDestroying) {
       const std::int32_t OldID = FID;
       FID = New->NewRuleId();
-      IModule Back;
+      TFocusBack Back;
       try {
-        Back = FocusModule(true);
+        Back.Remember(FocusModule(true));
         if (TRules* Rules = New->GetRules()) Rules->Add(this);
       } catch (...) {
         FEngine = nullptr;
         FID = OldID;
-        if (Back) Back->FocusModule();
         throw;
       }
-      if (Back) Back->FocusModule();
     }
   }
   if (FEngine && !GetComponentState().Contains(csDestroying)) FEngine->FreeNotification(this);
@@ -298,25 +293,19 @@ void TRule::SetModule(const std::string& Value) {
     return;
   }
   if (!Value.empty() && Value != "MAIN") Host->GetModules()->GetModule(Value);
-  const IModule Back = FocusModule(true);
+  const TFocusBack Back(FocusModule(true));
   const std::string OldModule = FModule;
   TComponent* const Keep = FEngine;
+  SetEngine(nullptr);
+  FModule = Value;
   try {
-    SetEngine(nullptr);
-    FModule = Value;
-    try {
-      SetEngine(Keep);
-    } catch (...) {
-      // Back into the table it came from.
-      FModule = OldModule;
-      SetEngine(Keep);
-      throw;
-    }
+    SetEngine(Keep);
   } catch (...) {
-    if (Back) Back->FocusModule();
+    // Back into the table it came from.
+    FModule = OldModule;
+    SetEngine(Keep);
     throw;
   }
-  if (Back) Back->FocusModule();
 }
 
 IModule TRule::FocusModule(bool ModuleMustExist) {
@@ -378,22 +367,16 @@ std::int32_t TRule::EvaluateSalience() {
 
 void TRule::SetPatterns(const TRulePatternList& Value) {
   if (&Value == FPatterns.get()) return;
-  BeginUpdate();
-  try {
-    FBindings.clear();
-    FPatterns->Clear();
-    bool FollowsNeed = false;
-    for (const TKBPattern* Pattern : Value) {
-      if (!Pattern) continue;
-      const bool Skip = FollowsNeed;
-      FollowsNeed = Pattern->GetName().starts_with(SBackChainPrefix);
-      if (!Skip) FPatterns->Add(Pattern->Clone(FEngine));
-    }
-  } catch (...) {
-    EndUpdate();
-    throw;
+  const auto Update = UpdateGuard(*this);
+  FBindings.clear();
+  FPatterns->Clear();
+  bool FollowsNeed = false;
+  for (const TKBPattern* Pattern : Value) {
+    if (!Pattern) continue;
+    const bool Skip = FollowsNeed;
+    FollowsNeed = Pattern->GetName().starts_with(SBackChainPrefix);
+    if (!Skip) FPatterns->Add(Pattern->Clone(FEngine));
   }
-  EndUpdate();
 }
 
 void TRule::SetActions(const TRuleActionList& Value) { FActions->Assign(Value); }
@@ -595,29 +578,23 @@ void TRule::Assign(TPersistent* Source) {
     return;
   }
   if (Rule == this) return;
-  BeginUpdate();
-  try {
-    if (Rule->FEngine == FEngine) {
-      SetRuleName(Rule->FRuleName);
-      SetAutoFocus(Rule->FAutoFocus);
-      SetEnabled(Rule->FEnabled);
-      SetComment(Rule->FComment);
-      SetOneShot(Rule->FOneShot);
-      SetPatterns(*Rule->FPatterns);
-      SetActions(*Rule->FActions);
-      SetSalience(Rule->FSalienceValue);
-    } else {
-      TInferenceEngine* Host = Engine();
-      if (!Host) throw EKBException(_SUnknownEngine);
-      // A rule crosses engines as text: read by this engine's rule grammar.
-      const std::unique_ptr<TRule> Copy = Host->ParseRule(Rule->ToString());
-      if (Copy) Assign(Copy.get());
-    }
-  } catch (...) {
-    EndUpdate();
-    throw;
+  const auto Update = UpdateGuard(*this);
+  if (Rule->FEngine == FEngine) {
+    SetRuleName(Rule->FRuleName);
+    SetAutoFocus(Rule->FAutoFocus);
+    SetEnabled(Rule->FEnabled);
+    SetComment(Rule->FComment);
+    SetOneShot(Rule->FOneShot);
+    SetPatterns(*Rule->FPatterns);
+    SetActions(*Rule->FActions);
+    SetSalience(Rule->FSalienceValue);
+  } else {
+    TInferenceEngine* Host = Engine();
+    if (!Host) throw EKBException(_SUnknownEngine);
+    // A rule crosses engines as text: read by this engine's rule grammar.
+    const std::unique_ptr<TRule> Copy = Host->ParseRule(Rule->ToString());
+    if (Copy) Assign(Copy.get());
   }
-  EndUpdate();
 }
 
 void TRule::Reload() {

@@ -6,6 +6,7 @@
 
 #include "cogent/common/VXCommon.h"
 #include "cogent/facts/KBFacts.h"
+#include "cogent/host/Guards.h"
 
 namespace cogent {
 
@@ -621,42 +622,36 @@ void TKBDefinedType::Change() {
 
 void TKBDefinedType::AssignType(const TKBDefinedType& Source) {
   if (&Source == this) return;
-  BeginUpdate();
-  try {
-    // The ancestor first: a loop raises before anything has changed.
-    SetAncestor(Source.FReasoner == FReasoner ? Source.FAncestor : IKBDefinedType());
-    SetBaseTypes(Source.FBaseTypes);
-    SetName(Source.FName);
-    SetComment(Source.FComment);
-    // Bounds go in as a pair: one at a time they would drag each other
-    // through the follow rules.
-    FRangeLimited = Source.FRangeLimited;
-    FMinRange = Source.FMinRange;
-    FMaxRange = Source.FMaxRange;
-    FCardinalityLimited = Source.FCardinalityLimited;
-    FMinCardinality = Source.FMinCardinality;
-    FMaxCardinality = Source.FMaxCardinality;
-    FImplicit = Source.FImplicit;
-    SetFuzzyType(Source.FFuzzyType ? Source.FFuzzyType->Clone() : IFuzzyVariable());
-    SetTag(Source.GetTag());
-    SetUnits(Source.FUnits);
-    SetConstraints(Source.FConstraints);
-    if (FConstraintAtoms) {
-      FConstraintAtoms->Clear();
-      FConstraintAtoms->AddStrings(*Source.FConstraintAtoms);
-    }
-    if (FConstraintStrings) {
-      FConstraintStrings->Clear();
-      FConstraintStrings->AddStrings(*Source.FConstraintStrings);
-    }
-    if (FConstraintIntegers) *FConstraintIntegers = *Source.FConstraintIntegers;
-    if (FConstraintFloats) FConstraintFloats->Assign(IInterface(Source.FConstraintFloats));
-    Change();
-  } catch (...) {
-    EndUpdate();
-    throw;
+  const auto Update = UpdateGuard(*this);
+  // The ancestor first: a loop raises before anything has changed.
+  SetAncestor(Source.FReasoner == FReasoner ? Source.FAncestor : IKBDefinedType());
+  SetBaseTypes(Source.FBaseTypes);
+  SetName(Source.FName);
+  SetComment(Source.FComment);
+  // Bounds go in as a pair: one at a time they would drag each other
+  // through the follow rules.
+  FRangeLimited = Source.FRangeLimited;
+  FMinRange = Source.FMinRange;
+  FMaxRange = Source.FMaxRange;
+  FCardinalityLimited = Source.FCardinalityLimited;
+  FMinCardinality = Source.FMinCardinality;
+  FMaxCardinality = Source.FMaxCardinality;
+  FImplicit = Source.FImplicit;
+  SetFuzzyType(Source.FFuzzyType ? Source.FFuzzyType->Clone() : IFuzzyVariable());
+  SetTag(Source.GetTag());
+  SetUnits(Source.FUnits);
+  SetConstraints(Source.FConstraints);
+  if (FConstraintAtoms) {
+    FConstraintAtoms->Clear();
+    FConstraintAtoms->AddStrings(*Source.FConstraintAtoms);
   }
-  EndUpdate();
+  if (FConstraintStrings) {
+    FConstraintStrings->Clear();
+    FConstraintStrings->AddStrings(*Source.FConstraintStrings);
+  }
+  if (FConstraintIntegers) *FConstraintIntegers = *Source.FConstraintIntegers;
+  if (FConstraintFloats) FConstraintFloats->Assign(IInterface(Source.FConstraintFloats));
+  Change();
 }
 
 void TKBDefinedType::Assign(const IInterface& Source) {

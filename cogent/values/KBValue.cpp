@@ -10,6 +10,7 @@
 #include "cogent/functions/KBPackages.h"
 #include "cogent/matching/KBToken.h"
 #include "cogent/values/KBFuzzyLogic.h"
+#include "cogent/host/Guards.h"
 
 namespace cogent {
 
@@ -758,19 +759,15 @@ IKBValue TKBValue::Resolve(TObject* Context) {
       const ISingletonsVector Singletons = GetAsSingletons();
       Ref<TKBFuzzySet> FuzzySet(new TKBFuzzySet(nullptr, std::string()));
       if (auto* Variable = dynamic_cast<TFuzzyVariable*>(Singletons->GetParser())) FuzzySet->SetVariable(Variable);
-      FuzzySet->BeginUpdate();
-      try {
+      {
+        const auto Update = UpdateGuard(*FuzzySet);
         for (int I = 0; I < Singletons->GetCount(); ++I) {
           const double X = Singletons->GetXValues(I)->Resolve(Context)->GetAsNumeric();
           const double Y = Singletons->GetYValues(I)->Resolve(Context)->GetAsNumeric();
           FuzzySet->AddPoint(X, Y);
         }
         FuzzySet->SetName(FuzzySet->ToString());
-      } catch (...) {
-        FuzzySet->EndUpdate();
-        throw;
       }
-      FuzzySet->EndUpdate();
       return IKBValue(new TKBValue(IFuzzySet(FuzzySet)));
     }
     default:

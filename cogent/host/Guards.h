@@ -1,0 +1,42 @@
+#pragma once
+// Scope guards for the paired calls of the object model: BeginUpdate with
+// EndUpdate, a saved state put back. The closing call runs however the scope
+// ends; when it fails while an exception is already on its way, the first
+// exception wins, otherwise its own error passes as the open-coded pair would.
+
+#include <exception>
+#include <utility>
+
+namespace cogent {
+
+template <class F>
+class TFinally {
+public:
+  explicit TFinally(F AAction) : FAction(std::move(AAction)) {}
+  TFinally(const TFinally&) = delete;
+  TFinally& operator=(const TFinally&) = delete;
+  ~TFinally() noexcept(false) {
+    if (std::uncaught_exceptions() <= FExceptions) {
+      FAction();
+      return;
+    }
+    try {
+      FAction();
+    } catch (...) {
+    }
+  }
+
+private:
+  F FAction;
+  int FExceptions = std::uncaught_exceptions();
+};
+
+// BeginUpdate now, EndUpdate at the end of the scope:
+//   const auto Update = UpdateGuard(List);
+template <class T>
+[[nodiscard]] auto UpdateGuard(T& Object) {
+  Object.BeginUpdate();
+  return TFinally([&Object] { Object.EndUpdate(); });
+}
+
+}  // namespace cogent
