@@ -40,7 +40,7 @@ public:
 
   Ref() noexcept = default;
   Ref(std::nullptr_t) noexcept {}
-  Ref(T* P) noexcept : FPtr(P) { Acquire(); }
+  explicit Ref(T* P) noexcept : FPtr(P) { Acquire(); }
   Ref(const Ref& Other) noexcept : FPtr(Other.FPtr) { Acquire(); }
   Ref(Ref&& Other) noexcept : FPtr(std::exchange(Other.FPtr, nullptr)) {}
   template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
