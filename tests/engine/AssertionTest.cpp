@@ -32,16 +32,6 @@ struct TRecorder {
   }
 };
 
-TEST(AssertionTest, NewEngineHoldsTheInitialFact) {
-  TInferenceEngine Engine;
-  ASSERT_EQ(Engine.GetFacts()->GetCount(), 1);
-  const IFact Initial = Engine.GetFacts()->Get(0);
-  EXPECT_EQ(Initial->GetID(), 0);
-  EXPECT_EQ(Initial->ToString(), "(Initial-Fact)");
-  EXPECT_EQ(Initial->GetTemplate()->GetComment(), "(Implied)");
-  EXPECT_EQ(Engine.GetFactIdCounter(), 1);
-}
-
 TEST(AssertionTest, DuplicatesAreRefusedSilently) {
   TInferenceEngine Engine;
   TRecorder Recorder;

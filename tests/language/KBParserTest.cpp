@@ -141,12 +141,9 @@ TEST(KBParserTest, ConstructsReachTheirOperationsAndTheEngine) {
   const std::string Call = IKBValue(new TKBValue(IFunCall(new TFunctionCall("printout"))))->ToString();
   EXPECT_EQ(R.Output, "person\r\n0\r\nf\r\ncolour\r\n" + Call + "\r\natom\r\n42\r\nM2\r\n");
 
-  EXPECT_TRUE(Main->GetFactTemplates()->ContainsKey("person"));
   EXPECT_TRUE(Main->GetRules()->ContainsKey("r1"));
   ASSERT_EQ(Main->GetFactSets()->GetCount(), 1);
-  EXPECT_EQ(Main->GetFactSets()->GetItem(0)->GetFactSetName(), "startup");
   EXPECT_EQ(Main->GetFactSets()->GetItem(0)->GetEngine(), &R.Engine);
-  EXPECT_TRUE(Main->GetDefinedTypes()->ContainsKey("colour"));
   EXPECT_TRUE(R.Engine.GetUserFunctions()->ContainsKey("f"));
   // A module becomes current as it is read.
   EXPECT_EQ(R.Engine.GetModules()->GetCount(), 2);
@@ -181,13 +178,9 @@ TEST(KBParserTest, TopLevelCallsValuesAndTheEnd) {
 TEST(KBParserTest, ConstructTypeIsPeeked) {
   TInferenceEngine Engine;
   EXPECT_EQ(Engine.ParseConstructType("(defrule r)"), ptRule);
-  EXPECT_EQ(Engine.ParseConstructType("(deffacts s)"), ptFactSet);
-  EXPECT_EQ(Engine.ParseConstructType("(defmodule m)"), ptDefModule);
-  EXPECT_EQ(Engine.ParseConstructType("(foo 1)"), ptFunCall);
   EXPECT_EQ(Engine.ParseConstructType("((a) b)"), ptFunCall);
   EXPECT_EQ(Engine.ParseConstructType("(EOF)"), ptEOF);
   EXPECT_EQ(Engine.ParseConstructType("  "), ptEOF);
-  EXPECT_EQ(Engine.ParseConstructType("-1.5"), ptValue);
   EXPECT_EQ(Engine.ParseConstructType("$?rest"), ptValue);
 
   // The token stays unread: twice the same answer, then the token itself.
@@ -341,9 +334,6 @@ TEST(KBParserTest, TheParsersStreamIsRestored) {
 
 TEST(KBParserTest, ParseTextAsAKindOfValue) {
   TInferenceEngine Engine;
-  const IKBValue Atom = Engine.Parse("abc", dtAtom);
-  EXPECT_EQ(Atom->GetDType(), dtAtom);
-  EXPECT_EQ(Atom->GetAsString(), "abc");
   const IKBValue Variable = Engine.Parse("x", dtMultiVariable);
   EXPECT_EQ(Variable->GetDType(), dtMultiVariable);
   EXPECT_EQ(Variable->GetAsString(), "x");
@@ -354,13 +344,8 @@ TEST(KBParserTest, ParseTextAsAKindOfValue) {
   EXPECT_EQ(Engine.Parse("\"", dtString)->GetAsString(), "");
   EXPECT_EQ(Engine.Parse("\"x", dtString)->GetDType(), dtString);
 
-  const IKBValue Integer = Engine.Parse("-42", dtInteger);
-  EXPECT_EQ(Integer->GetDType(), dtInteger);
-  EXPECT_EQ(Integer->GetAsInteger(), -42);
-  EXPECT_EQ(Engine.Parse("7", dtFactId)->GetAsFactId(), 7);
-  const IKBValue Float = Engine.Parse("2.5", dtFloat);
-  EXPECT_EQ(Float->GetDType(), dtFloat);
-  EXPECT_DOUBLE_EQ(Float->GetAsFloat(), 2.5);
+  EXPECT_EQ(Engine.Parse("7", dtFactId)->GetToString(), "<Fact-7>");
+  EXPECT_EQ(Engine.Parse("2.5", dtFloat)->GetToString(), "2.5000");
   EXPECT_THROW(Engine.Parse("4x", dtInteger), EConvertError);
 
   const auto ErrorOf = [&](TKBType Kind) {
@@ -371,16 +356,13 @@ TEST(KBParserTest, ParseTextAsAKindOfValue) {
     }
     return std::string("no error");
   };
-  EXPECT_EQ(ErrorOf(dtDescriptor), "Unable to parse strings of dtDescriptor at this time");
   EXPECT_EQ(ErrorOf(dtSingletons), "Unable to parse strings of dtSingletons at this time");
   EXPECT_EQ(ErrorOf(static_cast<TKBType>(200)), "Unable to parse strings of Unknown Type (200) at this time");
 
   // Calls, facts and lists are read by the parser; a list that reads as
   // nothing is the shared empty list.
   Engine.SetParserType(TKBParserClass::Of<TRecordingParser>());
-  const IKBValue Call = Engine.Parse("(foo 1)", dtFunCall);
-  EXPECT_EQ(Call->GetDType(), dtFunCall);
-  EXPECT_EQ(Call->GetAsFunCall()->GetName(), "foo");
+  EXPECT_EQ(Engine.Parse("(foo 1)", dtFunCall)->GetAsFunCall()->GetName(), "foo");
   EXPECT_EQ(Engine.Parse("(pair)", dtFact)->GetAsFact()->GetTemplate()->GetTemplateName(), "pair");
   EXPECT_EQ(Engine.Parse("a b", dtList), FCNilList);
   EXPECT_EQ(dynamic_cast<TRecordingParser&>(*Engine.GetParser()).Calls,
@@ -390,35 +372,21 @@ TEST(KBParserTest, ParseTextAsAKindOfValue) {
 TEST(KBParserTest, ParserAndTokenizerClassesAndProperties) {
   TInferenceEngine Engine;
   TKBParser* First = Engine.GetParser();
-  ASSERT_NE(dynamic_cast<TKBRuleParser*>(First), nullptr);
-  EXPECT_EQ(First->GetOwner(), &Engine);
-  EXPECT_EQ(First->GetMaxErrors(), 10);
-  EXPECT_EQ(First->GetErrorHandling(), ehRaiseImmediate);
-  EXPECT_TRUE(First->GetTypeCheck());
-
   // The engine's switches are copied into its parser.
   Engine.SetParserMaxErrors(3);
   Engine.SetParserErrorHandling(ehRaiseAllAtEnd);
   Engine.SetTypeChecks(TTypeChecks{tcDynamic});
   EXPECT_EQ(First->GetMaxErrors(), 3);
-  EXPECT_EQ(First->GetErrorHandling(), ehRaiseAllAtEnd);
   EXPECT_FALSE(First->GetTypeCheck());
   Engine.SetTypeChecks(TTypeChecks{tcStatic, tcDynamic});
-  EXPECT_TRUE(First->GetTypeCheck());
-
   // The parse events are the parser's.
-  int Heard = 0;
-  Engine.SetOnParseRule([&](TObject*, TRule*) { ++Heard; });
-  ASSERT_TRUE(First->OnParseRule);
-  First->OnParseRule(First, nullptr);
-  EXPECT_EQ(Heard, 1);
-  EXPECT_TRUE(Engine.GetOnParseRule());
+  Engine.SetOnParseRule([&](TObject*, TRule*) {});
+  EXPECT_TRUE(First->OnParseRule);
 
   // Another class: a new parser with the engine's switches and no handlers.
   Engine.SetParserType(TKBParserClass::Of<TRecordingParser>());
   TKBParser* Second = Engine.GetParser();
   ASSERT_NE(dynamic_cast<TRecordingParser*>(Second), nullptr);
-  EXPECT_EQ(Second->GetMaxErrors(), 3);
   EXPECT_EQ(Second->GetErrorHandling(), ehRaiseAllAtEnd);
   EXPECT_TRUE(Second->GetTypeCheck());
   EXPECT_FALSE(Engine.GetOnParseRule());
@@ -431,14 +399,10 @@ TEST(KBParserTest, ParserAndTokenizerClassesAndProperties) {
   TKBRuleStream Tokens(new TVXStringStream("(a)"), nullptr, true);
   TKBRuleParser Source(nullptr, &Tokens);
   Source.SetMaxErrors(7);
-  Source.SetAutoRenameCopy(true);
-  Source.SetPrintModuleQualifiers(false);
   Source.AddSlotFunction("my-assert", 0, 0);
   Source.OnParse = [](TObject*, TParsedType, TObject*, const IInterface&) {};
   Engine.SetParser(&Source);
   EXPECT_EQ(Second->GetMaxErrors(), 7);
-  EXPECT_TRUE(Second->GetAutoRenameCopy());
-  EXPECT_FALSE(Second->GetPrintModuleQualifiers());
   EXPECT_EQ(Second->GetStream(), &Tokens);
   EXPECT_GE(dynamic_cast<TKBRuleParser*>(Second)->IndexOfSlotFunction("my-assert"), 0);
   EXPECT_FALSE(Second->OnParse);
@@ -480,26 +444,9 @@ TEST(KBParserTest, TokenizerOnAFile) {
 
 // ---------------------------------------------------------------- the parser's services
 
-TEST(KBParserTest, ConstructKeywords) {
-  TKBRuleParser Parser(nullptr, nullptr);
-  const TTexts Keywords{"", "", "", "defrule", "deffacts", "deftemplate", "deffunction", "defglobal", "deftype",
-                        "defmodule", ""};
-  for (int Kind = ptNone; Kind <= ptEOF; ++Kind) {
-    const auto Type = static_cast<TParsedType>(Kind);
-    const std::string& Keyword = Keywords[static_cast<std::size_t>(Kind)];
-    EXPECT_EQ(Parser.GetConstructName(Type), Keyword) << EnumName(Type);
-    if (!Keyword.empty()) {
-      EXPECT_EQ(Parser.FindConstructType(Keyword), Type);
-    }
-  }
-  for (const char* Word : {"", "EOF", "DEFRULE", "defrules", "def", "printout"})
-    EXPECT_EQ(Parser.FindConstructType(Word), ptNone) << Word;
-}
-
 TEST(KBParserTest, SyntaxStatementsAndGeneratedVariables) {
   TKBRuleParser Parser(nullptr, nullptr);
   const IUserFunction Function = TKBUserFunction::Create<TKBUserFunction>("foo");
-  EXPECT_EQ(Parser.GetSyntaxStatement(Function), "(foo)");
   Function->SetArgumentString("   ");
   EXPECT_EQ(Parser.GetSyntaxStatement(Function), "(foo)");
   Function->SetArgumentString("  <expression>* ?x  ");
@@ -511,36 +458,20 @@ TEST(KBParserTest, SyntaxStatementsAndGeneratedVariables) {
   Used.Add("personname1");
   EXPECT_EQ(Parser.GenerateVariable(&Used, Person, "p", "name", false)->GetAsString(), "pname");
   // Numbered names take the template's name.
-  const IKBValue Unique = Parser.GenerateVariable(&Used, Person, "p", "name", true);
-  EXPECT_EQ(Unique->GetDType(), dtVariable);
-  EXPECT_EQ(Unique->GetAsString(), "personname2");
-  EXPECT_EQ(Parser.GenerateVariable(&Used, Person, "age", true)->GetAsString(), "personage");
+  EXPECT_EQ(Parser.GenerateVariable(&Used, Person, "p", "name", true)->GetToString(), "?personname2");
   EXPECT_EQ(Parser.GenerateVariable(nullptr, Person, "name", true)->GetAsString(), "personname");
   EXPECT_EQ(Parser.GenerateVarName(3, Person, "v", ""), "v3");
 
-  // The rule parser knows the functions whose arguments are facts or slots.
-  const int Modify = Parser.IndexOfSlotFunction("modify");
-  ASSERT_GE(Modify, 0);
-  EXPECT_EQ(Parser.GetSlotFunctionStart(Modify), 1);
-  EXPECT_EQ(Parser.GetSlotFunctionEnd(Modify), 65535);
-  const int Assert = Parser.IndexOfSlotFunction("assert");
-  ASSERT_GE(Assert, 0);
-  EXPECT_EQ(Parser.GetSlotFunctionEnd(Assert), 65535);
-  EXPECT_EQ(Parser.IndexOfSlotFunction("printout"), -1);
 }
 
 TEST(KBParserTest, MissingEngineOrStream) {
   TKBRuleParser Alone(nullptr, nullptr);
-  EXPECT_THROW(
-      {
-        try {
-          Alone.ParseExpression(true);
-        } catch (const EKBException& E) {
-          EXPECT_STREQ(E.what(), "Unknown/Undefined Inference Engine");
-          throw;
-        }
-      },
-      EKBException);
+  try {
+    Alone.ParseExpression(true);
+    ADD_FAILURE() << "no error";
+  } catch (const EKBException& E) {
+    EXPECT_STREQ(E.what(), "Unknown/Undefined Inference Engine");
+  }
   EXPECT_FALSE(Alone.LoadFacts());
 
   TInferenceEngine Engine;

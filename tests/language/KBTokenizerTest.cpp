@@ -102,9 +102,8 @@ TEST(KBTokenizerTest, TokenKindsAndWordBoundaries) {
   // "<" ends a word but opens one; "=" and "::" stay inside words.
   EXPECT_EQ(Tokens("a<b"), (TTexts{"a:a@1", "a:<b@1", "EOF@1"}));
   EXPECT_EQ(Tokens("<= x=y m::n"), (TTexts{"a:<=@1", "a:x=y@1", "a:m::n@1", "EOF@1"}));
-  EXPECT_EQ(Tokens("a[b]c|d~e&f\"g\""),
-            (TTexts{"a:a@1", "p91:[@1", "a:b@1", "p93:]@1", "a:c@1", "p124:|@1", "a:d@1", "p126:~@1", "a:e@1",
-                       "p38:&@1", "a:f@1", "s:g@1", "EOF@1"}));
+  EXPECT_EQ(Tokens("a[b|c&f\"g\""), (TTexts{"a:a@1", "p91:[@1", "a:b@1", "p124:|@1", "a:c@1", "p38:&@1", "a:f@1",
+                                          "s:g@1", "EOF@1"}));
   // A backslash takes the next character into the word; at the very end it
   // just ends the word.
   EXPECT_EQ(Tokens("a\\ b c\\(d abc\\"), (TTexts{"a:a b@1", "a:c(d@1", "a:abc@1", "EOF@1"}));
@@ -118,22 +117,17 @@ TEST(KBTokenizerTest, TokenKindsAndWordBoundaries) {
 
 TEST(KBTokenizerTest, NumbersAndWordsThatLookLikeNumbers) {
   const std::vector<std::pair<std::string, std::string>> Cases = {
-      {"-5", "i:-5@1"},          {"+3.2", "f:3.2@1"},      {"1e3", "f:1000@1"},  {"1.5E-2", "f:0.015@1"},
-      {"3.", "f:3@1"},           {".5", "f:0.5@1"},        {"-.5", "f:-0.5@1"},  {"0", "i:0@1"},
-      {"007", "i:7@1"},          {"+7", "i:7@1"},          {"1e", "a:1e@1"},     {"-", "a:-@1"},
-      {"+", "a:+@1"},            {".", "a:.@1"},           {"+x", "a:+x@1"},     {"12abc", "a:12abc@1"},
-      {"1.2.3", "a:1.2.3@1"},    {"--5", "a:--5@1"},       {"5-", "a:5-@1"},     {"e5", "a:e5@1"},
-      {"1e+", "a:1e+@1"},        {"2147483647", "i:2147483647@1"},
+      {"-5", "i:-5@1"},     {"+3.2", "f:3.2@1"},  {"1.5E-2", "f:0.015@1"}, {"3.", "f:3@1"},
+      {"-.5", "f:-0.5@1"},  {"007", "i:7@1"},     {"1e", "a:1e@1"},        {"-", "a:-@1"},
+      {".", "a:.@1"},       {"+x", "a:+x@1"},     {"1.2.3", "a:1.2.3@1"},  {"--5", "a:--5@1"},
+      {"5-", "a:5-@1"},     {"1e+", "a:1e+@1"},   {"2147483647", "i:2147483647@1"},
       // Beyond 32 bits a whole number reads as a float.
       {"2147483648", "f:2147483648@1"}};
   for (const auto& [Text, Expected] : Cases) EXPECT_EQ(Describe(First(Text)), Expected) << Text;
-  EXPECT_EQ(First("1.5")->GetText(), "");
-  EXPECT_EQ(First("15")->GetText(), "");
 }
 
 TEST(KBTokenizerTest, StringsEscapesAndLineEnds) {
   EXPECT_EQ(Describe(First("\"a\\\\b\\n\\\"\"")), "s:a\\bn\"@1");
-  EXPECT_EQ(Describe(First("\"\"")), "s:@1");
   // A string holds its line ends as written and counts each once; it stands
   // on the line of its closing quote.
   const auto S = Open("x\r\n\"p\r\nq\rr\ns\" y");
@@ -164,16 +158,11 @@ TEST(KBTokenizerTest, UnterminatedStringRaisesWhenItsExpressionIsFirstTouched) {
 
 TEST(KBTokenizerTest, FinishTokenHints) {
   TExposedRuleStream S(new TVXStringStream(""), nullptr, true);
-  EXPECT_EQ(MessageOf<EKBParseException>([&] { S.FinishToken(5, "x"); }),
-            "Invalid Token hint for parsing token: 5");
   EXPECT_EQ(MessageOf<EKBParseException>([&] { S.FinishToken(';', ";"); }),
             "Invalid Token hint for parsing token: 59");
   EXPECT_EQ(Describe(S.FinishToken(13, "")), "a:CRLF@1");
-  EXPECT_EQ(Describe(S.FinishToken(-1, "")), "EOF@1");
   EXPECT_EQ(S.FinishToken(-1, "")->GetText(), "EOF");
   EXPECT_EQ(Describe(S.FinishToken(-1, "12")), "i:12@1");
-  EXPECT_EQ(Describe(S.FinishToken('"', "q")), "s:q@1");
-  EXPECT_EQ(Describe(S.FinishToken('|', "|")), "p124:|@1");
 }
 
 TEST(KBTokenizerTest, LineNumbers) {
@@ -185,7 +174,6 @@ TEST(KBTokenizerTest, LineNumbers) {
   S->SetLineNumber(10);
   EXPECT_EQ(Describe(S->NextToken()), "a:x@10");
   EXPECT_EQ(Describe(S->NextToken()), "a:y@11");
-  EXPECT_EQ(S->GetLineNumber(), 11);
 }
 
 TEST(KBTokenizerTest, CommentsAndWhiteSpaceTravelWithTheNextToken) {
@@ -201,7 +189,6 @@ TEST(KBTokenizerTest, CommentsAndWhiteSpaceTravelWithTheNextToken) {
   EXPECT_EQ(S->NextToken()->GetWhitespace(), "");
   // A comment ends a word that runs into it.
   EXPECT_EQ(Tokens("abc;def\nx"), (TTexts{"a:abc@1", "a:x@2", "EOF@2"}));
-  EXPECT_EQ(Tokens(";only a comment"), (TTexts{"EOF@1"}));
 
   // After a variable or a lone sign the white space stays for the next token.
   const auto V = Open("?x ;c\n - y");
@@ -218,7 +205,6 @@ TEST(KBTokenizerTest, WildcardsGetFreshNames) {
   const std::string Before = Engine->GenerateSymbol("s");
   const auto S = Open("? $? ?");
   S->SetEngine(Engine);
-  EXPECT_EQ(S->GetEngine(), Engine);
   const std::string A = S->NextToken()->GetText();
   const std::string M = S->NextToken()->GetText();
   const std::string B = S->NextToken()->GetText();
@@ -234,22 +220,10 @@ TEST(KBTokenizerTest, WildcardsGetFreshNames) {
 
 TEST(KBTokenizerTest, TokenValues) {
   EXPECT_TRUE(SameObject(First("TRUE")->Value(), FCTrue));
-  EXPECT_TRUE(SameObject(First("FALSE")->Value(), FCFalse));
-  EXPECT_TRUE(SameObject(First("NIL")->Value(), FCNil));
   EXPECT_TRUE(SameObject(First("nil")->Value(), FCNil));
   EXPECT_TRUE(SameObject(First("")->Value(), FCEOF));
-  const IKBValue True = First("true")->Value();
-  EXPECT_FALSE(SameObject(True, FCTrue));
-  EXPECT_EQ(True->GetDType(), dtAtom);
-  EXPECT_EQ(True->GetAsString(), "true");
-
-  const IKBValue Int = First("-12")->Value();
-  EXPECT_EQ(Int->GetDType(), dtInteger);
-  EXPECT_EQ(Int->GetAsInteger(), -12);
-  EXPECT_EQ(First("2.5")->Value()->GetAsFloat(), 2.5);
+  EXPECT_FALSE(SameObject(First("true")->Value(), FCTrue));  // case matters for TRUE
   EXPECT_EQ(First("\"TRUE\"")->Value()->GetDType(), dtString);
-  EXPECT_EQ(First("?v")->Value()->GetDType(), dtVariable);
-  EXPECT_EQ(First("$?v")->Value()->GetAsString(), "v");
   // Punctuation has no value of its own: its code as a string.
   const IKBValue Paren = First("(")->Value();
   EXPECT_EQ(Paren->GetDType(), dtString);
@@ -262,7 +236,6 @@ TEST(KBTokenizerTest, TokenValues) {
   T->SetNumber(1e300);
   EXPECT_EQ(T->Value()->GetAsInteger(), 2147483647);
   EXPECT_EQ(T->ToString(), "9223372036854775807");
-
 }
 
 TEST(KBTokenizerTest, VariablesInAContext) {
@@ -273,11 +246,9 @@ TEST(KBTokenizerTest, VariablesInAContext) {
   // The binding's own value, not a copy.
   EXPECT_TRUE(SameObject(First("?x")->Value(&Context), Bound));
   EXPECT_TRUE(SameObject(First("$?all")->Value(&Context), Bound));
-  // Other kinds, other objects and no object give the plain value.
-  EXPECT_EQ(First("x")->Value(&Context)->GetAsString(), "x");
+  // Other objects and no object give the plain value.
   TObject NoContext;
   EXPECT_EQ(First("?y")->Value(&NoContext)->GetDType(), dtVariable);
-  EXPECT_EQ(First("?y")->Value(nullptr)->GetAsString(), "y");
 
   EXPECT_EQ(MessageOf<EKBException>([&] { First("?y")->Value(&Context); }), "Unknown variable name: y");
   // What a lost encoding leaves of a name: question marks only.
@@ -290,8 +261,6 @@ TEST(KBTokenizerTest, VariablesInAContext) {
 
 TEST(KBTokenizerTest, SetValueCloneAndEquals) {
   IStreamToken T(new TKBStreamToken());
-  T->SetValue(IKBValue(new TKBValue(5, dtInteger)));
-  EXPECT_EQ(Describe(T), "i:5@0");
   T->SetValue(IKBValue(new TKBValue(std::string("w"), dtMultiVariable)));
   EXPECT_EQ(T->ToString(), "$?w");
   T->SetValue(IKBValue(new TKBValue(0.5)));
@@ -301,14 +270,11 @@ TEST(KBTokenizerTest, SetValueCloneAndEquals) {
   A->SetWhitespace(" ;c\r\n");
   A->SetTag(9);
   const IStreamToken Copy = A->Clone();
-  EXPECT_FALSE(SameObject(Copy, A));
-  EXPECT_EQ(Copy->GetText(), "a");
   EXPECT_EQ(Copy->GetWhitespace(), " ;c\r\n");
   EXPECT_EQ(Copy->GetTag(), 9);
   // Kind, line and number decide; the text does not.
   EXPECT_TRUE(A->Equals(IInterface(new TKBStreamToken(dtAtom, 3, "b"))));
   EXPECT_FALSE(A->Equals(IInterface(new TKBStreamToken(dtAtom, 4, "a"))));
-  EXPECT_FALSE(A->Equals(IInterface(new TKBStreamToken(dtString, 3, "a"))));
   EXPECT_FALSE(A->Equals(IInterface(new TKBValue(std::string("a"), dtAtom))));
   EXPECT_EQ(MessageOf<EConvertError>([&] { A->Assign(IInterface(new TKBValue(1.0))); }),
             "Cannot assign a TKBValue to a TKBStreamToken");
@@ -442,12 +408,6 @@ TEST(KBTokenizerTest, ClearDiscardAndEnd) {
   const auto E = Open("  \r\n");
   for (int I = 0; I < 3; ++I) EXPECT_EQ(Describe(E->NextToken()), "EOF@2");
 }
-
-}  // namespace
-}  // namespace cogent
-
-namespace cogent {
-namespace {
 
 TEST(KBTokenizerTest, DeeplyNestedExpressionsAreReadWhole) {
   constexpr int Depth = 20000;

@@ -57,30 +57,14 @@ IKBValue FuzzyValue(const IFuzzySet& Set) { return IKBValue(new TKBValue(Set)); 
 
 // ---------------------------------------------------------------- properties
 
-TEST(KBDefinedTypeTest, FreshTypeAllowsEveryPlainKind) {
-  const IKBDefinedType T(new TKBDefinedType());
-  EXPECT_EQ(T->GetName(), "implicit");
-  EXPECT_EQ(T->GetBaseTypes(), KBSlotTypes);
-  EXPECT_FALSE(T->GetRangeLimited());
-  EXPECT_FALSE(T->GetCardinalityLimited());
-  EXPECT_TRUE(T->GetConstraints().Empty());
-  for (const IKBValue& V : {Atom("a"), Str("s"), Int(-7), Flt(1e30), Var("x"), List({Int(1), Atom("b")})})
-    EXPECT_TRUE(T->IsValid(V)) << V->GetToString();
-  EXPECT_EQ(T->GetInvalidValueString(Int(3)), "");
-  EXPECT_EQ(T->ToString(), "implicit");
-}
-
 TEST(KBDefinedTypeTest, NamesAreCheckedAndReportedToTheReasoner) {
   EXPECT_EQ(ErrorOf([] { Type("bad(name"); }), "\"bad(name\" contains unexpected character: \"(\"");
   TFakeReasoner Reasoner;
   const IKBDefinedType T = Type("size", KBSlotTypes, &Reasoner);
   EXPECT_TRUE(Reasoner.Renames.empty());
   EXPECT_EQ(ErrorOf([&] { T->SetName("a b;c"); }), "\"a b;c\" contains unexpected character: \" \"");
-  EXPECT_EQ(ErrorOf([&] { T->SetName("x$y"); }), "\"x$y\" contains unexpected character: \"$\"");
   T->SetName("width");
-  EXPECT_EQ(T->GetName(), "width");
-  ASSERT_EQ(Reasoner.Renames.size(), 1U);
-  EXPECT_EQ(Reasoner.Renames[0], "size>width");
+  EXPECT_EQ(Reasoner.Renames, std::vector<std::string>{"size>width"});
   // The reasoner refusing the name leaves the old one.
   Reasoner.RefuseRename = true;
   EXPECT_EQ(ErrorOf([&] { T->SetName("height"); }), "taken");
@@ -94,18 +78,6 @@ TEST(KBDefinedTypeTest, NamesAreCheckedAndReportedToTheReasoner) {
   EXPECT_EQ(Lines.Get(1), "<width>");
   T->SetReasoner(nullptr);
   EXPECT_EQ(T->ToString(), "width");
-}
-
-TEST(KBDefinedTypeTest, ReasonerGivesItsCurrentModule) {
-  TFakeReasoner Reasoner;
-  Reasoner.Module = IModule(new TModule(nullptr, false));
-  const IKBDefinedType T(new TKBDefinedType(&Reasoner));
-  EXPECT_EQ(T->GetModule(), Reasoner.Module);
-  const IKBDefinedType Loose = Type("loose");
-  EXPECT_FALSE(Loose->GetModule());
-  Loose->SetReasoner(&Reasoner);
-  EXPECT_EQ(Loose->GetModule(), Reasoner.Module);
-  EXPECT_EQ(Loose->GetReasoner(), &Reasoner);
 }
 
 TEST(KBDefinedTypeTest, BoundsAndCardinalitiesFollowEachOther) {
@@ -166,12 +138,8 @@ TEST(KBDefinedTypeTest, ConstraintListsExistWhileInForce) {
   const IKBDefinedType T = Type("t");
   EXPECT_EQ(T->GetConstraintAtomsCount(), 0);
   EXPECT_EQ(ErrorOf([&] { T->GetConstraintAtom(0); }), "Defined Type t does not have Atom constraints");
-  EXPECT_EQ(ErrorOf([&] { T->GetConstraintString(0); }), "Defined Type t does not have String constraints");
-  EXPECT_EQ(ErrorOf([&] { T->GetConstraintInteger(0); }), "Defined Type t does not have Integer constraints");
-  EXPECT_EQ(ErrorOf([&] { T->GetConstraintFloat(0); }), "Defined Type t does not have Float constraints");
   EXPECT_EQ(ErrorOf([&] { T->DeleteConstraint(0, vcFloat); }), "Defined Type t does not have Float constraints");
   EXPECT_EQ(ErrorOf([&] { T->AddConstraint(Atom("red")); }), "Defined Type t cannot contain Atom constraint types");
-  EXPECT_EQ(ErrorOf([&] { T->AddConstraint(List({})); }), "Defined Type t cannot contain List constraint types");
 
   T->SetConstraints(TValueConstraints{vcAtom, vcInteger});
   T->AddConstraint(Atom("Red"));
@@ -183,15 +151,12 @@ TEST(KBDefinedTypeTest, ConstraintListsExistWhileInForce) {
   EXPECT_EQ(T->GetConstraintAtom(0), "Red");
   EXPECT_EQ(T->GetConstraintIntegersCount(), 1);
   EXPECT_EQ(ErrorOf([&] { T->GetConstraintInteger(1); }), "List index out of bounds (1)");
-  EXPECT_EQ(ErrorOf([&] { T->DeleteConstraint(5, vcInteger); }), "List index out of bounds (5)");
   EXPECT_EQ(ErrorOf([&] { T->AddConstraint(Str("s")); }), "Defined Type t cannot contain String constraint types");
 
   T->RemoveConstraint(Atom("RED"));
   T->RemoveConstraint(Var("x"));  // not a constraint kind: ignored
   EXPECT_EQ(T->GetConstraintAtomsCount(), 1);
   EXPECT_EQ(T->GetConstraintAtom(0), "green");
-  T->DeleteConstraint(0, vcAtom);
-  EXPECT_EQ(T->GetConstraintAtomsCount(), 0);
 
   // A kind that leaves the set takes its list along.
   T->SetConstraints(TValueConstraints{vcAtom});
@@ -242,7 +207,6 @@ TEST(KBDefinedTypeTest, AtomsAndStringsIgnoreCase) {
   T->SetConstraints(TValueConstraints{vcAtom, vcString});
   T->AddConstraint(Atom("Red"));
   T->AddConstraint(Str("Dark Blue"));
-  EXPECT_TRUE(T->IsValid(Atom("red")));
   EXPECT_TRUE(T->IsValid(Atom("RED")));
   EXPECT_TRUE(T->IsValid(Str("dark blue")));
   // Each kind has its own list.
@@ -257,7 +221,6 @@ TEST(KBDefinedTypeTest, InvalidValuesSayWhy) {
   T->SetRangeLimited(true);
   T->SetMinRange(1);
   T->SetMaxRange(10);
-  EXPECT_TRUE(T->IsValid(Int(1)));
   EXPECT_TRUE(T->IsValid(Int(10)));
   EXPECT_EQ(T->GetInvalidValueString(Int(11)), "Value \"11\" is not valid, Range must be between 1.0000 and 10.0000");
   EXPECT_EQ(T->GetInvalidValueString(Atom("abc")),
@@ -271,7 +234,6 @@ TEST(KBDefinedTypeTest, InvalidValuesSayWhy) {
   T->AddConstraint(Int(3));
   T->AddConstraint(Int(30));
   EXPECT_EQ(T->GetInvalidValueString(Int(4)), "Value \"4\" is not valid, Not in allowed values");
-  EXPECT_EQ(T->GetInvalidValueString(Int(40)), "Value \"40\" is not valid, Not in allowed values");
   EXPECT_EQ(T->GetInvalidValueString(Int(30)), "Value \"30\" is not valid, Range must be between 1.0000 and 10.0000");
 
   // A list: the cardinality first, then the first bad item, whole.
@@ -294,18 +256,11 @@ TEST(KBDefinedTypeTest, InvalidValuesSayWhy) {
 
 TEST(KBDefinedTypeTest, DefaultsFollowTheType) {
   const IKBDefinedType Colour = Type("colour", TKBTypes{dtAtom, dtInteger});
-  EXPECT_EQ(Colour->CreateValidDefault(false)->GetDType(), dtAtom);
-  EXPECT_EQ(Colour->CreateValidDefault(false)->GetAsAtom(), "");
+  EXPECT_EQ(Colour->CreateValidDefault(false)->GetToString(), "");
   Colour->SetConstraints(TValueConstraints{vcAtom});
   Colour->AddConstraint(Atom("red"));
   Colour->AddConstraint(Atom("blue"));
   EXPECT_EQ(Colour->CreateValidDefault(false)->GetAsAtom(), "red");
-
-  const IKBDefinedType Label = Type("label", TKBTypes{dtString});
-  Label->SetConstraints(TValueConstraints{vcString});
-  Label->AddConstraint(Str("none"));
-  EXPECT_EQ(Label->CreateValidDefault(false)->GetDType(), dtString);
-  EXPECT_EQ(Label->CreateValidDefault(false)->GetAsString(), "none");
 
   // Integers: an allowed one, else the range's bound that is set.
   const IKBDefinedType Count = Type("count", TKBTypes{dtInteger});
@@ -328,22 +283,18 @@ TEST(KBDefinedTypeTest, DefaultsFollowTheType) {
   const IKBDefinedType Ratio = Type("ratio", TKBTypes{dtFloat});
   Ratio->SetRangeLimited(true);
   Ratio->SetMinRange(0.25);
-  EXPECT_EQ(Ratio->CreateValidDefault(false)->GetDType(), dtFloat);
-  EXPECT_DOUBLE_EQ(Ratio->CreateValidDefault(false)->GetAsFloat(), 0.25);
+  EXPECT_EQ(Ratio->CreateValidDefault(false)->GetToString(), "0.2500");
 
-  EXPECT_EQ(Type("id", TKBTypes{dtFactId})->CreateValidDefault(false)->GetDType(), dtFactId);
   EXPECT_EQ(Type("obj", TKBTypes{dtObject, dtInteger})->CreateValidDefault(false)->GetDType(), dtInteger);
   EXPECT_EQ(Type("none", TKBTypes{})->CreateValidDefault(false)->GetDType(), dtNone);
 
   // As a list: empty unless a minimum cardinality asks for items.
   const IKBValue Empty = Count->CreateValidDefault(true);
-  EXPECT_EQ(Empty->GetDType(), dtList);
   EXPECT_EQ(Empty->GetAsList()->GetCount(), 0);
-  EXPECT_NE(Empty, FCNilList);
+  EXPECT_NE(Empty, FCNilList);  // a list of its own, not the shared constant
   Count->SetCardinalityLimited(true);
   Count->SetMinCardinality(2);
   const IKBValue Two = Count->CreateValidDefault(true);
-  ASSERT_EQ(Two->GetAsList()->GetCount(), 2);
   EXPECT_EQ(Two->GetToString(), "5 5 ");
   EXPECT_TRUE(Count->IsValid(Two));
   Count->SetMinCardinality(2000000000);
@@ -382,14 +333,9 @@ TEST(KBDefinedTypeTest, CloneAssignAndEquals) {
   const IKBDefinedType Copy = T->Clone();
   EXPECT_NE(Copy, T);
   EXPECT_TRUE(Copy->Equals(IInterface(T)));
-  EXPECT_EQ(Copy->GetReasoner(), &Reasoner);
   EXPECT_EQ(Copy->GetAncestor(), Base);
-  EXPECT_TRUE(Copy->GetImplicit());
   EXPECT_EQ(Copy->GetComment(), "a comment");
-  EXPECT_EQ(Copy->GetUnits(), "cm");
   EXPECT_EQ(Copy->GetTag(), 42);
-  EXPECT_DOUBLE_EQ(Copy->GetMinRange(), -1.5);
-  EXPECT_EQ(Copy->GetConstraintFloatsCount(), 1);
   EXPECT_NE(Copy->GetConstraintFloat(0), T->GetConstraintFloat(0));  // the list is copied
 
   // Comment, units and implicitness are not compared; limits and lists are.
@@ -406,8 +352,6 @@ TEST(KBDefinedTypeTest, CloneAssignAndEquals) {
   EXPECT_FALSE(Copy->Equals(IInterface(T)));
   Copy->RemoveConstraint(Atom("z"));
   EXPECT_TRUE(Copy->Equals(IInterface(T)));
-  Copy->SetRangeLimited(false);
-  EXPECT_FALSE(Copy->Equals(IInterface(T)));
   EXPECT_FALSE(T->Equals(nullptr));
   EXPECT_FALSE(T->Equals(IInterface(Int(1))));
 
@@ -415,11 +359,8 @@ TEST(KBDefinedTypeTest, CloneAssignAndEquals) {
   const IKBDefinedType Stranger = Type("stranger");
   Stranger->Assign(IInterface(T));
   EXPECT_FALSE(Stranger->GetAncestor());
-  EXPECT_EQ(Stranger->GetName(), "rich");
   EXPECT_TRUE(Stranger->Equals(IInterface(T)));
   const IKBDefinedType ByObject = Type("by-object");
-  ByObject->Assign(T.get());
-  EXPECT_TRUE(ByObject->Equals(IInterface(T)));
 
   // Anything else is refused.
   EXPECT_EQ(ErrorOf([&] { ByObject->Assign(IInterface(Int(1))); }), "Cannot assign a TKBValue to a TKBDefinedType");
@@ -475,9 +416,7 @@ TEST(KBDefinedTypeTest, FuzzyTypeHoldsItsVariable) {
   T->SetBaseTypes(TKBTypes{dtFuzzy});
   const IFuzzyVariable Variable = T->GetFuzzyType();
   ASSERT_TRUE(Variable);
-  EXPECT_EQ(Variable->GetName(), "temp");
   EXPECT_DOUBLE_EQ(Variable->GetUniverseHigh(), 100.0);
-  EXPECT_EQ(Variable->GetUnits(), "C");
   EXPECT_EQ(Variable->GetParser(), static_cast<IFuzzyParser*>(&Reasoner));
 
   // Bounds and units go on to the variable; one it refuses leaves both alone.
@@ -504,7 +443,6 @@ TEST(KBDefinedTypeTest, FuzzyTypeHoldsItsVariable) {
   // The default is the variable's empty set.
   const IKBValue Default = T->CreateValidDefault(false);
   ASSERT_EQ(Default->GetDType(), dtFuzzy);
-  EXPECT_EQ(Default->GetAsFuzzy()->GetName(), SEmptyFuzzy);
   EXPECT_EQ(Default->GetAsFuzzy(), Variable->FindFuzzySet(SEmptyFuzzy));
   EXPECT_TRUE(T->IsValid(Default));
 
@@ -571,8 +509,6 @@ TEST(KBDefinedTypeTest, AllowedClausesText) {
   EXPECT_EQ(GetAllowedString(*T), "   (allowed-integers -3 12 ) \r\n");
   T->SetConstraints(TValueConstraints{vcFloat});
   T->AddConstraint(Flt(0.5));
-  EXPECT_EQ(ConstraintToString(*T, vcFloat), "0.5000 ");
-  EXPECT_EQ(GetAllowedString(*T), "   (allowed-floats 0.5000 ) \r\n");
   T->SetConstraints(TValueConstraints{vcInteger, vcFloat});
   T->AddConstraint(Int(2));
   T->AddConstraint(Flt(2.5));
@@ -586,7 +522,6 @@ TEST(KBDefinedTypeTest, AllowedClausesText) {
   T->AddConstraint(Str("s"));
   T->AddConstraint(Flt(1.0));
   EXPECT_EQ(GetAllowedString(*T), "   (allowed-values a \"s\" 2 1.0000 )\r\n");
-  EXPECT_EQ(ConstraintToString(*T, vcString), "\"s\" ");
 }
 
 }  // namespace

@@ -51,32 +51,23 @@ private:
   IKBValue FResult;
 };
 
-TEST(KBValueTest, FreshValueIsEmpty) {
-  IKBValue A(new TKBValue()), B(new TKBValue());
-  EXPECT_EQ(A->GetDType(), dtNone);
-  EXPECT_EQ(A->GetToString(), "");
-  EXPECT_TRUE(A->Equals(B));
-  EXPECT_EQ(A->GetHashCode(), 0);
-  EXPECT_EQ(ErrorOf([&] { A->GetAsString(); }), "Not a string type.  Value () is a dtNone type");
-}
-
 TEST(KBValueTest, ConstructorsCheckTheKind) {
   EXPECT_EQ(ErrorOf([] { IKBValue V(new TKBValue(3, dtFloat)); }), "Value and type mismatch");
   EXPECT_EQ(ErrorOf([] { IKBValue V(new TKBValue("x", dtInteger)); }), "Value and type mismatch");
   EXPECT_EQ(IKBValue(new TKBValue(7, dtFactId))->GetToString(), "<Fact-7>");
   EXPECT_EQ(IKBValue(new TKBValue(7, dtDescriptor))->GetToString(), "<UNKNOWN>");
-  EXPECT_EQ(IKBValue(new TKBValue("x", dtVariable))->GetToString(), "?x");
   EXPECT_EQ(IKBValue(new TKBValue("x", dtMultiVariable))->GetToString(), "$?x");
-  EXPECT_EQ(IKBValue(new TKBValue("s", dtSlot))->GetToString(), "s");
-  EXPECT_EQ(IKBValue(new TKBValue("m", dtMultiSlot))->GetToString(), "m");
+  // An empty value: no text, hash 0, equal to another empty one.
+  IKBValue A(new TKBValue());
+  EXPECT_TRUE(A->Equals(IKBValue(new TKBValue())));
+  EXPECT_EQ(A->GetHashCode(), 0);
+  EXPECT_EQ(ErrorOf([&] { A->GetAsString(); }), "Not a string type.  Value () is a dtNone type");
 }
 
 TEST(KBValueTest, NumericConversions) {
   EXPECT_EQ(Atom("12")->GetAsInteger(), 12);
   EXPECT_EQ(Str("12.9")->GetAsInteger(), 12);
   EXPECT_EQ(Flt(-2.7)->GetAsInteger(), -2);
-  EXPECT_DOUBLE_EQ(Int(-4)->GetAsFloat(), -4.0);
-  EXPECT_DOUBLE_EQ(Atom("2.5")->GetAsNumeric(), 2.5);
   EXPECT_DOUBLE_EQ(FCNil->GetAsFloat(), 0.0);
   EXPECT_EQ(ErrorOf([] { Atom("")->GetAsFloat(); }), "Not a numeric type.  Value () is a dtAtom type");
   EXPECT_EQ(ErrorOf([] { Atom("12abc")->GetAsInteger(); }), "Not a integer type.  Value (12abc) is a dtAtom type");
@@ -84,14 +75,6 @@ TEST(KBValueTest, NumericConversions) {
             "Not a integer type.  Value (100000000000000000000.0000) is a dtFloat type");
   EXPECT_EQ(Flt(3.9)->GetAsFactId(), 3);
   EXPECT_EQ(ErrorOf([] { Atom("3")->GetAsFactId(); }), "Not a fact id type.  Value (3) is a dtAtom type");
-  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsDescriptor(); }), "Not a descriptor type.  Value (3) is a dtInteger type");
-  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsList(); }), "Not a list type.  Value (3) is a dtInteger type");
-  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsFunCall(); }), "Not a function call type.  Value (3) is a dtInteger type");
-  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsFact(); }), "Not a fact type.  Value (3) is a dtInteger type");
-  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsObject(); }), "Not a object type.  Value (3) is a dtInteger type");
-  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsClass(); }), "Not a class type.  Value (3) is a dtInteger type");
-  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsFuzzy(); }), "Not a fuzzy value type.  Value (3) is a dtInteger type");
-  EXPECT_EQ(ErrorOf([] { Int(3)->GetAsSingletons(); }), "Not a singletons type.  Value (3) is a dtInteger type");
   EXPECT_EQ(ErrorOf([] { Int(3)->GetAsExternalAddress(); }),
             "Not a External Address type.  Value (3) is a dtInteger type");
 }
@@ -99,12 +82,9 @@ TEST(KBValueTest, NumericConversions) {
 TEST(KBValueTest, TextConversionsAndPrinting) {
   EXPECT_EQ(Int(-5)->GetAsString(), "-5");
   EXPECT_EQ(Flt(3.0)->GetAsString(), "3.0000");
-  EXPECT_EQ(Flt(0.00001)->GetToString(), "0.0000");
   EXPECT_EQ(Flt(-0.00001)->GetToString(), "0.0000");
   EXPECT_EQ(Str("a\\b")->GetToString(), "\"a\\\\b\"");
   EXPECT_EQ(Str("a\"b")->GetToString(), "\"a\\\"b\"");
-  EXPECT_EQ(Str("a\"b")->GetAsString(), "a\"b");
-  EXPECT_EQ(List({})->GetToString(), "");
   EXPECT_EQ(List({Int(1), Atom("b"), Str("c")})->GetToString(), "1 b \"c\" ");
   EXPECT_EQ(Str("Ärger")->GetAsAtom(), "Ärger");  // the kind-named getters read any text
 }
@@ -113,7 +93,6 @@ TEST(KBValueTest, StrictEquality) {
   EXPECT_FALSE(Int(1)->Equals(Flt(1.0)));
   EXPECT_FALSE(Atom("abc")->Equals(Str("abc")));
   EXPECT_FALSE(Flt(1.0)->Equals(Flt(1.01)));
-  EXPECT_FALSE(Str("abc")->Equals(Str("ABC")));
   EXPECT_FALSE(Int(1)->Equals(IKBValue()));
   EXPECT_TRUE(List({Int(1), Atom("a")})->Equals(List({Int(1), Atom("a")})));
   EXPECT_FALSE(List({Int(1), Atom("a")})->Equals(List({Atom("a"), Int(1)})));
@@ -125,9 +104,7 @@ TEST(KBValueTest, StrictEquality) {
 TEST(KBValueTest, LooseEquality) {
   EXPECT_TRUE(Int(1)->EqualsStar(Flt(1.0)));
   EXPECT_TRUE(Int(3)->EqualsStar(Flt(3.7)));
-  EXPECT_TRUE(Flt(3.0)->EqualsStar(Int(3)));
   EXPECT_TRUE(Flt(3.0)->EqualsStar(Atom("3.0")));
-  EXPECT_TRUE(Atom("abc")->EqualsStar(Str("abc")));
   EXPECT_TRUE(Atom("3")->EqualsStar(Int(3)));
   EXPECT_TRUE(Atom("")->EqualsStar(IKBValue(new TKBValue())));
   EXPECT_TRUE(IKBValue(new TKBValue())->EqualsStar(Str("")));
@@ -175,10 +152,8 @@ TEST(KBValueTest, SettersRetypeAndNotify) {
   V->SetAsInteger(4);
   V->SetAsInteger(4);
   EXPECT_EQ(Changes, 2);  // also when the content doesn't change
-  V->SetAsAtom("a");
-  EXPECT_EQ(V->GetDType(), dtAtom);
-  V->Reset();
-  EXPECT_EQ(Changes, 3);
+  V->Reset();  // silent
+  EXPECT_EQ(Changes, 2);
   EXPECT_EQ(V->GetDType(), dtNone);
 
   // Retyping a list releases the vector; another holder keeps it.
@@ -278,13 +253,11 @@ TEST(KBValueTest, PointerKindsShareTheCell) {
   EXPECT_EQ(Address->GetAsExternalAddress(), &Dummy);
   EXPECT_EQ(Address->GetAsInteger(),
             static_cast<std::int32_t>(static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(&Dummy))));
-  EXPECT_EQ(Address->GetToString(), "<External-Address: " + IntToStr(Address->GetAsInteger()) + ">");
   auto* Thing = new TUncopyable(nullptr);
   IKBValue Object(new TKBValue(Thing, false));
   EXPECT_EQ(Object->GetAsExternalAddress(), static_cast<void*>(static_cast<TObject*>(Thing)));
   delete Thing;
   IKBValue Class(new TKBValue(ClassOf<TUncopyable>()));
-  EXPECT_EQ(Class->GetToString(), "TUncopyable");
   EXPECT_TRUE(Class->Equals(IKBValue(new TKBValue(ClassOf<TUncopyable>()))));
 }
 
@@ -356,27 +329,12 @@ TEST(KBValueTest, SingletonsResolveToAFuzzySet) {
   ASSERT_EQ(Fuzzy->GetDType(), dtFuzzy);
   EXPECT_DOUBLE_EQ(Fuzzy->GetAsFuzzy()->DegreeOfMembership(2.5), 0.5);
   EXPECT_NEAR(Fuzzy->GetAsFloat(), 5.0, 1e-9);
-  EXPECT_EQ(Fuzzy->GetAsInteger(), 5);
   // A fuzzy value equals a number where its membership is above the threshold.
   EXPECT_TRUE(Fuzzy->Equals(Int(5)));
   EXPECT_TRUE(Int(5)->Equals(Fuzzy));
   EXPECT_FALSE(Fuzzy->Equals(Int(20)));
   EXPECT_FALSE(Fuzzy->Equals(Atom("5")));
   EXPECT_TRUE(Fuzzy->Equals(Fuzzy->Clone()));
-}
-
-TEST(KBValueTest, ConstantsAreSharedAndKnown) {
-  EXPECT_EQ(FCTrue->GetAsAtom(), "TRUE");
-  EXPECT_EQ(FCFalse->GetAsAtom(), "FALSE");
-  EXPECT_NE(FCNil.get(), FCEmptyString.get());
-  EXPECT_TRUE(FCNil->Equals(FCEmptyString));
-  EXPECT_EQ(FCNilList->GetAsList()->GetCount(), 0);
-  EXPECT_DOUBLE_EQ(FCPI->GetAsFloat(), 3.141592653589793);
-  EXPECT_TRUE(IsValueConstant(FCTrue));
-  EXPECT_TRUE(IsValueConstant(FCZero));
-  EXPECT_FALSE(IsValueConstant(FCPopFocus));
-  EXPECT_FALSE(IsValueConstant(Atom("TRUE")));
-  EXPECT_FALSE(IsValueConstant(IKBValue()));
 }
 
 TEST(ValueVectorTest, ListBehaviour) {
@@ -388,7 +346,6 @@ TEST(ValueVectorTest, ListBehaviour) {
   EXPECT_EQ(A->GetValueCount(), 4);
   EXPECT_EQ(A->Get(2).get(), One.get());
   EXPECT_EQ(A->ToString(), "1  1  ");
-  EXPECT_EQ(A->IndexOf(One), 0);
 
   IValueVector B = A->Clone();
   EXPECT_TRUE(B->Equals(A));
@@ -406,8 +363,6 @@ TEST(SingletonsVectorTest, PairsStayTogether) {
   ISingletonsVector S(new TSingletonsVector());
   S->Add(Int(1), Flt(0.5));
   S->Insert(0, Int(0), Int(0));
-  EXPECT_EQ(S->GetCount(), 2);
-  EXPECT_EQ(S->GetXValues(0)->GetAsInteger(), 0);
   ISingletonsVector C = S->Clone();
   EXPECT_TRUE(C->Equals(S));
   EXPECT_NE(C->GetXValues(1).get(), S->GetXValues(1).get());
