@@ -2,7 +2,7 @@
 
 #include "cogent/common/VXCommon.h"
 #include "cogent/engine/InferenceEngine.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 
 namespace cogent {
 

@@ -2,7 +2,7 @@
 
 #include "cogent/facts/KBSlotTest.h"
 #include "cogent/foundation/VXCollections.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 #include "cogent/language/KBRuleParser.h"
 #include "cogent/matching/ReteNetwork.h"
 #include "cogent/rules/ActivationAgenda.h"

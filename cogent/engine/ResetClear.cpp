@@ -4,7 +4,7 @@
 #include "cogent/common/VXCommon.h"
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBSlotTest.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 #include "cogent/host/Guards.h"
 
 namespace cogent {

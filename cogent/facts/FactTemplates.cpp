@@ -6,7 +6,7 @@
 
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBFacts.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 #include "cogent/language/KBRuleParser.h"
 #include "cogent/values/KBDefinedType.h"
 

@@ -12,6 +12,7 @@
 #include "cogent/common/VXNexus.h"
 #include "cogent/foundation/KBConsts.h"
 #include "cogent/foundation/KBInterfaces.h"
+#include "cogent/values/KBModuleConstruct.h"
 
 namespace cogent {
 
@@ -26,43 +27,6 @@ class TKBPattern;
 template <class T>
 class TStringList;
 using TFactsPending = TStringList<IInterface>;
-
-// The base of the constructs a module can share with others (templates and
-// defined types): it knows its home module and every module whose table
-// holds it, the home among them. The modules own their tables, so these are
-// back references: a table takes itself out of the list when it lets go of
-// the construct, and the home is cleared when its table does.
-class TModuleConstruct : public TPersistent, public TRefCounted, public ICloneable {
-public:
-  TModuleConstruct() = default;
-
-  IModule GetModule() const;
-  // The home without a counted reference, for code that runs while the
-  // module is being destroyed.
-  TModule* GetModuleObject() const noexcept { return FModule; }
-  virtual void SetModule(TModule* Value) { FModule = Value; }
-  int GetImportModuleCount() const noexcept { return static_cast<int>(FImportModules.size()); }
-  IModule GetImportModule(int Index) const;
-  void AddImportModule(TModule* Module);
-  void RemoveImportModule(TModule* Module);
-  int IndexOfImportModule(const TModule* Module) const;
-  bool IsShared() const noexcept { return GetImportModuleCount() > 0; }
-
-  void Assign(const IInterface&) override {}
-  using TPersistent::Assign;
-  IInterface CloneInterface() const override { return nullptr; }
-  bool Equals(const IInterface& Other) const override { return Other.get() == this; }
-  std::intptr_t GetTag() const override { return FTag; }
-  void SetTag(std::intptr_t Value) override { FTag = Value; }
-
-protected:
-  ~TModuleConstruct() override = default;
-
-private:
-  std::vector<TModule*> FImportModules;
-  TModule* FModule = nullptr;
-  std::intptr_t FTag = 0;
-};
 
 // One export or import declaration of a module. What it shares, and how an
 // import takes effect, grows with module import and export.

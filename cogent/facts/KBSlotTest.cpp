@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "cogent/engine/InferenceEngine.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 #include "cogent/matching/KBToken.h"
 #include "cogent/rules/KBRule.h"
 #include "cogent/host/Guards.h"

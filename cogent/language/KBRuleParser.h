@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "cogent/facts/KBFacts.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 #include "cogent/language/KBParser.h"
 #include "cogent/language/KBTokenizer.h"
 

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "cogent/engine/InferenceEngine.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 #include "cogent/host/Guards.h"
 
 namespace cogent {

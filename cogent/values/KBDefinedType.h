@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "cogent/facts/KBModule.h"
 #include "cogent/foundation/VXCollections.h"
+#include "cogent/values/KBModuleConstruct.h"
 #include "cogent/values/KBFuzzyLogic.h"
 #include "cogent/values/KBValue.h"
 

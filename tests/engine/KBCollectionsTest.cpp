@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "cogent/engine/InferenceEngine.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 
 #include "../TestSupport.h"
 

@@ -7,7 +7,7 @@
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/engine/KBCollections.h"
 #include "cogent/facts/KBSlotTest.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 
 #include "../TestSupport.h"
 

@@ -4,7 +4,7 @@
 
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBFacts.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 #include "cogent/values/KBDefinedType.h"
 
 #include "../TestSupport.h"

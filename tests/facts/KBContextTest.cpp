@@ -8,7 +8,7 @@
 
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBFacts.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 #include "cogent/matching/KBToken.h"
 
 #include "../TestSupport.h"

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "cogent/engine/InferenceEngine.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 #include "cogent/matching/KBToken.h"
 #include "cogent/rules/KBRule.h"
 

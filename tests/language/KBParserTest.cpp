@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "cogent/engine/InferenceEngine.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 #include "cogent/language/KBRuleParser.h"
 #include "cogent/language/KBTokenizer.h"
 

@@ -6,7 +6,7 @@
 #include "../TestSupport.h"
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/engine/KBCollections.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 #include "cogent/language/KBRuleParser.h"
 #include "cogent/values/KBDefinedType.h"
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "../TestSupport.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 
 namespace cogent {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "cogent/facts/KBContext.h"
 #include "cogent/facts/KBFacts.h"
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 #include "cogent/matching/KBToken.h"
 #include "cogent/values/KBFuzzyLogic.h"
 

@@ -1,4 +1,4 @@
-#include "cogent/functions/KBPackages.h"
+#include "cogent/facts/KBPackages.h"
 
 #include <algorithm>
 
