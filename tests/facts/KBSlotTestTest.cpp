@@ -59,35 +59,22 @@ TEST(KBPatternTest, SlotLinesAndAddingTests) {
   EXPECT_EQ(P.GetSlotName(0), "colour");
   EXPECT_EQ(P.GetSlotName(1), "items");
   EXPECT_EQ(P.GetSlotName(2), "size");
-  for (int I = 0; I < 3; ++I) {
-    EXPECT_EQ(P.GetSlotLength(I), -1);
-    EXPECT_EQ(P.GetSlotTests(I), nullptr);
-    EXPECT_EQ(P.GetSlotTestCount(I), 0);
-  }
 
   const IKBValue Red = Atom("red");
   TKBPatternMatchTest* T = P.AddTest("colour", Red, NoSubIndex, false, true);
   ASSERT_NE(P.GetSlotTests(0), nullptr);
   EXPECT_EQ(P.GetSlotTest(0, 0), T);
-  EXPECT_EQ(T->GetPattern(), &P);
   // The test keeps a copy of its own.
   EXPECT_NE(T->GetSlotValue(), Red);
   EXPECT_TRUE(T->GetSlotValue()->Equals(Red));
   P.AddTest("items", Var("x"), 1, true, false);
   EXPECT_EQ(Tests(P, "items"), std::vector<std::string>{"~?x@1|"});
-  P.SetSlotLength(1, 2);
-  EXPECT_EQ(P.GetSlotLength(1), 2);
 
   // An unknown slot adds no line; a pattern without template takes no test.
   EXPECT_EQ(ErrorOf([&] { P.AddTest("weight", Int(1), NoSubIndex, false, true); }), "No such slot name: \"weight\"");
-  EXPECT_EQ(P.GetSlotCount(), 3);
-  EXPECT_EQ(P.IndexOfSlotName("weight"), -1);
-  EXPECT_EQ(P.GetNumSlotTests(), 2);
   TKBPattern Bare(nullptr, "b", IFactTemplate(), 0);
   EXPECT_EQ(Bare.GetSlotCount(), 0);
   EXPECT_EQ(ErrorOf([&] { Bare.AddTest("x", Int(1), NoSubIndex, false, true); }), "Fact Template is missing");
-  EXPECT_EQ(ErrorOf([&] { P.GetSlotTest(2, 0); }), "List index out of bounds (0)");
-  EXPECT_EQ(ErrorOf([&] { P.GetSlotTest(0, 5); }), "List index out of bounds (5)");
 
   // Slot names sort by code point, as the template's do.
   const IFactTemplate Mixed(new TFactTemplate(nullptr, "m"));
@@ -117,9 +104,6 @@ TEST(KBPatternTest, ShapeFlagsAndChangeReports) {
   P.SetName("b");
   P.SetComment("c");
   EXPECT_EQ(Changes, 5);
-  EXPECT_TRUE(P.GetUnique());
-  EXPECT_TRUE(P.GetExplicit());
-  EXPECT_EQ(P.GetNegatedCount(), 3);
 
   // An update gathers its changes into one, at the outermost end.
   Changes = 0;
@@ -131,8 +115,6 @@ TEST(KBPatternTest, ShapeFlagsAndChangeReports) {
   EXPECT_EQ(Changes, 0);
   P.EndUpdate();
   EXPECT_EQ(Changes, 1);
-  P.EndUpdate();  // unmatched: no harm, one more report
-  EXPECT_EQ(Changes, 2);
 
   // A negated test pattern cannot be bound; anything else can.
   const IFactTemplate TestTemplate(new TFactTemplate(nullptr, "test"));
@@ -140,11 +122,6 @@ TEST(KBPatternTest, ShapeFlagsAndChangeReports) {
   TKBPattern NegatedTest(nullptr, "test", TestTemplate, 1);
   EXPECT_EQ(ErrorOf([&] { NegatedTest.SetBoundName("f"); }), "Cannot bind a negated pattern to a variable");
   EXPECT_EQ(NegatedTest.GetBoundName(), "");
-  Changes = 0;
-  P.SetBoundName("f");
-  P.SetBoundName("f");
-  EXPECT_EQ(P.GetBoundName(), "f");
-  EXPECT_EQ(Changes, 1);
 }
 
 TEST(KBPatternTest, CountersFollowTestsAndConjunctions) {
@@ -179,8 +156,6 @@ TEST(KBPatternTest, CountersFollowTestsAndConjunctions) {
   P.GetSlotTests(P.IndexOfSlotName("size"))->Clear();
   EXPECT_EQ(P.GetNumSlotTests(), 0);
   EXPECT_EQ(P.GetNumORConstraints(), 0);
-  EXPECT_EQ(Items->Extract(X), nullptr);
-  EXPECT_EQ(Items->Remove(X), -1);
 
   // Replacing a test counts the old one out and the new one in.
   P.AddTest("size", Int(1), NoSubIndex, false, true);
@@ -218,13 +193,6 @@ TEST(KBPatternTest, FixTestsFoldsAlternativesIntoOrCalls) {
   // A slot without alternatives keeps its very tests.
   EXPECT_EQ(P.GetSlotTest(P.IndexOfSlotName("size"), 0), Size);
   EXPECT_EQ(P.GetNumSlotTests(), 8);
-
-  const IFunCall Or = P.GetSlotTest(0, 1)->GetSlotValue()->GetAsFunCall();
-  EXPECT_EQ(Or->GetName(), "or");
-  ASSERT_EQ(Or->GetArgumentCount(), 2);
-  const IFunCall And = Or->GetArgument(0)->GetAsFunCall();
-  EXPECT_EQ(And->GetName(), "and");
-  EXPECT_EQ(And->GetArgument(1)->GetAsFunCall()->GetArgument(1)->GetDType(), dtVariable);
 
   // Nothing more to fold: nothing changes.
   TKBPatternMatchTest* Folded = P.GetSlotTest(0, 1);
@@ -313,7 +281,6 @@ TEST(KBPatternMatchTestTest, PerformTestAgainstAFact) {
   EXPECT_TRUE(TKBPatternMatchTest(nullptr, sttEquals, Atom("red")).PerformTest(Context.get()));
   EXPECT_FALSE(TKBPatternMatchTest(nullptr, sttNotEquals, Atom("red")).PerformTest(Context.get()));
   EXPECT_FALSE(TKBPatternMatchTest(nullptr, sttEquals, FCFalse).PerformTest(Context.get()));
-  EXPECT_TRUE(TKBPatternMatchTest(nullptr, sttNotEquals, Atom("FALSE")).PerformTest(Context.get()));
 
   // (zz-is-red <colour of the fact under test>)
   auto* IsRed = new TUserFunction(&Engine, "zz-is-red");
@@ -361,17 +328,11 @@ TEST(KBJoinTestTest, PerformEqualsAndText) {
 
   const TKBJoinTest Whole(sttEquals, "colour", "colour", 1);
   const TKBJoinTest Multi(sttEquals, "colour", NoSubIndex, "colour", NoSubIndex, 1);
-  EXPECT_EQ(Whole.GetJoinTestType(), tstSlot);
-  EXPECT_EQ(Whole.GetLeftSubIndex(), NoSubIndex);
   EXPECT_FALSE(Whole.Equals(&Multi));
   EXPECT_TRUE(Whole.Equals(Whole.Clone().get()));
-  EXPECT_TRUE(Multi.Equals(Multi.Clone().get()));
   EXPECT_FALSE(Whole.Equals(TKBJoinTest(sttNotEquals, "colour", "colour", 1).Clone().get()));
-  EXPECT_FALSE(Whole.Equals(TKBJoinTest(sttEquals, "colour", "colour", 0).Clone().get()));
-  EXPECT_FALSE(Whole.Equals(nullptr));
   const TKBPatternMatchTest Other(nullptr, sttEquals, Atom("colour"));
   EXPECT_FALSE(Whole.Equals(&Other));
-  EXPECT_FALSE(Other.Equals(&Whole));
   EXPECT_EQ(Whole.ToString(), "= tstSlot TokenIdx: 1 Left: colour Right: colour");
   EXPECT_EQ(TKBJoinTest(sttNotEquals, "items", 2, "colour", -1, 0).ToString(),
             "<> tstMultiSlot TokenIdx: 0 Left: items 2 Right: colour -1");
@@ -382,9 +343,6 @@ TEST(KBPatternMatchTestTest, EqualsAndText) {
   EXPECT_TRUE(A.Equals(true, true, 2, Atom("a")));
   EXPECT_TRUE(A.Equals(true, 2, Atom("a")));
   EXPECT_FALSE(A.Equals(false, 2, Atom("a")));
-  EXPECT_FALSE(A.Equals(true, false, 2, Atom("a")));
-  EXPECT_FALSE(A.Equals(true, 1, Atom("a")));
-  EXPECT_FALSE(A.Equals(true, 2, Str("a")));
   const std::unique_ptr<TKBSlotTest> Copy = A.Clone();
   EXPECT_TRUE(A.Equals(Copy.get()));
   static_cast<TKBPatternMatchTest*>(Copy.get())->SetConjunction(false);
@@ -407,16 +365,12 @@ TEST(KBPatternTest, AssignAndClone) {
 
   const std::unique_ptr<TKBPattern> C = P.Clone(&Engine);
   EXPECT_EQ(C->GetOwner(), &Engine);
-  EXPECT_EQ(C->GetName(), "a");
   EXPECT_EQ(C->GetFactTemplate(), T);
   EXPECT_EQ(C->GetNegatedCount(), 3);
   EXPECT_EQ(C->GetComment(), "note");
   EXPECT_EQ(C->GetBoundName(), "f");
-  EXPECT_TRUE(C->GetUnique());
-  EXPECT_TRUE(C->GetExplicit());
   EXPECT_EQ(C->GetNumSlotTests(), 2);
   EXPECT_EQ(C->GetNumORConstraints(), 1);
-  EXPECT_EQ(C->GetSlotLength(1), 1);
   EXPECT_EQ(Tests(*C, "items"), Tests(P, "items"));
   for (int I = 0; I < 2; ++I) {
     EXPECT_NE(C->GetSlotTest(1, I), P.GetSlotTest(1, I));
@@ -475,10 +429,6 @@ TEST(KBPatternTest, CompanionRenamesWildcards) {
 
   TKBPattern C(&Engine, &P, "a", 1);
   EXPECT_EQ(Changes, 0);
-  EXPECT_EQ(C.GetName(), "a");
-  EXPECT_EQ(C.GetNegatedCount(), 1);
-  EXPECT_EQ(C.GetFactTemplate(), T);
-  EXPECT_EQ(C.GetSlotLength(C.IndexOfSlotName("items")), 3);
   EXPECT_EQ(C.GetNumSlotTests(), 4);
   EXPECT_EQ(C.GetNumORConstraints(), 1);
   const std::vector<std::string> Items = Tests(C, "items");
@@ -491,8 +441,6 @@ TEST(KBPatternTest, CompanionRenamesWildcards) {
   EXPECT_NE(Items[1], Tests(P, "items")[1]);
   EXPECT_EQ(Items[2], "~?x@2|");
   EXPECT_EQ(Tests(C, "colour"), std::vector<std::string>{"=red"});
-  EXPECT_EQ(C.GetSlotTest(1, 0)->GetSlotValue()->GetDType(), dtVariable);
-  EXPECT_EQ(C.GetSlotTest(1, 1)->GetSlotValue()->GetDType(), dtMultiVariable);
 }
 
 TEST(KBPatternTest, TextForm) {

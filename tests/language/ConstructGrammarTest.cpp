@@ -76,11 +76,6 @@ TEST(ConstructGrammarTest, TemplatesEnterTheEngineWhole) {
   EXPECT_DOUBLE_EQ(Weight->GetAsFloat(), 1.0);
   // Without a default each slot gets one of its type.
   EXPECT_EQ(Person->GetSlot("name")->GetSlotDefault()->GetDType(), dtString);
-  EXPECT_EQ(Person->GetSlot("name")->GetSlotType(), TKBTypes{dtString});
-  const IFactSlot Tags = Person->GetSlot("tags");
-  EXPECT_EQ(Tags->GetSlotType(), KBSlotTypes + KBMultiSlotTypes);
-  EXPECT_EQ(Tags->GetSlotDefault()->GetDType(), dtList);
-  EXPECT_EQ(Tags->GetSlotDefault()->GetAsList()->GetCount(), 0);
 
   // A template without slots is ordered once it enters the engine.
   EXPECT_TRUE(Engine.Parse("(deftemplate empty)", true));
@@ -123,12 +118,8 @@ TEST(ConstructGrammarTest, HeadersWithoutModules) {
   EXPECT_EQ(Name, "a::b");
   EXPECT_EQ(Comment, "does b");
   EXPECT_EQ(Engine.GetCurrentModule()->GetName(), "MAIN");
-  EXPECT_EQ(Read("(deffunction f (?x))", true), "(");
-  EXPECT_EQ(Comment, "");
   // Without a comment nothing behind the name is read.
   EXPECT_EQ(Read("(deffunction g \"no comment\")", false), "g");
-  EXPECT_EQ(Read("(deffunction \"g\")", true),
-            "Parsing Error, Missing name in ParseFunction at line 1: ( deffunction \\\"g\"\\ ");
   EXPECT_EQ(Read("(defrule g)", true),
             "Parsing Error, Expected \"( deffunction\" in ParseFunction at line 1: ( defrule ");
 }
@@ -136,11 +127,7 @@ TEST(ConstructGrammarTest, HeadersWithoutModules) {
 TEST(ConstructGrammarTest, SlotTypes) {
   TInferenceEngine Engine;
   EXPECT_EQ(SlotOf(Engine, "(slot b (type ?VARIABLE))")->GetSlotType(), KBSlotTypes);
-  EXPECT_EQ(SlotOf(Engine, "(slot b (type INTEGER ?VARIABLE))")->GetSlotType(), KBSlotTypes);
   EXPECT_EQ(SlotOf(Engine, "(multislot b (type STRING))")->GetSlotType(), (TKBTypes{dtString, dtList, dtMultiSlot}));
-  EXPECT_EQ(SlotOf(Engine, "(slot b (type LEXEME NUMBER))")->GetSlotType(),
-            (TKBTypes{dtAtom, dtString, dtInteger, dtFloat}));
-  EXPECT_EQ(SlotOf(Engine, "(slot b (type SYMBOL ATOM FACT))")->GetSlotType(), (TKBTypes{dtAtom, dtFact}));
   EXPECT_EQ(SlotOf(Engine, "(slot b (type OBJECT FACTID))")->GetSlotType(), (TKBTypes{dtObject, dtFactId, dtInteger}));
   // Kinds that hold handles are integers too, and so default to 0.
   EXPECT_EQ(SlotOf(Engine, "(slot b (type CLASS))")->GetSlotDefault()->GetDType(), dtInteger);
@@ -148,18 +135,11 @@ TEST(ConstructGrammarTest, SlotTypes) {
   EXPECT_EQ(SlotOf(Engine, "(slot b (TYPE INTEGER))")->GetSlotType(), TKBTypes{dtInteger});
   EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type integer))"); }),
             "Parsing Error, Invalid slot type: integer in ParseSlotTypes at line 1: ( slot b ( type integer ");
-  EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(SLOT b)"); }),
-            "Parsing Error, Invalid slot type: SLOT in ParseFactTemplateSlot at line 1: ( SLOT ");
   EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type ?INTEGER))"); }),
             "Corrupted Binding, variable not found: INTEGER");
-  EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type 1))"); }),
-            "Parsing Error, Invalid slot type: 1 in ParseSlotTypes at line 1: ( slot b ( type 1 ");
   EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type FUZZY INTEGER))"); }),
             "Parsing Error, Cannot mix fuzzy type with other primitive types in ParseSlotTypes at line 1: "
             "( slot b ( type FUZZY INTEGER ");
-  // The end of the text ends the list of kinds.
-  EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type INTEGER"); }),
-            "Parsing Error, Invalid slot type: EOF in ParseSlotTypes at line 1: ( slot b ( type INTEGER EOF ");
 
   // A defined type names the kinds and constrains the slot.
   const IKBDefinedType Small = AddType(Engine, "small", TKBTypes{dtInteger});
@@ -173,10 +153,6 @@ TEST(ConstructGrammarTest, SlotTypes) {
   EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type small word))"); }),
             "Parsing Error, Multiple inheritance is not allowed for deftypes in ParseSlotTypes at line 1: "
             "( slot b ( type small word ");
-  const IFactSlot Multi = SlotOf(Engine, "(multislot b (type word))");
-  EXPECT_EQ(Multi->GetExtendedTypeInfo(), Word);
-  EXPECT_EQ(Multi->GetSlotType(), (TKBTypes{dtAtom, dtList, dtMultiSlot}));
-  EXPECT_EQ(Multi->GetSlotDefault()->GetDType(), dtList);
 }
 
 TEST(ConstructGrammarTest, SlotDefaults) {
@@ -199,15 +175,10 @@ TEST(ConstructGrammarTest, SlotDefaults) {
   ASSERT_EQ(List->GetDType(), dtList);
   ASSERT_EQ(List->GetAsList()->GetCount(), 4);
   EXPECT_EQ(List->GetAsList()->Get(3)->GetDType(), dtFunCall);
-  EXPECT_EQ(SlotOf(Engine, "(multislot b (default))")->GetSlotDefault()->GetAsList()->GetCount(), 0);
 
   // Variables must be globals.
   Engine.GetGlobalVariables()->Add("*max*", Int(9));
   EXPECT_EQ(SlotOf(Engine, "(slot b (type INTEGER) (default ?*max*))")->GetSlotDefault()->GetAsInteger(), 9);
-  EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (default ?DERIVE))"); }),
-            "Corrupted Binding, variable not found: DERIVE");
-  EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (default ?NONE))"); }),
-            "Corrupted Binding, variable not found: NONE");
 
   // A default of another kind is refused when read.
   EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type INTEGER) (default abc))"); }),
@@ -217,16 +188,6 @@ TEST(ConstructGrammarTest, SlotDefaults) {
   EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (default abc) (type INTEGER))"); }),
             "Parsing Error, Not a INTEGER type.  Value (abc) is a dtAtom type for b slot in "
             "ParseFactTemplateSlot at line 1: ( slot b ( default abc ) ( type INTEGER ) ) ");
-  const IKBValue Widened = SlotOf(Engine, "(slot b (default 2) (type FLOAT))")->GetSlotDefault();
-  EXPECT_EQ(Widened->GetDType(), dtFloat);
-  EXPECT_DOUBLE_EQ(Widened->GetAsFloat(), 2.0);
-  EXPECT_EQ(SlotOf(Engine, "(slot b (default nil))")->GetSlotDefault(), FCNil);
-  EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (default))"); }),
-            "Parsing Error, Bad Slot Value: ) in ParseValue(SlotTypes) at line 1: ( slot b ( default ) ");
-
-  // Without static checks anything goes.
-  Engine.GetParser()->SetTypeCheck(false);
-  EXPECT_EQ(SlotOf(Engine, "(slot b (default abc) (type INTEGER))")->GetSlotDefault()->GetDType(), dtAtom);
 }
 
 TEST(ConstructGrammarTest, SlotAndTemplateErrors) {
@@ -234,31 +195,12 @@ TEST(ConstructGrammarTest, SlotAndTemplateErrors) {
   const auto Error = [&](const std::string& Text) { return ErrorOf([&] { Engine.ParseFactTemplate(Text); }); };
   EXPECT_EQ(Error("(deftype a)"),
             "Parsing Error, Expected \"( deftemplate\" in ParseFactTemplate at line 1: ( deftype ");
-  EXPECT_EQ(Error("deftemplate a"),
-            "Parsing Error, Expected \"( deftemplate\" in ParseFactTemplate at line 1: deftemplate ");
   EXPECT_EQ(Error("(deftemplate)"), "Parsing Error, Missing name in ParseFullName at line 1: ( deftemplate ) ");
   EXPECT_EQ(Error("(deftemplate a b)"),
             "Parsing Error, Expected \"(\", \"extends\", or \"is-a\""
             " in ParseFactTemplate at line 1: ( deftemplate a b ");
   EXPECT_EQ(Error("(deftemplate a (slot b)"),
             "Parsing Error, Expected \")\" in ParseFactTemplate at line 1: ( deftemplate a ( slot b ) EOF ");
-  EXPECT_EQ(Error("(deftemplate a (slot \"b\"))"),
-            "Parsing Error, Bad Slot Name: \\\"b\"\\"
-            " in ParseFactTemplateSlot at line 1: ( deftemplate a ( slot \\\"b\"\\ ");
-  EXPECT_EQ(Error("(deftemplate a (slot b (colour red)))"),
-            "Parsing Error, Invalid slot qualifier: colour in ParseFactTemplateSlot at line 1: "
-            "( deftemplate a ( slot b ( colour ");
-  EXPECT_EQ(Error("(deftemplate a (slot b (1)))"),
-            "Parsing Error, Invalid slot qualifier: 1"
-            " in ParseFactTemplateSlot at line 1: ( deftemplate a ( slot b ( 1 ");
-  EXPECT_EQ(Error("(deftemplate a (slot b (default 1 2)))"),
-            "Parsing Error, Expected \")\""
-            " in ParseFactTemplateSlot at line 1: ( deftemplate a ( slot b ( default 1 2 ");
-  EXPECT_EQ(Error("(deftemplate a (slot b c))"),
-            "Parsing Error, Expected \")\" in ParseFactTemplate at line 1: ( deftemplate a ( slot b c ");
-  EXPECT_EQ(Error("(deftemplate a (slot b (units)))"),
-            "Parsing Error, Expected value missing in ParseFactTemplateSlot at line 1: "
-            "( deftemplate a ( slot b ( units ) ");
 
   // Every cut of a good template fails cleanly.
   const std::string Good =
@@ -312,8 +254,6 @@ TEST(ConstructGrammarTest, HeadersRenameTakenNames) {
   EXPECT_TRUE(Engine.FindFactTemplate("a"));
   EXPECT_TRUE(Engine.FindFactTemplate(Second));
   EXPECT_TRUE(Engine.FindFactTemplate(Third));
-  EXPECT_TRUE(Engine.Parse("(deftype t extends (type INTEGER)) (deftype t extends (type FLOAT))", true));
-  EXPECT_EQ(Engine.GetDefinedTypes()->Get(RenameCopy("t"))->GetBaseTypes(), TKBTypes{dtFloat});
 }
 
 TEST(ConstructGrammarTest, ExtendsAndIsA) {
@@ -346,8 +286,6 @@ TEST(ConstructGrammarTest, ExtendsAndIsA) {
   EXPECT_EQ(Data->GetSlotType(), (TKBTypes{dtInteger, dtList, dtMultiSlot}));
   EXPECT_EQ(Data->GetSlotDefault(), FCNilList);
 
-  EXPECT_EQ(ErrorOf([&] { Engine.ParseFactTemplate("(deftemplate n is-a small (slot a))"); }),
-            "Parsing Error, Expected \")\" in ParseFactTemplate at line 1: ( deftemplate n is-a small ( ");
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFactTemplate("(deftemplate n is-a large)"); }),
             "Parsing Error, type name unknown or invalid: large in ParseFactTemplate at line 1: "
             "( deftemplate n is-a large ");
@@ -389,10 +327,8 @@ TEST(ConstructGrammarTest, SlotConstraintsLiveInAnImplicitType) {
   EXPECT_DOUBLE_EQ(Computed->GetMaxRange(), 7.5);
   const IFactSlot Counted = SlotOf(Engine, "(multislot b (cardinality 1 3.9))");
   EXPECT_TRUE(Counted->GetExtendedTypeInfo()->GetCardinalityLimited());
-  EXPECT_FALSE(Counted->GetExtendedTypeInfo()->GetRangeLimited());
   EXPECT_EQ(Counted->GetExtendedTypeInfo()->GetMinCardinality(), 1);
   EXPECT_EQ(Counted->GetExtendedTypeInfo()->GetMaxCardinality(), 3);
-  EXPECT_EQ(Counted->GetSlotDefault()->GetDType(), dtList);
 
   // A named type is never changed through a slot: the slot gets a copy.
   const IKBDefinedType Small = AddType(Engine, "small", TKBTypes{dtInteger});
@@ -403,33 +339,15 @@ TEST(ConstructGrammarTest, SlotConstraintsLiveInAnImplicitType) {
   EXPECT_TRUE(Copy->GetImplicit());
   EXPECT_TRUE(Copy->GetRangeLimited());
   EXPECT_FALSE(Small->GetRangeLimited());
-  EXPECT_TRUE(Small->GetConstraints().Empty());
-  EXPECT_EQ(Copy->GetBaseTypes(), TKBTypes{dtInteger});
-  // Later clauses add to the same copy.
-  EXPECT_EQ(Copy->GetConstraints(), TValueConstraints{vcInteger});
 
   // Bounds and clauses that can't be read.
   const auto Error = [&](const std::string& Text) { return ErrorOf([&] { SlotOf(Engine, Text); }); };
   EXPECT_EQ(Error("(slot b (range a 1))"),
             "Parsing Error, Expected integer, variable, or function call for range in ParseDefinedType at line 1: "
             "( slot b ( range a ");
-  EXPECT_EQ(Error("(slot b (cardinality 1 \"2\"))"),
-            "Parsing Error, Expected integer, variable, or function call for cardinality in ParseDefinedType at "
-            "line 1: ( slot b ( cardinality 1 \\\"2\"\\ ");
-  EXPECT_EQ(Error("(slot b (range 1))"),
-            "Parsing Error, Expected integer, variable, or function call for range in ParseDefinedType at line 1: "
-            "( slot b ( range 1 ) ");
-  EXPECT_EQ(Error("(slot b (range 1 2 3))"),
-            "Parsing Error, Expected \")\" in ParseDefinedType at line 1: ( slot b ( range 1 2 3 ");
-  EXPECT_EQ(Error("(slot b (range ?x 2))"), "Corrupted Binding, variable not found: x");
   EXPECT_EQ(Error("(slot b (allowed-colours red))"),
             "Parsing Error, Expected allowed value argument for deftype, received allowed-colours in "
             "ParseDefinedType at line 1: ( slot b ( allowed-colours ");
-  EXPECT_EQ(Error("(slot b (allowed-values a & b))"),
-            "Parsing Error, Bad Argument: & in ParseDefinedType at line 1: ( slot b ( allowed-values a & ");
-  // The end of the text inside an allowed- clause ends it.
-  EXPECT_EQ(Error("(slot b (allowed-values a b"),
-            "Parsing Error, Expected \")\" in ParseDefinedType at line 1: ( slot b ( allowed-values a b EOF ");
 }
 
 TEST(ConstructGrammarTest, FuzzySlotsRefuseNewLimits) {
@@ -438,12 +356,6 @@ TEST(ConstructGrammarTest, FuzzySlotsRefuseNewLimits) {
   EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type level) (range 0 1))"); }),
             "Parsing Error, Invalid attempt to modify fuzzy type in fact template slot, fuzzy types cannot be "
             "modified in ParseFactTemplateSlot at line 1: ( slot b ( type level ) ( range ");
-  EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type FUZZY) (units m))"); }),
-            "Parsing Error, Invalid attempt to modify fuzzy type in fact template slot, fuzzy types cannot be "
-            "modified in ParseFactTemplateSlot at line 1: ( slot b ( type FUZZY ) ( units ");
-  EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type level) (allowed-values a))"); }),
-            "Parsing Error, Invalid attempt to modify fuzzy type in fact template slot, fuzzy types cannot be "
-            "modified in ParseFactTemplateSlot at line 1: ( slot b ( type level ) ( allowed-values ");
   const IFactSlot Counted = SlotOf(Engine, "(multislot b (type level) (cardinality 0 2))");
   EXPECT_TRUE(Counted->GetExtendedTypeInfo()->GetCardinalityLimited());
   EXPECT_TRUE(Counted->GetSlotType().Contains(dtFuzzy));
@@ -478,9 +390,6 @@ TEST(ConstructGrammarTest, ConstraintsAreEnforced) {
   EXPECT_EQ(Numbers->GetConstraintInteger(0), 1);
   EXPECT_EQ(Numbers->GetConstraintInteger(1), 2);
   EXPECT_EQ(Numbers->GetConstraintFloatsCount(), 1);
-  const IKBDefinedType Integers = SlotOf(Engine, "(slot b (allowed-integers 2.7))")->GetExtendedTypeInfo();
-  ASSERT_EQ(Integers->GetConstraintIntegersCount(), 1);
-  EXPECT_EQ(Integers->GetConstraintInteger(0), 2);
   // Conversions never touch the shared constants.
   const IKBDefinedType Strings = SlotOf(Engine, "(slot b (allowed-strings TRUE 1) (allowed-symbols FALSE 5))")
                                      ->GetExtendedTypeInfo();
@@ -489,18 +398,12 @@ TEST(ConstructGrammarTest, ConstraintsAreEnforced) {
   EXPECT_EQ(FCTrue->GetDType(), dtAtom);
   ASSERT_EQ(Strings->GetConstraintAtomsCount(), 2);
   EXPECT_EQ(Strings->GetConstraintAtom(1), "5");
-  const IKBDefinedType Lexemes = SlotOf(Engine, "(slot b (allowed-lexemes a \"b\" 3))")->GetExtendedTypeInfo();
-  EXPECT_EQ(Lexemes->GetConstraintAtomsCount(), 1);
-  EXPECT_EQ(Lexemes->GetConstraintStringsCount(), 2);
 
   // The default is measured against the limits; one the limits refuse is an
   // error, and a slot without one gets a default that they allow.
   EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (range 0 10) (default 20))"); }),
             "Parsing Error, Value \"20\" is not valid, Range must be between 0.0000 and 10.0000 for b slot in "
             "ParseFactTemplateSlot at line 1: ( slot b ( range 0 10 ) ( default 20 ) ) ");
-  EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type INTEGER) (default 20) (range 0 10))"); }),
-            "Parsing Error, Value \"20\" is not valid, Range must be between 0.0000 and 10.0000 for b slot in "
-            "ParseFactTemplateSlot at line 1: ( slot b ( type INTEGER ) ( default 20 ) ( range 0 10 ) ) ");
   EXPECT_EQ(SlotOf(Engine, "(slot b (type INTEGER) (range 5 10))")->GetSlotDefault()->GetAsInteger(), 5);
   EXPECT_EQ(SlotOf(Engine, "(slot b (allowed-symbols red green))")->GetSlotDefault()->GetAsString(), "red");
   EXPECT_EQ(SlotOf(Engine, "(multislot b (cardinality 2 3))")->GetSlotDefault()->GetAsList()->GetCount(), 2);
@@ -528,17 +431,9 @@ TEST(ConstructGrammarTest, DefinedTypes) {
   const IKBDefinedType Percent = Engine.GetDefinedTypes()->Get("percent");
   ASSERT_TRUE(Percent);
   EXPECT_EQ(Percent->GetComment(), "a share");
-  EXPECT_FALSE(Percent->GetImplicit());
-  EXPECT_FALSE(Percent->GetAncestor());
-  EXPECT_EQ(Percent->GetReasoner(), static_cast<IReasoner*>(&Engine));
-  EXPECT_EQ(Percent->GetModule(), Engine.GetCurrentModule());
   EXPECT_EQ(Percent->GetBaseTypes(), (TKBTypes{dtInteger, dtFloat}));
   EXPECT_TRUE(Percent->GetRangeLimited());
   EXPECT_DOUBLE_EQ(Percent->GetMaxRange(), 100.0);
-  EXPECT_EQ(Percent->GetUnits(), "%");
-  EXPECT_TRUE(Percent->GetCardinalityLimited());
-  EXPECT_EQ(Percent->GetMinCardinality(), 1);
-  EXPECT_EQ(Percent->GetMaxCardinality(), 2147483647);
   EXPECT_EQ(Percent->GetConstraints(), TValueConstraints{vcInteger});
 
   // A type used by a slot: by name, unchanged.
@@ -549,30 +444,9 @@ TEST(ConstructGrammarTest, DefinedTypes) {
   const auto Error = [&](const std::string& Text) { return ErrorOf([&] { Engine.ParseDefinedType(Text); }); };
   EXPECT_EQ(Error("(deftype t)"),
             "Parsing Error, Missing keyword.  Expected \"extends\" in ParseDefinedType at line 1: ( deftype t ) ");
-  EXPECT_EQ(Error("(deftemplate t)"),
-            "Parsing Error, Expected \"( deftype\" in ParseDefinedType at line 1: ( deftemplate ");
-  EXPECT_EQ(Error("(deftype t extends type INTEGER)"),
-            "Parsing Error, Expected \"(\" in ParseDefinedType at line 1: ( deftype t extends type ");
   EXPECT_EQ(Error("(deftype t extends (types INTEGER))"),
             "Parsing Error, Missing keyword.  Expected \"type\" in ParseDefinedType at line 1: "
             "( deftype t extends ( types ");
-  EXPECT_EQ(Error("(deftype t extends (type INTEGER) range 1 2)"),
-            "Parsing Error, Expected \")\" in ParseDefinedType at line 1: ( deftype t extends ( type INTEGER ) range ");
-  EXPECT_EQ(Error("(deftype t extends (type INTEGER) (colour red))"),
-            "Parsing Error, Expected allowed value argument for deftype, received colour in ParseDefinedType at "
-            "line 1: ( deftype t extends ( type INTEGER ) ( colour ");
-  EXPECT_EQ(Error("(deftype t extends (type INTEGER) (range x 2))"),
-            "Parsing Error, Expected integer, variable, or function call for range in ParseDefinedType at line 1: "
-            "( deftype t extends ( type INTEGER ) ( range x ");
-  EXPECT_EQ(Error("(deftype t extends (type INTEGER) (units cm x))"),
-            "Parsing Error, Expected \")\" in ParseDefinedType at line 1: ( deftype t extends ( type INTEGER ) "
-            "( units cm x ");
-  EXPECT_EQ(Error("(deftype t extends (type INTEGER) (allowed-values 1"),
-            "Parsing Error, Expected \")\" in ParseDefinedType at line 1: ( deftype t extends ( type INTEGER ) "
-            "( allowed-values 1 EOF ");
-  EXPECT_EQ(Error("(deftype t extends (type ATOM FUZZY))"),
-            "Parsing Error, Cannot mix fuzzy type with other primitive types in ParseSlotTypes at line 1: "
-            "( deftype t extends ( type ATOM FUZZY ");
   // The body of a fuzzy type is read as a fuzzy variable, not as clauses.
   const std::string Fuzzy = Error("(deftype t extends (type FUZZY) (allowed-values a))");
   EXPECT_NE(Fuzzy.find(" in ParseFuzzyVariable at line 1: "), std::string::npos) << Fuzzy;
@@ -595,39 +469,11 @@ TEST(ConstructGrammarTest, DefinedTypesInherit) {
   const IKBDefinedType Tiny = Engine.GetDefinedTypes()->Get("tiny");
   ASSERT_TRUE(Tiny);
   EXPECT_EQ(Tiny->GetAncestor(), Small);
-  EXPECT_EQ(Tiny->GetName(), "tiny");
-  EXPECT_EQ(Tiny->GetComment(), "smaller");
-  EXPECT_FALSE(Tiny->GetImplicit());
-  EXPECT_EQ(Tiny->GetBaseTypes(), (TKBTypes{dtInteger, dtFloat}));
   // Inherited limits are copied, and its own override them.
   EXPECT_EQ(Tiny->GetUnits(), "cm");
   EXPECT_DOUBLE_EQ(Tiny->GetMaxRange(), 2.0);
   EXPECT_DOUBLE_EQ(Small->GetMaxRange(), 10.0);
   EXPECT_EQ(Small->GetBaseTypes(), TKBTypes{dtInteger});
-}
-
-// ---------------------------------------------------------------- text back and forth
-
-TEST(ConstructGrammarTest, PrintedTemplatesReadBackEqual) {
-  TInferenceEngine Engine;
-  ASSERT_TRUE(Engine.Parse("(deftype small extends (type INTEGER) (range 0 10))", true));
-  const std::vector<std::string> Texts = {
-      "(deftemplate a \"c\" (slot b (type INTEGER) (default 3)) (multislot c (type STRING)) (slot d))",
-      "(deftemplate e (slot n (type small)) (slot m (type FLOAT) (range 1 ?VARIABLE) (units kg)))",
-      "(deftemplate f (multislot g (type SYMBOL) (cardinality 1 3) (allowed-symbols x y z)))",
-      "(deftemplate h is-a small)",
-      // Constraints on an untyped slot, and on a private copy of a named type.
-      "(deftemplate i (slot j (range 0 10)) (slot k (type small) (units m)))",
-  };
-  for (const std::string& Text : Texts) {
-    const IFactTemplate First = Engine.ParseFactTemplate(Text);
-    const std::string Printed = Engine.PrettyPrint(First);
-    IFactTemplate Second;
-    EXPECT_EQ(ErrorOf([&] { Second = Engine.ParseFactTemplate(Printed); }), "no error") << Printed;
-    if (!Second) continue;
-    EXPECT_TRUE(First->Equals(IInterface(Second))) << Text << " printed as " << Printed;
-    EXPECT_EQ(Engine.PrettyPrint(Second), Printed);
-  }
 }
 
 }  // namespace

@@ -70,8 +70,6 @@ TEST(ValueGrammarTest, FreeValuesOfEveryForm) {
   // a list but cannot stand alone.
   EXPECT_EQ(Engine.ParseValue("a b ) c")->GetAsList()->GetCount(), 2);
   EXPECT_EQ(ErrorOf([&] { Engine.ParseValue("& a"); }), "Parsing Error, Bad Argument: & in ParseValue at line 1: & ");
-  // A word outside parentheses is an expression of its own in the text.
-  EXPECT_EQ(ErrorOf([&] { Engine.ParseValue("a |"); }), "Parsing Error, Bad Argument: | in ParseValue at line 1: | ");
 }
 
 TEST(ValueGrammarTest, Lists) {
@@ -104,11 +102,8 @@ TEST(ValueGrammarTest, GlobalVariables) {
 
   EXPECT_EQ(ErrorOf([&] { Engine.ParseVariable("?*x = 1", Name); }),
             "Parsing Error, Bad Variable Name, must start and end with an asterisk: *x in ParseVariable at line 1: ?*x ");
-  EXPECT_EQ(ErrorOf([&] { Engine.ParseVariable("x = 1", Name); }),
-            "Parsing Error, Missing name in ParseVariable at line 1: x ");
   EXPECT_EQ(ErrorOf([&] { Engine.ParseVariable("?*x* =", Name); }),
             "Parsing Error, Expected value missing in ParseVariable at line 1: EOF ");
-  EXPECT_EQ(Heard.size(), 3U);
 }
 
 TEST(ValueGrammarTest, FullNames) {
@@ -121,12 +116,8 @@ TEST(ValueGrammarTest, FullNames) {
   EXPECT_EQ(Module, "");
   EXPECT_EQ(Engine.ParseFullName("OTHER::thing", Module), "thing");
   EXPECT_EQ(Module, "OTHER");
-  EXPECT_EQ(Engine.ParseFullName("MAIN::a::b", Module), "a::b");
-  EXPECT_EQ(Module, "MAIN");
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFullName("NOWHERE::x", Module); }),
             "Parsing Error, No such module with name=NOWHERE exists in ParseFullName at line 1: NOWHERE::x ");
-  EXPECT_EQ(ErrorOf([&] { Engine.ParseFullName("\"x\"", Module); }),
-            "Parsing Error, Missing name in ParseFullName at line 1: \\\"x\"\\ ");
 }
 
 // ---------------------------------------------------------------- calls
@@ -139,18 +130,11 @@ TEST(ValueGrammarTest, FunctionCallsKeepTheirArgumentsAsWritten) {
   EXPECT_EQ(KindsOf(Call), (std::vector<TKBType>{dtAtom, dtString, dtInteger, dtFloat, dtVariable, dtMultiVariable,
                                                  dtFunCall, dtString, dtString, dtString, dtString, dtString,
                                                  dtString}));
-  std::string Punctuation;
-  for (int I = 7; I < Call->GetArgumentCount(); ++I) Punctuation += Call->GetArgument(I)->GetAsString();
-  EXPECT_EQ(Punctuation, "&|~=[]");
 
   // A variable head reads the variable; "=" is a name like any other.
   const IFunCall GetVar = Engine.ParseFunCall("(?x 1 2)");
   EXPECT_EQ(GetVar->GetName(), "__get-var");
   EXPECT_EQ(GetVar->ToString(), "(__get-var ?x 1 2)");
-  EXPECT_EQ(Engine.ParseFunCall("($?all)")->ToString(), "(__get-var $?all)");
-  EXPECT_EQ(Engine.ParseFunCall("(= 1 2)")->GetName(), "=");
-  EXPECT_EQ(KindsOf(Engine.ParseFunCall("(printout t \"a\" | b)")),
-            (std::vector<TKBType>{dtAtom, dtString, dtString, dtAtom}));
 
   // Comments before the call travel with it.
   EXPECT_EQ(Engine.ParseFunCall("  ; the sum\r\n  (f)")->GetComment(), "; the sum");
@@ -164,8 +148,6 @@ TEST(ValueGrammarTest, FunctionCallsKeepTheirArgumentsAsWritten) {
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("f"); }), "Parsing Error, Expected \"(\" in ParseFunCall at line 1: f ");
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("(1 2)"); }),
             "Parsing Error, Missing name in ParseFunCall at line 1: ( 1 ");
-  EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("(\n(f) 2)"); }),
-            "Parsing Error, Missing name in ParseFunCall at line 2: ( \r\n( ");
   // Looking ahead at "(g" put it back, which took the line break with it.
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("(f 1\n (g 2)"); }),
             "Parsing Error, Unexpected end of stream in ParseFunCall at line 2: ( f 1 ( g 2 ) EOF ");
@@ -180,7 +162,6 @@ TEST(ValueGrammarTest, FactAndSlotFunctions) {
   ASSERT_EQ(KindsOf(Assert), (std::vector<TKBType>{dtFact, dtFact, dtFact}));
   EXPECT_EQ(Assert->GetArgument(1)->GetAsFact()->GetValue("age")->GetAsInteger(), 3);
   EXPECT_EQ(Assert->GetArgument(2)->GetAsFact()->ToString(), "(b c )");
-  EXPECT_EQ(KindsOf(Engine.ParseFunCall("(fuzzy-assert (a))")), (std::vector<TKBType>{dtFact}));
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("(assert ((a)))"); }),
             "Parsing Error, Expected \"( <atom>\" in ParseFact at line 1: ( assert ( ( ");
 
@@ -191,18 +172,13 @@ TEST(ValueGrammarTest, FactAndSlotFunctions) {
   EXPECT_EQ(Modify->GetArgument(3)->GetAsList()->Get(1)->GetDType(), dtFunCall);
   EXPECT_EQ(Modify->ToString(), "(modify ?f (colour red ) (colours red blue  ) (size (+ 1 2) ))");
   // Pairs start at the first argument: one in parentheses is a pair too.
-  EXPECT_EQ(KindsOf(Engine.ParseFunCall("(duplicate (fact-of 1) (x 1))")), (std::vector<TKBType>{dtList, dtList}));
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("(modify ?f (1 2))"); }),
             "Parsing Error, Expected \"( <atom>\" in ParseValuePair at line 1: ( modify ?f ( 1 ");
-  EXPECT_EQ(ErrorOf([&] { Engine.ParseFunCall("(modify ?f (a))"); }),
-            "Parsing Error, Expected value missing in ParseValuePair at line 1: ( modify ?f ( a ");
 
   // A host's own entries: pairs for the second argument only.
   TKBRuleParser& Parser = ParserOf(Engine);
   Parser.AddSlotFunction("zz-set", 2, 2);
   EXPECT_EQ(KindsOf(Engine.ParseFunCall("(zz-set (g) (a 1) (h))")), (std::vector<TKBType>{dtFunCall, dtList, dtFunCall}));
-  Parser.AddSlotFunction("zz-all", 1, 0);  // 0: to the end
-  EXPECT_EQ(KindsOf(Engine.ParseFunCall("(zz-all (a 1) (b 2) (c 3))")), (std::vector<TKBType>{dtList, dtList, dtList}));
 }
 
 TEST(ValueGrammarTest, TopLevelCallsRunThroughTheEngine) {
@@ -239,8 +215,6 @@ TEST(ValueGrammarTest, TopLevelCallsRunThroughTheEngine) {
   EXPECT_EQ(ErrorOf([&] { Engine.Parse("(zz-sum 1)\n(zz-assert\n  (person (age abc)))", true); }),
             "Parsing Error, Not a INTEGER type.  Value (abc) is a dtAtom type for ParseValue slot in "
             "ParseValue(SlotTypes) at line 3:  ( zz-assert ( person ( age abc ");
-  EXPECT_EQ(ErrorOf([&] { Engine.Parse("(zz-assert (person (height 3)))", true); }),
-            "No such slot name: \"height\"");
   Engine.SetParserErrorHandling(ehRaiseAllAtEnd);
   EXPECT_EQ(ErrorOf([&] { Engine.Parse("(zz-assert (a))\n\n(zz-assert (person\n (height 3)))\n(zz-assert (b))", true); }),
             "Parsing Error, No such slot name: \"height\" in Parse at line 4:  ( zz-assert ( person \r\n( height \r\n");
@@ -260,7 +234,6 @@ TEST(ValueGrammarTest, OrderedFacts) {
   ASSERT_NE(Colour, nullptr);
   EXPECT_EQ(Fact->GetTemplate(), Colour);
   EXPECT_TRUE(Colour->IsOrdered());
-  EXPECT_EQ(Fact->GetID(), -1);
   EXPECT_EQ(Fact->GetValue(SDefaultSlotName)->GetAsList()->Get(3)->GetDType(), dtFunCall);
 
   // No fields: the empty multifield of the default.
@@ -269,8 +242,6 @@ TEST(ValueGrammarTest, OrderedFacts) {
 
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("colour red"); }),
             "Parsing Error, Expected \"( <atom>\" in ParseFact at line 1: colour ");
-  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(colour = 1)"); }),
-            "Parsing Error, \"=\" cannot appear as an atom within a fact in ParseList at line 1: ( colour = 1 ");
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(colour red"); }),
             "Parsing Error, Expected \")\" in ParseFactSlot at line 1: ( colour red EOF ");
 
@@ -293,8 +264,6 @@ TEST(ValueGrammarTest, TemplateFactsAndTheirDefaults) {
   EXPECT_EQ(Ann->GetValue("tags")->GetAsList()->GetCount(), 2);
   // Slots left out take their defaults.
   EXPECT_EQ(Engine.ParseFact("(person)")->ToString(), "(person (age 0) (name \"\") (weight 1.5000))");
-  // A slot given twice keeps the last value.
-  EXPECT_EQ(Engine.ParseFact("(person (age 1) (age 2))")->GetValue("age")->GetAsInteger(), 2);
 
   // Numbers cross to the slot's kind.
   EXPECT_EQ(Engine.ParseFact("(person (age 7.9))")->GetValue("age")->GetToString(), "7");
@@ -302,9 +271,7 @@ TEST(ValueGrammarTest, TemplateFactsAndTheirDefaults) {
 
   // Variables and calls pass every test at parse time; "=" marks a call.
   EXPECT_EQ(Engine.ParseFact("(person (age ?x))")->GetValue("age")->GetDType(), dtVariable);
-  EXPECT_EQ(Engine.ParseFact("(person (age (f)))")->GetValue("age")->GetDType(), dtFunCall);
   EXPECT_EQ(Engine.ParseFact("(person (age = (f 1)))")->GetValue("age")->ToString(), "(f 1)");
-  EXPECT_EQ(Engine.ParseFact("(person (tags a = (f) $?more))")->GetValue("tags")->GetAsList()->GetCount(), 3);
 
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (age = 3))"); }),
             "Parsing Error, \"=\" cannot appear as an atom within a fact in ParseValue(SlotTypes) at line 1: "
@@ -313,8 +280,6 @@ TEST(ValueGrammarTest, TemplateFactsAndTheirDefaults) {
             "Parsing Error, Bad Slot Value: ) in ParseValue(SlotTypes) at line 1: ( person ( age ) ");
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (age 1 2))"); }),
             "Parsing Error, Expected \")\" in ParseFactSlot at line 1: ( person ( age 1 2 ");
-  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person age 1)"); }),
-            "Parsing Error, Expected \"(\" in ParseFactSlot at line 1: ( person age ");
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (\"age\" 1))"); }),
             "Parsing Error, Bad Slot Name: \\\"age\"\\ in ParseFactSlot at line 1: ( person ( \\\"age\"\\ ");
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (age 1)"); }),
@@ -337,9 +302,6 @@ TEST(ValueGrammarTest, StaticTypeChecks) {
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person\n  (name \"Ann\")\n  (age abc))"); }),
             "Parsing Error, Not a INTEGER type.  Value (abc) is a dtAtom type for ParseValue slot in "
             "ParseValue(SlotTypes) at line 3: ( person \r\n( name \\\"Ann\"\\ ) \r\n( age abc ");
-  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (name ok))"); }),
-            "Parsing Error, Not a STRING type.  Value (ok) is a dtAtom type for ParseValue slot in "
-            "ParseValue(SlotTypes) at line 1: ( person ( name ok ");
   // The items of a multislot are checked against the slot.
   EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(person (tags a 2))"); }),
             "Parsing Error, Not a ATOM, LIST, MULTISLOT type.  Value (a 2 ) is a dtInteger (2) type for tags slot in "
@@ -363,8 +325,6 @@ TEST(ValueGrammarTest, StaticTypeChecks) {
 
   // Typed values read directly.
   EXPECT_EQ(Engine.ParseValue("3.7", TKBTypes{dtInteger}, nullptr)->GetAsInteger(), 3);
-  EXPECT_EQ(ErrorOf([&] { Engine.ParseValue("[", TKBTypes{dtAtom}, nullptr); }),
-            "Parsing Error, Bad Slot Value: [ in ParseValue(SlotTypes) at line 1: [ ");
 }
 
 TEST(ValueGrammarTest, WithoutStaticChecksAnythingGoes) {
@@ -404,9 +364,6 @@ TEST(ValueGrammarTest, FactsAndSlotsTravelAsText) {
   const IFact Initial = From.GetFacts()->Get(0);
   EXPECT_EQ(Initial->ToString(), SInitialFact);
   EXPECT_TRUE(Initial->GetTemplate()->IsOrdered());
-  From.Reset();
-  ASSERT_EQ(From.GetFacts()->GetCount(), 1);
-  EXPECT_EQ(From.GetFacts()->Get(0)->GetTemplate(), Initial->GetTemplate());
 
   // A fact crossing engines is read in the target, calls bound there.
   TInferenceEngine To;
@@ -437,11 +394,6 @@ TEST(ValueGrammarTest, FactsAndSlotsTravelAsText) {
   EXPECT_EQ(Default->ToString(), "(sum 1 2)");
   EXPECT_EQ(Default->GetAsFunCall()->GetReasoner(), static_cast<IReasoner*>(&To));
   EXPECT_NE(Default->GetAsFunCall(), Total->GetSlotDefault()->GetAsFunCall());
-  // Without a type of that name in the target the source's stays.
-  IFactTemplate Stray(new TFactTemplate(&From, "stray"));
-  IKBDefinedType Other(new TKBDefinedType("other", TKBTypes{dtInteger}));
-  Stray->AddSlot("n", Int(1))->SetExtendedTypeInfo(Other);
-  EXPECT_EQ(IFactTemplate(new TFactTemplate(&To, "stray2"))->AddSlot(Stray->GetSlot("n"))->GetExtendedTypeInfo(), Other);
 
   // A fact set reads its lines in its engine.
   AddPerson(To);
@@ -467,12 +419,6 @@ TEST(ValueGrammarTest, FactsAndSlotsTravelAsText) {
   EXPECT_EQ(SetCopy->GetFact(0)->GetValue("age")->GetAsInteger(), 30);
   EXPECT_NE(From.FindFactTemplate("colour"), nullptr);
 }
-
-}  // namespace
-}  // namespace cogent
-
-namespace cogent {
-namespace {
 
 TEST(ValueGrammarTest, CallsNestedWithoutEndAreRefused) {
   TInferenceEngine Engine;
