@@ -1,10 +1,11 @@
 #include "cogent/common/VXGraph.h"
-#include "cogent/host/Guards.h"
 
 #include <algorithm>
 #include <functional>
 #include <queue>
 #include <unordered_map>
+
+#include "cogent/host/Guards.h"
 
 namespace cogent {
 

@@ -13,7 +13,6 @@
 namespace cogent {
 
 namespace {
-
 // Sets a fact list's updating flag for the engine's own list work.
 class TUpdatingGuard {
 public:

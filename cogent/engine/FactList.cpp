@@ -50,18 +50,15 @@ void TFacts::CacheAdd(const IFact& Fact) {
 
 void TFacts::CacheRemove(const IFact& Fact) {
   if (!FCacheHashCodes || !Fact) return;
-  auto [First, Last] = FCache.equal_range(Fact->GetHashCode());
-  for (auto It = First; It != Last; ++It)
-    if (It->second == Fact.get()) {
-      FCache.erase(It);
-      return;
-    }
+  const auto Erase = [this, &Fact](auto First, auto Last) {
+    const auto It = std::find_if(First, Last, [&Fact](const auto& Entry) { return Entry.second == Fact.get(); });
+    if (It == Last) return false;
+    FCache.erase(It);
+    return true;
+  };
+  const auto [First, Last] = FCache.equal_range(Fact->GetHashCode());
   // A value changed in place under the fact moved its hash: find it the long way.
-  for (auto It = FCache.begin(); It != FCache.end(); ++It)
-    if (It->second == Fact.get()) {
-      FCache.erase(It);
-      return;
-    }
+  if (!Erase(First, Last)) Erase(FCache.begin(), FCache.end());
 }
 
 // ---------------------------------------------------------------- list work

@@ -13,7 +13,6 @@ namespace {
 
 constexpr const char* CRLF = "\r\n";
 
-
 // The list's own check comes after the fact; this one refuses the module
 // before a module of its name is taken away.
 void CheckImportOrder(const TModules& Modules, const IModule& Module) {
@@ -248,11 +247,7 @@ void TInferenceEngine::Clear(const IModule& Module) {
   if (!Module) return;
   FHalt = false;
   {
-    TFocusBack Back;
-    if (Module != FCurrentModule) {
-      Back.Remember(FCurrentModule);
-      Module->FocusModule();
-    }
+    const TFocusBack Back(FCurrentModule, Module);
     // Asked before the templates go: clearing them takes their home away.
     const TFactTemplate* InitialTemplate =
         FInitialFactPattern && FInitialFactPattern->GetTemplate() ? FInitialFactPattern->GetTemplate().get() : nullptr;
@@ -287,11 +282,7 @@ void TInferenceEngine::Clear(const IModule& Module) {
 
 void TInferenceEngine::ClearFacts(const IModule& Module) {
   if (!Module) return;
-  TFocusBack Back;
-  if (Module != FCurrentModule) {
-    Back.Remember(FCurrentModule);
-    Module->FocusModule();
-  }
+  const TFocusBack Back(FCurrentModule, Module);
   if (FFacts) FFacts->Clear();
 }
 

@@ -6,6 +6,7 @@
 #include "cogent/engine/KBCollections.h"
 #include "cogent/facts/KBSlotTest.h"
 #include "cogent/foundation/VXCollections.h"
+#include "cogent/host/Guards.h"
 #include "cogent/matching/ReteNetwork.h"
 #include "cogent/rules/ActivationAgenda.h"
 
@@ -36,16 +37,14 @@ int TModuleConstruct::IndexOfImportModule(const TModule* Module) const {
 
 // ---------------------------------------------------------------- TFocusBack
 
+TFocusBack::TFocusBack(const IModule& Current, const IModule& Target) : TFocusBack() {
+  if (!Target || Target == Current) return;
+  FModule = Current;  // copied first: Current may be the very field that focusing moves
+  Target->FocusModule();
+}
+
 TFocusBack::~TFocusBack() noexcept(false) {
-  if (!FModule || !FModule->GetAgenda()) return;
-  if (std::uncaught_exceptions() <= FExceptions) {
-    FModule->FocusModule();
-    return;
-  }
-  try {
-    FModule->FocusModule();
-  } catch (...) {
-  }
+  if (FModule && FModule->GetAgenda()) CloseScope(FExceptions, [this] { FModule->FocusModule(); });
 }
 
 // ---------------------------------------------------------------- TModule

@@ -140,7 +140,9 @@ private:
 class TFocusBack {
 public:
   explicit TFocusBack(IModule ARemembered = nullptr) noexcept
-      : FModule(std::move(ARemembered)), FExceptions(std::uncaught_exceptions()) {}
+      : FModule(std::move(ARemembered)) {}
+  // Focuses Target for the scope when it isn't Current, and Current back after.
+  TFocusBack(const IModule& Current, const IModule& Target);
   TFocusBack(const TFocusBack&) = delete;
   TFocusBack& operator=(const TFocusBack&) = delete;
   ~TFocusBack() noexcept(false);
@@ -148,7 +150,7 @@ public:
 
 private:
   IModule FModule;
-  int FExceptions;
+  int FExceptions = std::uncaught_exceptions();
 };
 
 }  // namespace cogent

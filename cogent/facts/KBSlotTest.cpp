@@ -4,9 +4,9 @@
 
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBPackages.h"
+#include "cogent/host/Guards.h"
 #include "cogent/matching/KBToken.h"
 #include "cogent/rules/KBRule.h"
-#include "cogent/host/Guards.h"
 
 namespace cogent {
 

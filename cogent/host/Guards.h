@@ -9,22 +9,27 @@
 
 namespace cogent {
 
+// Runs a scope's closing call. Exceptions is std::uncaught_exceptions() as it
+// stood when the scope opened: more now means the scope is unwinding.
+template <class F>
+void CloseScope(int Exceptions, F&& Action) {
+  if (std::uncaught_exceptions() <= Exceptions) {
+    Action();
+    return;
+  }
+  try {
+    Action();
+  } catch (...) {
+  }
+}
+
 template <class F>
 class TFinally {
 public:
   explicit TFinally(F AAction) : FAction(std::move(AAction)) {}
   TFinally(const TFinally&) = delete;
   TFinally& operator=(const TFinally&) = delete;
-  ~TFinally() noexcept(false) {
-    if (std::uncaught_exceptions() <= FExceptions) {
-      FAction();
-      return;
-    }
-    try {
-      FAction();
-    } catch (...) {
-    }
-  }
+  ~TFinally() noexcept(false) { CloseScope(FExceptions, FAction); }
 
 private:
   F FAction;

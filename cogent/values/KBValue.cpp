@@ -8,9 +8,9 @@
 #include "cogent/facts/KBContext.h"
 #include "cogent/facts/KBFacts.h"
 #include "cogent/facts/KBPackages.h"
+#include "cogent/host/Guards.h"
 #include "cogent/matching/KBToken.h"
 #include "cogent/values/KBFuzzyLogic.h"
-#include "cogent/host/Guards.h"
 
 namespace cogent {
 
