@@ -33,12 +33,12 @@ std::int32_t TInferenceEngine::Assert(const IFact& Fact, bool Unconditional) {
   if (Template->IsFuzzy()) {
     // A fuzzy fact is never refused: it takes over an equal fact's values.
     if (FCurrentAgendaItem) FuzzyCorrelation(Fact, 1.0f);
-    const int Existing = FFacts->FindFact(Fact);
+    const int Existing = FCache.Facts->FindFact(Fact);
     if (Existing >= 0) {
-      FuzzyOperation(Fact, FFacts->Get(Existing), !Unconditional);
+      FuzzyOperation(Fact, FCache.Facts->Get(Existing), !Unconditional);
       RetractFact(Existing);
     }
-  } else if (!FFactDuplication && FFacts->FindFact(Fact) >= 0) {
+  } else if (!FFactDuplication && FCache.Facts->FindFact(Fact) >= 0) {
     return -1;
   }
 
@@ -81,15 +81,15 @@ std::int32_t TInferenceEngine::Assert(const IFact& Fact, TFuzzyInferenceMethod F
 void TInferenceEngine::AddFactToModule(const IFact& Fact, const IModule& Module) {
   if (Module) Module->FocusModule();
   {
-    TUpdatingGuard Updating(FFacts);
-    FFacts->Add(Fact);
+    TUpdatingGuard Updating(FCache.Facts);
+    FCache.Facts->Add(Fact);
   }
   // The fact is in the list before the network sees it.
-  if (FRete) FRete->ProcessToken(IReteToken(new TKBToken(taAdd, Fact)));
+  if (FCache.Rete) FCache.Rete->ProcessToken(IReteToken(new TKBToken(taAdd, Fact)));
 }
 
 void TInferenceEngine::RetractFact(int Index) {
-  const IFact Fact = FFacts->Get(Index);
+  const IFact Fact = FCache.Facts->Get(Index);
   if (OnRetraction) OnRetraction(this, Fact);
   {
     const IModule Home = FCurrentModule;
@@ -111,23 +111,23 @@ void TInferenceEngine::RetractFact(int Index) {
 void TInferenceEngine::RemoveFactFromModule(int Index, const IFact& Fact, const IModule& Module) {
   if (Module) Module->FocusModule();
   // The network sees the retraction before the fact leaves the list.
-  if (FRete) FRete->ProcessToken(IReteToken(new TKBToken(taRemove, Fact)));
-  TUpdatingGuard Updating(FFacts);
+  if (FCache.Rete) FCache.Rete->ProcessToken(IReteToken(new TKBToken(taRemove, Fact)));
+  TUpdatingGuard Updating(FCache.Facts);
   if (Index == -1)
-    FFacts->Remove(IInterface(Fact));
+    FCache.Facts->Remove(IInterface(Fact));
   else
-    FFacts->Delete(Index);
+    FCache.Facts->Delete(Index);
 }
 
-void TInferenceEngine::RetractFact(const IFact& Fact) { RetractFact(FFacts->IndexOf(Fact)); }
+void TInferenceEngine::RetractFact(const IFact& Fact) { RetractFact(FCache.Facts->IndexOf(Fact)); }
 
 void TInferenceEngine::Retract(std::int32_t FactId) {
-  const int Index = FFacts->FindFact(FactId);
+  const int Index = FCache.Facts->FindFact(FactId);
   if (Index >= 0) RetractFact(Index);
 }
 
 void TInferenceEngine::Retract(const IFact& Fact) {
-  const int Index = FFacts->FindFact(Fact);
+  const int Index = FCache.Facts->FindFact(Fact);
   if (Index >= 0) RetractFact(Index);
 }
 
@@ -141,20 +141,20 @@ std::int32_t TInferenceEngine::Assert(const std::string& Fact) { return Assert(R
 void TInferenceEngine::Retract(const std::string& Fact) { Retract(ReadFact(Fact)); }
 
 void TInferenceEngine::RetractFacts() {
-  if (FRete) FRete->ProcessToken(IReteToken(new TKBToken(taClear, nullptr)));
+  if (FCache.Rete) FCache.Rete->ProcessToken(IReteToken(new TKBToken(taClear, nullptr)));
   if (OnClearFacts) OnClearFacts(this);
 }
 
 void TInferenceEngine::AddPendingFact(const IFact& Fact, bool Assert) {
-  FFactsPending->AddObject(Assert ? "+" : "-", nullptr, IInterface(Fact));
+  FCache.FactsPending->AddObject(Assert ? "+" : "-", nullptr, IInterface(Fact));
 }
 
 void TInferenceEngine::ProcessPendingFacts() {
   // First in, first out; what the assertions queue is served in the same loop.
-  while (FFactsPending && FFactsPending->GetCount() > 0) {
-    const IFact Fact = FFactsPending->GetData(0).As<TFact>();
-    const std::string Kind = FFactsPending->Get(0);
-    FFactsPending->Delete(0);
+  while (FCache.FactsPending && FCache.FactsPending->GetCount() > 0) {
+    const IFact Fact = FCache.FactsPending->GetData(0).As<TFact>();
+    const std::string Kind = FCache.FactsPending->Get(0);
+    FCache.FactsPending->Delete(0);
     if (Kind.empty() || !Fact) continue;
     if (Kind[0] == '+')
       Assert(Fact, false);
@@ -163,7 +163,7 @@ void TInferenceEngine::ProcessPendingFacts() {
   }
 }
 
-IFact TInferenceEngine::GetFactPending(int Index) const { return FFactsPending->GetData(Index).As<TFact>(); }
+IFact TInferenceEngine::GetFactPending(int Index) const { return FCache.FactsPending->GetData(Index).As<TFact>(); }
 
 void TInferenceEngine::BeginFactModify(const IFact& Fact) { Retract(Fact); }
 

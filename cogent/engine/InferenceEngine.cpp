@@ -19,7 +19,7 @@ void TInferenceEngine::Construct() {
   SetParserType(TKBParserClass::Of<TKBRuleParser>());
   SetTokenizerType(TKBTokenizerClass::Of<TKBRuleStream>());
   FVersion = 6.0f;
-  FIOStreams = dynamic_cast<TIOStreams*>(CreateKBObject(otIOStreams, nullptr));
+  FIOStreams = CreateKBObjectAs<TIOStreams>(otIOStreams, nullptr);
   SetParserMaxErrors(10);
   FFuzzyEqualsThreshold = 0.01f;
   FResetGlobals = true;
@@ -29,10 +29,10 @@ void TInferenceEngine::Construct() {
   FModules->Get(0)->FocusModule();
   FFocusStack = Ref<TModules>(dynamic_cast<TModules*>(CreateKBObject(otModules, nullptr)));
   FFocusStack->Add(FModules->Get(0));
-  FGlobalVariables = dynamic_cast<TGlobalVariables*>(CreateKBObject(otGlobalVariables, nullptr));
+  FGlobalVariables = CreateKBObjectAs<TGlobalVariables>(otGlobalVariables, nullptr);
   FFuzzyAutoTerms = true;
-  FStorage = dynamic_cast<TEngineVariables*>(CreateKBObject(otEngineVariables, nullptr));
-  FUserFunctions = dynamic_cast<TUserFunctions*>(CreateKBObject(otUserFunctions, nullptr));
+  FStorage = CreateKBObjectAs<TEngineVariables>(otEngineVariables, nullptr);
+  FUserFunctions = CreateKBObjectAs<TUserFunctions>(otUserFunctions, nullptr);
   FGlobalContext = std::make_unique<TKBContext>(nullptr, this);
   FPackages = AllFunctionPackages;
   SetTypeChecks(TTypeChecks{tcStatic});
@@ -85,8 +85,8 @@ TInferenceEngine::~TInferenceEngine() {
   if (FParser) FParser->ClearEvents();
   FOutputStream.reset();
   FCurrentModule = nullptr;
-  FInitialFactPattern = nullptr;
-  FNullFact = nullptr;
+  FCache.InitialFactPattern = nullptr;
+  FCache.NullFact = nullptr;
   FFocusStack = nullptr;
   if (FModules) {
     for (int I = 0; I < FModules->GetCount(); ++I)
@@ -94,31 +94,20 @@ TInferenceEngine::~TInferenceEngine() {
     FModules = nullptr;
   }
   ClearModuleCache();
-  FreeAndNil(FGlobalVariables);
-  FreeAndNil(FUserFunctions);
+  FGlobalVariables.reset();
+  FUserFunctions.reset();
   FGlobalContext.reset();
-  FreeAndNil(FStorage);
+  FStorage.reset();
   if (FParser) {
     delete FParser->GetStream();
     FParser->SetStream(nullptr);
     FParser.reset();
   }
-  FreeAndNil(FIOStreams);
+  FIOStreams.reset();
   FCriticalSection.reset();
 }
 
-void TInferenceEngine::ClearModuleCache() noexcept {
-  FAgenda = nullptr;
-  FDefinedTypes = nullptr;
-  FFacts = nullptr;
-  FFactSets = nullptr;
-  FFactTemplates = nullptr;
-  FRete = nullptr;
-  FRules = nullptr;
-  FFactsPending = nullptr;
-  FInitialFactPattern = nullptr;
-  FNullFact = nullptr;
-}
+void TInferenceEngine::ClearModuleCache() noexcept { FCache = TModuleCache(); }
 
 // ---------------------------------------------------------------- factory
 
@@ -180,7 +169,7 @@ void TInferenceEngine::Unlock() {
 
 IFactTemplate TInferenceEngine::FindFactTemplate(const TKBName& AName) const {
   IFactTemplate Result;
-  if (FFactTemplates) FFactTemplates->TryGetValue(AName, Result);
+  if (FCache.FactTemplates) FCache.FactTemplates->TryGetValue(AName, Result);
   return Result;
 }
 
@@ -188,11 +177,11 @@ IFactTemplate TInferenceEngine::CreateFactTemplate(const TKBName& AName) {
   if (IFactTemplate Found = FindFactTemplate(AName)) return Found;
   IFactTemplate Template(new TFactTemplate(this, AName));
   Template->SetComment("(Implied)");
-  if (FFactTemplates) FFactTemplates->Add(Template);
+  if (FCache.FactTemplates) FCache.FactTemplates->Add(Template);
   return Template;
 }
 
-int TInferenceEngine::GetAgendaCount() const { return FAgenda ? FAgenda->GetCount() : 0; }
+int TInferenceEngine::GetAgendaCount() const { return FCache.Agenda ? FCache.Agenda->GetCount() : 0; }
 
 // ---------------------------------------------------------------- modules
 
@@ -244,7 +233,7 @@ void TInferenceEngine::AddDefaultPackages() {
 void TInferenceEngine::SetFactDuplication(bool Value) {
   if (Value == FFactDuplication) return;
   FFactDuplication = Value;
-  if (FFacts) FFacts->SetCacheHashCodes(!Value);
+  if (FCache.Facts) FCache.Facts->SetCacheHashCodes(!Value);
 }
 
 void TInferenceEngine::SetParserErrorHandling(TErrorHandling Value) {
@@ -312,9 +301,9 @@ void TInferenceEngine::Notification(TComponent* AComponent, TOperation Operation
   // A rule or fact set going away leaves the current module's tables; a rule
   // being destroyed or owned elsewhere is not freed by its removal.
   if (auto* Rule = dynamic_cast<TRule*>(AComponent)) {
-    if (FRules) FRules->Remove(Rule->GetRuleName(), Rule);
+    if (FCache.Rules) FCache.Rules->Remove(Rule->GetRuleName(), Rule);
   } else if (auto* FactSet = dynamic_cast<TFactSet*>(AComponent)) {
-    if (FFactSets) FFactSets->Extract(FactSet);
+    if (FCache.FactSets) FCache.FactSets->Extract(FactSet);
   }
 }
 

@@ -30,23 +30,6 @@ class TFactSet;
 class TUserPackage;
 class TFacts;
 
-// What the factory builds.
-enum TKBObjectType : std::uint8_t {
-  otAgenda,
-  otEngineVariables,
-  otFacts,
-  otFactSets,
-  otFactTemplates,
-  otGlobalVariables,
-  otDefinedTypes,
-  otIOStreams,
-  otRules,
-  otUserFunctions,
-  otReteNetwork,
-  otModules,
-  otFactsPending
-};
-
 enum TFunctionPackage : std::uint8_t {
   pStandard,
   pPredicate,
@@ -86,6 +69,17 @@ public:
   // Builds every collection of the engine and of its modules; a host
   // subclass replaces a collection by overriding it. Nil for an unknown kind.
   virtual TObject* CreateKBObject(TKBObjectType KBObject, TModule* Module);
+  // The factory's object as the caller's own, or nil (and freed) when the
+  // factory built something of another class.
+  template <class T>
+  std::unique_ptr<T> CreateKBObjectAs(TKBObjectType KBObject, TModule* Module) {
+    std::unique_ptr<TObject> Object(CreateKBObject(KBObject, Module));
+    if (auto* Result = dynamic_cast<T*>(Object.get())) {
+      Object.release();
+      return std::unique_ptr<T>(Result);
+    }
+    return nullptr;
+  }
 
   // ------------------------------------------------------------ identity and small services
   std::int32_t NewFactId() { return FFactIdCounter++; }
@@ -183,25 +177,25 @@ public:
   std::string PrettyPrint(const IFactTemplate& Template) const;
 
   // ------------------------------------------------------------ the current module's collections
-  TKBAgenda* GetAgenda() const noexcept { return FAgenda; }
-  TKBDefinedTypes* GetDefinedTypes() const noexcept { return FDefinedTypes; }
-  TFacts* GetFacts() const noexcept { return FFacts; }
-  TFactSets* GetFactSets() const noexcept { return FFactSets; }
-  TFactTemplates* GetFactTemplates() const noexcept { return FFactTemplates; }
-  TReteNetwork* GetRete() const noexcept { return FRete; }
-  TRules* GetRules() const noexcept { return FRules; }
-  TFactsPending* GetFactsPending() const noexcept { return FFactsPending; }
-  IFact GetNullFact() const { return FNullFact; }
-  TKBPattern* GetInitialFactPattern() const noexcept { return FInitialFactPattern; }
+  TKBAgenda* GetAgenda() const noexcept { return FCache.Agenda; }
+  TKBDefinedTypes* GetDefinedTypes() const noexcept { return FCache.DefinedTypes; }
+  TFacts* GetFacts() const noexcept { return FCache.Facts; }
+  TFactSets* GetFactSets() const noexcept { return FCache.FactSets; }
+  TFactTemplates* GetFactTemplates() const noexcept { return FCache.FactTemplates; }
+  TReteNetwork* GetRete() const noexcept { return FCache.Rete; }
+  TRules* GetRules() const noexcept { return FCache.Rules; }
+  TFactsPending* GetFactsPending() const noexcept { return FCache.FactsPending; }
+  IFact GetNullFact() const { return FCache.NullFact; }
+  TKBPattern* GetInitialFactPattern() const noexcept { return FCache.InitialFactPattern; }
   int GetAgendaCount() const;
 
   // ------------------------------------------------------------ engine-wide objects
-  TUserFunctions* GetUserFunctions() const noexcept { return FUserFunctions; }
-  TGlobalVariables* GetGlobalVariables() const noexcept { return FGlobalVariables; }
+  TUserFunctions* GetUserFunctions() const noexcept { return FUserFunctions.get(); }
+  TGlobalVariables* GetGlobalVariables() const noexcept { return FGlobalVariables.get(); }
   // The root evaluation context: rules, calls and globals start from it.
   TKBContext* GetGlobalContext() const noexcept { return FGlobalContext.get(); }
-  TEngineVariables* GetStorage() const noexcept { return FStorage; }
-  TIOStreams* GetIOStreams() const noexcept { return FIOStreams; }
+  TEngineVariables* GetStorage() const noexcept { return FStorage.get(); }
+  TIOStreams* GetIOStreams() const noexcept { return FIOStreams.get(); }
   TStream* GetOutputStream() const noexcept { return FOutputStream.get(); }
   TActivation* GetCurrentAgendaItem() const noexcept { return FCurrentAgendaItem; }
 
@@ -428,18 +422,18 @@ private:
 
   std::string FModuleText;
   std::unique_ptr<TCriticalSection> FCriticalSection;
-  TUserFunctions* FUserFunctions = nullptr;
+  std::unique_ptr<TUserFunctions> FUserFunctions;
   std::int32_t FFactIdCounter = 0;
   std::int32_t FRuleIdCounter = 0;
   TSearchStrategy FStrategy = ssDepthFirst;
   TSalience FEvalSalience = sActivate;
   bool FHalt = false;
-  TEngineVariables* FStorage = nullptr;
+  std::unique_ptr<TEngineVariables> FStorage;
   std::int32_t FSymbolIndex = 0;
   bool FResetGlobals = false;
-  TGlobalVariables* FGlobalVariables = nullptr;
+  std::unique_ptr<TGlobalVariables> FGlobalVariables;
   std::unique_ptr<TKBContext> FGlobalContext;
-  TIOStreams* FIOStreams = nullptr;
+  std::unique_ptr<TIOStreams> FIOStreams;
   TActivation* FCurrentAgendaItem = nullptr;
   TConstructWatches FWatch;
   float FVersion = 0;
@@ -469,16 +463,7 @@ private:
   Ref<TModules> FFocusStack;
   IModule FIsModuleOp;
   // The current module's collections, owned by the module.
-  TKBAgenda* FAgenda = nullptr;
-  TKBDefinedTypes* FDefinedTypes = nullptr;
-  TFacts* FFacts = nullptr;
-  TFactSets* FFactSets = nullptr;
-  TFactTemplates* FFactTemplates = nullptr;
-  TReteNetwork* FRete = nullptr;
-  TRules* FRules = nullptr;
-  TFactsPending* FFactsPending = nullptr;
-  IFact FNullFact;
-  TKBPattern* FInitialFactPattern = nullptr;
+  TModuleCache FCache;
   IModule FCurrentModule;
 
   friend class TModule;

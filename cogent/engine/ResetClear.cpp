@@ -208,12 +208,12 @@ void TInferenceEngine::Reset(const IModule& Module) {
   if (!Module) return;
   const TFinally Back([this, Remembered = FCurrentModule] { SetCurrentModule(Remembered); });
   SetCurrentModule(Module);
-  if (FRules)
-    for (TRule* Rule : FRules->GetValues().ToArray())
+  if (FCache.Rules)
+    for (TRule* Rule : FCache.Rules->GetValues().ToArray())
       if (Rule) Rule->Reset();
   // A fact set asserts into its own module, so the list is walked by index.
-  for (int I = 0; FFactSets && I < FFactSets->GetCount(); ++I)
-    if (TFactSet* FactSet = FFactSets->GetItem(I)) FactSet->Reset();
+  for (int I = 0; FCache.FactSets && I < FCache.FactSets->GetCount(); ++I)
+    if (TFactSet* FactSet = FCache.FactSets->GetItem(I)) FactSet->Reset();
 }
 
 // ---------------------------------------------------------------- clear
@@ -250,30 +250,30 @@ void TInferenceEngine::Clear(const IModule& Module) {
     const TFocusBack Back(FCurrentModule, Module);
     // Asked before the templates go: clearing them takes their home away.
     const TFactTemplate* InitialTemplate =
-        FInitialFactPattern && FInitialFactPattern->GetTemplate() ? FInitialFactPattern->GetTemplate().get() : nullptr;
+        FCache.InitialFactPattern && FCache.InitialFactPattern->GetTemplate() ? FCache.InitialFactPattern->GetTemplate().get() : nullptr;
     const bool HoldsInitialFact =
         Module->IsMain() || (InitialTemplate && InitialTemplate->GetModuleObject() == Module.get());
 
     // The agenda and the network are emptied here once they hold activations and nodes.
-    if (FRules) FRules->Clear();
-    if (FFactSets) FFactSets->Clear();
-    if (FFacts) FFacts->Clear();
-    if (FFactTemplates) FFactTemplates->Clear();
-    if (FDefinedTypes) FDefinedTypes->Clear();
-    FNullFact = nullptr;
-    if (FFactsPending) FFactsPending->Clear();
+    if (FCache.Rules) FCache.Rules->Clear();
+    if (FCache.FactSets) FCache.FactSets->Clear();
+    if (FCache.Facts) FCache.Facts->Clear();
+    if (FCache.FactTemplates) FCache.FactTemplates->Clear();
+    if (FCache.DefinedTypes) FCache.DefinedTypes->Clear();
+    FCache.NullFact = nullptr;
+    if (FCache.FactsPending) FCache.FactsPending->Clear();
 
     if (!GetComponentState().Contains(csDestroying)) {
       // Only the module that holds the initial-fact template owns its pattern.
       if (HoldsInitialFact) {
-        delete FInitialFactPattern;
-        FInitialFactPattern = nullptr;
-        FInitialFactPattern =
+        delete FCache.InitialFactPattern;
+        FCache.InitialFactPattern = nullptr;
+        FCache.InitialFactPattern =
             new TKBPattern(nullptr, SInitialFactPattern, CreateFactTemplate(SInitialFactPattern), 0);
       } else {
-        FInitialFactPattern = nullptr;
+        FCache.InitialFactPattern = nullptr;
       }
-      FNullFact = CreateFactTemplate(SNullFact)->NewFact();
+      FCache.NullFact = CreateFactTemplate(SNullFact)->NewFact();
       Module->ImportEngine();
     }
   }
@@ -283,7 +283,7 @@ void TInferenceEngine::Clear(const IModule& Module) {
 void TInferenceEngine::ClearFacts(const IModule& Module) {
   if (!Module) return;
   const TFocusBack Back(FCurrentModule, Module);
-  if (FFacts) FFacts->Clear();
+  if (FCache.Facts) FCache.Facts->Clear();
 }
 
 void TInferenceEngine::ResetGlobalVariable(const std::string& Name, const IKBValue& Value) {

@@ -34,7 +34,7 @@ int TFactSetFacts::IndexOfData(const IFact& Fact) const {
 
 // ---------------------------------------------------------------- TFactSet
 
-TFactSet::TFactSet(TComponent* AOwner) : TComponent(AOwner), FFacts(new TFactSetFacts(this)) {}
+TFactSet::TFactSet(TComponent* AOwner) : TComponent(AOwner), FFacts(std::make_unique<TFactSetFacts>(this)) {}
 
 TFactSet::TFactSet(TComponent* AOwner, const std::string& AModule, const TKBName& AName) : TFactSet(AOwner) {
   FModule = AModule;
@@ -51,8 +51,7 @@ TFactSet::~TFactSet() {
     FEngine->RemoveFreeNotification(this);
     FEngine = nullptr;
   }
-  delete FFacts;
-  FFacts = nullptr;
+  FFacts.reset();
 }
 
 TInferenceEngine* TFactSet::Engine() const noexcept { return dynamic_cast<TInferenceEngine*>(FEngine); }
@@ -115,7 +114,7 @@ void TFactSet::ParseLines() {
 }
 
 void TFactSet::SetFacts(const TStrings& Value) {
-  if (&Value != FFacts) FFacts->Assign(const_cast<TStrings*>(&Value));
+  if (&Value != FFacts.get()) FFacts->Assign(const_cast<TStrings*>(&Value));
   TInferenceEngine* E = Engine();
   if (!E) return;
   ForgetParsedFacts();

@@ -3,6 +3,7 @@
 // facts, and fact sets (the deffacts construct).
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -307,7 +308,7 @@ public:
   void SetEngine(TComponent* Value);
   // Moves the set between engines without parsing.
   void SetEngineNoParse(TComponent* Value);
-  TFactSetFacts* GetFacts() const noexcept { return FFacts; }
+  TFactSetFacts* GetFacts() const noexcept { return FFacts.get(); }
   void SetFacts(const TStrings& Value);
 
   int GetCount() const { return FFacts->GetCount(); }
@@ -341,7 +342,7 @@ private:
   std::string FComment;
   TComponent* FEngine = nullptr;
   TKBName FFactSetName = "FactSet";
-  TFactSetFacts* FFacts;
+  std::unique_ptr<TFactSetFacts> FFacts;
   std::string FModule;
 };
 

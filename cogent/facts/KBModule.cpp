@@ -1,6 +1,7 @@
 #include "cogent/facts/KBModule.h"
 
 #include <algorithm>
+#include <type_traits>
 
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/engine/KBCollections.h"
@@ -52,15 +53,15 @@ TFocusBack::~TFocusBack() noexcept(false) {
 TModule::TModule(TComponent* AEngine, bool AIsMain) : FIsMain(AIsMain), FEngine(AEngine) {
   if (FIsMain) FName = "MAIN";
   FExportItems = IModuleExport(new TModuleImportExport(this, ""));
-  FNexus = new TComponentNexus([this](TComponent* AComponent, TOperation Operation) {
+  FNexus = std::make_unique<TComponentNexus>([this](TComponent* AComponent, TOperation Operation) {
     Notification(AComponent, Operation);
   });
-  if (FEngine) FEngine->FreeNotification(FNexus);
+  if (FEngine) FEngine->FreeNotification(FNexus.get());
 }
 
 TModule::~TModule() {
   // A module that outlived its engine still frees what it owns.
-  if (FAgenda) {
+  if (FCollections.Agenda) {
     if (FEngine)
       Release();
     else
@@ -68,27 +69,25 @@ TModule::~TModule() {
   }
   FNullFact = nullptr;
   ClearImports();
-  delete FNexus;
 }
 
 void TModule::Notification(TComponent* AComponent, TOperation Operation) {
   if (Operation != opRemove) return;
   if (AComponent == FEngine) FEngine = nullptr;
-  if (FRete && AComponent == FRete) FRete = nullptr;
+  // A network freed by someone else is not the module's to free again.
+  if (FCollections.Rete && AComponent == FCollections.Rete.get()) (void)FCollections.Rete.release();
 }
 
 void TModule::Initialize() {
   auto* Engine = dynamic_cast<TInferenceEngine*>(FEngine);
   if (!Engine) return;
-  FAgenda = dynamic_cast<TKBAgenda*>(Engine->CreateKBObject(otAgenda, this));
-  FDefinedTypes = dynamic_cast<TKBDefinedTypes*>(Engine->CreateKBObject(otDefinedTypes, this));
-  FFacts = dynamic_cast<TFacts*>(Engine->CreateKBObject(otFacts, this));
-  FFactSets = dynamic_cast<TFactSets*>(Engine->CreateKBObject(otFactSets, this));
-  FFactTemplates = dynamic_cast<TFactTemplates*>(Engine->CreateKBObject(otFactTemplates, this));
-  FRete = dynamic_cast<TReteNetwork*>(Engine->CreateKBObject(otReteNetwork, this));
-  FRules = dynamic_cast<TRules*>(Engine->CreateKBObject(otRules, this));
-  FFactsPending = dynamic_cast<TFactsPending*>(Engine->CreateKBObject(otFactsPending, this));
-  if (FRete) FRete->FreeNotification(FNexus);
+  ForEachCollection(
+      [&](TKBObjectType Kind, auto& Collection) {
+        using TCollection = typename std::remove_reference_t<decltype(Collection)>::element_type;
+        Collection = Engine->template CreateKBObjectAs<TCollection>(Kind, this);
+      },
+      FCollections);
+  if (FCollections.Rete) FCollections.Rete->FreeNotification(FNexus.get());
 
   const IModule Remembered = Engine->GetCurrentModule();
   FocusModule();
@@ -103,37 +102,30 @@ void TModule::Initialize() {
 void TModule::FocusModule() {
   auto* Engine = dynamic_cast<TInferenceEngine*>(FEngine);
   if (!Engine) return;
-  if (!FAgenda) Initialize();
-  Engine->FAgenda = FAgenda;
-  Engine->FDefinedTypes = FDefinedTypes;
-  Engine->FFacts = FFacts;
-  Engine->FFactSets = FFactSets;
-  Engine->FFactTemplates = FFactTemplates;
-  Engine->FRete = FRete;
-  Engine->FRules = FRules;
-  Engine->FFactsPending = FFactsPending;
-  Engine->FInitialFactPattern = FInitialFactPattern;
-  Engine->FNullFact = FNullFact;
+  if (!FCollections.Agenda) Initialize();
+  Engine->FCache = GetCache();
   Engine->FCurrentModule = IModule(this);
 }
 
+TModuleCache TModule::GetCache() const {
+  TModuleCache Cache;
+  ForEachCollection([](TKBObjectType, auto& Owned, auto& Borrowed) { Borrowed = Owned.get(); }, FCollections, Cache);
+  Cache.InitialFactPattern = FInitialFactPattern;
+  Cache.NullFact = FNullFact;
+  return Cache;
+}
+
+// The engine rebuilt the pattern and the null fact of this, its current
+// module; the collections it caches are this module's own already.
 void TModule::ImportEngine() {
   auto* Engine = dynamic_cast<TInferenceEngine*>(FEngine);
   if (!Engine) return;
-  FAgenda = Engine->FAgenda;
-  FDefinedTypes = Engine->FDefinedTypes;
-  FFacts = Engine->FFacts;
-  FFactSets = Engine->FFactSets;
-  FFactTemplates = Engine->FFactTemplates;
-  FRete = Engine->FRete;
-  FRules = Engine->FRules;
-  FFactsPending = Engine->FFactsPending;
-  FInitialFactPattern = Engine->FInitialFactPattern;
-  FNullFact = Engine->FNullFact;
+  FInitialFactPattern = Engine->FCache.InitialFactPattern;
+  FNullFact = Engine->FCache.NullFact;
 }
 
 void TModule::Prepare() {
-  if (FAgenda) Release();
+  if (FCollections.Agenda) Release();
   Initialize();
 }
 
@@ -145,21 +137,13 @@ void TModule::Release() {
 
 void TModule::FreeCollections() {
   // Silence the collections so that their teardown sends no event and no token.
-  if (FAgenda) FAgenda->SetEngine(nullptr);
-  if (FDefinedTypes) FDefinedTypes->SetEngine(nullptr);
-  if (FFacts) FFacts->SetEngine(nullptr);
-  if (FFactSets) FFactSets->SetEngine(nullptr);
-  if (FFactTemplates) FFactTemplates->SetEngine(nullptr);
-  if (FRete) FRete->SetEngine(nullptr);
-  if (FRules) FRules->SetEngine(nullptr);
-  FreeAndNil(FAgenda);
-  FreeAndNil(FDefinedTypes);
-  FreeAndNil(FFacts);
-  FreeAndNil(FFactSets);
-  FreeAndNil(FFactTemplates);
-  FreeAndNil(FRete);
-  FreeAndNil(FRules);
-  FreeAndNil(FFactsPending);
+  ForEachCollection(
+      [](TKBObjectType, auto& Collection) {
+        if constexpr (requires { Collection->SetEngine(nullptr); })
+          if (Collection) Collection->SetEngine(nullptr);
+      },
+      FCollections);
+  ForEachCollection([](TKBObjectType, auto& Collection) { Collection.reset(); }, FCollections);
   // The pattern of an imported initial-fact template belongs to its home.
   if (FInitialFactPattern) {
     const TFactTemplate* Template = FInitialFactPattern->GetTemplate().get();

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,6 +28,50 @@ class TKBPattern;
 template <class T>
 class TStringList;
 using TFactsPending = TStringList<IInterface>;
+
+// The construct collections of a module, written once for the module that
+// owns them (TModuleCollections) and for the engine's view of its current
+// module's (TModuleCache). TPtr is the kind of pointer.
+template <template <class> class TPtr>
+struct TModuleCollectionsOf {
+  TPtr<TKBAgenda> Agenda;
+  TPtr<TKBDefinedTypes> DefinedTypes;
+  TPtr<TFacts> Facts;
+  TPtr<TFactSets> FactSets;
+  TPtr<TFactTemplates> FactTemplates;
+  TPtr<TReteNetwork> Rete;
+  TPtr<TRules> Rules;
+  TPtr<TFactsPending> FactsPending;
+};
+
+template <class T>
+using TOwnedPtr = std::unique_ptr<T>;
+template <class T>
+using TBorrowedPtr = T*;
+
+using TModuleCollections = TModuleCollectionsOf<TOwnedPtr>;
+
+// Calls Fn with each collection's kind and that collection of every one of
+// Collections, in the order the collections are made and freed in.
+template <class F, class... TCollections>
+void ForEachCollection(F&& Fn, TCollections&... Collections) {
+  Fn(otAgenda, Collections.Agenda...);
+  Fn(otDefinedTypes, Collections.DefinedTypes...);
+  Fn(otFacts, Collections.Facts...);
+  Fn(otFactSets, Collections.FactSets...);
+  Fn(otFactTemplates, Collections.FactTemplates...);
+  Fn(otReteNetwork, Collections.Rete...);
+  Fn(otRules, Collections.Rules...);
+  Fn(otFactsPending, Collections.FactsPending...);
+}
+
+// What the engine keeps of its current module: its collections, the
+// pattern of its initial fact and its null fact. None of it is the engine's.
+struct TModuleCache : TModuleCollectionsOf<TBorrowedPtr> {
+  TModuleCache() : TModuleCollectionsOf<TBorrowedPtr>{} {}
+  TKBPattern* InitialFactPattern = nullptr;
+  IFact NullFact;
+};
 
 // One export or import declaration of a module. What it shares, and how an
 // import takes effect, grows with module import and export.
@@ -84,14 +129,16 @@ public:
   int IndexOfImport(const IModuleImport& Import) const;
   int IndexOfImport(const std::string& Name) const;
 
-  TKBAgenda* GetAgenda() const noexcept { return FAgenda; }
-  TKBDefinedTypes* GetDefinedTypes() const noexcept { return FDefinedTypes; }
-  TFacts* GetFacts() const noexcept { return FFacts; }
-  TFactSets* GetFactSets() const noexcept { return FFactSets; }
-  TFactTemplates* GetFactTemplates() const noexcept { return FFactTemplates; }
-  TReteNetwork* GetRete() const noexcept { return FRete; }
-  TRules* GetRules() const noexcept { return FRules; }
-  TFactsPending* GetFactsPending() const noexcept { return FFactsPending; }
+  TKBAgenda* GetAgenda() const noexcept { return FCollections.Agenda.get(); }
+  TKBDefinedTypes* GetDefinedTypes() const noexcept { return FCollections.DefinedTypes.get(); }
+  TFacts* GetFacts() const noexcept { return FCollections.Facts.get(); }
+  TFactSets* GetFactSets() const noexcept { return FCollections.FactSets.get(); }
+  TFactTemplates* GetFactTemplates() const noexcept { return FCollections.FactTemplates.get(); }
+  TReteNetwork* GetRete() const noexcept { return FCollections.Rete.get(); }
+  TRules* GetRules() const noexcept { return FCollections.Rules.get(); }
+  TFactsPending* GetFactsPending() const noexcept { return FCollections.FactsPending.get(); }
+  // The collections as the engine caches them for its current module.
+  TModuleCache GetCache() const;
   IFact GetNullFact() const;
   TKBPattern* GetInitialFactPattern() const noexcept { return FInitialFactPattern; }
 
@@ -118,18 +165,12 @@ private:
   bool FIsMain;
   std::vector<IModuleImport> FImportModules;
   IModuleExport FExportItems;
-  TComponentNexus* FNexus = nullptr;
+  std::unique_ptr<TComponentNexus> FNexus;
   std::intptr_t FTag = 0;
-  TKBAgenda* FAgenda = nullptr;
-  TKBDefinedTypes* FDefinedTypes = nullptr;
-  TFacts* FFacts = nullptr;
-  TFactSets* FFactSets = nullptr;
-  TFactTemplates* FFactTemplates = nullptr;
-  TReteNetwork* FRete = nullptr;
-  TRules* FRules = nullptr;
-  TFactsPending* FFactsPending = nullptr;
+  TModuleCollections FCollections;
   IFact FNullFact;
   TComponent* FEngine;
+  // Owned unless its template is imported: then the home module's.
   TKBPattern* FInitialFactPattern = nullptr;
 
   friend class TInferenceEngine;

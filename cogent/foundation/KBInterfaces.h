@@ -3,6 +3,7 @@
 // family that implements it, and the views of the engine that lower layers
 // hold (not counted).
 
+#include <cstdint>
 #include <string>
 
 #include "cogent/host/RefCounted.h"
@@ -34,6 +35,23 @@ using IModule = Ref<TModule>;
 class TModuleImportExport;
 using IModuleImport = Ref<TModuleImportExport>;
 using IModuleExport = Ref<TModuleImportExport>;
+
+// What the factory builds.
+enum TKBObjectType : std::uint8_t {
+  otAgenda,
+  otEngineVariables,
+  otFacts,
+  otFactSets,
+  otFactTemplates,
+  otGlobalVariables,
+  otDefinedTypes,
+  otIOStreams,
+  otRules,
+  otUserFunctions,
+  otReteNetwork,
+  otModules,
+  otFactsPending
+};
 
 // What values, functions and types see of the engine.
 class IReasoner {
