@@ -179,22 +179,17 @@ void TInferenceEngine::FuzzyOperation(const IFact&, const IFact&, bool) {
   // fact that stands here, once fuzzy inference is built.
 }
 
-TFacts* TInferenceEngine::GetFacts(bool Duplicates) const {
-  auto* Result = new TFacts(nullptr, nullptr);
-  try {
-    for (const IModule& Module : *FModules) {
-      if (!Module || !Module->GetFacts()) continue;
-      for (const IFact& Fact : *Module->GetFacts()) {
-        if (!Duplicates) {
-          const auto& Items = Result->Items();
-          if (std::find(Items.rbegin(), Items.rend(), Fact) != Items.rend()) continue;
-        }
-        Result->Add(Fact);
+std::unique_ptr<TFacts> TInferenceEngine::GetFacts(bool Duplicates) const {
+  auto Result = std::make_unique<TFacts>(nullptr, nullptr);
+  for (const IModule& Module : *FModules) {
+    if (!Module || !Module->GetFacts()) continue;
+    for (const IFact& Fact : *Module->GetFacts()) {
+      if (!Duplicates) {
+        const auto& Items = Result->Items();
+        if (std::find(Items.rbegin(), Items.rend(), Fact) != Items.rend()) continue;
       }
+      Result->Add(Fact);
     }
-  } catch (...) {
-    delete Result;
-    throw;
   }
   return Result;
 }

@@ -159,7 +159,7 @@ public:
   void RemoveFactFromModule(int Index, const IFact& Fact, const IModule& Module);
   // The facts of every module in module order, in a plain list the caller
   // owns; without Duplicates a fact shared by modules comes once.
-  virtual TFacts* GetFacts(bool Duplicates) const;
+  virtual std::unique_ptr<TFacts> GetFacts(bool Duplicates) const;
 
   // ------------------------------------------------------------ text
   void PrintOut(const std::string& Text) { PrintOut("", Text); }

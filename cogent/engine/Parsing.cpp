@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "cogent/engine/InferenceEngine.h"
+#include "cogent/host/Guards.h"
 #include "cogent/language/KBRuleParser.h"
 #include "cogent/language/KBTokenizer.h"
 
@@ -80,13 +81,8 @@ void TInferenceEngine::ParseFrame(const std::string& AString, TEncoding* Encodin
   TKBParser& Parser = *FParser;
   TGTextStream* const Previous = Parser.GetStream();
   Parser.SetStream(Tokenizer.get());
-  try {
-    Operation(Parser);
-  } catch (...) {
-    Parser.SetStream(Previous);
-    throw;
-  }
-  Parser.SetStream(Previous);
+  const TFinally Restore([&Parser, Previous] { Parser.SetStream(Previous); });
+  Operation(Parser);
 }
 
 bool TInferenceEngine::Parse(const std::string& AString, bool Execute, TEncoding* Encoding) {

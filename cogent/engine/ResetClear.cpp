@@ -263,19 +263,8 @@ void TInferenceEngine::Clear(const IModule& Module) {
     FCache.NullFact = nullptr;
     if (FCache.FactsPending) FCache.FactsPending->Clear();
 
-    if (!GetComponentState().Contains(csDestroying)) {
-      // Only the module that holds the initial-fact template owns its pattern.
-      if (HoldsInitialFact) {
-        delete FCache.InitialFactPattern;
-        FCache.InitialFactPattern = nullptr;
-        FCache.InitialFactPattern =
-            new TKBPattern(nullptr, SInitialFactPattern, CreateFactTemplate(SInitialFactPattern), 0);
-      } else {
-        FCache.InitialFactPattern = nullptr;
-      }
-      FCache.NullFact = CreateFactTemplate(SNullFact)->NewFact();
-      Module->ImportEngine();
-    }
+    // Only the module that holds the initial-fact template has its pattern.
+    if (!GetComponentState().Contains(csDestroying)) Module->RenewInitialFact(HoldsInitialFact);
   }
   if (OnClearModule) OnClearModule(this, Module);
 }

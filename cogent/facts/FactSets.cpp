@@ -239,14 +239,9 @@ void TFactSet::Reload() {
 // ------------------------------------------------------------ copies and text
 
 TFactSet* TFactSet::Clone(TComponent* AOwner) const {
-  auto* Result = new TFactSet(AOwner);
-  try {
-    Result->Assign(const_cast<TFactSet*>(this));
-  } catch (...) {
-    delete Result;
-    throw;
-  }
-  return Result;
+  auto Result = std::make_unique<TFactSet>(AOwner);
+  Result->Assign(const_cast<TFactSet*>(this));
+  return Result.release();
 }
 
 void TFactSet::Assign(TPersistent* Source) {

@@ -91,11 +91,8 @@ void TModule::Initialize() {
 
   const IModule Remembered = Engine->GetCurrentModule();
   FocusModule();
-  FNullFact = Engine->CreateFactTemplate(SNullFact)->NewFact();
   if (FIsMain) FName = "MAIN";
-  delete FInitialFactPattern;
-  FInitialFactPattern = new TKBPattern(nullptr, SInitialFactPattern, Engine->CreateFactTemplate(SInitialFactPattern), 0);
-  FocusModule();
+  RenewInitialFact(true);
   if (Remembered && Remembered.get() != this) Remembered->FocusModule();
 }
 
@@ -110,18 +107,20 @@ void TModule::FocusModule() {
 TModuleCache TModule::GetCache() const {
   TModuleCache Cache;
   ForEachCollection([](TKBObjectType, auto& Owned, auto& Borrowed) { Borrowed = Owned.get(); }, FCollections, Cache);
-  Cache.InitialFactPattern = FInitialFactPattern;
+  Cache.InitialFactPattern = FInitialFactPattern.get();
   Cache.NullFact = FNullFact;
   return Cache;
 }
 
-// The engine rebuilt the pattern and the null fact of this, its current
-// module; the collections it caches are this module's own already.
-void TModule::ImportEngine() {
+void TModule::RenewInitialFact(bool HoldsInitialFact) {
   auto* Engine = dynamic_cast<TInferenceEngine*>(FEngine);
   if (!Engine) return;
-  FInitialFactPattern = Engine->FCache.InitialFactPattern;
-  FNullFact = Engine->FCache.NullFact;
+  FInitialFactPattern.reset();
+  if (HoldsInitialFact)
+    FInitialFactPattern =
+        std::make_unique<TKBPattern>(nullptr, SInitialFactPattern, Engine->CreateFactTemplate(SInitialFactPattern), 0);
+  FNullFact = Engine->CreateFactTemplate(SNullFact)->NewFact();
+  FocusModule();
 }
 
 void TModule::Prepare() {
@@ -144,12 +143,7 @@ void TModule::FreeCollections() {
       },
       FCollections);
   ForEachCollection([](TKBObjectType, auto& Collection) { Collection.reset(); }, FCollections);
-  // The pattern of an imported initial-fact template belongs to its home.
-  if (FInitialFactPattern) {
-    const TFactTemplate* Template = FInitialFactPattern->GetTemplate().get();
-    if (!Template || !Template->GetModuleObject() || Template->GetModuleObject() == this) delete FInitialFactPattern;
-    FInitialFactPattern = nullptr;
-  }
+  FInitialFactPattern.reset();
   // The null fact's template names this module as its home: let go of it so
   // that the module is not kept alive by its own fact.
   FNullFact = nullptr;

@@ -103,8 +103,9 @@ public:
   // Makes this module the engine's current one: the engine's cached
   // collections become this module's. Raises no event.
   virtual void FocusModule();
-  // Takes the engine's cached collections into this module.
-  void ImportEngine();
+  // Makes a new null fact and, when the module holds the initial-fact
+  // template, a new pattern for it; focuses the module.
+  void RenewInitialFact(bool HoldsInitialFact);
   // Empties the module but for its declarations.
   void Prepare();
   // Frees the collections; the declarations stay.
@@ -140,7 +141,7 @@ public:
   // The collections as the engine caches them for its current module.
   TModuleCache GetCache() const;
   IFact GetNullFact() const;
-  TKBPattern* GetInitialFactPattern() const noexcept { return FInitialFactPattern; }
+  TKBPattern* GetInitialFactPattern() const noexcept { return FInitialFactPattern.get(); }
 
   void Assign(const IInterface& Source) override;
   using TPersistent::Assign;
@@ -171,7 +172,7 @@ private:
   IFact FNullFact;
   TComponent* FEngine;
   // Owned unless its template is imported: then the home module's.
-  TKBPattern* FInitialFactPattern = nullptr;
+  std::unique_ptr<TKBPattern> FInitialFactPattern;
 
   friend class TInferenceEngine;
 };

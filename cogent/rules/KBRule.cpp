@@ -351,15 +351,8 @@ std::int32_t TRule::EvaluateSalience() {
   // value only moves the agenda's order, never the rule's nodes, so the
   // network is not told.
   const std::unique_ptr<TKBContext> Context = Host->GetGlobalContext()->Push();
-  std::int32_t Result = 0;
-  try {
-    Result = FSalienceValue->Resolve(Context.get())->GetAsInteger();
-  } catch (...) {
-    Context->Pop();
-    throw;
-  }
-  Context->Pop();
-  FSalience = Result;
+  const TFinally Pop([&Context] { Context->Pop(); });
+  FSalience = FSalienceValue->Resolve(Context.get())->GetAsInteger();
   return FSalience;
 }
 
@@ -537,19 +530,14 @@ void TRule::Fire(const IReteToken& Token) {
   if (!Host) throw EKBException(_SUnknownEngine);
   const std::unique_ptr<TKBContext> Context = Host->GetGlobalContext()->Push();
   Context->ClearReturnValue();
-  try {
-    Prepare(Token, Context.get());
-    FHasFired = true;
-    // A handler that sets a return value keeps the actions from running.
-    if (OnFire) OnFire(this, Context.get());
-    // By index: an action may change the list it stands in.
-    for (int I = 0; I < FActions->GetCount() && !Context->GetReturning(); ++I)
-      if (const IFunCall Action = FActions->GetItem(I)) Action->Execute(Context.get());
-  } catch (...) {
-    EndFiring(Context.get());
-    throw;
-  }
-  EndFiring(Context.get());
+  const TFinally End([this, &Context] { EndFiring(Context.get()); });
+  Prepare(Token, Context.get());
+  FHasFired = true;
+  // A handler that sets a return value keeps the actions from running.
+  if (OnFire) OnFire(this, Context.get());
+  // By index: an action may change the list it stands in.
+  for (int I = 0; I < FActions->GetCount() && !Context->GetReturning(); ++I)
+    if (const IFunCall Action = FActions->GetItem(I)) Action->Execute(Context.get());
 }
 
 void TRule::EndFiring(TKBContext* Context) {
@@ -603,14 +591,8 @@ void TRule::Reload() {
   const std::unique_ptr<TRule> Copy = Host->ParseRule(FText);
   if (Copy) Assign(Copy.get());
   FText.clear();
-  const IModule Back = FocusModule(true);
-  try {
-    if (TRules* Rules = Host->GetRules()) Rules->Add(this);
-  } catch (...) {
-    if (Back) Back->FocusModule();
-    throw;
-  }
-  if (Back) Back->FocusModule();
+  const TFocusBack Back(FocusModule(true));
+  if (TRules* Rules = Host->GetRules()) Rules->Add(this);
 }
 
 void TRule::Loaded() {

@@ -192,9 +192,9 @@ TEST(AssertionTest, SharedTemplateEntersEveryModule) {
   EXPECT_EQ(Main->GetFacts()->IndexOf(Fact), 1);
   EXPECT_EQ(Other->GetFacts()->IndexOf(Fact), 0);
 
-  std::unique_ptr<TFacts> All(Engine.GetFacts(false));
+  const std::unique_ptr<TFacts> All = Engine.GetFacts(false);
   EXPECT_EQ(All->GetCount(), 2);  // the initial fact and the shared one, once
-  std::unique_ptr<TFacts> WithDuplicates(Engine.GetFacts(true));
+  const std::unique_ptr<TFacts> WithDuplicates = Engine.GetFacts(true);
   EXPECT_EQ(WithDuplicates->GetCount(), 3);
 
   Engine.Retract(Fact);
