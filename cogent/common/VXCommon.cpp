@@ -49,6 +49,18 @@ std::int32_t HashCombine(std::int32_t Seed, std::int32_t Value) noexcept {
   return static_cast<std::int32_t>(Avalanche(H ^ (V + 0x9E3779B9u + (H << 6) + (H >> 2))));
 }
 
+std::string QuoteString(std::string_view Text) {
+  std::string Result;
+  Result.reserve(Text.size() + 2);
+  Result += '"';
+  for (const char C : Text) {
+    if (C == '"' || C == '\\') Result += '\\';
+    Result += C;
+  }
+  Result += '"';
+  return Result;
+}
+
 // ---------------------------------------------------------------- comparison
 
 bool FloatEquals(double A, double B, double Epsilon) noexcept {

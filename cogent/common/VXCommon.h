@@ -58,6 +58,9 @@ std::int32_t CalculateHash(std::string_view S, std::int32_t Seed) noexcept;
 bool FloatEquals(double A, double B, double Epsilon) noexcept;
 // Mixes Value into Seed so that the order of combination counts.
 std::int32_t HashCombine(std::int32_t Seed, std::int32_t Value) noexcept;
+// Text in double quotes as the rule language reads it back: a backslash
+// before each double quote and backslash.
+std::string QuoteString(std::string_view Text);
 // 1-based code-point position of the first character of Text that is one of
 // Chars, else 0.
 std::size_t ContainsCharacters(std::string_view Text, std::string_view Chars) noexcept;

@@ -55,9 +55,20 @@ std::vector<Ref<T>> ParentsFirst(const std::vector<Ref<T>>& Items, const std::fu
   return Result;
 }
 
-// The policy a table follows without an engine.
-TDuplicateConstructs PolicyOf(const TInferenceEngine* Engine) {
-  return Engine ? Engine->GetDuplicateConstructs() : dcOverwrite;
+// A second construct under a taken Key, settled by the engine's policy
+// (overwrite without an engine): Overwrite runs, nothing happens, or Message
+// is raised with the key.
+template <class F>
+void SettleDuplicate(const TInferenceEngine* Engine, const char* Message, const std::string& Key, F&& Overwrite) {
+  switch (Engine ? Engine->GetDuplicateConstructs() : dcOverwrite) {
+    case dcOverwrite:
+      Overwrite();
+      break;
+    case dcIgnore:
+      break;
+    case dcError:
+      throw EKBException(Format(Message, Key));
+  }
 }
 
 }  // namespace
@@ -194,15 +205,8 @@ template <class T>
 void TSharedConstructTable<T>::DoSetValue(std::int32_t Index, const TItem& Value) {
   const TItem Old = this->FItems[Index].Value;
   if (!Value || Old == Value) return;
-  switch (PolicyOf(FEngine)) {
-    case dcOverwrite:
-      Replace(Old, Value);
-      break;
-    case dcIgnore:
-      break;
-    case dcError:
-      throw EKBException(Format(TSharedConstructKind<T>::DuplicateMessage, this->FItems[Index].Key));
-  }
+  SettleDuplicate(FEngine, TSharedConstructKind<T>::DuplicateMessage, this->FItems[Index].Key,
+                  [&] { Replace(Old, Value); });
 }
 
 template <class T>
@@ -371,16 +375,10 @@ void TRules::DoSetValue(std::int32_t Index, TRule* const& Value) {
   TRule* const Rule = Value;
   if (!Rule || FItems[Index].Value == Rule) return;
   const TKBName Key = FItems[Index].Key;
-  switch (PolicyOf(FEngine)) {
-    case dcOverwrite:
-      TVXStringObjectHashTable<TRule*>::Remove(Key);
-      Put(Key, Rule);
-      break;
-    case dcIgnore:
-      break;
-    case dcError:
-      throw EKBException(Format(_SDuplicateRuleNames, Key));
-  }
+  SettleDuplicate(FEngine, _SDuplicateRuleNames, Key, [&] {
+    TVXStringObjectHashTable<TRule*>::Remove(Key);
+    Put(Key, Rule);
+  });
 }
 
 TRule* TRules::DoRemove(const TKBName& Key, std::int32_t HashCode, TCollectionNotification Notification) {
@@ -465,16 +463,10 @@ void TUserFunctions::DoSetValue(std::int32_t Index, const IUserFunction& Value) 
   if (Key != Function->GetFunctionName())
     throw EKBException(Format(_SWrongFunctionName, Key, Function->GetFunctionName()));
   if (FItems[Index].Value == Function) return;
-  switch (PolicyOf(FEngine)) {
-    case dcOverwrite:
-      Remove(Key);
-      Put(Key, Function);
-      break;
-    case dcIgnore:
-      break;
-    case dcError:
-      throw EKBException(Format(_SDuplicateFunctionNames, Key));
-  }
+  SettleDuplicate(FEngine, _SDuplicateFunctionNames, Key, [&] {
+    Remove(Key);
+    Put(Key, Function);
+  });
 }
 
 IUserFunction TUserFunctions::Remove(const TKBName& Key) {
@@ -588,16 +580,10 @@ void TIOStreams::DoSetValue(std::int32_t Index, TGTextStream* const& Value) {
   TGTextStream* const Stream = Value;
   if (FItems[Index].Value == Stream) return;
   const std::string Key = FItems[Index].Key;
-  switch (PolicyOf(FEngine)) {
-    case dcOverwrite:
-      TVXStringObjectHashTable<TGTextStream*>::Remove(Key);
-      Put(Key, Stream);
-      break;
-    case dcIgnore:
-      break;
-    case dcError:
-      throw EKBException(Format(_SDuplicateStreamNames, Key));
-  }
+  SettleDuplicate(FEngine, _SDuplicateStreamNames, Key, [&] {
+    TVXStringObjectHashTable<TGTextStream*>::Remove(Key);
+    Put(Key, Stream);
+  });
 }
 
 void TIOStreams::ValueNotify(TGTextStream* const& Value, TCollectionNotification Action) {

@@ -397,12 +397,7 @@ IInterface TFunctionCall::CloneInterface() const { return Clone(); }
 
 void TFunctionDataWriter::WriteString(const std::string& Value) {
   if (!FText.empty() && FText.back() != '\n') FText += ' ';
-  FText += '"';
-  for (const char C : Value) {
-    if (C == '"' || C == '\\') FText += '\\';
-    FText += C;
-  }
-  FText += '"';
+  FText += QuoteString(Value);
 }
 
 void TFunctionDataWriter::WriteInteger(std::int32_t Value) {

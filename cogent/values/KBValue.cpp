@@ -672,17 +672,8 @@ std::string TKBValue::GetToString() const {
     case dtSlot:
     case dtMultiSlot:
       return FValue.Str;
-    case dtString: {
-      std::string Result;
-      Result.reserve(FValue.Str.size() + 2);
-      Result += '"';
-      for (char C : FValue.Str) {
-        if (C == '\\' || C == '"') Result += '\\';
-        Result += C;
-      }
-      Result += '"';
-      return Result;
-    }
+    case dtString:
+      return QuoteString(FValue.Str);
     case dtInteger:
       return IntToStr(static_cast<std::int32_t>(FValue.VInteger));
     case dtVariable:
