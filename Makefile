@@ -2,8 +2,9 @@
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 BUILD ?= build
 SANITIZE_BUILD ?= build-sanitize
+BENCH_BUILD ?= build-bench
 
-.PHONY: all build run test test-sanitize clean
+.PHONY: all build run test test-sanitize bench clean
 
 all: build
 
@@ -26,5 +27,12 @@ test-sanitize: $(SANITIZE_BUILD)/Makefile
 	cmake --build $(SANITIZE_BUILD) -j $(JOBS)
 	cd $(SANITIZE_BUILD) && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --output-on-failure -j $(JOBS)
 
+$(BENCH_BUILD)/Makefile:
+	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=Release -DCOGENT_TESTS=OFF -DCOGENT_BENCH=ON
+
+bench: $(BENCH_BUILD)/Makefile
+	cmake --build $(BENCH_BUILD) -j $(JOBS)
+	./$(BENCH_BUILD)/cogent_bench $(BENCH_ARGS)
+
 clean:
-	rm -rf $(BUILD) $(SANITIZE_BUILD)
+	rm -rf $(BUILD) $(SANITIZE_BUILD) $(BENCH_BUILD)
