@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "cogent/engine/InferenceEngine.h"
+#include "cogent/host/Guards.h"
 #include "cogent/language/KBRuleParser.h"
 #include "cogent/matching/ReteNetwork.h"
 #include "cogent/values/KBDefinedType.h"
@@ -66,16 +67,9 @@ std::int32_t TInferenceEngine::Assert(const IFact& Fact, bool Unconditional) {
 
 std::int32_t TInferenceEngine::Assert(const IFact& Fact, TFuzzyInferenceMethod FuzzyInference, bool Unconditional) {
   if (FuzzyInference == FFuzzyInferenceMethod) return Assert(Fact, Unconditional);
-  const TFuzzyInferenceMethod Saved = FFuzzyInferenceMethod;
+  const TFinally Restore([this, Saved = FFuzzyInferenceMethod] { FFuzzyInferenceMethod = Saved; });
   FFuzzyInferenceMethod = FuzzyInference;
-  try {
-    const std::int32_t Result = Assert(Fact, Unconditional);
-    FFuzzyInferenceMethod = Saved;
-    return Result;
-  } catch (...) {
-    FFuzzyInferenceMethod = Saved;
-    throw;
-  }
+  return Assert(Fact, Unconditional);
 }
 
 void TInferenceEngine::AddFactToModule(const IFact& Fact, const IModule& Module) {
@@ -201,18 +195,12 @@ std::string TInferenceEngine::PrettyPrint(const TFact& Fact) const { return coge
 
 std::string TInferenceEngine::PrettyPrint(const IFunCall& FunCall) const { return cogent::PrettyPrint(FunCall); }
 
-namespace {
-
-bool PrintsModuleQualifiers(const TKBParser* Parser) { return Parser == nullptr || Parser->GetPrintModuleQualifiers(); }
-
-}  // namespace
-
 std::string TInferenceEngine::PrettyPrint(const IFactTemplate& Template) const {
-  return Template ? cogent::PrettyPrint(*Template, PrintsModuleQualifiers(GetParser())) : std::string();
+  return Template ? cogent::PrettyPrint(*Template, GetPrintModuleQualifiers()) : std::string();
 }
 
 std::string TInferenceEngine::PrettyPrint(const TKBDefinedType& DefinedType) const {
-  return cogent::PrettyPrint(DefinedType, PrintsModuleQualifiers(GetParser()));
+  return cogent::PrettyPrint(DefinedType, GetPrintModuleQualifiers());
 }
 
 }  // namespace cogent

@@ -19,7 +19,7 @@ void TInferenceEngine::Construct() {
   SetParserType(TKBParserClass::Of<TKBRuleParser>());
   SetTokenizerType(TKBTokenizerClass::Of<TKBRuleStream>());
   FVersion = 6.0f;
-  FIOStreams = CreateKBObjectAs<TIOStreams>(otIOStreams, nullptr);
+  FIOStreams = CreateKBObjectAs<TIOStreams>(*this, otIOStreams, nullptr);
   SetParserMaxErrors(10);
   FFuzzyEqualsThreshold = 0.01f;
   FResetGlobals = true;
@@ -29,10 +29,10 @@ void TInferenceEngine::Construct() {
   FModules->Get(0)->FocusModule();
   FFocusStack = Ref<TModules>(dynamic_cast<TModules*>(CreateKBObject(otModules, nullptr)));
   FFocusStack->Add(FModules->Get(0));
-  FGlobalVariables = CreateKBObjectAs<TGlobalVariables>(otGlobalVariables, nullptr);
+  FGlobalVariables = CreateKBObjectAs<TGlobalVariables>(*this, otGlobalVariables, nullptr);
   FFuzzyAutoTerms = true;
-  FStorage = CreateKBObjectAs<TEngineVariables>(otEngineVariables, nullptr);
-  FUserFunctions = CreateKBObjectAs<TUserFunctions>(otUserFunctions, nullptr);
+  FStorage = CreateKBObjectAs<TEngineVariables>(*this, otEngineVariables, nullptr);
+  FUserFunctions = CreateKBObjectAs<TUserFunctions>(*this, otUserFunctions, nullptr);
   FGlobalContext = std::make_unique<TKBContext>(nullptr, this);
   FPackages = AllFunctionPackages;
   SetTypeChecks(TTypeChecks{tcStatic});
@@ -190,6 +190,21 @@ void TInferenceEngine::SetCurrentModule(const IModule& Value) {
   Value->FocusModule();
   FCurrentModule = Value;
   DoChangeCurrentModule();
+}
+
+IKBDefinedType TInferenceEngine::FindDefinedType(const TKBName& Name) const {
+  IKBDefinedType Result;
+  if (FCache.DefinedTypes) FCache.DefinedTypes->TryGetValue(Name, Result);
+  return Result;
+}
+
+void TInferenceEngine::UseModule(TModule& Module) {
+  FCache = Module.GetCache();
+  FCurrentModule = IModule(&Module);
+}
+
+bool TInferenceEngine::GetPrintModuleQualifiers() const noexcept {
+  return !FParser || FParser->GetPrintModuleQualifiers();
 }
 
 void TInferenceEngine::DoChangeCurrentModule() {

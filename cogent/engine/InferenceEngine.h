@@ -58,7 +58,7 @@ using TFuzzyCorrelationEvent =
 using TFuzzyInferenceEvent =
     std::function<void(TObject* Sender, const IFact& Fact1, const IFact& Fact2, bool& Done)>;
 
-class TInferenceEngine : public TComponent, public IReasoner {
+class TInferenceEngine : public TComponent, public IKnowledgeBase {
 public:
   // A complete engine: the main module current and focused, the default
   // packages present.
@@ -68,48 +68,40 @@ public:
   // ------------------------------------------------------------ factory
   // Builds every collection of the engine and of its modules; a host
   // subclass replaces a collection by overriding it. Nil for an unknown kind.
-  virtual TObject* CreateKBObject(TKBObjectType KBObject, TModule* Module);
-  // The factory's object as the caller's own, or nil (and freed) when the
-  // factory built something of another class.
-  template <class T>
-  std::unique_ptr<T> CreateKBObjectAs(TKBObjectType KBObject, TModule* Module) {
-    std::unique_ptr<TObject> Object(CreateKBObject(KBObject, Module));
-    if (auto* Result = dynamic_cast<T*>(Object.get())) {
-      Object.release();
-      return std::unique_ptr<T>(Result);
-    }
-    return nullptr;
-  }
+  TObject* CreateKBObject(TKBObjectType KBObject, TModule* Module) override;
 
   // ------------------------------------------------------------ identity and small services
   std::int32_t NewFactId() { return FFactIdCounter++; }
-  std::int32_t NewRuleId() { return FRuleIdCounter++; }
-  std::string GenerateSymbol(const std::string& Prefix);
+  std::int32_t NewRuleId() override { return FRuleIdCounter++; }
+  std::string GenerateSymbol(const std::string& Prefix) override;
   std::int32_t GetSymbolIndex() const noexcept { return FSymbolIndex; }
   // The index never goes back: a value not above the present one only adds 1.
   void SetSymbolIndex(std::int32_t Value);
   void Lock();
   void Unlock();
 
-  IFactTemplate FindFactTemplate(const TKBName& AName) const;
+  IFactTemplate FindFactTemplate(const TKBName& AName) const override;
+  IKBDefinedType FindDefinedType(const TKBName& Name) const override;
   // The template of that name in the current module, made as an implied
   // template when missing.
-  virtual IFactTemplate CreateFactTemplate(const TKBName& AName);
+  IFactTemplate CreateFactTemplate(const TKBName& AName) override;
 
   // ------------------------------------------------------------ modules
   IModule GetCurrentModule() const override { return FCurrentModule; }
-  void SetCurrentModule(const IModule& Value);
+  void SetCurrentModule(const IModule& Value) override;
+  void UseModule(TModule& Module) override;
   IModule GetCurrentFocus() const { return PeekFocus(); }
-  TModules* GetModules() const noexcept { return FModules.get(); }
+  TModules* GetModules() const noexcept override { return FModules.get(); }
   TModules* GetFocusStack() const noexcept { return FFocusStack.get(); }
   // A module of the same name is removed first; the main module goes to
   // index 0, any other to the end. Gives the index.
-  virtual int AddModule(const IModule& Module);
-  virtual void RemoveModule(const IModule& Module);
-  virtual void RenameModule(const std::string& OldName, const std::string& NewName);
+  int AddModule(const IModule& Module) override;
+  void RemoveModule(const IModule& Module) override;
+  const IModule& GetModuleInOperation() const noexcept override { return FIsModuleOp; }
+  void RenameModule(const std::string& OldName, const std::string& NewName) override;
   // Re-keys Template in the tables that hold it; raises _SDuplicateTemplateNames
   // when another template has NewName.
-  virtual void RenameFactTemplate(TFactTemplate* Template, const TKBName& OldName, const TKBName& NewName);
+  void RenameFactTemplate(TFactTemplate* Template, const TKBName& OldName, const TKBName& NewName) override;
   void RenameDefinedType(TKBDefinedType* DefinedType, const TKBName& OldName, const TKBName& NewName) override;
   // Takes Template out of every module's table.
   virtual void RemoveDependencies(const IFactTemplate& Template);
@@ -119,7 +111,7 @@ public:
   // Raises _SNoSuchModule for an unknown name.
   void PushFocus(const std::string& ModuleName);
   virtual IModule PeekFocus() const;
-  virtual IModule PopFocus();
+  IModule PopFocus() override;
 
   // ------------------------------------------------------------ reset and clear
   // Empties working memory and the agendas, asserts the fact sets and the
@@ -136,7 +128,7 @@ public:
 
   // ------------------------------------------------------------ assertion and retraction
   // The fact's id, or -1 when an equal fact stands and duplicates are off.
-  virtual std::int32_t Assert(const IFact& Fact, bool Unconditional);
+  std::int32_t Assert(const IFact& Fact, bool Unconditional) override;
   std::int32_t Assert(const IFact& Fact, TFuzzyInferenceMethod FuzzyInference, bool Unconditional);
   std::int32_t Assert(const IFact& Fact) { return Assert(Fact, false); }
   // The fact read from its text and resolved in the global context.
@@ -164,13 +156,13 @@ public:
   // ------------------------------------------------------------ text
   void PrintOut(const std::string& Text) { PrintOut("", Text); }
   // To the named stream, or for "" and "t" to the capture or OnPrintOut.
-  virtual void PrintOut(const std::string& OutID, const std::string& Text);
+  void PrintOut(const std::string& OutID, const std::string& Text) override;
   // The capture stream takes the place of OnPrintOut for standard output;
   // the engine owns it until StopCapture. The encoding serves the preamble.
   virtual bool StartCapture(TStream* Stream, TEncoding* Encoding);
   bool StopCapture();
   std::string PrettyPrint(const IFact& Fact) const;
-  std::string PrettyPrint(const TFact& Fact) const;
+  std::string PrettyPrint(const TFact& Fact) const override;
   std::string PrettyPrint(const IFunCall& FunCall) const;
   // Templates and types are written with module qualifiers when the
   // engine's parser says so (or when it has none).
@@ -178,22 +170,22 @@ public:
 
   // ------------------------------------------------------------ the current module's collections
   TKBAgenda* GetAgenda() const noexcept { return FCache.Agenda; }
-  TKBDefinedTypes* GetDefinedTypes() const noexcept { return FCache.DefinedTypes; }
+  TKBDefinedTypes* GetDefinedTypes() const noexcept override { return FCache.DefinedTypes; }
   TFacts* GetFacts() const noexcept { return FCache.Facts; }
-  TFactSets* GetFactSets() const noexcept { return FCache.FactSets; }
-  TFactTemplates* GetFactTemplates() const noexcept { return FCache.FactTemplates; }
+  TFactSets* GetFactSets() const noexcept override { return FCache.FactSets; }
+  TFactTemplates* GetFactTemplates() const noexcept override { return FCache.FactTemplates; }
   TReteNetwork* GetRete() const noexcept { return FCache.Rete; }
-  TRules* GetRules() const noexcept { return FCache.Rules; }
+  TRules* GetRules() const noexcept override { return FCache.Rules; }
   TFactsPending* GetFactsPending() const noexcept { return FCache.FactsPending; }
-  IFact GetNullFact() const { return FCache.NullFact; }
-  TKBPattern* GetInitialFactPattern() const noexcept { return FCache.InitialFactPattern; }
+  IFact GetNullFact() const override { return FCache.NullFact; }
+  TKBPattern* GetInitialFactPattern() const noexcept override { return FCache.InitialFactPattern; }
   int GetAgendaCount() const;
 
   // ------------------------------------------------------------ engine-wide objects
-  TUserFunctions* GetUserFunctions() const noexcept { return FUserFunctions.get(); }
+  TUserFunctions* GetUserFunctions() const noexcept override { return FUserFunctions.get(); }
   TGlobalVariables* GetGlobalVariables() const noexcept { return FGlobalVariables.get(); }
   // The root evaluation context: rules, calls and globals start from it.
-  TKBContext* GetGlobalContext() const noexcept { return FGlobalContext.get(); }
+  TKBContext* GetGlobalContext() const noexcept override { return FGlobalContext.get(); }
   TEngineVariables* GetStorage() const noexcept { return FStorage.get(); }
   TIOStreams* GetIOStreams() const noexcept { return FIOStreams.get(); }
   TStream* GetOutputStream() const noexcept { return FOutputStream.get(); }
@@ -224,7 +216,7 @@ public:
   void SetResetGlobals(bool Value) noexcept { FResetGlobals = Value; }
   TSearchStrategy GetStrategy() const noexcept { return FStrategy; }
   virtual void SetStrategy(TSearchStrategy Value);
-  TTypeChecks GetTypeChecks() const noexcept { return FTypeChecks; }
+  TTypeChecks GetTypeChecks() const noexcept override { return FTypeChecks; }
   void SetTypeChecks(TTypeChecks Value);
   TConstructWatches GetWatch() const noexcept { return FWatch; }
   void SetWatch(TConstructWatches Value) noexcept { FWatch = Value; }
@@ -234,7 +226,7 @@ public:
   void SetHalt(bool Value) noexcept { FHalt = Value; }
   bool GetIsRunning() const noexcept { return FIsRunning; }
   float GetVersion() const noexcept { return FVersion; }
-  std::int32_t GetFactIdCounter() const noexcept { return FFactIdCounter; }
+  std::int32_t GetFactIdCounter() const noexcept override { return FFactIdCounter; }
   std::int32_t GetStatNumRulesFired() const noexcept { return FStatNumRulesFired; }
   double GetStatRunTime() const noexcept { return FStatRunTime; }
   std::int32_t GetStatMaxActivations() const noexcept { return FStatMaxActivations; }
@@ -246,6 +238,7 @@ public:
   // The one parser, an instance of ParserType. Writing assigns into it.
   // A stream left in the parser when the engine goes is freed with it.
   TKBParser* GetParser() const noexcept { return FParser.get(); }
+  bool GetPrintModuleQualifiers() const noexcept override;
   void SetParser(TKBParser* Value);
   const TKBParserClass& GetParserType() const noexcept { return FParserType; }
   // Another class replaces the parser by a new one: its handlers are gone,
@@ -272,26 +265,26 @@ public:
   virtual IKBValue Parse(const std::string& AString, TKBType Kind, TEncoding* Encoding = nullptr);
   virtual TParsedType ParseConstructType(const std::string& AString, TEncoding* Encoding = nullptr);
   virtual IKBDefinedType ParseDefinedType(const std::string& AString, TEncoding* Encoding = nullptr);
-  virtual IFact ParseFact(const std::string& AString, TEncoding* Encoding = nullptr);
+  IFact ParseFact(const std::string& AString, TEncoding* Encoding = nullptr) override;
   virtual std::string ParseFactSlot(const std::string& AString, const IFact& Fact, TEncoding* Encoding = nullptr);
   virtual std::unique_ptr<TFactSet> ParseFactSet(const std::string& AString, TEncoding* Encoding = nullptr);
   virtual IFunCall ParseFunCall(const std::string& AString, TEncoding* Encoding = nullptr);
   virtual std::string ParseFullName(const std::string& AString, std::string& Module, TEncoding* Encoding = nullptr);
   virtual IFactTemplate ParseFactTemplate(const std::string& AString, TEncoding* Encoding = nullptr);
-  virtual IFactSlot ParseFactTemplateSlot(const std::string& AString, TEncoding* Encoding = nullptr);
+  IFactSlot ParseFactTemplateSlot(const std::string& AString, TEncoding* Encoding = nullptr) override;
   virtual IUserFunction ParseFunction(const std::string& AString, TEncoding* Encoding = nullptr);
   virtual bool ParseGlobalVariables(const std::string& AString, TEncoding* Encoding = nullptr);
   virtual IKBValue ParseVariable(const std::string& AString, std::string& Name, TEncoding* Encoding = nullptr);
   virtual IValueVector ParseList(const std::string& AString, TEncoding* Encoding = nullptr);
   virtual IKBValue ParseNExecuteFunCall(const std::string& AString, TEncoding* Encoding = nullptr);
   virtual IModule ParseModule(const std::string& AString, TEncoding* Encoding = nullptr);
-  virtual std::unique_ptr<TRule> ParseRule(const std::string& AString, TEncoding* Encoding = nullptr);
+  std::unique_ptr<TRule> ParseRule(const std::string& AString, TEncoding* Encoding = nullptr) override;
   virtual void ParseRulePatterns(const std::string& AString, TRule* Rule, TRuleVariables& Variables,
                                  TEncoding* Encoding = nullptr);
   virtual void ParseRuleActions(const std::string& AString, TRule* Rule, TRuleVariables& Variables,
                                 TEncoding* Encoding = nullptr);
   virtual IKBValue ParseValue(const std::string& AString, TEncoding* Encoding = nullptr);
-  virtual IKBValue ParseValue(const std::string& AString, const IFactSlot& Slot, TEncoding* Encoding = nullptr);
+  IKBValue ParseValue(const std::string& AString, const IFactSlot& Slot, TEncoding* Encoding = nullptr) override;
   virtual IKBValue ParseValue(const std::string& AString, TKBTypes Types, const IKBDefinedType& DefinedType,
                               TEncoding* Encoding = nullptr);
 
@@ -340,9 +333,9 @@ public:
   // ------------------------------------------------------------ rules
   // Re-keys the rule under OldName in the current table; raises
   // _SDuplicateRuleNames when another rule has NewName there.
-  virtual void RenameRule(const TKBName& OldName, const TKBName& NewName);
+  void RenameRule(const TKBName& OldName, const TKBName& NewName) override;
   // A rule that changed is compiled again if the current table holds it.
-  virtual void RuleChange(TRule* Rule);
+  void RuleChange(TRule* Rule) override;
 
   // ------------------------------------------------------------ construct events
   // The collections call these; each raises its event and nothing more.
@@ -356,7 +349,7 @@ public:
   virtual void RemoveFunction(const IUserFunction& UserFunction);
   virtual void ClearDefinedTypes();
   virtual void ClearFactTemplates();
-  virtual void ClearModules();
+  void ClearModules() override;
   virtual void ClearRules();
 
   // ------------------------------------------------------------ events
@@ -466,7 +459,6 @@ private:
   TModuleCache FCache;
   IModule FCurrentModule;
 
-  friend class TModule;
   friend class TFacts;
   friend class TRules;
   friend class TModules;

@@ -254,49 +254,6 @@ private:
   bool FFreeStream = true;
 };
 
-// ---------------------------------------------------------------- modules
-
-// All modules of an engine, or its focus stack; index 0 is the main module
-// (of the stack: the top). As the engine's module list, list operations are
-// engine operations: adding a module adds it to the engine, removing removes it.
-class TModules : public TInterfaceListPersistent<TModule> {
-public:
-  explicit TModules(TInferenceEngine* AEngine) : FEngine(AEngine) {}
-
-  TInferenceEngine* GetEngine() const noexcept { return FEngine; }
-  void SetEngine(TInferenceEngine* Value) noexcept { FEngine = Value; }
-  bool GetEnforceImportOrder() const noexcept { return FEnforceImportOrder; }
-  void SetEnforceImportOrder(bool Value) noexcept { FEnforceImportOrder = Value; }
-
-  int Add(const IModule& Module);
-  void Insert(int Index, const IModule& Module);
-  void Delete(int Index);
-  int Remove(const IModule& Module);
-  void Clear() override;
-  // Raises _SNoSuchModule for an unknown name.
-  IModule GetModule(const std::string& Name) const;
-  using TInterfaceListPersistent<TModule>::IndexOf;
-  int IndexOf(const std::string& Name) const;
-  std::string ToString() const override;
-  std::string ToNamesString(const std::string& Separator) const;
-
-protected:
-  ~TModules() override = default;
-  void Notify(const IModule& Item, TListNotification Action) override;
-
-private:
-  friend class TInferenceEngine;
-  // True when this is the engine's module list, not the focus stack.
-  bool IsEngineList() const noexcept;
-  // List work that the engine itself does.
-  int ListAdd(const IModule& Module) { return TInterfaceListPersistent<TModule>::Add(Module); }
-  void ListInsert(int Index, const IModule& Module) { TInterfaceListPersistent<TModule>::Insert(Index, Module); }
-  void ListDelete(int Index) { TInterfaceListPersistent<TModule>::Delete(Index); }
-
-  TInferenceEngine* FEngine;
-  bool FEnforceImportOrder = false;
-};
-
 // ---------------------------------------------------------------- TFacts
 
 // The facts of one module in ascending id order, with caches that find a

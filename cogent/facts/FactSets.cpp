@@ -2,15 +2,12 @@
 // fact as text and as a parsed fact, so that it can outlive its engine and
 // be parsed again in another.
 
-#include "cogent/engine/InferenceEngine.h"
 #include "cogent/engine/KBCollections.h"
 #include "cogent/facts/KBFacts.h"
 
 namespace cogent {
 
 namespace {
-
-const std::string MainModuleName = "MAIN";
 
 bool IsLoading(const TComponent* Component) {
   return Component && Component->GetComponentState().Contains(csLoading);
@@ -47,16 +44,16 @@ TFactSet::~TFactSet() {
   // entry out calls nothing on the engine, which may itself be on its way
   // out. An engine that is already gone has cleared FEngine.
   if (FEngine) {
-    if (TInferenceEngine* Old = Engine()) LeaveLists(Old);
+    if (IKnowledgeBase* Old = Engine()) LeaveLists(Old);
     FEngine->RemoveFreeNotification(this);
     FEngine = nullptr;
   }
   FFacts.reset();
 }
 
-TInferenceEngine* TFactSet::Engine() const noexcept { return dynamic_cast<TInferenceEngine*>(FEngine); }
+IKnowledgeBase* TFactSet::Engine() const noexcept { return KnowledgeBaseOf(FEngine); }
 
-void TFactSet::LeaveLists(TInferenceEngine* AEngine) {
+void TFactSet::LeaveLists(IKnowledgeBase* AEngine) {
   // Every module's list, not only the one of the set's module: the module
   // may have been renamed since the set entered it.
   const TModules* Modules = AEngine->GetModules();
@@ -79,8 +76,8 @@ void TFactSet::AddFact(const IFact& Fact) {
 
 IFact TFactSet::GetFact(int Index) {
   IFact Fact = FFacts->GetFactData(Index);
-  TInferenceEngine* E = Engine();
-  if (!Fact && E && !IsLoading(this) && !IsLoading(E)) {
+  IKnowledgeBase* E = Engine();
+  if (!Fact && E && !IsLoading(this) && !IsLoading(FEngine)) {
     const TFocusBack Back(FocusModule(false));
     Fact = E->ParseFact(FFacts->GetString(Index));
     if (Fact) FFacts->PutFactData(Index, Fact);
@@ -115,10 +112,10 @@ void TFactSet::ParseLines() {
 
 void TFactSet::SetFacts(const TStrings& Value) {
   if (&Value != FFacts.get()) FFacts->Assign(const_cast<TStrings*>(&Value));
-  TInferenceEngine* E = Engine();
+  IKnowledgeBase* E = Engine();
   if (!E) return;
   ForgetParsedFacts();
-  if (IsLoading(this) || IsLoading(E)) return;
+  if (IsLoading(this) || IsLoading(FEngine)) return;
   const TFocusBack Back(FocusModule(true));
   ParseLines();
 }
@@ -126,28 +123,13 @@ void TFactSet::SetFacts(const TStrings& Value) {
 // ------------------------------------------------------------ module and engine
 
 IModule TFactSet::FocusModule(bool Force) {
-  TInferenceEngine* E = Engine();
-  if (!E) return nullptr;
-  const std::string& Name = FModule.empty() ? MainModuleName : FModule;
-  IModule Current = E->GetCurrentModule();
-  if (Current && Current->GetName() == Name) return nullptr;
-  TModules* Modules = E->GetModules();
-  if (!Modules) return nullptr;
-  IModule Target;
-  if (Force) {
-    Target = Modules->GetModule(Name);
-  } else {
-    const int Index = Modules->IndexOf(Name);
-    if (Index < 0) return nullptr;
-    Target = Modules->GetRef(Index);
-  }
-  Target->FocusModule();
-  return Current;
+  IKnowledgeBase* E = Engine();
+  return E ? FocusModuleNamed(*E, FModule, Force) : nullptr;
 }
 
 void TFactSet::SetModule(const std::string& Value) {
   if (Value == FModule) return;
-  TInferenceEngine* E = Engine();
+  IKnowledgeBase* E = Engine();
   if (IsLoading(this) || !E) {
     FModule = Value;
     return;
@@ -168,7 +150,7 @@ void TFactSet::SetEngineNoParse(TComponent* Value) {
     // Nil while the set leaves, so that the list's departure notice finds
     // nothing left to take away.
     FEngine = nullptr;
-    if (auto* OldEngine = dynamic_cast<TInferenceEngine*>(Old)) LeaveLists(OldEngine);
+    if (auto* OldEngine = KnowledgeBaseOf(Old)) LeaveLists(OldEngine);
   }
   if (Old) Old->RemoveFreeNotification(this);
   if (Value) Value->FreeNotification(this);
@@ -178,8 +160,8 @@ void TFactSet::SetEngineNoParse(TComponent* Value) {
 void TFactSet::SetEngine(TComponent* Value) {
   if (IsDestroying(Value)) Value = nullptr;
   if (Value == FEngine) return;
-  auto* NewEngine = dynamic_cast<TInferenceEngine*>(Value);
-  const bool Enter = NewEngine && !IsLoading(this) && !IsLoading(NewEngine);
+  auto* NewEngine = KnowledgeBaseOf(Value);
+  const bool Enter = NewEngine && !IsLoading(this) && !IsLoading(Value);
   // An unknown module is refused before anything changes.
   if (Enter && !FModule.empty() && FModule != MainModuleName) (void)NewEngine->GetModules()->GetModule(FModule);
   SetEngineNoParse(Value);
@@ -203,7 +185,7 @@ void TFactSet::Notification(TComponent* AComponent, TOperation Operation) {
 // ------------------------------------------------------------ reset and loading
 
 void TFactSet::Reset() {
-  TInferenceEngine* E = Engine();
+  IKnowledgeBase* E = Engine();
   if (!E) return;
   const TFocusBack Back(FocusModule(true));
   for (int I = 0; I < GetCount(); ++I) {
@@ -217,16 +199,16 @@ void TFactSet::Reset() {
 
 void TFactSet::Loaded() {
   TComponent::Loaded();
-  TInferenceEngine* E = Engine();
+  IKnowledgeBase* E = Engine();
   if (!E) return;
   // A loading engine reloads its fact sets when it has finished; that
   // bookkeeping comes with the engine's persistence.
-  if (IsLoading(E)) return;
+  if (IsLoading(FEngine)) return;
   Reload();
 }
 
 void TFactSet::Reload() {
-  TInferenceEngine* E = Engine();
+  IKnowledgeBase* E = Engine();
   if (!E) return;
   {
     const TFocusBack Back(FocusModule(true));
@@ -262,7 +244,7 @@ void TFactSet::Assign(TPersistent* Source) {
   }
   // Under an engine owner each fact is read in that engine, so that its
   // template and calls bind there; otherwise clones do.
-  if (auto* Owner = dynamic_cast<TInferenceEngine*>(GetOwner())) {
+  if (auto* Owner = KnowledgeBaseOf(GetOwner())) {
     const TFocusBack Back(Owner == Engine() ? FocusModule(false) : nullptr);
     for (int I = 0; I < Other->GetCount(); ++I) {
       const IFact Fact = Other->GetFact(I);

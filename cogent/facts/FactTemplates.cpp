@@ -4,10 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBFacts.h"
+#include "cogent/facts/KBPrinter.h"
 #include "cogent/facts/KBPackages.h"
-#include "cogent/language/KBRuleParser.h"
 #include "cogent/values/KBDefinedType.h"
 
 namespace cogent {
@@ -72,7 +71,7 @@ IKBDefinedType TFactSlot::GetExtendedTypeInfo() const { return FExtendedTypeInfo
 
 bool TFactSlot::DynamicChecks() const {
   if (!FOwner) return false;
-  const TInferenceEngine* Engine = FOwner->GetEngine();
+  const IKnowledgeBase* Engine = FOwner->GetEngine();
   return Engine && Engine->GetTypeChecks().Contains(tcDynamic);
 }
 
@@ -207,11 +206,10 @@ void TFactSlot::AssignSlot(const TFactSlot& Source) {
   // A slot arriving from another engine takes this engine's defined type of
   // the same name, and a default that refers to things of the old engine is
   // read anew here.
-  TInferenceEngine* Target = FOwner ? FOwner->GetEngine() : nullptr;
-  const TInferenceEngine* Origin = Source.FOwner ? Source.FOwner->GetEngine() : nullptr;
-  if (Source.FExtendedTypeInfo && Target && Origin && Target != Origin && Target->GetDefinedTypes()) {
-    IKBDefinedType Local;
-    if (Target->GetDefinedTypes()->TryGetValue(Source.FExtendedTypeInfo->GetName(), Local) && Local) {
+  IKnowledgeBase* Target = FOwner ? FOwner->GetEngine() : nullptr;
+  const IKnowledgeBase* Origin = Source.FOwner ? Source.FOwner->GetEngine() : nullptr;
+  if (Source.FExtendedTypeInfo && Target && Origin && Target != Origin) {
+    if (const IKBDefinedType Local = Target->FindDefinedType(Source.FExtendedTypeInfo->GetName())) {
       SetExtendedTypeInfo(Local);
       SetSlotType(Source.FSlotType);
       const IKBValue& Default = Source.FSlotDefault;
@@ -258,7 +256,7 @@ IInterfaceIterator TFactTemplateSlots::GetIterator() const { return IInterfaceIt
 TFactTemplate::TFactTemplate(TPersistent* AOwner) : FOwner(AOwner) {
   FFactSlotNames.SetSorted(true);
   FFactSlotNames.SetCaseSensitive(true);
-  if (TInferenceEngine* Engine = GetEngine()) SetModule(Engine->GetCurrentModule().get());
+  if (IKnowledgeBase* Engine = GetEngine()) SetModule(Engine->GetCurrentModule().get());
 }
 
 TFactTemplate::TFactTemplate(TPersistent* AOwner, const TKBName& AName) : TFactTemplate(AOwner) {
@@ -285,12 +283,12 @@ TFactTemplate::~TFactTemplate() {
     if (Item.Value && Item.Value->FOwner == this) Item.Value->FOwner = nullptr;
 }
 
-TInferenceEngine* TFactTemplate::GetEngine() const noexcept { return dynamic_cast<TInferenceEngine*>(FOwner); }
+IKnowledgeBase* TFactTemplate::GetEngine() const noexcept { return KnowledgeBaseOf(FOwner); }
 
 void TFactTemplate::SetTemplateName(const TKBName& Value) {
   if (Value == FTemplateName) return;
   CheckKBName(Value);
-  if (TInferenceEngine* Engine = GetEngine()) Engine->RenameFactTemplate(this, FTemplateName, Value);
+  if (IKnowledgeBase* Engine = GetEngine()) Engine->RenameFactTemplate(this, FTemplateName, Value);
   FTemplateName = Value;
 }
 
@@ -484,7 +482,7 @@ void TFactTemplate::FillFactWithDefaults(const IFact& Fact) {
   if (!Template) throw EKBException(_SNoTemplate);
   if (Template.get() != this)
     throw EKBException(Format(_SFactTemplatesDifferent, Template->GetTemplateName(), FTemplateName));
-  TInferenceEngine* Engine = GetEngine();
+  IKnowledgeBase* Engine = GetEngine();
   for (int I = 0; I < FFactSlotNames.GetCount(); ++I) {
     const std::string Name = FFactSlotNames.GetString(I);
     const IFactSlot Slot = GetSlot(Name);
@@ -501,7 +499,7 @@ void TFactTemplate::AssignSlots(const IFactTemplate& Source) {
   // its defined type, its calls and its fuzzy sets are this engine's. All
   // are read before any is replaced: a slot that can't be read here leaves
   // the template as it was. A template without an engine copies the slots.
-  TInferenceEngine* Engine = GetEngine();
+  IKnowledgeBase* Engine = GetEngine();
   std::vector<IFactSlot> Slots;
   for (int I = 0; I < Source->FFactSlotNames.GetCount(); ++I) {
     const IFactSlot Slot = Source->GetSlot(Source->FFactSlotNames.GetString(I));
@@ -512,9 +510,8 @@ void TFactTemplate::AssignSlots(const IFactTemplate& Source) {
 }
 
 std::string TFactTemplate::ToString() const {
-  const TInferenceEngine* Engine = GetEngine();
-  const TKBParser* Parser = Engine ? Engine->GetParser() : nullptr;
-  return cogent::PrettyPrint(*this, Engine && (!Parser || Parser->GetPrintModuleQualifiers()));
+  const IKnowledgeBase* Engine = GetEngine();
+  return cogent::PrettyPrint(*this, Engine && Engine->GetPrintModuleQualifiers());
 }
 
 bool TFactTemplate::Equals(const IFactTemplate& Other) const {

@@ -6,9 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBFacts.h"
-#include "cogent/language/KBRuleParser.h"
+#include "cogent/facts/KBPrinter.h"
 
 namespace cogent {
 
@@ -75,7 +74,7 @@ TFact::TFact(const IFactTemplate& ATemplate, const IFact& ASource) : FTemplate(A
   if (ASource) Assign(IInterface(ASource));
 }
 
-TInferenceEngine* TFact::TemplateEngine() const noexcept { return FTemplate ? FTemplate->GetEngine() : nullptr; }
+IKnowledgeBase* TFact::TemplateEngine() const noexcept { return FTemplate ? FTemplate->GetEngine() : nullptr; }
 
 IKBValue TFact::GetValue(const TKBName& Name) const {
   if (!FTemplate) throw EKBException(_SNoTemplate);
@@ -106,7 +105,7 @@ IKBValue TFact::ContainsKey(const TKBName& Name) const {
 
 void TFact::SetValue(const TKBName& Name, const IKBValue& Value) {
   if (!FTemplate) throw EKBException(_SNoTemplate);
-  const TInferenceEngine* Engine = TemplateEngine();
+  const IKnowledgeBase* Engine = TemplateEngine();
   const bool Dynamic = Engine && Engine->GetTypeChecks().Contains(tcDynamic);
   TFactValueHashtableEntry Entry;
   const bool Found = FValues.ContainsKey(Name, Entry);
@@ -234,13 +233,12 @@ std::int32_t TFact::GetHashCode() const {
 }
 
 std::string TFact::ToString() const {
-  const IFact Self(const_cast<TFact*>(this));
-  if (const TInferenceEngine* Engine = TemplateEngine()) return Engine->PrettyPrint(Self);
-  return cogent::PrettyPrint(Self);
+  if (const IKnowledgeBase* Engine = TemplateEngine()) return Engine->PrettyPrint(*this);
+  return cogent::PrettyPrint(*this);
 }
 
 std::string TFact::GetToIDString() const {
-  if (const TInferenceEngine* Engine = TemplateEngine()) {
+  if (const IKnowledgeBase* Engine = TemplateEngine()) {
     const std::size_t Digits = std::to_string(Engine->GetFactIdCounter()).size();
     return Format("%s%." + std::to_string(Digits) + "d %s", "f-", FID, ToString());
   }
@@ -248,7 +246,7 @@ std::string TFact::GetToIDString() const {
 }
 
 bool TFact::AssignAcrossEngines(const TFact& Source) {
-  TInferenceEngine* Engine = TemplateEngine();
+  IKnowledgeBase* Engine = TemplateEngine();
   if (!Engine) return false;
   const IFactTemplate& SourceTemplate = Source.FTemplate;
   IFactTemplate Template = Engine->FindFactTemplate(SourceTemplate->GetTemplateName());

@@ -2,7 +2,6 @@
 
 #include <vector>
 
-#include "cogent/engine/InferenceEngine.h"
 #include "cogent/matching/KBToken.h"
 
 namespace cogent {
@@ -125,7 +124,7 @@ TBinding* TBindings::DoRemove(const std::string& Key, std::int32_t HashCode, TCo
 // ---------------------------------------------------------------- TKBContext
 
 TKBContext::TKBContext(TKBContext* AParent, TComponent* AEngine)
-    : FEngine(dynamic_cast<TInferenceEngine*>(AEngine) ? AEngine : nullptr), FBindings(this), FParent(AParent) {}
+    : FEngine(KnowledgeBaseOf(AEngine) ? AEngine : nullptr), FBindings(this), FParent(AParent) {}
 
 TKBContext::~TKBContext() = default;
 

@@ -114,7 +114,7 @@ private:
 // made by Push and belongs to whoever pushed it.
 class TKBContext : public TPersistent {
 public:
-  // AEngine counts only when it is a TInferenceEngine.
+  // AEngine counts only when it is a knowledge base.
   TKBContext(TKBContext* AParent, TComponent* AEngine);
   ~TKBContext() override;
   TKBContext(const TKBContext&) = delete;

@@ -16,7 +16,7 @@ namespace cogent {
 
 class TKBDefinedType;
 using IKBDefinedType = Ref<TKBDefinedType>;
-class TInferenceEngine;
+class IKnowledgeBase;
 class TFactTemplate;
 
 // ---------------------------------------------------------------- TFactSlot
@@ -107,7 +107,7 @@ public:
 
   TPersistent* GetAOwner() const noexcept { return FOwner; }
   // The owner when it is an engine.
-  TInferenceEngine* GetEngine() const noexcept;
+  IKnowledgeBase* GetEngine() const noexcept;
   const TKBName& GetTemplateName() const noexcept { return FTemplateName; }
   // Checks the name; with an engine the engine is told of the rename first.
   virtual void SetTemplateName(const TKBName& Value);
@@ -252,7 +252,7 @@ protected:
 
 private:
   // The engine of the template's owner, if any.
-  TInferenceEngine* TemplateEngine() const noexcept;
+  IKnowledgeBase* TemplateEngine() const noexcept;
   // Crosses engines through the fact's text; true when it did.
   bool AssignAcrossEngines(const TFact& Source);
   // Both Assign forms; ThroughSetValue is the persistent one.
@@ -333,9 +333,9 @@ protected:
   void Loaded() override;
 
 private:
-  TInferenceEngine* Engine() const noexcept;
+  IKnowledgeBase* Engine() const noexcept;
   // Takes the set out of every module's fact sets of AEngine, telling nobody.
-  void LeaveLists(TInferenceEngine* AEngine);
+  void LeaveLists(IKnowledgeBase* AEngine);
   void ForgetParsedFacts();
   void ParseLines();
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <type_traits>
 
-#include "cogent/engine/InferenceEngine.h"
 #include "cogent/engine/KBCollections.h"
 #include "cogent/facts/KBSlotTest.h"
 #include "cogent/foundation/VXCollections.h"
@@ -48,10 +47,21 @@ TFocusBack::~TFocusBack() noexcept(false) {
   if (FModule && FModule->GetAgenda()) CloseScope(FExceptions, [this] { FModule->FocusModule(); });
 }
 
+IModule FocusModuleNamed(IKnowledgeBase& Engine, const std::string& Name, bool MustExist) {
+  const TModules* Modules = Engine.GetModules();
+  if (!Modules) return nullptr;
+  const std::string Target = Name.empty() ? std::string(MainModuleName) : Name;
+  if (!MustExist && Modules->IndexOf(Target) < 0) return nullptr;
+  IModule Current = Engine.GetCurrentModule();
+  if (Current && Current->GetName() == Target) return nullptr;
+  Modules->GetModule(Target)->FocusModule();
+  return Current;
+}
+
 // ---------------------------------------------------------------- TModule
 
 TModule::TModule(TComponent* AEngine, bool AIsMain) : FIsMain(AIsMain), FEngine(AEngine) {
-  if (FIsMain) FName = "MAIN";
+  if (FIsMain) FName = MainModuleName;
   FExportItems = IModuleExport(new TModuleImportExport(this, ""));
   FNexus = std::make_unique<TComponentNexus>([this](TComponent* AComponent, TOperation Operation) {
     Notification(AComponent, Operation);
@@ -79,29 +89,28 @@ void TModule::Notification(TComponent* AComponent, TOperation Operation) {
 }
 
 void TModule::Initialize() {
-  auto* Engine = dynamic_cast<TInferenceEngine*>(FEngine);
+  IKnowledgeBase* Engine = KnowledgeBaseOf(FEngine);
   if (!Engine) return;
   ForEachCollection(
       [&](TKBObjectType Kind, auto& Collection) {
         using TCollection = typename std::remove_reference_t<decltype(Collection)>::element_type;
-        Collection = Engine->template CreateKBObjectAs<TCollection>(Kind, this);
+        Collection = CreateKBObjectAs<TCollection>(*Engine, Kind, this);
       },
       FCollections);
   if (FCollections.Rete) FCollections.Rete->FreeNotification(FNexus.get());
 
   const IModule Remembered = Engine->GetCurrentModule();
   FocusModule();
-  if (FIsMain) FName = "MAIN";
+  if (FIsMain) FName = MainModuleName;
   RenewInitialFact(true);
   if (Remembered && Remembered.get() != this) Remembered->FocusModule();
 }
 
 void TModule::FocusModule() {
-  auto* Engine = dynamic_cast<TInferenceEngine*>(FEngine);
+  IKnowledgeBase* Engine = KnowledgeBaseOf(FEngine);
   if (!Engine) return;
   if (!FCollections.Agenda) Initialize();
-  Engine->FCache = GetCache();
-  Engine->FCurrentModule = IModule(this);
+  Engine->UseModule(*this);
 }
 
 TModuleCache TModule::GetCache() const {
@@ -113,7 +122,7 @@ TModuleCache TModule::GetCache() const {
 }
 
 void TModule::RenewInitialFact(bool HoldsInitialFact) {
-  auto* Engine = dynamic_cast<TInferenceEngine*>(FEngine);
+  IKnowledgeBase* Engine = KnowledgeBaseOf(FEngine);
   if (!Engine) return;
   FInitialFactPattern.reset();
   if (HoldsInitialFact)
@@ -151,11 +160,11 @@ void TModule::FreeCollections() {
 
 void TModule::SetName(const std::string& Value) {
   if (Value == FName) return;
-  if (FIsMain != (Value == "MAIN")) throw EKBException(_SModuleMAINReserved);
+  if (FIsMain != (Value == MainModuleName)) throw EKBException(_SModuleMAINReserved);
   CheckKBName(Value);
   const std::string OldName = FName;
   FName = Value;
-  if (auto* Engine = dynamic_cast<TInferenceEngine*>(FEngine)) Engine->RenameModule(OldName, Value);
+  if (IKnowledgeBase* Engine = KnowledgeBaseOf(FEngine)) Engine->RenameModule(OldName, Value);
 }
 
 IModuleImport TModule::GetImportModule(int Index) const {
@@ -234,5 +243,101 @@ bool TModule::Equals(const IInterface& Other) const {
 namespace cogent {
 
 IFact TModule::GetNullFact() const { return FNullFact; }
+
+// ---------------------------------------------------------------- TModules
+
+bool TModules::IsEngineList() const noexcept { return FEngine && FEngine->GetModules() == this; }
+
+int TModules::Add(const IModule& Module) {
+  if (IsEngineList() && Module && Module != FEngine->GetModuleInOperation()) return FEngine->AddModule(Module);
+  return ListAdd(Module);
+}
+
+void TModules::Insert(int Index, const IModule& Module) {
+  // The engine decides the place: the main module first, any other last.
+  if (IsEngineList() && Module && Module != FEngine->GetModuleInOperation()) {
+    CheckIndex(Index, GetCount() + 1);
+    FEngine->AddModule(Module);
+    return;
+  }
+  ListInsert(Index, Module);
+}
+
+void TModules::Delete(int Index) {
+  if (IsEngineList()) {
+    const IModule Module = Get(Index);
+    if (Module && Module != FEngine->GetModuleInOperation()) {
+      FEngine->RemoveModule(Module);
+      return;
+    }
+  }
+  ListDelete(Index);
+}
+
+int TModules::Remove(const IModule& Module) {
+  const int Index = IndexOf(Module);
+  if (Index >= 0) Delete(Index);
+  return Index;
+}
+
+void TModules::Clear() {
+  if (!IsEngineList()) {
+    TInterfaceListPersistent<TModule>::Clear();
+    return;
+  }
+  for (int I = GetCount() - 1; I >= 0; --I) {
+    if (I >= GetCount()) continue;
+    const IModule Module = Get(I);
+    if (Module)
+      FEngine->RemoveModule(Module);
+    else
+      ListDelete(I);
+  }
+  FEngine->ClearModules();
+}
+
+void TModules::Notify(const IModule& Item, TListNotification Action) {
+  if (!Item) return;
+  if (Action == lnAdded) {
+    if (!FEnforceImportOrder) return;
+    const int Index = IndexOf(Item);
+    for (int I = 0; I < Item->GetImportModuleCount(); ++I) {
+      const IModuleImport Import = Item->GetImportModule(I);
+      if (Import && IndexOf(Import->GetName()) > Index)
+        throw EKBException(Format(_SInvalidModuleDependency, Item->GetName(), Import->GetName()));
+    }
+    return;
+  }
+  // A module that leaves the engine's list by a plain list operation leaves the engine.
+  if (IsEngineList() && Item != FEngine->GetModuleInOperation()) FEngine->RemoveModule(Item);
+}
+
+IModule TModules::GetModule(const std::string& Name) const {
+  const int Index = IndexOf(Name);
+  if (Index < 0) throw EKBException(Format(_SNoSuchModule, Name));
+  return Get(Index);
+}
+
+int TModules::IndexOf(const std::string& Name) const {
+  for (int I = 0; I < GetCount(); ++I)
+    if (const IModule& Module = GetRef(I); Module && Module->GetName() == Name) return I;
+  return -1;
+}
+
+std::string TModules::ToString() const {
+  std::string Result;
+  for (const IModule& Module : *this)
+    if (Module) Result += Module->ToString() + sLineBreak;
+  return Result;
+}
+
+std::string TModules::ToNamesString(const std::string& Separator) const {
+  std::string Result;
+  for (int I = 0; I < GetCount(); ++I) {
+    if (I > 0) Result += Separator;
+    if (const IModule& Module = GetRef(I)) Result += Module->GetName();
+  }
+  return Result;
+}
 
 }  // namespace cogent

@@ -6,10 +6,12 @@
 #include <exception>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "cogent/common/VXCommon.h"
+#include "cogent/common/VXInterfaceList.h"
 #include "cogent/common/VXNexus.h"
 #include "cogent/foundation/KBConsts.h"
 #include "cogent/foundation/KBInterfaces.h"
@@ -95,7 +97,7 @@ private:
 
 class TModule : public TPersistent, public TRefCounted, public ICloneable {
 public:
-  // AEngine is the TInferenceEngine; the module hears of its destruction.
+  // AEngine is the knowledge base; the module hears of its destruction.
   TModule(TComponent* AEngine, bool AIsMain);
 
   // Makes the collections, the null fact and the initial-fact pattern.
@@ -176,6 +178,57 @@ private:
 
   friend class TInferenceEngine;
 };
+
+// ---------------------------------------------------------------- modules
+
+// All modules of an engine, or its focus stack; index 0 is the main module
+// (of the stack: the top). As the engine's module list, list operations are
+// engine operations: adding a module adds it to the engine, removing removes it.
+class TModules : public TInterfaceListPersistent<TModule> {
+public:
+  explicit TModules(IKnowledgeBase* AEngine) : FEngine(AEngine) {}
+
+  IKnowledgeBase* GetEngine() const noexcept { return FEngine; }
+  void SetEngine(IKnowledgeBase* Value) noexcept { FEngine = Value; }
+  bool GetEnforceImportOrder() const noexcept { return FEnforceImportOrder; }
+  void SetEnforceImportOrder(bool Value) noexcept { FEnforceImportOrder = Value; }
+
+  int Add(const IModule& Module);
+  void Insert(int Index, const IModule& Module);
+  void Delete(int Index);
+  int Remove(const IModule& Module);
+  void Clear() override;
+  // Raises _SNoSuchModule for an unknown name.
+  IModule GetModule(const std::string& Name) const;
+  using TInterfaceListPersistent<TModule>::IndexOf;
+  int IndexOf(const std::string& Name) const;
+  std::string ToString() const override;
+  std::string ToNamesString(const std::string& Separator) const;
+
+protected:
+  ~TModules() override = default;
+  void Notify(const IModule& Item, TListNotification Action) override;
+
+private:
+  friend class TInferenceEngine;
+  // True when this is the engine's module list, not the focus stack.
+  bool IsEngineList() const noexcept;
+  // List work that the engine itself does.
+  int ListAdd(const IModule& Module) { return TInterfaceListPersistent<TModule>::Add(Module); }
+  void ListInsert(int Index, const IModule& Module) { TInterfaceListPersistent<TModule>::Insert(Index, Module); }
+  void ListDelete(int Index) { TInterfaceListPersistent<TModule>::Delete(Index); }
+
+  IKnowledgeBase* FEngine;
+  bool FEnforceImportOrder = false;
+};
+
+// The name of the module that every engine has.
+inline constexpr std::string_view MainModuleName = "MAIN";
+
+// Focuses the module of that name (the main module for none) unless it is
+// current; returns the module that was current, for a TFocusBack, or nil when
+// nothing moved. An unknown name raises when MustExist, else nothing moves.
+IModule FocusModuleNamed(IKnowledgeBase& Engine, const std::string& Name, bool MustExist);
 
 // Focuses the remembered module back when the scope ends, however it ends. A
 // module that was released meanwhile is left alone.

@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include "cogent/engine/InferenceEngine.h"
-#include "cogent/language/KBRuleParser.h"
+#include "cogent/facts/KBPrinter.h"
 
 namespace cogent {
 
@@ -473,7 +472,6 @@ TUserPackage::~TUserPackage() {
   FReasoners.Clear();
   FFunctions->Clear();
   if (FEngineComponent) FEngineComponent->RemoveFreeNotification(this);
-  FEngine = nullptr;
   FEngineComponent = nullptr;
   FEngineReasoner = nullptr;
 }
@@ -541,7 +539,6 @@ void TUserPackage::ReasonerNotification(IReasoner* Reasoner, TCollectionNotifica
       RemoveFunctions(Reasoner);
       if (Reasoner == FEngineReasoner) {
         if (FEngineComponent) FEngineComponent->RemoveFreeNotification(this);
-        FEngine = nullptr;
         FEngineComponent = nullptr;
         FEngineReasoner = nullptr;
       }
@@ -551,25 +548,22 @@ void TUserPackage::ReasonerNotification(IReasoner* Reasoner, TCollectionNotifica
   }
 }
 
-void TUserPackage::SetEngine(TInferenceEngine* Value) {
-  if (Value == FEngine) return;
+void TUserPackage::SetEngine(TComponent* Value) {
+  if (Value == FEngineComponent) return;
   if (FEngineComponent) FEngineComponent->RemoveFreeNotification(this);
   TComponent* NewComponent = Value;
-  IReasoner* NewReasoner = Value;
+  IReasoner* NewReasoner = KnowledgeBaseOf(Value);
   if (!GetComponentState().Contains(csDesigning)) {
     TComponent* OldComponent = FEngineComponent;
     IReasoner* OldReasoner = FEngineReasoner;
-    FEngine = nullptr;
     FEngineComponent = nullptr;
     FEngineReasoner = nullptr;
     if (OldComponent && OldComponent != GetOwner()) ForgetComponent(OldComponent);
     if (OldReasoner) FReasoners.Remove(OldReasoner);
-    FEngine = Value;
     FEngineComponent = NewComponent;
     FEngineReasoner = NewReasoner;
     if (Value) AddComponentReasoner(NewComponent, NewReasoner);
   } else {
-    FEngine = Value;
     FEngineComponent = NewComponent;
     FEngineReasoner = NewReasoner;
   }
@@ -590,7 +584,6 @@ void TUserPackage::Notification(TComponent* AComponent, TOperation Operation) {
   }
   if (FEngineComponent == AComponent) {
     Reasoner = FEngineReasoner;
-    FEngine = nullptr;
     FEngineComponent = nullptr;
     FEngineReasoner = nullptr;
   }
@@ -712,9 +705,10 @@ void TCustomUserFunction::SetMaxArgumentCount(std::int32_t Value) {
   RebuildArgumentString();
 }
 
-void TCustomUserFunction::SetEngine(TInferenceEngine* Value) {
-  if (Value == FEngine) return;
-  TInferenceEngine* Old = FEngine;
+void TCustomUserFunction::SetEngine(TComponent* AEngine) {
+  if (AEngine == FEngineComponent) return;
+  IReasoner* Value = KnowledgeBaseOf(AEngine);
+  IReasoner* Old = FEngine;
   TComponent* OldComponent = FEngineComponent;
   if (OldComponent) OldComponent->RemoveFreeNotification(this);
   // An engine on its way out has let its functions go already, and is not
@@ -725,8 +719,8 @@ void TCustomUserFunction::SetEngine(TInferenceEngine* Value) {
   FEngineComponent = nullptr;
   if (Value && !GetFunctionName().empty()) Value->AddUserFunction(FInnerFunction);
   FEngine = Value;
-  FEngineComponent = Value;
-  if (Value) Value->FreeNotification(this);
+  FEngineComponent = AEngine;
+  if (AEngine) AEngine->FreeNotification(this);
 }
 
 void TCustomUserFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {

@@ -23,7 +23,6 @@
 
 namespace cogent {
 
-class TInferenceEngine;
 class TKBUserFunction;
 class TUserPackage;
 class TCustomReasonerOwner;
@@ -414,9 +413,9 @@ public:
   TUserFunctionList& GetFunctions() noexcept { return *FFunctions; }
   const TUserFunctionList& GetFunctions() const noexcept { return *FFunctions; }
   void SetFunctions(const TUserFunctionList& Value) { FFunctions->Assign(Value); }
-  TInferenceEngine* GetEngine() const noexcept { return FEngine; }
+  TComponent* GetEngine() const noexcept { return FEngineComponent; }
   // At design time the engine is only stored: nothing is registered.
-  void SetEngine(TInferenceEngine* Value);
+  void SetEngine(TComponent* Value);
   // Reads false; writing true brings the package's own functions back.
   bool GetReset() const noexcept { return false; }
   void SetReset(bool Value);
@@ -467,7 +466,6 @@ private:
 
   // The engine also as component and as reasoner, taken while it is whole:
   // a notification may come when only its component part is left.
-  TInferenceEngine* FEngine = nullptr;
   TComponent* FEngineComponent = nullptr;
   IReasoner* FEngineReasoner = nullptr;
   std::unique_ptr<TUserFunctionList> FFunctions;
@@ -536,9 +534,9 @@ public:
   void SetMinArgumentCount(std::int32_t Value);
   std::int32_t GetMaxArgumentCount() const { return FInnerFunction->GetMaxArgumentCount(); }
   void SetMaxArgumentCount(std::int32_t Value);
-  TInferenceEngine* GetEngine() const noexcept { return FEngine; }
+  TComponent* GetEngine() const noexcept { return FEngineComponent; }
   // Leaves the old engine's table and enters the new one's, when named.
-  void SetEngine(TInferenceEngine* Value);
+  void SetEngine(TComponent* Value);
 
   // Sets Result to nil, then, outside design time, raises OnCall.
   virtual void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result);
@@ -554,7 +552,7 @@ protected:
 private:
   void RebuildArgumentString();
 
-  TInferenceEngine* FEngine = nullptr;
+  IReasoner* FEngine = nullptr;
   // The engine as component, for when only that part of it is left.
   TComponent* FEngineComponent = nullptr;
   IUserFunction FInnerFunction;

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBPackages.h"
 #include "cogent/host/Guards.h"
 #include "cogent/matching/KBToken.h"
@@ -42,7 +41,6 @@ IKBValue SlotItem(const IFact& Fact, const TKBName& Slot, std::int32_t SubIndex)
   return List->Get(SubIndex);
 }
 
-TInferenceEngine* AsEngine(TObject* Object) noexcept { return dynamic_cast<TInferenceEngine*>(Object); }
 
 constexpr const char* SRuleMissing = "Rule missing for pattern";
 
@@ -332,7 +330,7 @@ TKBPattern::TKBPattern(TComponent* AOwner, const TKBName& AName, const IFactTemp
 TKBPattern::TKBPattern(TComponent* AOwner, TKBPattern* APattern, const TKBName& AName, std::int32_t ANegatedCount) {
   InitializeClass(AOwner, AName, APattern ? APattern->FFactTemplate : IFactTemplate(), ANegatedCount);
   if (!APattern) return;
-  TInferenceEngine* Generator = Engine();
+  IKnowledgeBase* Generator = Engine();
   BeginUpdate();
   for (int Slot = 0; Slot < APattern->GetSlotCount(); ++Slot) {
     const std::string SlotName = APattern->GetSlotName(Slot);
@@ -386,10 +384,10 @@ std::unique_ptr<TKBPattern> TKBPattern::NewInstance(TComponent* AOwner, const TK
   return std::make_unique<TKBPattern>(AOwner, AName, ATemplate, ANegatedCount);
 }
 
-TInferenceEngine* TKBPattern::Engine() const noexcept {
+IKnowledgeBase* TKBPattern::Engine() const noexcept {
   if (TRule* Rule = GetRule())
-    if (TInferenceEngine* Result = AsEngine(Rule->GetEngine())) return Result;
-  if (TInferenceEngine* Result = AsEngine(FOwner)) return Result;
+    if (IKnowledgeBase* Result = KnowledgeBaseOf(Rule->GetEngine())) return Result;
+  if (IKnowledgeBase* Result = KnowledgeBaseOf(FOwner)) return Result;
   return FFactTemplate ? FFactTemplate->GetEngine() : nullptr;
 }
 
@@ -545,7 +543,7 @@ void TKBPattern::SetTests(const TStrings& Source) {
 void TKBPattern::FixTests() {
   if (FNumORConstraints == 0) return;
   TRule* Rule = GetRule();
-  TInferenceEngine* Host = Engine();
+  IKnowledgeBase* Host = Engine();
   IReasoner* Reasoner = Host;
 
   // The new lists are built before any is replaced, so that a refusal
@@ -689,7 +687,7 @@ void TKBPattern::Assign(TPersistent* Source) {
 
 std::unique_ptr<TKBPattern> TKBPattern::Clone(TComponent* AOwner) const {
   IFactTemplate Template = FFactTemplate;
-  TInferenceEngine* Target = AsEngine(AOwner);
+  IKnowledgeBase* Target = KnowledgeBaseOf(AOwner);
   if (Target && Template && Template->GetEngine() != Target) {
     // The pattern moves to another engine: it takes that engine's template.
     IFactTemplate Found = Target->FindFactTemplate(Template->GetTemplateName());

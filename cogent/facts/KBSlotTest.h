@@ -304,7 +304,7 @@ protected:
 
 private:
   // The engine of the owner or else of the template; may be nil.
-  TInferenceEngine* Engine() const noexcept;
+  IKnowledgeBase* Engine() const noexcept;
   TSlotTests* SlotTestsFor(int Slot);
   // Empties FTests, each test reported.
   void ClearLines();

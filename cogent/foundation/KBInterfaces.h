@@ -4,8 +4,11 @@
 // hold (not counted).
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
+#include "cogent/foundation/KBConsts.h"
+#include "cogent/host/Classes.h"
 #include "cogent/host/RefCounted.h"
 
 namespace cogent {
@@ -35,6 +38,17 @@ using IModule = Ref<TModule>;
 class TModuleImportExport;
 using IModuleImport = Ref<TModuleImportExport>;
 using IModuleExport = Ref<TModuleImportExport>;
+
+class TEncoding;
+class TKBContext;
+class TKBPattern;
+class TRule;
+class TModules;
+class TFactTemplates;
+class TKBDefinedTypes;
+class TFactSets;
+class TRules;
+class TUserFunctions;
 
 // What the factory builds.
 enum TKBObjectType : std::uint8_t {
@@ -84,5 +98,88 @@ public:
 protected:
   ~IReasoner() = default;
 };
+
+// What templates, facts, patterns, modules, rules and the parser see of the
+// engine: its modules and the construct tables of the current one, the
+// global context, working memory's entry, and the text services they call
+// back. The engine implements it; KnowledgeBaseOf finds it behind an owner.
+class IKnowledgeBase : public IReasoner {
+public:
+  using IReasoner::PrettyPrint;
+
+  // ------------------------------------------------------------ factory
+  // A collection of the module's, built by the engine's (replaceable) factory.
+  virtual TObject* CreateKBObject(TKBObjectType KBObject, TModule* Module) = 0;
+
+  // ------------------------------------------------------------ modules
+  virtual TModules* GetModules() const noexcept = 0;
+  virtual int AddModule(const IModule& Module) = 0;
+  virtual void RemoveModule(const IModule& Module) = 0;
+  virtual void ClearModules() = 0;
+  // The module that the engine itself is adding or removing: the module
+  // list's own moves of it are the engine's and go no further.
+  virtual const IModule& GetModuleInOperation() const noexcept = 0;
+  virtual void SetCurrentModule(const IModule& Value) = 0;
+  // The module becomes current without an event: the engine caches its
+  // collections. Only a module calls this, from FocusModule.
+  virtual void UseModule(TModule& Module) = 0;
+  virtual void RenameModule(const std::string& OldName, const std::string& NewName) = 0;
+  virtual IModule PopFocus() = 0;
+
+  // ------------------------------------------------------------ the current module's tables
+  virtual TFactTemplates* GetFactTemplates() const noexcept = 0;
+  virtual TKBDefinedTypes* GetDefinedTypes() const noexcept = 0;
+  virtual TFactSets* GetFactSets() const noexcept = 0;
+  virtual TRules* GetRules() const noexcept = 0;
+  virtual TUserFunctions* GetUserFunctions() const noexcept = 0;
+  virtual TKBPattern* GetInitialFactPattern() const noexcept = 0;
+  // The current module's stand-in for "no fact" in a token.
+  virtual IFact GetNullFact() const = 0;
+  virtual TKBContext* GetGlobalContext() const noexcept = 0;
+  // The current module's type of that name, or nil.
+  virtual IKBDefinedType FindDefinedType(const TKBName& Name) const = 0;
+
+  // ------------------------------------------------------------ templates and rules
+  virtual IFactTemplate FindFactTemplate(const TKBName& AName) const = 0;
+  virtual IFactTemplate CreateFactTemplate(const TKBName& AName) = 0;
+  virtual void RenameFactTemplate(TFactTemplate* Template, const TKBName& OldName, const TKBName& NewName) = 0;
+  virtual std::int32_t NewRuleId() = 0;
+  virtual void RenameRule(const TKBName& OldName, const TKBName& NewName) = 0;
+  // A rule's patterns or actions changed: the network recompiles it.
+  virtual void RuleChange(TRule* Rule) = 0;
+
+  // ------------------------------------------------------------ working memory
+  virtual std::int32_t Assert(const IFact& Fact, bool Unconditional) = 0;
+  virtual std::int32_t GetFactIdCounter() const noexcept = 0;
+  virtual TTypeChecks GetTypeChecks() const noexcept = 0;
+
+  // ------------------------------------------------------------ text
+  virtual std::string GenerateSymbol(const std::string& Prefix) = 0;
+  virtual void PrintOut(const std::string& OutID, const std::string& Text) = 0;
+  virtual std::string PrettyPrint(const TFact& Fact) const = 0;
+  virtual bool GetPrintModuleQualifiers() const noexcept = 0;
+  virtual IFact ParseFact(const std::string& AString, TEncoding* Encoding = nullptr) = 0;
+  virtual IKBValue ParseValue(const std::string& AString, const IFactSlot& Slot, TEncoding* Encoding = nullptr) = 0;
+  virtual IFactSlot ParseFactTemplateSlot(const std::string& AString, TEncoding* Encoding = nullptr) = 0;
+  virtual std::unique_ptr<TRule> ParseRule(const std::string& AString, TEncoding* Encoding = nullptr) = 0;
+
+protected:
+  ~IKnowledgeBase() = default;
+};
+
+// The knowledge base that Object is, or nil.
+inline IKnowledgeBase* KnowledgeBaseOf(TObject* Object) noexcept { return dynamic_cast<IKnowledgeBase*>(Object); }
+
+// The factory's object as the caller's own, or nil (and freed) when the
+// factory built something of another class.
+template <class T>
+std::unique_ptr<T> CreateKBObjectAs(IKnowledgeBase& Factory, TKBObjectType KBObject, TModule* Module) {
+  std::unique_ptr<TObject> Object(Factory.CreateKBObject(KBObject, Module));
+  if (auto* Result = dynamic_cast<T*>(Object.get())) {
+    (void)Object.release();
+    return std::unique_ptr<T>(Result);
+  }
+  return nullptr;
+}
 
 }  // namespace cogent

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "cogent/common/VXCommon.h"
-#include "cogent/engine/InferenceEngine.h"
 #include "cogent/engine/KBCollections.h"
 #include "cogent/language/KBRuleParser.h"
 #include "cogent/values/KBDefinedType.h"
@@ -23,29 +22,32 @@ std::string TextOf(const IStreamToken& Token) {
   return Token->GetText().empty() ? Token->ToString() : Token->GetText();
 }
 
-// Whether a construct of the kind that Keyword introduces already has Name in
-// the current module (for modules and functions: in the engine).
-bool NameTaken(const TInferenceEngine& Engine, const std::string& Keyword, const std::string& Name) {
-  if (Keyword == "deftemplate") return Engine.GetFactTemplates() && Engine.GetFactTemplates()->ContainsKey(Name);
-  if (Keyword == "deftype") return Engine.GetDefinedTypes() && Engine.GetDefinedTypes()->ContainsKey(Name);
-  if (Keyword == "deffacts") return Engine.GetFactSets() && Engine.GetFactSets()->IndexOf(Name) >= 0;
-  if (Keyword == "defrule") return Engine.GetRules() && Engine.GetRules()->ContainsKey(Name);
-  if (Keyword == "deffunction") return Engine.GetUserFunctions() && Engine.GetUserFunctions()->ContainsKey(Name);
-  if (Keyword == "defmodule") return Engine.GetModules() && Engine.GetModules()->IndexOf(Name) >= 0;
-  return false;
+// Whether a construct of that kind already has Name in the current module
+// (for modules and functions: in the engine).
+bool NameTaken(const IKnowledgeBase& Engine, TParsedType Kind, const std::string& Name) {
+  switch (Kind) {
+    case ptFactTemplate:
+      return Engine.GetFactTemplates() && Engine.GetFactTemplates()->ContainsKey(Name);
+    case ptDefType:
+      return Engine.GetDefinedTypes() && Engine.GetDefinedTypes()->ContainsKey(Name);
+    case ptFactSet:
+      return Engine.GetFactSets() && Engine.GetFactSets()->IndexOf(Name) >= 0;
+    case ptRule:
+      return Engine.GetRules() && Engine.GetRules()->ContainsKey(Name);
+    case ptFunction:
+      return Engine.GetUserFunctions() && Engine.GetUserFunctions()->ContainsKey(Name);
+    case ptDefModule:
+      return Engine.GetModules() && Engine.GetModules()->IndexOf(Name) >= 0;
+    default:
+      return false;
+  }
 }
 
 // The module of that name, nil for none.
-TModule* ModuleNamed(const TInferenceEngine& Engine, const std::string& Name) {
+TModule* ModuleNamed(const IKnowledgeBase& Engine, const std::string& Name) {
   const TModules* Modules = Engine.GetModules();
   if (Modules == nullptr || Name.empty() || Modules->IndexOf(Name) < 0) return nullptr;
   return Modules->GetModule(Name).get();
-}
-
-IKBDefinedType FindDefinedType(const TInferenceEngine& Engine, const std::string& Name) {
-  IKBDefinedType Result;
-  if (const TKBDefinedTypes* Types = Engine.GetDefinedTypes()) Types->TryGetValue(Name, Result);
-  return Result;
 }
 
 // The type names and what each adds; "?VARIABLE" is handled apart.
@@ -144,7 +146,7 @@ IStreamToken TKBRuleParser::ParseHeader(std::string& Name, std::string& Comment,
                                         const std::string& Keyword, const std::string& Where,
                                         const std::string& Message) {
   TKBRuleStream& Tokens = Stream();
-  TInferenceEngine& Target = Engine();
+  IKnowledgeBase& Target = Engine();
   Comment.clear();
   ReadKeyword(*this, Tokens, Keyword, Where, Message);
   Name = ParseFullName(Module);
@@ -156,7 +158,7 @@ IStreamToken TKBRuleParser::ParseHeader(std::string& Name, std::string& Comment,
     Module = Current ? Current->GetName() : std::string();
   }
   if (GetAutoRenameCopy())
-    while (NameTaken(Target, Keyword, Name)) Name = RenameCopy(Name);
+    while (NameTaken(Target, FindConstructType(Keyword), Name)) Name = RenameCopy(Name);
   return ReadComment(Tokens, HasComment, Comment);
 }
 
@@ -171,8 +173,8 @@ IStreamToken TKBRuleParser::ParseHeader(std::string& Name, std::string& Comment,
   // "::" means nothing here: the name stands as written.
   Name = Token->GetText();
   if (GetAutoRenameCopy()) {
-    const TInferenceEngine& Target = Engine();
-    while (NameTaken(Target, Keyword, Name)) Name = RenameCopy(Name);
+    const IKnowledgeBase& Target = Engine();
+    while (NameTaken(Target, FindConstructType(Keyword), Name)) Name = RenameCopy(Name);
   }
   return ReadComment(Tokens, HasComment, Comment);
 }
@@ -204,7 +206,7 @@ TKBTypes TKBRuleParser::ParseSlotTypes(IKBDefinedType& DefinedType) {
     if (Known) continue;
     const IKBValue Value = Token->Value()->Resolve(Engine().GetGlobalContext());
     const IKBDefinedType Found =
-        Value && Value->GetDType() != dtList ? FindDefinedType(Engine(), Value->GetAsString()) : nullptr;
+        Value && Value->GetDType() != dtList ? Engine().FindDefinedType(Value->GetAsString()) : nullptr;
     if (!Found) ParseError(Where, _SInvalidSlotType, Token->ToString());
     if (DefinedType) ParseError(Where, _SNoMultiTypeInheritance);
     Types = Types + Found->GetBaseTypes();
@@ -319,7 +321,7 @@ IStreamToken TKBRuleParser::ParseAllowedEnumerations(const IKBDefinedType& Defin
 IFactTemplate TKBRuleParser::ParseFactTemplate() {
   static const std::string Where = "ParseFactTemplate";
   TKBRuleStream& Tokens = Stream();
-  TInferenceEngine& Target = Engine();
+  IKnowledgeBase& Target = Engine();
   std::string Name;
   std::string Comment;
   std::string Module;
@@ -336,7 +338,7 @@ IFactTemplate TKBRuleParser::ParseFactTemplate() {
     } else if (Word == "is-a") {
       const IStreamToken TypeName = Tokens.NextToken();
       if (!IsAtom(TypeName)) ParseError(Where, _SMissingIsaTypeName);
-      IsA = FindDefinedType(Target, TypeName->GetText());
+      IsA = Target.FindDefinedType(TypeName->GetText());
       if (!IsA) ParseError(Where, _SUnknownTypeName, TypeName->GetText());
     } else {
       ParseError(Where, _SExpectedExtends);
@@ -346,7 +348,7 @@ IFactTemplate TKBRuleParser::ParseFactTemplate() {
 
   // An unknown parent is no parent.
   const IFactTemplate Parent = ParentName.empty() ? nullptr : Target.FindFactTemplate(ParentName);
-  const IFactTemplate Template(new TFactTemplate(&Target, Name, Comment, Parent));
+  const IFactTemplate Template(new TFactTemplate(GetOwner(), Name, Comment, Parent));
   if (TModule* Home = ModuleNamed(Target, Module)) Template->SetModule(Home);
 
   if (IsA) {
@@ -368,7 +370,7 @@ IFactSlot TKBRuleParser::ParseFactTemplateSlot() {
   static const std::string Where = "ParseFactTemplateSlot";
   static const std::string AllowedPrefix = "allowed-";
   TKBRuleStream& Tokens = Stream();
-  TInferenceEngine& Target = Engine();
+  IKnowledgeBase& Target = Engine();
 
   if (!Is(Tokens.NextToken(), '(')) ParseError(Where, _SMissingOpenParens);
   const IStreamToken Kind = Tokens.NextToken();
@@ -505,7 +507,7 @@ IFactSlot TKBRuleParser::ParseFactTemplateSlot() {
 IKBDefinedType TKBRuleParser::ParseDefinedType() {
   static const std::string Where = "ParseDefinedType";
   TKBRuleStream& Tokens = Stream();
-  TInferenceEngine& Target = Engine();
+  IKnowledgeBase& Target = Engine();
   std::string Name;
   std::string Comment;
   std::string Module;

@@ -1,6 +1,5 @@
 #pragma once
-// The rule language's reader and writer: the parser of the rule language,
-// and the writer of facts and calls, which works with or without an engine.
+// The parser of the rule language; its writer is the facts layer's printer.
 
 #include <cstdint>
 #include <memory>
@@ -9,36 +8,11 @@
 
 #include "cogent/facts/KBFacts.h"
 #include "cogent/facts/KBPackages.h"
+#include "cogent/facts/KBPrinter.h"
 #include "cogent/language/KBParser.h"
 #include "cogent/language/KBTokenizer.h"
 
 namespace cogent {
-
-class TInferenceEngine;
-
-// "(template slot...)": named slots as "(name value)", an ordered fact as
-// its fields; a slot whose value prints empty is left out.
-std::string PrettyPrint(const TFact& Fact);
-std::string PrettyPrint(const IFact& Fact);
-// The text of one slot by its value, by a given value or by a given text.
-std::string PrettyPrint(const TFact& Fact, const TKBName& SlotName);
-std::string PrettyPrint(const TFact& Fact, const TKBName& SlotName, const IKBValue& Value);
-std::string PrettyPrint(const TFact& Fact, const TKBName& SlotName, const std::string& Text);
-// A call; in the modify form each argument after the first is a slot pair.
-std::string PrettyPrint(const TFunctionCall& FunCall, bool ModifyForm);
-std::string PrettyPrint(const IFunCall& FunCall, bool ModifyForm);
-// The modify form for "modify" and "duplicate", the plain form otherwise.
-std::string PrettyPrint(const TFunctionCall& FunCall);
-std::string PrettyPrint(const IFunCall& FunCall);
-
-// A slot definition: "(slot name ...)" or "(multislot name ...)" with its
-// default, its types or its defined type.
-std::string PrettyPrint(const TFactSlot& Slot);
-// "(deftemplate ...)"; the name with its module when PrintModuleQualifiers.
-std::string PrettyPrint(const TFactTemplate& Template, bool PrintModuleQualifiers);
-// "(deftype ...)" for a named type; for an implicit one, a slot's own, its
-// "(type ...)" clause and constraint clauses, left open.
-std::string PrettyPrint(const TKBDefinedType& DefinedType, bool PrintModuleQualifiers);
 
 // ---------------------------------------------------------------- TKBRuleParser
 
@@ -63,7 +37,7 @@ public:
   void SetStream(TGTextStream* Value) override;
   // Nil when the stream is no rule stream.
   TKBRuleStream* GetStream() const noexcept { return FRuleStream; }
-  TInferenceEngine* GetEngine() const noexcept { return FEngine; }
+  IKnowledgeBase* GetEngine() const noexcept { return FEngine; }
 
   void Clear() override;
   std::string GenerateSymbol(const std::string& Prefix) override;
@@ -154,7 +128,7 @@ public:
 protected:
   // The stream and the engine, or the errors of their absence.
   TKBRuleStream& Stream() const;
-  TInferenceEngine& Engine() const;
+  IKnowledgeBase& Engine() const;
 
 private:
   // What ParseError raises.
@@ -162,7 +136,7 @@ private:
   // The grammar of a construct that this parser cannot read yet.
   [[noreturn]] void NotYetReadable(const std::string& Where, const char* What);
 
-  TInferenceEngine* FEngine;
+  IKnowledgeBase* FEngine;
   TKBRuleStream* FRuleStream = nullptr;
   TStringList<TSlotArgRecord> FSlotFunctions;
   // How deep the calls being read are nested: the grammar recurses, so text

@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "cogent/common/VXNexus.h"
-#include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBContext.h"
 #include "cogent/language/KBParser.h"
 
@@ -241,7 +240,7 @@ void TKBRuleStream::SetEngine(TComponent* Value) {
 }
 
 std::string TKBRuleStream::GenerateSymbol(const char* Prefix) {
-  if (auto* Engine = dynamic_cast<TInferenceEngine*>(FOwner)) return Engine->GenerateSymbol(Prefix);
+  if (auto* Engine = KnowledgeBaseOf(FOwner)) return Engine->GenerateSymbol(Prefix);
   return Prefix + IntToStr(++FSymbolIndex);
 }
 

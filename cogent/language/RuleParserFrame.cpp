@@ -3,7 +3,7 @@
 
 #include <exception>
 
-#include "cogent/engine/InferenceEngine.h"
+#include "cogent/engine/KBCollections.h"
 #include "cogent/language/KBRuleParser.h"
 
 namespace cogent {
@@ -26,7 +26,7 @@ std::int32_t CurrentLine(TKBRuleStream& Stream) {
 }  // namespace
 
 TKBRuleParser::TKBRuleParser(TComponent* AOwner, TGTextStream* AStream)
-    : TKBParser(AOwner, nullptr), FEngine(dynamic_cast<TInferenceEngine*>(AOwner)) {
+    : TKBParser(AOwner, nullptr), FEngine(KnowledgeBaseOf(AOwner)) {
   SetStream(AStream);
   AddSlotFunction("assert", 0, 0);
   AddSlotFunction("fuzzy-assert", 0, 0);
@@ -51,7 +51,7 @@ TKBRuleStream& TKBRuleParser::Stream() const {
   return *FRuleStream;
 }
 
-TInferenceEngine& TKBRuleParser::Engine() const {
+IKnowledgeBase& TKBRuleParser::Engine() const {
   if (FEngine == nullptr) throw EKBException(_SUnknownEngine);
   return *FEngine;
 }
@@ -226,7 +226,7 @@ bool TKBRuleParser::Parse(bool Execute) {
 }
 
 bool TKBRuleParser::ParseExpression(bool Execute) {
-  TInferenceEngine& Target = Engine();
+  IKnowledgeBase& Target = Engine();
   const IStreamToken Token = Stream().NextToken();
   TParsedType Kind = GetConstructType(Token);
   IKBValue Value;
@@ -265,7 +265,7 @@ bool TKBRuleParser::ParseExpression(bool Execute) {
     case ptFactSet: {
       std::unique_ptr<TFactSet> FactSet = ParseFactSet();
       if (FactSet) {
-        FactSet->SetEngineNoParse(&Target);
+        FactSet->SetEngineNoParse(GetOwner());
         Target.GetFactSets()->Add(FactSet.get());
         Echo = IntToStr(FactSet->GetCount());
       }
@@ -317,7 +317,7 @@ bool TKBRuleParser::ParseExpression(bool Execute) {
       ConstructIntf = Value;
     }
   }
-  if (Kind != ptNone && Kind != ptGlobals && Kind != ptEOF && Kind != ptRule) Target.PrintOut(Echo + sLineBreak);
+  if (Kind != ptNone && Kind != ptGlobals && Kind != ptEOF && Kind != ptRule) Target.PrintOut("", Echo + sLineBreak);
   if (OnParse) OnParse(this, Kind, Construct, ConstructIntf);
   return !(Value && Value->Equals(FCEOF));
 }

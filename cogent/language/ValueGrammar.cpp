@@ -6,7 +6,6 @@
 #include <string>
 
 #include "cogent/common/VXCommon.h"
-#include "cogent/engine/InferenceEngine.h"
 #include "cogent/engine/KBCollections.h"
 #include "cogent/language/KBRuleParser.h"
 #include "cogent/values/KBDefinedType.h"
@@ -38,7 +37,7 @@ std::string TKBRuleParser::ParseFullName(std::string& Module) {
     return Text;
   }
   const std::string Qualifier = Text.substr(0, Colons);
-  TInferenceEngine& Target = Engine();
+  IKnowledgeBase& Target = Engine();
   const IModule Current = Target.GetCurrentModule();
   if (!(Current && Current->GetName() == Qualifier)) {
     const TModules* Modules = Target.GetModules();
@@ -230,7 +229,7 @@ IFact TKBRuleParser::ParseFact() {
   if (Open->GetDataType() != '(') ParseError("ParseFact", _SExpectedAtom);
   const IStreamToken Name = Tokens.NextToken();
   if (Name->GetDataType() != dtAtom) ParseError("ParseFact", _SExpectedAtom);
-  TInferenceEngine& Target = Engine();
+  IKnowledgeBase& Target = Engine();
   IFactTemplate Template;
   if (GetExplicitCreateTemplates()) {
     Template = Target.FindFactTemplate(Name->GetText());

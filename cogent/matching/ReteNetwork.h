@@ -7,21 +7,21 @@
 
 namespace cogent {
 
-class TInferenceEngine;
+class IKnowledgeBase;
 
 class TReteNetwork : public TComponent {
 public:
-  TReteNetwork(TInferenceEngine* AEngine, TModule* AModule) : TComponent(nullptr), FEngine(AEngine), FModule(AModule) {}
+  TReteNetwork(IKnowledgeBase* AEngine, TModule* AModule) : TComponent(nullptr), FEngine(AEngine), FModule(AModule) {}
   ~TReteNetwork() override { Destroying(); }
 
-  TInferenceEngine* GetEngine() const noexcept { return FEngine; }
-  void SetEngine(TInferenceEngine* Value) noexcept { FEngine = Value; }
+  IKnowledgeBase* GetEngine() const noexcept { return FEngine; }
+  void SetEngine(IKnowledgeBase* Value) noexcept { FEngine = Value; }
   TModule* GetModule() const noexcept { return FModule; }
   // Sends a token through the network; with no rules nothing takes notice.
   void ProcessToken(const IReteToken& Token) { (void)Token; }
 
 private:
-  TInferenceEngine* FEngine;
+  IKnowledgeBase* FEngine;
   TModule* FModule;
 };
 

@@ -7,20 +7,20 @@
 
 namespace cogent {
 
-class TInferenceEngine;
+class IKnowledgeBase;
 class TActivation;
 
 class TKBAgenda : public TPersistent {
 public:
-  TKBAgenda(TInferenceEngine* AEngine, TModule* AModule) : FEngine(AEngine), FModule(AModule) {}
+  TKBAgenda(IKnowledgeBase* AEngine, TModule* AModule) : FEngine(AEngine), FModule(AModule) {}
 
-  TInferenceEngine* GetEngine() const noexcept { return FEngine; }
-  void SetEngine(TInferenceEngine* Value) noexcept { FEngine = Value; }
+  IKnowledgeBase* GetEngine() const noexcept { return FEngine; }
+  void SetEngine(IKnowledgeBase* Value) noexcept { FEngine = Value; }
   TModule* GetModule() const noexcept { return FModule; }
   int GetCount() const noexcept { return 0; }
 
 private:
-  TInferenceEngine* FEngine;
+  IKnowledgeBase* FEngine;
   TModule* FModule;
 };
 

@@ -2,15 +2,13 @@
 
 #include <utility>
 
-#include "cogent/engine/InferenceEngine.h"
+#include "cogent/engine/KBCollections.h"
 #include "cogent/facts/KBPackages.h"
 #include "cogent/host/Guards.h"
 
 namespace cogent {
 
 namespace {
-
-TInferenceEngine* AsEngine(TComponent* Component) noexcept { return dynamic_cast<TInferenceEngine*>(Component); }
 
 bool IsVariable(const IKBValue& Value) noexcept {
   return Value && (Value->GetDType() == dtVariable || Value->GetDType() == dtMultiVariable);
@@ -41,7 +39,7 @@ void SubstFunCall(const IFunCall& Call, const TRenames& Renames) {
 
 // The fact that stands in a token for a negated pattern, or for a branch
 // that no fact satisfied.
-bool IsNullFact(const IFact& Fact, const TInferenceEngine& Engine) {
+bool IsNullFact(const IFact& Fact, const IKnowledgeBase& Engine) {
   if (Fact == Engine.GetNullFact()) return true;
   const IFactTemplate Template = Fact->GetTemplate();
   return Template && Template->GetTemplateName() == SNullFact;
@@ -195,12 +193,13 @@ TRule::TRule(TComponent* AOwner)
       FSalienceValue(new TKBValue(0, dtInteger)),
       FActions(std::make_unique<TRuleActionList>(this)),
       FPatterns(std::make_unique<TRulePatternList>(this)) {
-  TInferenceEngine* Found = AsEngine(AOwner);
+  TComponent* Found = KnowledgeBaseOf(AOwner) ? AOwner : nullptr;
   if (!Found && AOwner && AOwner->GetComponentState().Contains(csDesigning))
-    for (int I = 0; I < AOwner->GetComponentCount() && !Found; ++I) Found = AsEngine(AOwner->GetComponent(I));
+    for (int I = 0; I < AOwner->GetComponentCount() && !Found; ++I)
+      if (KnowledgeBaseOf(AOwner->GetComponent(I))) Found = AOwner->GetComponent(I);
   if (Found) {
     FEngine = Found;
-    FID = Found->NewRuleId();
+    FID = KnowledgeBaseOf(Found)->NewRuleId();
     FreeNotification(Found);
   }
   FRuleName = "Rule_" + IntToStr(FID);
@@ -216,11 +215,10 @@ TRule::~TRule() {
   SetEngine(nullptr);
 }
 
-TInferenceEngine* TRule::Engine() const noexcept {
-  TInferenceEngine* Result = AsEngine(FEngine);
+IKnowledgeBase* TRule::Engine() const noexcept {
   // An engine on its way out has no tables left to leave.
-  if (Result && Result->GetComponentState().Contains(csDestroying)) return nullptr;
-  return Result;
+  if (!FEngine || FEngine->GetComponentState().Contains(csDestroying)) return nullptr;
+  return KnowledgeBaseOf(FEngine);
 }
 
 // ------------------------------------------------------------ identity
@@ -231,7 +229,7 @@ void TRule::SetRuleName(const TKBName& Value) {
   const TKBName OldName = FRuleName;
   FRuleName = Value;
   if (IsLoading()) return;
-  TInferenceEngine* Host = Engine();
+  IKnowledgeBase* Host = Engine();
   if (!Host) return;
   TFocusBack Back;
   try {
@@ -252,7 +250,8 @@ void TRule::SetEngine(TComponent* Value) {
     FEngine = Value;
   } else {
     const bool RuleDestroying = GetComponentState().Contains(csDestroying);
-    if (TInferenceEngine* Old = Engine()) {
+    if (IKnowledgeBase* Old = Engine()) {
+      TComponent* const OldComponent = FEngine;
       const TFocusBack Back(FocusModule(!RuleDestroying));
       // Without its engine for the moment, the rule is only taken out of
       // the table: the table neither frees it nor asks it back.
@@ -263,12 +262,12 @@ void TRule::SetEngine(TComponent* Value) {
           if (Rules->TryGetValue(FRuleName, Stored) && Stored == this) Rules->ExtractPair(FRuleName);
         }
       } catch (...) {
-        FEngine = Old;
+        FEngine = OldComponent;
         throw;
       }
     }
     FEngine = Value;
-    if (TInferenceEngine* New = Engine(); New && !RuleDestroying) {
+    if (IKnowledgeBase* New = Engine(); New && !RuleDestroying) {
       const std::int32_t OldID = FID;
       FID = New->NewRuleId();
       TFocusBack Back;
@@ -287,12 +286,12 @@ void TRule::SetEngine(TComponent* Value) {
 
 void TRule::SetModule(const std::string& Value) {
   if (Value == FModule) return;
-  TInferenceEngine* Host = IsLoading() ? nullptr : Engine();
+  IKnowledgeBase* Host = IsLoading() ? nullptr : Engine();
   if (!Host) {
     FModule = Value;
     return;
   }
-  if (!Value.empty() && Value != "MAIN") Host->GetModules()->GetModule(Value);
+  if (!Value.empty() && Value != MainModuleName) Host->GetModules()->GetModule(Value);
   const TFocusBack Back(FocusModule(true));
   const std::string OldModule = FModule;
   TComponent* const Keep = FEngine;
@@ -309,14 +308,8 @@ void TRule::SetModule(const std::string& Value) {
 }
 
 IModule TRule::FocusModule(bool ModuleMustExist) {
-  TInferenceEngine* Host = Engine();
-  if (!Host || !Host->GetModules()) return nullptr;
-  const std::string Target = FModule.empty() ? "MAIN" : FModule;
-  if (!ModuleMustExist && Host->GetModules()->IndexOf(Target) < 0) return nullptr;
-  const IModule Current = Host->GetCurrentModule();
-  if (Current && Current->GetName() == Target) return nullptr;
-  Host->GetModules()->GetModule(Target)->FocusModule();
-  return Current;
+  IKnowledgeBase* Host = Engine();
+  return Host ? FocusModuleNamed(*Host, FModule, ModuleMustExist) : nullptr;
 }
 
 // ------------------------------------------------------------ salience
@@ -340,7 +333,7 @@ void TRule::SetSalience(const IKBValue& Value) {
 
 std::int32_t TRule::EvaluateSalience() {
   if (!FSalienceValue) return FSalience;
-  TInferenceEngine* Host = Engine();
+  IKnowledgeBase* Host = Engine();
   if (!Host) {
     // A number needs no context; anything else waits for an engine.
     const TKBType Kind = FSalienceValue->GetDType();
@@ -400,7 +393,7 @@ TBinding* TRule::AddBinding(const TKBName& AName, std::int32_t AFactIndex, const
 }
 
 void TRule::AddPattern(TKBPattern* Pattern) {
-  TInferenceEngine* Host = Engine();
+  IKnowledgeBase* Host = Engine();
   if (!Host) throw EKBException(_SUnknownEngine);
   if (!Pattern) return;
   Pattern->SetOwner(this);
@@ -414,7 +407,7 @@ void TRule::AddPattern(TKBPattern* Pattern) {
     const bool CannotStart = Pattern->GetNegatedCount() >= 1 || Pattern->GetName() == STestCE ||
                              (Template && Template->IsBackwardChaining());
     if (CannotStart && Host->GetInitialFactPattern())
-      FPatterns->Insert(0, Host->GetInitialFactPattern()->Clone(Host));
+      FPatterns->Insert(0, Host->GetInitialFactPattern()->Clone(FEngine));
   }
 
   // A test pattern puts no fact in the token.
@@ -498,7 +491,7 @@ void TRule::EndUpdate() {
 void TRule::Change(TObject* Sender) {
   (void)Sender;
   if (FUpdateCount >= 1) return;
-  if (TInferenceEngine* Host = Engine()) Host->RuleChange(this);
+  if (IKnowledgeBase* Host = Engine()) Host->RuleChange(this);
   if (OnChange) OnChange(this);
 }
 
@@ -507,7 +500,7 @@ void TRule::Change(TObject* Sender) {
 void TRule::Prepare(const IReteToken& Token, TKBContext* Context) {
   if (!Context) return;
   Context->SetToken(Token);
-  const TInferenceEngine* Host = Engine();
+  const IKnowledgeBase* Host = Engine();
   for (const auto& Binding : FBindings) {
     if (Binding->GetSlotIndex() == SLocalBinding) continue;
     const IFact Fact = Token ? Token->GetFacts(Binding->GetFactIndex()) : IFact();
@@ -526,7 +519,7 @@ void TRule::Prepare(const IReteToken& Token, TKBContext* Context) {
 }
 
 void TRule::Fire(const IReteToken& Token) {
-  TInferenceEngine* Host = Engine();
+  IKnowledgeBase* Host = Engine();
   if (!Host) throw EKBException(_SUnknownEngine);
   const std::unique_ptr<TKBContext> Context = Host->GetGlobalContext()->Push();
   Context->ClearReturnValue();
@@ -544,7 +537,7 @@ void TRule::EndFiring(TKBContext* Context) {
   if (Context->GetReturning()) {
     // A return without a value leaves the module.
     if (Context->GetReturnValue() == FCPopFocus)
-      if (TInferenceEngine* Host = Engine()) Host->PopFocus();
+      if (IKnowledgeBase* Host = Engine()) Host->PopFocus();
     Context->ClearReturnValue();
   }
   Context->Pop();
@@ -577,7 +570,7 @@ void TRule::Assign(TPersistent* Source) {
     SetActions(*Rule->FActions);
     SetSalience(Rule->FSalienceValue);
   } else {
-    TInferenceEngine* Host = Engine();
+    IKnowledgeBase* Host = Engine();
     if (!Host) throw EKBException(_SUnknownEngine);
     // A rule crosses engines as text: read by this engine's rule grammar.
     const std::unique_ptr<TRule> Copy = Host->ParseRule(Rule->ToString());
@@ -586,7 +579,7 @@ void TRule::Assign(TPersistent* Source) {
 }
 
 void TRule::Reload() {
-  TInferenceEngine* Host = Engine();
+  IKnowledgeBase* Host = Engine();
   if (FText.empty() || !Host) return;
   const std::unique_ptr<TRule> Copy = Host->ParseRule(FText);
   if (Copy) Assign(Copy.get());
@@ -597,9 +590,8 @@ void TRule::Reload() {
 
 void TRule::Loaded() {
   TComponent::Loaded();
-  TInferenceEngine* Host = Engine();
   // An engine that is loading itself reads its rules again when it is done.
-  if (Host && !Host->GetComponentState().Contains(csLoading)) Reload();
+  if (Engine() && !FEngine->GetComponentState().Contains(csLoading)) Reload();
 }
 
 void TRule::Notification(TComponent* AComponent, TOperation Operation) {

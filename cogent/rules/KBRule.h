@@ -19,7 +19,7 @@
 namespace cogent {
 
 class TRule;
-class TInferenceEngine;
+class IKnowledgeBase;
 
 // Raised as a rule fires, with the context its actions will run in.
 using TRuleFireEvent = std::function<void(TObject* Sender, TKBContext* Context)>;
@@ -127,7 +127,7 @@ public:
   virtual void SetRuleName(const TKBName& Value);
   const std::string& GetComment() const noexcept { return FComment; }
   void SetComment(const std::string& Value) { FComment = Value; }
-  // Any component; only a TInferenceEngine counts as an engine.
+  // Any component; only a knowledge base counts as an engine.
   TComponent* GetEngine() const noexcept { return FEngine; }
   // Leaves the old engine's table, takes a new id and enters the new
   // engine's table, each in the rule's module.
@@ -234,7 +234,7 @@ protected:
 
 private:
   // The engine when it is one, else nil.
-  TInferenceEngine* Engine() const noexcept;
+  IKnowledgeBase* Engine() const noexcept;
   bool IsLoading() const noexcept { return GetComponentState().Contains(csLoading); }
   // The steps of a firing that run also when an action raises.
   void EndFiring(TKBContext* Context);

@@ -27,16 +27,16 @@ public:
   TTexts Calls;
 
   IFactTemplate ParseFactTemplate() override {
-    return IFactTemplate(new TFactTemplate(GetEngine(), Skip("ParseFactTemplate")));
+    return IFactTemplate(new TFactTemplate(GetOwner(), Skip("ParseFactTemplate")));
   }
   std::unique_ptr<TRule> ParseRule() override {
     const std::string Name = Skip("ParseRule");
-    auto Rule = std::make_unique<TRule>(GetEngine());
+    auto Rule = std::make_unique<TRule>(GetOwner());
     Rule->SetRuleName(Name);
     return Rule;
   }
   std::unique_ptr<TFactSet> ParseFactSet() override {
-    return std::make_unique<TFactSet>(GetEngine(), "", Skip("ParseFactSet"));
+    return std::make_unique<TFactSet>(GetOwner(), "", Skip("ParseFactSet"));
   }
   IUserFunction ParseFunction() override {
     return TKBUserFunction::Create<TKBUserFunction>(Skip("ParseFunction"));
@@ -47,7 +47,7 @@ public:
   }
   IKBDefinedType ParseDefinedType() override { return IKBDefinedType(new TKBDefinedType(Skip("ParseDefinedType"))); }
   IModule ParseModule() override {
-    IModule Module(new TModule(GetEngine(), false));
+    IModule Module(new TModule(GetOwner(), false));
     Module->SetName(Skip("ParseModule"));
     return Module;
   }

@@ -1,6 +1,6 @@
 #pragma once
 // Small text helpers shared by the writers of the rule language. Internal to
-// the language layer: not part of what a host includes.
+// the library: not part of what a host includes.
 
 #include <string>
 
