@@ -300,9 +300,7 @@ TEST(KBParserTest, TheParsersStreamIsRestored) {
 
 TEST(KBParserTest, ParseTextAsAKindOfValue) {
   TInferenceEngine Engine;
-  const IKBValue Variable = Engine.Parse("x", dtMultiVariable);
-  EXPECT_EQ(Variable->GetDType(), dtMultiVariable);
-  EXPECT_EQ(Variable->GetAsString(), "x");
+  EXPECT_EQ(Engine.Parse("x", dtMultiVariable)->GetToString(), "$?x");
   EXPECT_EQ(Engine.Parse("anything", dtNone)->GetDType(), dtNone);
 
   // Quotes go from both ends, as many as there are; inner ones stay.
