@@ -7,33 +7,13 @@
 #include <limits>
 #include <string>
 
+#include "HostTestSupport.h"
+
 using namespace cogent;
 
-namespace {
+using cogent::hosttest::ErrorOf;
 
-template <class... Args>
-std::string FormatError(std::string_view Fmt, const Args&... AArgs) {
-  try {
-    Format(Fmt, AArgs...);
-  } catch (const EConvertError& E) {
-    return E.what();
-  }
-  return "no error";
-}
-
-template <class F>
-std::string ConvertError(F Call) {
-  try {
-    Call();
-  } catch (const EConvertError& E) {
-    return E.what();
-  }
-  return "no error";
-}
-
-}  // namespace
-
-TEST(FormatTest, IntegerDirectives) {
+TEST(FormatTest, IntegerAndPointerDirectives) {
   EXPECT_EQ(Format("a %d b %d", 1, 2), "a 1 b 2");
   EXPECT_EQ(Format("%5d|%-5d|", 42, 42), "   42|42   |");
   EXPECT_EQ(Format("%.5d", -12), "-00012");
@@ -41,6 +21,9 @@ TEST(FormatTest, IntegerDirectives) {
   // Unsigned and hexadecimal read a negative Integer as its 32-bit word.
   EXPECT_EQ(Format("%u", -1), "4294967295");
   EXPECT_EQ(Format("%x|%.4x|%X", 255, 255, -1), "FF|00FF|FFFFFFFF");
+  const void* Nil = nullptr;
+  EXPECT_EQ(Format("%p|%p", Nil, reinterpret_cast<const void*>(std::uintptr_t{0xABCDEF})),
+            "0000000000000000|0000000000ABCDEF");
 }
 
 TEST(FormatTest, StringsIndexesStarsAndPercent) {
@@ -67,14 +50,8 @@ TEST(FormatTest, FloatDirectives) {
   EXPECT_EQ(Format("%f|%e|%8g|", std::nan(""), -HUGE_VAL, HUGE_VAL), "NAN|-INF|     INF|");
 }
 
-TEST(FormatTest, Pointers) {
-  const void* Nil = nullptr;
-  EXPECT_EQ(Format("%p", Nil), "0000000000000000");
-  const auto* P = reinterpret_cast<const void*>(std::uintptr_t{0xABCDEF});
-  EXPECT_EQ(Format("%p", P), "0000000000ABCDEF");
-}
-
 TEST(FormatTest, MismatchesAndMissingArgumentsRaise) {
+  const auto FormatError = [](auto... Args) { return ErrorOf<EConvertError>([&] { Format(Args...); }); };
   const auto Invalid = [](const char* F) { return std::string("Format '") + F + "' invalid or incompatible with argument"; };
   EXPECT_EQ(FormatError("%d", 1.5), Invalid("%d"));
   EXPECT_EQ(FormatError("%p", 1), Invalid("%p"));
@@ -99,7 +76,7 @@ TEST(ConversionTest, IntegersConsumeTheWholeText) {
   }
   std::int64_t V64 = 0;
   EXPECT_FALSE(TryStrToInt64("9223372036854775808", V64));
-  EXPECT_EQ(ConvertError([] { StrToInt("12a"); }), "'12a' is not a valid integer value");
+  EXPECT_EQ(ErrorOf<EConvertError>([] { StrToInt("12a"); }), "'12a' is not a valid integer value");
 }
 
 TEST(ConversionTest, FloatsConsumeTheWholeText) {
@@ -113,7 +90,7 @@ TEST(ConversionTest, FloatsConsumeTheWholeText) {
     EXPECT_FALSE(TryStrToFloat(Bad, V)) << Bad;
     EXPECT_EQ(V, 7) << Bad;
   }
-  EXPECT_EQ(ConvertError([] { StrToFloat("abc"); }), "'abc' is not a valid floating point value");
+  EXPECT_EQ(ErrorOf<EConvertError>([] { StrToFloat("abc"); }), "'abc' is not a valid floating point value");
 }
 
 TEST(ConversionTest, NumbersToText) {

@@ -10,6 +10,7 @@
 #include "cogent/language/KBRuleParser.h"
 #include "cogent/values/KBDefinedType.h"
 #include "cogent/values/KBFuzzyLogic.h"
+#include "LanguageTestSupport.h"
 
 namespace cogent {
 namespace {
@@ -17,15 +18,12 @@ namespace {
 using test::ErrorOf;
 using test::Int;
 
-// A host function of the engine, freed with it, that counts its calls and
-// gives Result.
-void AddConstant(TInferenceEngine& Engine, const std::string& Name, IKBValue Result, int* Calls = nullptr) {
-  auto* Function = new TUserFunction(&Engine, Name);
-  Function->OnCall = [Result, Calls](TObject*, const IFunCall&, TKBContext*, IKBValue& Out) {
-    if (Calls != nullptr) ++*Calls;
+// A host function of the engine that counts its calls and gives Result.
+void AddConstant(TInferenceEngine& Engine, const std::string& Name, IKBValue Result, int& Calls) {
+  langtest::AddFunction(Engine, Name, [Result, &Calls](TObject*, const IFunCall&, TKBContext*, IKBValue& Out) {
+    ++Calls;
     Out = Result;
-  };
-  Function->SetEngine(&Engine);
+  });
 }
 
 IKBDefinedType AddType(TInferenceEngine& Engine, const std::string& Name, TKBTypes Types) {
@@ -36,19 +34,14 @@ IKBDefinedType AddType(TInferenceEngine& Engine, const std::string& Name, TKBTyp
 
 IFactSlot SlotOf(TInferenceEngine& Engine, const std::string& Text) { return Engine.ParseFactTemplateSlot(Text); }
 
-IModule AddModule(TInferenceEngine& Engine, const std::string& Name) {
-  IModule Module(new TModule(&Engine, false));
-  Module->SetName(Name);
-  Engine.AddModule(Module);
-  return Module;
-}
+using langtest::AddModule;
 
 // ---------------------------------------------------------------- templates
 
 TEST(ConstructGrammarTest, TemplatesEnterTheEngineWhole) {
   TInferenceEngine Engine;
   std::string Output;
-  Engine.OnPrintOut = [&](TObject*, const std::string&, const std::string& Text) { Output += Text; };
+  langtest::CaptureOutput(Engine, Output);
   std::vector<std::string> Heard;
   Engine.SetOnParseFactTemplate([&](TObject*, const IFactTemplate& T) { Heard.push_back(T->GetTemplateName()); });
 
@@ -98,7 +91,7 @@ TEST(ConstructGrammarTest, TemplatesEnterTheEngineWhole) {
 TEST(ConstructGrammarTest, HeadersWithoutModules) {
   TInferenceEngine Engine;
   AddModule(Engine, "a");
-  TKBRuleParser& Parser = dynamic_cast<TKBRuleParser&>(*Engine.GetParser());
+  TKBRuleParser& Parser = langtest::ParserOf(Engine);
   std::string Name;
   std::string Comment = "stale";
   const auto Read = [&](const std::string& Text, bool HasComment) {
@@ -158,7 +151,7 @@ TEST(ConstructGrammarTest, SlotTypes) {
 TEST(ConstructGrammarTest, SlotDefaults) {
   TInferenceEngine Engine;
   int Calls = 0;
-  AddConstant(Engine, "zz-seven", Int(7), &Calls);
+  AddConstant(Engine, "zz-seven", Int(7), Calls);
 
   // "default" runs its call at once; "default-dynamic" keeps it for each fact.
   const IFactSlot Now = SlotOf(Engine, "(slot b (default (zz-seven)))");
@@ -213,7 +206,7 @@ TEST(ConstructGrammarTest, SlotAndTemplateErrors) {
 
 // ---------------------------------------------------------------- headers, modules, inheritance
 
-TEST(ConstructGrammarTest, QualifiedHeadersSwitchTheModule) {
+TEST(ConstructGrammarTest, QualifiedHeadersSwitchTheModuleAndTakenNamesRename) {
   TInferenceEngine Engine;
   const IModule Main = Engine.GetCurrentModule();
   const IModule Other = AddModule(Engine, "OTHER");
@@ -242,18 +235,12 @@ TEST(ConstructGrammarTest, QualifiedHeadersSwitchTheModule) {
   EXPECT_TRUE(Engine.Parse("(deftemplate OTHER::stay)", true));
   EXPECT_EQ(Engine.GetCurrentModule(), Main);
   EXPECT_TRUE(Main->GetFactTemplates()->ContainsKey("stay"));
-}
 
-TEST(ConstructGrammarTest, HeadersRenameTakenNames) {
-  TInferenceEngine Engine;
-  TKBRuleParser& Parser = dynamic_cast<TKBRuleParser&>(*Engine.GetParser());
-  Parser.SetAutoRenameCopy(true);
+  // A taken name can be renamed instead.
+  langtest::ParserOf(Engine).SetAutoRenameCopy(true);
   EXPECT_TRUE(Engine.Parse("(deftemplate a) (deftemplate a) (deftemplate a)", true));
-  const std::string Second = RenameCopy("a");
-  const std::string Third = RenameCopy(Second);
-  EXPECT_TRUE(Engine.FindFactTemplate("a"));
-  EXPECT_TRUE(Engine.FindFactTemplate(Second));
-  EXPECT_TRUE(Engine.FindFactTemplate(Third));
+  for (const std::string& Name : {std::string("a"), RenameCopy("a"), RenameCopy(RenameCopy("a"))})
+    EXPECT_TRUE(Engine.FindFactTemplate(Name)) << Name;
 }
 
 TEST(ConstructGrammarTest, ExtendsAndIsA) {
@@ -315,7 +302,7 @@ TEST(ConstructGrammarTest, SlotConstraintsLiveInAnImplicitType) {
 
   // "?VARIABLE" leaves one end open; calls and globals give bounds.
   int Calls = 0;
-  AddConstant(Engine, "zz-five", Int(5), &Calls);
+  AddConstant(Engine, "zz-five", Int(5), Calls);
   Engine.GetGlobalVariables()->Add("*top*", test::Flt(7.5));
   const IKBDefinedType Open = SlotOf(Engine, "(slot b (range ?VARIABLE 10))")->GetExtendedTypeInfo();
   EXPECT_TRUE(Open->GetRangeLimited());
@@ -350,25 +337,14 @@ TEST(ConstructGrammarTest, SlotConstraintsLiveInAnImplicitType) {
             "ParseDefinedType at line 1: ( slot b ( allowed-colours ");
 }
 
-TEST(ConstructGrammarTest, FuzzySlotsRefuseNewLimits) {
-  TInferenceEngine Engine;
-  AddType(Engine, "level", TKBTypes{dtFuzzy});
-  EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type level) (range 0 1))"); }),
-            "Parsing Error, Invalid attempt to modify fuzzy type in fact template slot, fuzzy types cannot be "
-            "modified in ParseFactTemplateSlot at line 1: ( slot b ( type level ) ( range ");
-  const IFactSlot Counted = SlotOf(Engine, "(multislot b (type level) (cardinality 0 2))");
-  EXPECT_TRUE(Counted->GetExtendedTypeInfo()->GetCardinalityLimited());
-  EXPECT_TRUE(Counted->GetSlotType().Contains(dtFuzzy));
-}
-
-TEST(ConstructGrammarTest, FuzzyDefaultsNameASetOfTheVariable) {
+TEST(ConstructGrammarTest, FuzzySlots) {
   TInferenceEngine Engine;
   const IKBDefinedType Level = AddType(Engine, "level", TKBTypes{dtFuzzy});
   IFuzzyVariable Variable(new TKBFuzzyVariable("level"));
   Level->SetFuzzyType(Variable);
-  const IFuzzySet High = Variable->NewFuzzySet("high");
-  Variable->AddTerm(High);
+  Variable->AddTerm(Variable->NewFuzzySet("high"));
 
+  // A default names a set of the type's variable.
   const IFactSlot Slot = SlotOf(Engine, "(slot b (type level) (default high))");
   const IKBValue Default = Slot->GetSlotDefault();
   ASSERT_EQ(Default->GetDType(), dtFuzzy);
@@ -378,6 +354,14 @@ TEST(ConstructGrammarTest, FuzzyDefaultsNameASetOfTheVariable) {
   EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type FUZZY) (default high))"); }),
             "Parsing Error, Fuzzy Type Definition needed to parse value in ParseValue(SlotTypes) at line 1: "
             "( slot b ( type FUZZY ) ( default ");
+
+  // New limits are refused, all but a count of items.
+  EXPECT_EQ(ErrorOf([&] { SlotOf(Engine, "(slot b (type level) (range 0 1))"); }),
+            "Parsing Error, Invalid attempt to modify fuzzy type in fact template slot, fuzzy types cannot be "
+            "modified in ParseFactTemplateSlot at line 1: ( slot b ( type level ) ( range ");
+  const IFactSlot Counted = SlotOf(Engine, "(multislot b (type level) (cardinality 0 2))");
+  EXPECT_TRUE(Counted->GetExtendedTypeInfo()->GetCardinalityLimited());
+  EXPECT_TRUE(Counted->GetSlotType().Contains(dtFuzzy));
 }
 
 // Checks that need the defined type's own rules: ranges, allowed lists and
@@ -419,7 +403,7 @@ TEST(ConstructGrammarTest, ConstraintsAreEnforced) {
 TEST(ConstructGrammarTest, DefinedTypes) {
   TInferenceEngine Engine;
   std::string Output;
-  Engine.OnPrintOut = [&](TObject*, const std::string&, const std::string& Text) { Output += Text; };
+  langtest::CaptureOutput(Engine, Output);
   std::vector<std::string> Heard;
   Engine.SetOnParseDefinedType([&](TObject*, const IKBDefinedType& T) { Heard.push_back(T->GetName()); });
 
@@ -459,17 +443,14 @@ TEST(ConstructGrammarTest, DefinedTypes) {
   ASSERT_TRUE(Engine.ParseDefinedType(Good));
   for (std::size_t Length = 0; Length < Good.size(); ++Length)
     EXPECT_THROW(Engine.ParseDefinedType(Good.substr(0, Length)), EKBException) << Good.substr(0, Length);
-}
 
-TEST(ConstructGrammarTest, DefinedTypesInherit) {
-  TInferenceEngine Engine;
+  // A type extending another copies its limits, and its own override them.
   ASSERT_TRUE(Engine.Parse("(deftype small extends (type INTEGER) (range 0 10) (units cm))", true));
   ASSERT_TRUE(Engine.Parse("(deftype tiny \"smaller\" extends (type small FLOAT) (range 0 2))", true));
   const IKBDefinedType Small = Engine.GetDefinedTypes()->Get("small");
   const IKBDefinedType Tiny = Engine.GetDefinedTypes()->Get("tiny");
   ASSERT_TRUE(Tiny);
   EXPECT_EQ(Tiny->GetAncestor(), Small);
-  // Inherited limits are copied, and its own override them.
   EXPECT_EQ(Tiny->GetUnits(), "cm");
   EXPECT_DOUBLE_EQ(Tiny->GetMaxRange(), 2.0);
   EXPECT_DOUBLE_EQ(Small->GetMaxRange(), 10.0);

@@ -10,16 +10,6 @@ namespace {
 
 using namespace test;
 
-TEST(PrintingTest, OrderedFacts) {
-  TInferenceEngine Engine;
-  const IFact Fact = Engine.CreateFactTemplate("colour")->NewFact();
-  EXPECT_EQ(PrettyPrint(Fact), "(colour)");
-  Fact->SetValue(SDefaultSlotName, List({Atom("red")}));
-  EXPECT_EQ(PrettyPrint(Fact), "(colour red )");
-  Fact->SetValue(SDefaultSlotName, List({Str("a b"), Int(2), IKBValue(new TKBValue(1.5))}));
-  EXPECT_EQ(Fact->ToString(), "(colour \"a b\" 2 1.5000 )");
-}
-
 TEST(PrintingTest, TemplateFactsInSortedSlotOrder) {
   // Without an engine the fact prints through the plain printer.
   IFactTemplate Person(new TFactTemplate(nullptr, "person"));
@@ -43,13 +33,6 @@ TEST(PrintingTest, Calls) {
   Call->AddArgument(Str("hi"));
   Call->AddArgument(IKBValue(new TKBValue("x", dtVariable)));
   EXPECT_EQ(PrettyPrint(Call), "(printout t \"hi\" ?x)");
-
-  IFunCall Inner(new TFunctionCall("+"));
-  Inner->AddArgument(Int(1));
-  Inner->AddArgument(Int(2));
-  IFunCall Outer(new TFunctionCall("assert"));
-  Outer->AddArgument(IKBValue(new TKBValue(Inner)));
-  EXPECT_EQ(Outer->ToString(), "(assert (+ 1 2))");
 
   // The slot pairs of modify and duplicate.
   IFunCall Modify(new TFunctionCall("modify"));

