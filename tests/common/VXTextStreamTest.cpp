@@ -38,14 +38,11 @@ std::string TempFile(const char* Name) { return testing::TempDir() + Name; }
 TEST(VXTextStream, RoundTripsInEachEncodingWithPreamble) {
   struct TCase {
     TEncoding* Encoding;
-    TBytes Head;   // preamble and "G"
-    TBytes Clef;   // the bytes of U+1D11E
+    TBytes Head;  // preamble and "G"
   };
-  const std::vector<TCase> Cases{
-      {TEncoding::UTF8(), {0xEF, 0xBB, 0xBF, 'G'}, {0xF0, 0x9D, 0x84, 0x9E}},
-      {TEncoding::Unicode(), {0xFF, 0xFE, 'G', 0}, {0x34, 0xD8, 0x1E, 0xDD}},
-      {TEncoding::BigEndianUnicode(), {0xFE, 0xFF, 0, 'G'}, {0xD8, 0x34, 0xDD, 0x1E}},
-  };
+  const std::vector<TCase> Cases{{TEncoding::UTF8(), {0xEF, 0xBB, 0xBF, 'G'}},
+                                 {TEncoding::Unicode(), {0xFF, 0xFE, 'G', 0}},
+                                 {TEncoding::BigEndianUnicode(), {0xFE, 0xFF, 0, 'G'}}};
   for (const TCase& Case : Cases) {
     SCOPED_TRACE(Case.Encoding->EncodingName());
     TMemoryStream M;
@@ -64,11 +61,7 @@ TEST(VXTextStream, RoundTripsInEachEncodingWithPreamble) {
       M.SetPosition(0);
       TGTextStream R(&M, Given);
       EXPECT_EQ(R.GetEncoding(), Case.Encoding);
-      EXPECT_EQ(R.GetLine(), Text);
-      EXPECT_EQ(R.GetChar(), U'\U0001D11E');
-      EXPECT_EQ(R.GetChar(), U'x');
-      EXPECT_EQ(R.GetLine(), "");
-      EXPECT_EQ(R.GetChar(), End);
+      EXPECT_EQ(ReadAll(R), U"Gr\u00FC\u00DFe \u20AC\r\n\U0001D11Ex\r\n");
       EXPECT_EQ(R.GetLineNumber(), 3);
     }
   }
