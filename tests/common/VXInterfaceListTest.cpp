@@ -82,8 +82,8 @@ TEST(VXInterfaceList, NotifyFollowsEachChange) {
   List.Add(MakeRef<TItem>(9));
   List.Clear();
   EXPECT_EQ(Taken->FValue, 0);
-  EXPECT_EQ(List.Log,
-            (std::vector<std::string>{"+1@1", "+0@2", "-1@2", "+5@2", "+nil@3", "x0@2", "-nil@1", "+9@2", "-5@0", "-9@0"}));
+  EXPECT_EQ(List.Log, (std::vector<std::string>{"+1@1", "+0@2", "-1@2", "+5@2", "+nil@3", "x0@2", "-nil@1", "+9@2",
+                                                 "-5@0", "-9@0"}));
 }
 
 TEST(VXInterfaceList, ItemsAreReleasedWithTheList) {

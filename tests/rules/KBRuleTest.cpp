@@ -126,7 +126,8 @@ protected:
   static std::vector<std::string> SlotValues(const TKBPattern* P, const std::string& Slot) {
     std::vector<std::string> Result;
     const int Line = P->IndexOfSlotName(Slot);
-    for (int I = 0; I < P->GetSlotTestCount(Line); ++I) Result.push_back(P->GetSlotTest(Line, I)->GetSlotValue()->ToString());
+    for (int I = 0; I < P->GetSlotTestCount(Line); ++I)
+      Result.push_back(P->GetSlotTest(Line, I)->GetSlotValue()->ToString());
     return Result;
   }
 
@@ -196,9 +197,9 @@ TEST_F(RuleTest, PatternsGiveBindingsAndFactIndices) {
 
 TEST_F(RuleTest, RulesThatCannotStartHangFromTheInitialFact) {
   // (not (a (x ?_blank_9) (y :(zz-record ?_blank_9)))) (b (y ?y))
-  TRule* NotFirst =
-      NewRule("not-first", Pattern(A, {{"x", Var("_blank_9")}, {"y", CallValue(Call("zz-record", {Var("_blank_9")}))}}, 1),
-              Pattern(B, {{"y", Var("y")}}));
+  const IKBValue UsesBlank = CallValue(Call("zz-record", {Var("_blank_9")}));
+  TRule* NotFirst = NewRule("not-first", Pattern(A, {{"x", Var("_blank_9")}, {"y", UsesBlank}}, 1),
+                            Pattern(B, {{"y", Var("y")}}));
   EXPECT_EQ(Names(*NotFirst), "Initial-Fact a b");
   EXPECT_EQ(NotFirst->GetPatterns()->GetItem(0)->GetOwner(), NotFirst);
   EXPECT_NE(NotFirst->GetPatterns()->GetItem(0), Engine.GetInitialFactPattern());
@@ -224,7 +225,8 @@ TEST_F(RuleTest, RulesThatCannotStartHangFromTheInitialFact) {
 TEST_F(RuleTest, NegatedFirstUseAndMissingEngine) {
   // (a (x ~?x)) can't compile; the pattern stays in the list.
   TRule* Rule = NewRule("r1");
-  EXPECT_EQ(ErrorOf([&] { Rule->GetPatterns()->Add(Pattern(A, {{"y", Var("y")}, {"x", Var("x"), NoSubIndex, true}})); }),
+  auto Bad = Pattern(A, {{"y", Var("y")}, {"x", Var("x"), NoSubIndex, true}});
+  EXPECT_EQ(ErrorOf([&] { Rule->GetPatterns()->Add(std::move(Bad)); }),
             "First Use of Variable is negated, variable name is x");
   EXPECT_EQ(Rule->GetPatterns()->GetCount(), 1);
 
@@ -246,7 +248,8 @@ TEST_F(RuleTest, NegatedFirstUseAndMissingEngine) {
 TEST_F(RuleTest, NeedPatternGetsBoundNameAndCompanion) {
   // (need-a ?v ?_blank_4)
   const IFactTemplate NeedA = Engine.CreateFactTemplate("need-a");
-  TRule* Rule = NewRule("answer", Pattern(NeedA, {{SDefaultSlotName, Var("v"), 0}, {SDefaultSlotName, Var("_blank_4"), 1}}));
+  TRule* Rule =
+      NewRule("answer", Pattern(NeedA, {{SDefaultSlotName, Var("v"), 0}, {SDefaultSlotName, Var("_blank_4"), 1}}));
 
   ASSERT_EQ(Names(*Rule), "need-a a");
   const TKBPattern* Goal = Rule->GetPatterns()->GetItem(0);
