@@ -27,7 +27,8 @@ protected:
 
 TEST(VXNexus, RelaysRemovalOfWatchedComponents) {
   std::vector<TEvent> Events;
-  TComponentNexus Nexus([&Events](TComponent* C, TOperation Op) { Events.push_back({C, Op}); });
+  auto Record = [&Events](TComponent* C, TOperation Op) { Events.push_back({C, Op}); };
+  TComponentNexus Nexus(Record);
   auto* Watched = new TComponent(nullptr);
   auto* Other = new TComponent(nullptr);
   Nexus.Watch(Watched);
@@ -45,8 +46,7 @@ TEST(VXNexus, RelaysRemovalOfWatchedComponents) {
   Events.clear();
   {
     TComponent Owner(nullptr);
-    auto* Relay = new TComponentNexus([&Events](TComponent* C, TOperation Op) { Events.push_back({C, Op}); },
-                                      &Owner);
+    auto* Relay = new TComponentNexus(Record, &Owner);
     auto* Child = new TComponent(nullptr);
     Relay->Watch(Child);
     delete Child;
@@ -59,7 +59,7 @@ TEST(VXNexus, RelaysRemovalOfWatchedComponents) {
   // The watcher may go first.
   auto* Outliving = new TComponent(nullptr);
   {
-    TComponentNexus Gone([&Events](TComponent* C, TOperation Op) { Events.push_back({C, Op}); });
+    TComponentNexus Gone(Record);
     Gone.Watch(Outliving);
   }
   delete Outliving;  // must not reach the freed nexus
