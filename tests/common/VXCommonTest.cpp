@@ -20,15 +20,12 @@ TEST(VXCommon, HashIsStableAndSeeded) {
   EXPECT_NE(CalculateHash(std::string_view("a\0b", 3)), CalculateHash("a"));
 }
 
-TEST(VXCommon, FloatEquals) {
+TEST(VXCommon, NumbersAndRanges) {
   EXPECT_TRUE(FloatEquals(1.25, 1.0, 0.25));
   EXPECT_FALSE(FloatEquals(1.0, 1.3, 0.25));
   const double Inf = std::numeric_limits<double>::infinity();
   EXPECT_TRUE(FloatEquals(Inf, Inf, 0.0));
   EXPECT_FALSE(FloatEquals(std::nan(""), std::nan(""), 1.0));
-}
-
-TEST(VXCommon, InCircularRange) {
   // (Bottom, Top]; a Top below Bottom wraps round; Bottom equal to Top is empty.
   const struct { int Bottom, Value, Top; bool In; } Cases[] = {
       {2, 2, 5, false}, {2, 5, 5, true},  {2, 6, 5, false}, {8, 9, 2, true}, {8, 0, 2, true},
@@ -36,7 +33,7 @@ TEST(VXCommon, InCircularRange) {
   for (const auto& C : Cases) EXPECT_EQ(InCircularRange(C.Bottom, C.Value, C.Top), C.In) << C.Bottom << " " << C.Value;
 }
 
-TEST(VXCommon, ContainsCharactersCountsCodePoints) {
+TEST(VXCommon, TextHelpers) {
   const std::string_view Forbidden = " '\"#()[]?:$&;<>";
   EXPECT_EQ(ContainsCharacters("plain-name", Forbidden), 0u);
   // "ÄÖü?x": the "?" is the fourth character, the seventh byte.
@@ -45,24 +42,17 @@ TEST(VXCommon, ContainsCharactersCountsCodePoints) {
   EXPECT_EQ(ContainsCharacters("abc\xE2\x82\xAC", "\xE2\x82\xAC"), 4u);
   // A character that shares a lead byte with one in the set is no match.
   EXPECT_EQ(ContainsCharacters("\xC3\xA8", "\xC3\xA9"), 0u);
-}
 
-TEST(VXCommon, CharacterClassesAndCase) {
   for (char32_t C : std::u32string_view(U"0123456789+-.")) EXPECT_TRUE(IsNumberChar(C)) << static_cast<int>(C);
   EXPECT_TRUE(VXCharInSet(U'\u00E9', U"x\u00E9"));
   EXPECT_FALSE(VXCharInSet(U'e', U"x\u00E9"));
   EXPECT_EQ(VXUpperCase("stra\xC3\xA9" "e"), "STRA\xC3\x89" "E");
   EXPECT_EQ(VXLowerCase("\xC3\x84" "BC"), "\xC3\xA4" "bc");
-}
 
-TEST(VXCommon, RenameCopyGivesFreshValidNames) {
   EXPECT_EQ(RenameCopy("rule"), "Copy_of_rule");
   EXPECT_EQ(RenameCopy("Copy_of_rule"), "Copy_2_of_rule");
   EXPECT_EQ(RenameCopy("Copy_2_of_rule"), "Copy_3_of_rule");
   EXPECT_EQ(RenameCopy("Copy_x_of_rule"), "Copy_of_Copy_x_of_rule");
-}
-
-TEST(VXCommon, IndentAndStreamHelpers) {
   EXPECT_EQ(IndentString(2), "      ");
   EXPECT_EQ(IndentString(-1), "");
 
@@ -70,7 +60,6 @@ TEST(VXCommon, IndentAndStreamHelpers) {
   WritePreambleToStream(Stream, *TEncoding::Unicode());
   WriteStringToStream(Stream, "A\xC3\xA9", *TEncoding::Unicode());
   EXPECT_EQ(Stream.Bytes(), (TBytes{0xFF, 0xFE, 'A', 0, 0xE9, 0}));
-
 }
 
 namespace {

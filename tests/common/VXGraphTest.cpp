@@ -2,20 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <vector>
 
-#include "tests/common/TestStrings.h"
+#include "cogent/foundation/VXCollections.h"  // a TStrings to order into
 
 using namespace cogent;
 
 namespace {
 
-std::vector<std::string>* GLog = nullptr;
-
-void Log(const std::string& Line) {
-  if (GLog) GLog->push_back(Line);
-}
+using TLines = std::vector<std::string>;
+TLines GLog;  // what the hooks of TLogNode saw
 
 class TLogEdge : public TGGraphEdge {
 public:
@@ -35,67 +33,68 @@ protected:
   }
   void AddingEdgeTo(TGGraphNode* ToNode) override {
     if (FVetoAdd) throw EGraphError("veto");
-    Log("+" + GetName() + ">" + ToNode->GetName());
+    GLog.push_back("+" + GetName() + ">" + ToNode->GetName());
   }
-  void RemovingEdgeTo(TGGraphNode* ToNode) override { Log("-" + GetName() + ">" + ToNode->GetName()); }
+  void RemovingEdgeTo(TGGraphNode* ToNode) override { GLog.push_back("-" + GetName() + ">" + ToNode->GetName()); }
   void AddingEdgeFrom(TGGraphNode* FromNode) override {
-    Log("+" + GetName() + "<" + FromNode->GetName() + "#" + std::to_string(GetPredecessorCount()));
+    GLog.push_back("+" + GetName() + "<" + FromNode->GetName() + "#" + std::to_string(GetPredecessorCount()));
     TGLinkedGraphNode::AddingEdgeFrom(FromNode);
   }
   void RemovingEdgeFrom(TGGraphNode* FromNode) override {
-    Log("-" + GetName() + "<" + FromNode->GetName() + "#" + std::to_string(GetPredecessorCount()));
+    GLog.push_back("-" + GetName() + "<" + FromNode->GetName() + "#" + std::to_string(GetPredecessorCount()));
     TGLinkedGraphNode::RemovingEdgeFrom(FromNode);
   }
 };
 
-struct TLogScope {
-  std::vector<std::string> Lines;
-  TLogScope() { GLog = &Lines; }
-  ~TLogScope() { GLog = nullptr; }
-};
-
-std::vector<std::string> Successors(const TGGraphNode* Node) {
-  std::vector<std::string> Names;
+TLines Successors(const TGGraphNode* Node) {
+  TLines Names;
   for (int I = 0; I < Node->GetEdgeCount(); ++I) Names.push_back(Node->GetEdge(I)->GetToNode()->GetName());
   return Names;
 }
 
 TGGraph* NewLogGraph() { return new TGGraph(nullptr, TGGraph::NodeClassOf<TLogNode>()); }
 
+// Nodes a, b and c of Graph, as the class the graph makes.
+template <class N = TGGraphNode>
+std::array<N*, 3> Abc(TGGraph& Graph) {
+  return {static_cast<N*>(Graph.CreateNode("a")), static_cast<N*>(Graph.CreateNode("b")),
+          static_cast<N*>(Graph.CreateNode("c"))};
+}
+
+template <class F>
+std::string GraphError(F&& Action) {
+  try {
+    Action();
+  } catch (const EGraphError& E) {
+    return E.what();
+  }
+  return "no error";
+}
+
 }  // namespace
 
 TEST(VXGraph, EdgesKeepOrderAndRepeat) {
   TGGraph Graph;
-  TGGraphNode* A = Graph.CreateNode("a");
-  TGGraphNode* B = Graph.CreateNode("b");
-  TGGraphNode* C = Graph.CreateNode("c");
+  const auto [A, B, C] = Abc(Graph);
   A->AddEdge(B);
   A->AddEdge(C);
   A->AddEdge(B);
-  EXPECT_EQ(Successors(A), (std::vector<std::string>{"b", "c", "b"}));
   A->RemoveEdge(0);
-  EXPECT_EQ(Successors(A), (std::vector<std::string>{"c", "b"}));
-  try {
-    A->AddEdge(nullptr);
-    FAIL();
-  } catch (const EGraphError& E) {
-    EXPECT_STREQ(E.what(), "Graph node is nil");
-  }
+  EXPECT_EQ(Successors(A), (TLines{"c", "b"}));
+  EXPECT_EQ(GraphError([&] { A->AddEdge(nullptr); }), "Graph node is nil");
   EXPECT_EQ(Graph.FindNode("c"), C);
 }
 
 TEST(VXGraph, LinkedNodesKnowPredecessorsAndHooksRunBefore) {
-  TLogScope Scope;
+  GLog.clear();
   std::unique_ptr<TGGraph> Graph(NewLogGraph());
-  auto* A = static_cast<TLogNode*>(Graph->CreateNode("a"));
-  auto* B = static_cast<TLogNode*>(Graph->CreateNode("b"));
-  auto* C = static_cast<TLogNode*>(Graph->CreateNode("c"));
+  const auto [A, B, C] = Abc<TLogNode>(*Graph);
   EXPECT_NE(dynamic_cast<TLogEdge*>(A->AddEdge(C)), nullptr);
   B->AddEdge(C);
   A->AddEdge(C);
   EXPECT_EQ(C->GetPredecessorCount(), 3);
   EXPECT_EQ(C->GetPredecessor(1), B);
-  EXPECT_EQ(Scope.Lines, (std::vector<std::string>{"+a>c", "+c<a#0", "+b>c", "+c<b#1", "+a>c", "+c<a#2"}));
+  EXPECT_EQ(GLog, (TLines{"+a>c", "+c<a#0", "+b>c", "+c<b#1", "+a>c", "+c<a#2"}));
 
   // A vetoed edge leaves both ends as they were.
   A->FVetoAdd = true;
@@ -104,69 +103,55 @@ TEST(VXGraph, LinkedNodesKnowPredecessorsAndHooksRunBefore) {
   EXPECT_EQ(B->GetPredecessorCount(), 0);
   A->FVetoAdd = false;
 
-  Scope.Lines.clear();
+  GLog.clear();
   B->RemoveEdge(0);
-  EXPECT_EQ(Scope.Lines, (std::vector<std::string>{"-b>c", "-c<b#3"}));
+  EXPECT_EQ(GLog, (TLines{"-b>c", "-c<b#3"}));
   EXPECT_EQ(C->GetPredecessorCount(), 2);
 
-  Scope.Lines.clear();
+  GLog.clear();
   C->RemovePredecessors();
-  EXPECT_EQ(Scope.Lines, (std::vector<std::string>{"-a>c", "-c<a#2", "-a>c", "-c<a#1"}));
+  EXPECT_EQ(GLog, (TLines{"-a>c", "-c<a#2", "-a>c", "-c<a#1"}));
   EXPECT_EQ(C->GetPredecessorCount(), 0);
   EXPECT_EQ(A->GetEdgeCount(), 0);
 }
 
 TEST(VXGraph, RemovingANodeTellsOnlyTheNodesThatStay) {
-  TLogScope Scope;
+  GLog.clear();
   std::unique_ptr<TGGraph> Graph(NewLogGraph());
-  auto* A = static_cast<TLogNode*>(Graph->CreateNode("a"));
-  auto* B = static_cast<TLogNode*>(Graph->CreateNode("b"));
-  auto* C = static_cast<TLogNode*>(Graph->CreateNode("c"));
+  const auto [A, B, C] = Abc<TLogNode>(*Graph);
   A->AddEdge(B);
   B->AddEdge(C);
   B->AddEdge(B);
   A->AddEdge(C);
-  Scope.Lines.clear();
+  GLog.clear();
   Graph->RemoveNode(B);
-  EXPECT_EQ(Scope.Lines, (std::vector<std::string>{"-a>b", "-c<b#2"}));
+  EXPECT_EQ(GLog, (TLines{"-a>b", "-c<b#2"}));
   EXPECT_EQ(Graph->GetNodeCount(), 2);
-  EXPECT_EQ(Successors(A), (std::vector<std::string>{"c"}));
+  EXPECT_EQ(Successors(A), (TLines{"c"}));
   EXPECT_EQ(C->GetPredecessorCount(), 1);
 
   // Extract hands the node over without its edges.
-  Scope.Lines.clear();
+  GLog.clear();
   std::unique_ptr<TGGraphNode> Taken = Graph->Extract(C);
   EXPECT_EQ(Taken.get(), C);
   EXPECT_EQ(C->GetGraph(), nullptr);
   EXPECT_EQ(A->GetEdgeCount(), 0);
   EXPECT_EQ(C->GetPredecessorCount(), 0);
-  EXPECT_EQ(Scope.Lines, (std::vector<std::string>{"-a>c"}));
+  EXPECT_EQ(GLog, (TLines{"-a>c"}));
   EXPECT_EQ(Graph->GetNodeCount(), 1);
 
-  try {
-    Graph->RemoveNode(C);
-    FAIL();
-  } catch (const EGraphError& E) {
-    EXPECT_STREQ(E.what(), "Graph node \"c\" does not belong to this graph");
-  }
+  EXPECT_EQ(GraphError([&] { Graph->RemoveNode(C); }), "Graph node \"c\" does not belong to this graph");
   // Back in, then refused by a second graph without being freed.
   Graph->AddNode(std::move(Taken));
   TGGraph Other;
-  try {
-    Other.AddNode(std::unique_ptr<TGGraphNode>(C));
-    FAIL();
-  } catch (const EGraphError& E) {
-    EXPECT_STREQ(E.what(), "Graph node \"c\" already belongs to a graph");
-  }
+  EXPECT_EQ(GraphError([&] { Other.AddNode(std::unique_ptr<TGGraphNode>(C)); }),
+            "Graph node \"c\" already belongs to a graph");
   EXPECT_EQ(Graph->IndexOfNode(C), 1);
 }
 
 TEST(VXGraph, DeletedNodesLeaveNoDanglingEdges) {
-  TLogScope Scope;
   TGGraph Graph;
-  TGGraphNode* A = Graph.CreateNode("a");
-  TGGraphNode* B = Graph.CreateNode("b");
-  TGGraphNode* C = Graph.CreateNode("c");
+  const auto [A, B, C] = Abc(Graph);
   A->AddEdge(B);
   B->AddEdge(C);
   C->AddEdge(A);
@@ -174,7 +159,7 @@ TEST(VXGraph, DeletedNodesLeaveNoDanglingEdges) {
   delete B;  // by other means than the graph
   EXPECT_EQ(Graph.GetNodeCount(), 2);
   EXPECT_EQ(A->GetEdgeCount(), 0);
-  EXPECT_EQ(Successors(C), (std::vector<std::string>{"a"}));
+  EXPECT_EQ(Successors(C), (TLines{"a"}));
 
   // Edges across graphs are cut when either graph goes.
   auto Outside = std::make_unique<TGGraph>();
@@ -183,7 +168,7 @@ TEST(VXGraph, DeletedNodesLeaveNoDanglingEdges) {
   A->AddEdge(X);
   Outside.reset();
   EXPECT_EQ(A->GetEdgeCount(), 0);
-  EXPECT_EQ(Successors(C), (std::vector<std::string>{"a"}));
+  EXPECT_EQ(Successors(C), (TLines{"a"}));
 
   C->FastClear();
   EXPECT_EQ(C->GetEdgeCount(), 0);
@@ -193,9 +178,7 @@ TEST(VXGraph, DeletedNodesLeaveNoDanglingEdges) {
 
 TEST(VXGraph, Acyclicity) {
   TGGraph Graph;
-  TGGraphNode* A = Graph.CreateNode("a");
-  TGGraphNode* B = Graph.CreateNode("b");
-  TGGraphNode* C = Graph.CreateNode("c");
+  const auto [A, B, C] = Abc(Graph);
   A->AddEdge(B);
   A->AddEdge(C);
   B->AddEdge(C);
@@ -234,29 +217,18 @@ TEST(VXGraph, Acyclicity) {
 
 TEST(VXGraph, TopologicalOrder) {
   TGGraph Graph;
-  TGGraphNode* Shirt = Graph.CreateNode("shirt");
-  TGGraphNode* Tie = Graph.CreateNode("tie");
-  TGGraphNode* Socks = Graph.CreateNode("socks");
-  TGGraphNode* Jacket = Graph.CreateNode("jacket");
-  TGGraphNode* Shoes = Graph.CreateNode("shoes");
-  TGGraphNode* Trousers = Graph.CreateNode("trousers");
-  Shirt->AddEdge(Tie);
-  Tie->AddEdge(Jacket);
-  Trousers->AddEdge(Shoes);
-  Socks->AddEdge(Shoes);
-  Shirt->AddEdge(Jacket);
-  TTestStrings Order;
+  for (const char* Name : {"shirt", "tie", "socks", "jacket", "shoes", "trousers"}) Graph.CreateNode(Name);
+  auto Edge = [&](const char* From, const char* To) { Graph.FindNode(From)->AddEdge(Graph.FindNode(To)); };
+  for (const auto& [From, To] : {std::pair{"shirt", "tie"}, {"tie", "jacket"}, {"trousers", "shoes"},
+                                 {"socks", "shoes"}, {"shirt", "jacket"}})
+    Edge(From, To);
+  TStringList<> Order;
   Order.Add("stale");
   Graph.TopologicalOrder(Order);
-  EXPECT_EQ(Order.FLines, (std::vector<std::string>{"shirt", "tie", "socks", "jacket", "trousers", "shoes"}));
-  EXPECT_EQ(Order.GetObject(5), Shoes);
+  EXPECT_EQ(Order.GetText(), "shirt\r\ntie\r\nsocks\r\njacket\r\ntrousers\r\nshoes\r\n");
+  EXPECT_EQ(Order.GetObject(5), Graph.FindNode("shoes"));
 
-  Jacket->AddEdge(Shirt);
-  try {
-    Graph.TopologicalOrder(Order);
-    FAIL();
-  } catch (const EGraphError& E) {
-    EXPECT_STREQ(E.what(), "Graph has a cycle and no topological order");
-  }
+  Edge("jacket", "shirt");
+  EXPECT_EQ(GraphError([&] { Graph.TopologicalOrder(Order); }), "Graph has a cycle and no topological order");
   EXPECT_EQ(Order.GetCount(), 6);
 }

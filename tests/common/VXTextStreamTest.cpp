@@ -38,14 +38,11 @@ std::string TempFile(const char* Name) { return testing::TempDir() + Name; }
 TEST(VXTextStream, RoundTripsInEachEncodingWithPreamble) {
   struct TCase {
     TEncoding* Encoding;
-    TBytes Head;   // preamble and "G"
-    TBytes Clef;   // the bytes of U+1D11E
+    TBytes Head;  // preamble and "G"
   };
-  const std::vector<TCase> Cases{
-      {TEncoding::UTF8(), {0xEF, 0xBB, 0xBF, 'G'}, {0xF0, 0x9D, 0x84, 0x9E}},
-      {TEncoding::Unicode(), {0xFF, 0xFE, 'G', 0}, {0x34, 0xD8, 0x1E, 0xDD}},
-      {TEncoding::BigEndianUnicode(), {0xFE, 0xFF, 0, 'G'}, {0xD8, 0x34, 0xDD, 0x1E}},
-  };
+  const std::vector<TCase> Cases{{TEncoding::UTF8(), {0xEF, 0xBB, 0xBF, 'G'}},
+                                 {TEncoding::Unicode(), {0xFF, 0xFE, 'G', 0}},
+                                 {TEncoding::BigEndianUnicode(), {0xFE, 0xFF, 0, 'G'}}};
   for (const TCase& Case : Cases) {
     SCOPED_TRACE(Case.Encoding->EncodingName());
     TMemoryStream M;
@@ -64,11 +61,7 @@ TEST(VXTextStream, RoundTripsInEachEncodingWithPreamble) {
       M.SetPosition(0);
       TGTextStream R(&M, Given);
       EXPECT_EQ(R.GetEncoding(), Case.Encoding);
-      EXPECT_EQ(R.GetLine(), Text);
-      EXPECT_EQ(R.GetChar(), U'\U0001D11E');
-      EXPECT_EQ(R.GetChar(), U'x');
-      EXPECT_EQ(R.GetLine(), "");
-      EXPECT_EQ(R.GetChar(), End);
+      EXPECT_EQ(ReadAll(R), U"Gr\u00FC\u00DFe \u20AC\r\n\U0001D11Ex\r\n");
       EXPECT_EQ(R.GetLineNumber(), 3);
     }
   }
@@ -106,7 +99,6 @@ TEST(VXTextStream, PutBackAnyNumberKeepsTheLineCount) {
   EXPECT_FALSE(S.IsEof());
   EXPECT_EQ(ReadAll(S), Read);
   EXPECT_EQ(S.GetLineNumber(), 6);
-
 }
 
 TEST(VXTextStream, LinesAndInLineSpaces) {
@@ -145,16 +137,13 @@ TEST(VXTextStream, BorrowedStreamIsLeftWhereReadingStopped) {
   }
   EXPECT_EQ(Source.GetPosition(), 6);
   EXPECT_THROW(TGTextStream(nullptr), EArgumentException);
-}
 
-TEST(VXTextStream, WritingAfterReadingLandsWhereReadingStopped) {
-  TVXStringStream Source("first\nsecond\n");
+  // Writing after reading lands where reading stopped.
   TGTextStream S(&Source);
-  EXPECT_EQ(S.GetLine(), "first");
-  EXPECT_EQ(S.GetChar(), U's');
-  S.PutBack(U's');
+  EXPECT_EQ(S.GetChar(), U'l');
+  S.PutBack(U'l');
   S.Put("X");  // forgets the character put back; the text goes after it
-  EXPECT_EQ(Source.GetDataString(), "first\nsX");
+  EXPECT_EQ(Source.GetDataString(), "line1\nlX");
   EXPECT_TRUE(S.IsEof());
 }
 
@@ -192,11 +181,9 @@ TEST(VXTextStream, BufferStreamReadsPutsBackAndWrites) {
   EXPECT_EQ(B.GetPosition(), 5);
   B.PutBack("lo", 2);
   B.PutBackChar(U'\u00E9');
-  EXPECT_EQ(B.ReadByte(), 0xC3);
-  EXPECT_EQ(B.ReadByte(), 0xA9);
-  EXPECT_EQ(B.ReadByte(), 'l');
-  EXPECT_EQ(B.ReadByte(), 'o');
-  EXPECT_EQ(B.ReadByte(), ' ');
+  std::string Again;
+  for (int I = 0; I < 5; ++I) Again.push_back(static_cast<char>(B.ReadByte()));
+  EXPECT_EQ(Again, "\xC3\xA9lo ");
   EXPECT_EQ(B.GetPosition(), 6);
   // Writing goes to the source at the reader's position.
   EXPECT_EQ(B.Write("W", 1), 1);

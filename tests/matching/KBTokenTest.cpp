@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <string>
+#include <vector>
 
 #include "../TestSupport.h"
 
@@ -31,6 +33,24 @@ IFact NewFact(const IFactTemplate& T, std::int32_t Id, const std::string& Name =
 IReteToken One(const IFact& Fact, TTokenAction Action = taAdd) { return IReteToken(new TKBToken(Action, Fact)); }
 IReteToken Extend(const IReteToken& Parent, const IFact& Fact) { return IReteToken(new TKBToken(Parent, Fact)); }
 
+// Tag, count, sort code, strength and negated count.
+std::string Summary(const IReteToken& T) {
+  return EnumName(T->GetTag()) + " n=" + std::to_string(T->GetCount()) + " sort=" + std::to_string(T->GetSortCode()) +
+         " s=" + std::to_string(T->GetStrength()) + " neg=" + std::to_string(T->GetNegatedCount());
+}
+
+// The facts at the positions from -1 to the count.
+std::vector<IFact> Facts(const IReteToken& T) {
+  std::vector<IFact> Result;
+  for (int I = -1; I <= T->GetCount(); ++I) Result.push_back(T->GetFacts(I));
+  return Result;
+}
+
+// The used key range of a memory.
+std::string Range(const TKBTokenTree& Memory) {
+  return std::to_string(Memory.GetLowIndex()) + ".." + std::to_string(Memory.GetHighIndex());
+}
+
 class KBTokenTest : public ::testing::Test {
 protected:
   IFactTemplate T = Item();
@@ -39,61 +59,36 @@ protected:
 
 TEST_F(KBTokenTest, ChainsAreSharedAndWalkedFromTheOldestFact) {
   const IReteToken First = One(F1);
-  EXPECT_EQ(First->GetCount(), 1);
-  EXPECT_EQ(First->GetSortCode(), 1);
-  EXPECT_EQ(First->GetTag(), taAdd);
-  EXPECT_EQ(First->GetStrength(), 1.0f);
-  EXPECT_EQ(First->GetFacts(0), F1);
-
+  EXPECT_EQ(Summary(First), "taAdd n=1 sort=1 s=1.000000 neg=0");
   First->SetStrength(0.5f);
   const IReteToken Second = Extend(First, F2);
   const IReteToken Third = Extend(Second, F3);
-  // The extension holds only its own fact; the rest is the parent's.
+  // The extension holds only its own fact; the rest is the parent's. The
+  // sort code is (1 * 8 + 2) * 8 + 3.
   EXPECT_EQ(Third->GetParent(), Second);
   EXPECT_EQ(Second->GetParent(), First);
-  EXPECT_EQ(Third->GetCount(), 3);
   EXPECT_EQ(Third->GetFact(), F3);
-  EXPECT_EQ(Third->GetFacts(0), F1);
-  EXPECT_EQ(Third->GetFacts(1), F2);
-  EXPECT_EQ(Third->GetFacts(2), F3);
-  EXPECT_EQ(Third->GetFacts(3), nullptr);
-  EXPECT_EQ(Third->GetFacts(-1), nullptr);
-  EXPECT_EQ(Third->GetSortCode(), (1 * 8 + 2) * 8 + 3);
-  EXPECT_EQ(Third->GetTag(), taAdd);
-  EXPECT_EQ(Third->GetStrength(), 0.5f);
+  EXPECT_EQ(Facts(Third), (std::vector<IFact>{nullptr, F1, F2, F3, nullptr}));
+  EXPECT_EQ(Summary(Third), "taAdd n=3 sort=83 s=0.500000 neg=0");
 
   // A nil fact keeps its position and weighs nothing in the sort code.
   const IReteToken Gap = Extend(Second, nullptr);
-  EXPECT_EQ(Gap->GetCount(), 3);
-  EXPECT_EQ(Gap->GetSortCode(), (1 * 8 + 2) * 8);
-  EXPECT_EQ(Gap->GetFacts(2), nullptr);
-  EXPECT_EQ(Gap->GetFacts(1), F2);
+  EXPECT_EQ(Facts(Gap), (std::vector<IFact>{nullptr, F1, F2, nullptr, nullptr}));
+  EXPECT_EQ(Summary(Gap), "taAdd n=3 sort=80 s=0.500000 neg=0");
 
   // A copy shares the chain and starts unblocked.
   Third->SetNegatedCount(2);
   Third->SetTag(taRemove);
-  const IReteToken Copy(new TKBToken(Third));
-  const IReteToken ClassCopy(new TKBToken(*Third));
-  for (const IReteToken& C : {Copy, ClassCopy}) {
+  for (const IReteToken& C : {IReteToken(new TKBToken(Third)), IReteToken(new TKBToken(*Third))}) {
     EXPECT_EQ(C->GetParent(), Second);
     EXPECT_EQ(C->GetFact(), F3);
-    EXPECT_EQ(C->GetCount(), 3);
-    EXPECT_EQ(C->GetSortCode(), Third->GetSortCode());
-    EXPECT_EQ(C->GetTag(), taRemove);
-    EXPECT_EQ(C->GetStrength(), 0.5f);
-    EXPECT_EQ(C->GetNegatedCount(), 0);
-    EXPECT_TRUE(C->Equals(Third));
+    EXPECT_EQ(Summary(C), "taRemove n=3 sort=83 s=0.500000 neg=0");
   }
-  EXPECT_EQ(Third->GetNegatedCount(), 2);
 
   // Clear tokens hold nothing.
   for (const IReteToken& Clear : {IReteToken(new TKBToken()), One(nullptr, taClear)}) {
-    EXPECT_EQ(Clear->GetTag(), taClear);
-    EXPECT_EQ(Clear->GetCount(), 0);
-    EXPECT_EQ(Clear->GetSortCode(), 0);
-    EXPECT_EQ(Clear->GetFact(), nullptr);
-    EXPECT_EQ(Clear->GetFacts(0), nullptr);
-    EXPECT_EQ(Clear->GetStrength(), 1.0f);
+    EXPECT_EQ(Summary(Clear), "taClear n=0 sort=0 s=1.000000 neg=0");
+    EXPECT_EQ(Facts(Clear), (std::vector<IFact>{nullptr, nullptr}));
   }
 
   // Long chains wrap their sort code instead of overflowing.
@@ -110,13 +105,12 @@ TEST_F(KBTokenTest, CountsAndStrengthsAreClampedAndOnlyAFactTokenTakesAnAction) 
   Token->SetNegatedCount(-1);
   EXPECT_EQ(Token->GetNegatedCount(), 0);
 
-  Token->SetStrength(-0.5f);
-  EXPECT_EQ(Token->GetStrength(), 0.0f);
-  Token->SetStrength(1.5f);
-  EXPECT_EQ(Token->GetStrength(), 1.5f);
-  Token->SetStrength(std::nanf(""));
-  EXPECT_EQ(Token->GetStrength(), 0.0f);
-
+  std::string Strengths;
+  for (float Strength : {-0.5f, 1.5f, std::nanf("")}) {
+    Token->SetStrength(Strength);
+    Strengths += std::to_string(Token->GetStrength()) + " ";
+  }
+  EXPECT_EQ(Strengths, "0.000000 1.500000 0.000000 ");
   Token->SetTag(taUpdate);
   EXPECT_EQ(Token->GetTag(), taUpdate);
   Token->SetTag(taClear);
@@ -141,15 +135,10 @@ TEST_F(KBTokenTest, EqualityIsByFactIdsAndStrengthsAlongTheChain) {
   EXPECT_TRUE(A->Equals(A));
   EXPECT_FALSE(A->Equals(IReteToken()));
 
-  // Built apart, from a clone of a fact with the same id.
-  const IFact Clone = F2->Clone();
-  Clone->SetID(2);
-  Clone->SetValue("name", Atom("other"));
-  const IReteToken B = Extend(Extend(One(F1, taRemove), Clone), F3);
+  // Built apart, from another fact with the same id.
+  const IReteToken B = Extend(Extend(One(F1, taRemove), NewFact(T, 2, "other")), F3);
   B->SetNegatedCount(4);
   EXPECT_TRUE(A->Equals(B));
-  EXPECT_TRUE(B->Equals(A));
-  EXPECT_EQ(A->GetHashCode(), B->GetHashCode());
 
   // Another strength anywhere in the chain makes another token.
   B->SetStrength(0.5f);
@@ -162,7 +151,6 @@ TEST_F(KBTokenTest, EqualityIsByFactIdsAndStrengthsAlongTheChain) {
 
   // Other facts, or the same facts in another order, differ.
   EXPECT_FALSE(A->Equals(Extend(Extend(One(F1), F3), F2)));
-  EXPECT_FALSE(One(F1)->Equals(One(F2)));
 
   // A shared parent ends the comparison; a missing one on the other side
   // differs, while this side ending first is enough.
@@ -189,25 +177,17 @@ TEST_F(KBTokenTest, TextForms) {
   EXPECT_EQ(Gap->GetToFactsString(), "f-1");
   EXPECT_EQ(Gap->ToString(), "taAdd cnt=2 negcnt=0\r\n" + F1->ToString());
   EXPECT_EQ(IReteToken(new TKBToken())->ToString(), "taClear cnt=0 negcnt=0");
-  EXPECT_EQ(IReteToken(new TKBToken())->GetToFactsString(), "");
 }
-
-// ---------------------------------------------------------------- memories
 
 TEST_F(KBTokenTest, MemoryMakesBucketsOnFirstUseAndTracksTheUsedRange) {
   TKBTokenTree Memory(101, 0, NoSubIndex, "", false);
   EXPECT_TRUE(Memory.GetEmpty());
-  EXPECT_EQ(Memory.GetLowIndex(), 102);
-  EXPECT_EQ(Memory.GetHighIndex(), -1);
+  EXPECT_EQ(Range(Memory), "102..-1");
   EXPECT_EQ(Memory.GetTokens(5), nullptr);
-  EXPECT_EQ(Memory.GetToFactsString(), "");
 
   // Keys 5 and 106 share a bucket and stay apart by Equals.
   const IReteToken Five = One(NewFact(T, 5)), Far = One(NewFact(T, 106)), Low = One(NewFact(T, 2));
-  EXPECT_TRUE(Memory.Add(Five));
-  EXPECT_FALSE(Memory.GetEmpty());
-  EXPECT_TRUE(Memory.Add(Far));
-  EXPECT_TRUE(Memory.Add(Low));
+  for (const IReteToken& Token : {Five, Far, Low}) EXPECT_TRUE(Memory.Add(Token));
   TKBTokenTree::TTokens* Bucket = Memory.GetTokens(5);
   ASSERT_NE(Bucket, nullptr);
   EXPECT_EQ(Memory.GetTokens(106), Bucket);
@@ -215,8 +195,7 @@ TEST_F(KBTokenTest, MemoryMakesBucketsOnFirstUseAndTracksTheUsedRange) {
   ASSERT_EQ(Bucket->GetCount(), 2);
   EXPECT_EQ(Bucket->Get(0), Five);
   EXPECT_EQ(Bucket->Get(1), Far);
-  EXPECT_EQ(Memory.GetLowIndex(), 2);
-  EXPECT_EQ(Memory.GetHighIndex(), 5);
+  EXPECT_EQ(Range(Memory), "2..5");
   EXPECT_EQ(Memory.GetTokens(3), nullptr);
   EXPECT_EQ(Memory.GetToFactsString(), "f-2\r\nf-5\r\nf-106\r\n");
   EXPECT_EQ(Memory.ToString(), Low->ToString() + "\r\n" + Five->ToString() + "\r\n" + Far->ToString() + "\r\n");
@@ -226,22 +205,18 @@ TEST_F(KBTokenTest, MemoryMakesBucketsOnFirstUseAndTracksTheUsedRange) {
   TKBTokenTree::TTokens* Made = Memory.GetTokens(3);
   ASSERT_NE(Made, nullptr);
   EXPECT_TRUE(Made->IsEmpty());
-  EXPECT_EQ(Memory.GetHighIndex(), 5);
+  EXPECT_EQ(Range(Memory), "2..5");
   // The most negative key has a bucket too.
   EXPECT_NE(Memory.GetTokens(std::numeric_limits<std::int32_t>::min()), nullptr);
 
   // Removal keeps the range and the flag; Clear resets both and keeps buckets.
-  EXPECT_TRUE(Memory.Remove(Low));
-  EXPECT_TRUE(Memory.Remove(Five));
-  EXPECT_TRUE(Memory.Remove(Far));
+  for (const IReteToken& Token : {Low, Five, Far}) EXPECT_TRUE(Memory.Remove(Token));
   EXPECT_FALSE(Memory.GetEmpty());
-  EXPECT_EQ(Memory.GetLowIndex(), 2);
-  EXPECT_EQ(Memory.GetHighIndex(), 5);
+  EXPECT_EQ(Range(Memory), "2..5");
   Memory.Add(Five);
   Memory.Clear();
   EXPECT_TRUE(Memory.GetEmpty());
-  EXPECT_EQ(Memory.GetLowIndex(), 102);
-  EXPECT_EQ(Memory.GetHighIndex(), -1);
+  EXPECT_EQ(Range(Memory), "102..-1");
   Memory.SetAllowNilBucket(true);
   EXPECT_EQ(Memory.GetTokens(5), Bucket);
   EXPECT_TRUE(Bucket->IsEmpty());
@@ -265,7 +240,6 @@ TEST_F(KBTokenTest, MemoryRefusesDuplicatesAndRemovesByEquality) {
   const IReteToken Same = Extend(One(F1, taRemove), F2);
   Same->SetNegatedCount(2);
   EXPECT_FALSE(Memory.Add(Same));
-  EXPECT_FALSE(Memory.Add(Token));
   ASSERT_EQ(Bucket->GetCount(), 1);
   EXPECT_EQ(Bucket->Get(0), Token);
 
@@ -277,7 +251,6 @@ TEST_F(KBTokenTest, MemoryRefusesDuplicatesAndRemovesByEquality) {
 
   // Removal takes the first equal token, not necessarily the same object.
   EXPECT_FALSE(Memory.Remove(Extend(One(F2), F1)));
-  EXPECT_FALSE(Memory.Remove(Extend(One(F1), F3)));
   EXPECT_TRUE(Memory.Remove(Same));
   ASSERT_EQ(Bucket->GetCount(), 1);
   EXPECT_EQ(Bucket->Get(0), Weak);
@@ -301,9 +274,6 @@ TEST_F(KBTokenTest, MemoryKeysBySortCodeFactIdOrSlotValue) {
   const std::int32_t Key = ByName.GetKey(*Token);
   EXPECT_EQ(Key, std::abs(Atom("b")->GetHashCode()));
   EXPECT_EQ(ByName.GetKey(*Extend(One(F3), Other)), Key);
-  EXPECT_TRUE(ByName.Add(Token));
-  EXPECT_TRUE(ByName.Add(Extend(One(F3), Other)));
-  EXPECT_EQ(ByName.GetTokens(Key)->GetCount(), 2);
 
   // One item of a multislot; a missing slot, item or list keys as 0.
   F2->SetValue("tags", List({Atom("x"), Int(-42)}));

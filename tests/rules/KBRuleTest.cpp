@@ -71,8 +71,21 @@ protected:
     Function->SetEngine(&Engine);
   }
 
-  static std::unique_ptr<TKBPattern> Pattern(const IFactTemplate& T, std::int32_t Negated = 0) {
-    return std::make_unique<TKBPattern>(nullptr, T->GetTemplateName(), T, Negated);
+  struct TTest {
+    const char* Slot;
+    IKBValue Value;
+    std::int32_t Sub = NoSubIndex;
+    bool Negated = false;
+    bool Conjunction = true;  // false: an alternative to the test before
+  };
+
+  // A pattern on T with its slot tests, negated Negated times and bound to Bound.
+  static std::unique_ptr<TKBPattern> Pattern(const IFactTemplate& T, std::initializer_list<TTest> Tests = {},
+                                             std::int32_t Negated = 0, const char* Bound = "") {
+    auto Result = std::make_unique<TKBPattern>(nullptr, T->GetTemplateName(), T, Negated);
+    Result->SetBoundName(Bound);
+    for (const TTest& Test : Tests) Result->AddTest(Test.Slot, Test.Value, Test.Sub, Test.Negated, Test.Conjunction);
+    return Result;
   }
 
   // (test (Call)), negated inside an odd number of not.
@@ -82,8 +95,20 @@ protected:
     return Result;
   }
 
-  // Owned by the engine, in no table yet.
-  TRule* NewRule(const std::string& Name) { return new TRule(&Engine, "", Name); }
+  // Owned by the engine, in no table yet; takes the patterns in order.
+  template <class... P>
+  TRule* NewRule(const std::string& Name, P&&... Patterns) {
+    auto* Rule = new TRule(&Engine, "", Name);
+    (Rule->GetPatterns()->Add(std::forward<P>(Patterns)), ...);
+    return Rule;
+  }
+
+  IModule AddModule(const std::string& Name) {
+    IModule Module(new TModule(&Engine, false));
+    Module->SetName(Name);
+    Engine.AddModule(Module);
+    return Module;
+  }
 
   // "name@fact.slot[.sub]" per binding, in order.
   static std::string Bindings(const TRule& Rule) {
@@ -94,6 +119,15 @@ protected:
       Result += B->GetName() + "@" + IntToStr(B->GetFactIndex()) + "." + B->GetSlotIndex();
       if (B->GetSubIndex() != NoSubIndex) Result += "." + IntToStr(B->GetSubIndex());
     }
+    return Result;
+  }
+
+  // The values a pattern tests a slot against, as text.
+  static std::vector<std::string> SlotValues(const TKBPattern* P, const std::string& Slot) {
+    std::vector<std::string> Result;
+    const int Line = P->IndexOfSlotName(Slot);
+    for (int I = 0; I < P->GetSlotTestCount(Line); ++I)
+      Result.push_back(P->GetSlotTest(Line, I)->GetSlotValue()->ToString());
     return Result;
   }
 
@@ -126,17 +160,9 @@ protected:
 
 TEST_F(RuleTest, PatternsGiveBindingsAndFactIndices) {
   // ?p <- (a (x ?x) (items ? ?i)) (test (zz-record ?x)) ?f <- (b (y ?x) (z ?z))
-  TRule* Rule = NewRule("r1");
-  auto First = Pattern(A);
-  First->SetBoundName("p");
-  First->AddTest("x", Var("x"), NoSubIndex, false, true);
-  First->AddTest("items", Var("i"), 1, false, true);
-  Rule->GetPatterns()->Add(std::move(First));
-  Rule->GetPatterns()->Add(TestPattern(Call("zz-record", {Var("x")})));
-  auto Third = Pattern(B);
-  Third->SetBoundName("f");
-  Third->AddTest("y", Var("x"), NoSubIndex, false, true);
-  Third->AddTest("z", Var("z"), NoSubIndex, false, true);
+  TRule* Rule = NewRule("r1", Pattern(A, {{"x", Var("x")}, {"items", Var("i"), 1}}, 0, "p"),
+                        TestPattern(Call("zz-record", {Var("x")})));
+  auto Third = Pattern(B, {{"y", Var("x")}, {"z", Var("z")}}, 0, "f");
   TKBPattern* ThirdP = Third.get();
   EXPECT_EQ(Rule->GetPatterns()->Add(std::move(Third)), 2);
 
@@ -145,99 +171,68 @@ TEST_F(RuleTest, PatternsGiveBindingsAndFactIndices) {
   EXPECT_EQ(Names(*Rule), "a test b");
   EXPECT_EQ(Bindings(*Rule), "p@0.__PATTERN, i@0.items.1, x@0.x, f@1.__PATTERN, z@1.z");
   EXPECT_EQ(ThirdP->GetOwner(), Rule);
-  EXPECT_EQ(ThirdP->GetBoundName(), "f");
 
   // An equal binding is the one that stands; names are exact.
   TBinding* X = Rule->GetBindingByName("x");
   EXPECT_EQ(Rule->AddBinding("x", 0, "x", NoSubIndex), X);
-  EXPECT_EQ(Rule->GetBindingCount(), 5);
   EXPECT_NE(Rule->AddBinding("x", 1, "y", NoSubIndex), X);
-  EXPECT_EQ(Rule->GetBindingCount(), 6);
+  EXPECT_EQ(Bindings(*Rule), "p@0.__PATTERN, i@0.items.1, x@0.x, f@1.__PATTERN, z@1.z, x@1.y");
   EXPECT_EQ(Rule->IndexOfBinding("x"), 2);
   EXPECT_EQ(Rule->GetBindingByName("X"), nullptr);
   EXPECT_EQ(ErrorOf([&] { Rule->GetBinding(6); }), Format(SListIndexError, 6));
 
   // Alternatives are folded on entry: (a (x red|blue)) binds a fresh
   // wildcard and tests it with (or ...).
-  TRule* Alternatives = NewRule("r2");
-  auto P = Pattern(A);
-  P->AddTest("x", Atom("red"), NoSubIndex, false, true);
-  P->AddTest("x", Atom("blue"), NoSubIndex, false, false);
-  TKBPattern* Folded = P.get();
-  Alternatives->GetPatterns()->Add(std::move(P));
+  TRule* Alternatives =
+      NewRule("r2", Pattern(A, {{"x", Atom("red")}, {"x", Atom("blue"), NoSubIndex, false, false}}));
   ASSERT_EQ(Alternatives->GetBindingCount(), 1);
-  const TBinding* Binder = Alternatives->GetBinding(0);
-  EXPECT_TRUE(Binder->GetName().starts_with(SBlankPrefix));
-  EXPECT_EQ(Binder->GetFactIndex(), 0);
-  EXPECT_EQ(Binder->GetSlotIndex(), "x");
-  const int Line = Folded->IndexOfSlotName("x");
-  ASSERT_EQ(Folded->GetSlotTestCount(Line), 2);
-  EXPECT_EQ(Folded->GetSlotTest(Line, 0)->GetSlotValue()->GetAsString(), Binder->GetName());
-  EXPECT_EQ(Folded->GetSlotTest(Line, 1)->GetSlotValue()->GetDType(), dtFunCall);
+  const std::string Binder = Alternatives->GetBinding(0)->GetName();
+  EXPECT_TRUE(Binder.starts_with(SBlankPrefix));
+  EXPECT_EQ(Bindings(*Alternatives), Binder + "@0.x");
+  const auto Folded = SlotValues(Alternatives->GetPatterns()->GetItem(0), "x");
+  ASSERT_EQ(Folded.size(), 2u);
+  EXPECT_EQ(Folded[0], "?" + Binder);
+  EXPECT_TRUE(Folded[1].starts_with("(or ")) << Folded[1];
 }
 
 TEST_F(RuleTest, RulesThatCannotStartHangFromTheInitialFact) {
   // (not (a (x ?_blank_9) (y :(zz-record ?_blank_9)))) (b (y ?y))
-  TRule* NotFirst = NewRule("not-first");
-  auto Negated = Pattern(A, 1);
-  Negated->AddTest("x", Var("_blank_9"), NoSubIndex, false, true);
-  Negated->AddTest("y", CallValue(Call("zz-record", {Var("_blank_9")})), NoSubIndex, false, true);
-  TKBPattern* NegatedP = Negated.get();
-  NotFirst->GetPatterns()->Add(std::move(Negated));
-  auto Second = Pattern(B);
-  Second->AddTest("y", Var("y"), NoSubIndex, false, true);
-  NotFirst->GetPatterns()->Add(std::move(Second));
+  const IKBValue UsesBlank = CallValue(Call("zz-record", {Var("_blank_9")}));
+  TRule* NotFirst = NewRule("not-first", Pattern(A, {{"x", Var("_blank_9")}, {"y", UsesBlank}}, 1),
+                            Pattern(B, {{"y", Var("y")}}));
   EXPECT_EQ(Names(*NotFirst), "Initial-Fact a b");
   EXPECT_EQ(NotFirst->GetPatterns()->GetItem(0)->GetOwner(), NotFirst);
   EXPECT_NE(NotFirst->GetPatterns()->GetItem(0), Engine.GetInitialFactPattern());
   // The wildcard of the negated pattern is renamed, in its test and in the
   // call that uses it, before it is bound.
   EXPECT_EQ(Bindings(*NotFirst), "_2__blank_9@1.x, y@2.y");
-  const int X = NegatedP->IndexOfSlotName("x");
-  const int Y = NegatedP->IndexOfSlotName("y");
-  EXPECT_EQ(NegatedP->GetSlotTest(X, 0)->GetSlotValue()->GetAsString(), "_2__blank_9");
-  EXPECT_EQ(NegatedP->GetSlotTest(Y, 0)->GetSlotValue()->GetAsFunCall()->ToString(), "(zz-record ?_2__blank_9)");
+  EXPECT_EQ(SlotValues(NotFirst->GetPatterns()->GetItem(1), "x"), std::vector<std::string>{"?_2__blank_9"});
+  EXPECT_EQ(SlotValues(NotFirst->GetPatterns()->GetItem(1), "y"), std::vector<std::string>{"(zz-record ?_2__blank_9)"});
 
   // A test first, and a goal template first, likewise; a later test does
   // not count as a fact.
-  TRule* TestFirst = NewRule("test-first");
-  TestFirst->GetPatterns()->Add(TestPattern(Call("zz-record", {Int(1)})));
-  auto Later = Pattern(A);
-  Later->SetBoundName("a");
-  TestFirst->GetPatterns()->Add(std::move(Later));
+  TRule* TestFirst = NewRule("test-first", TestPattern(Call("zz-record", {Int(1)})), Pattern(A, {}, 0, "a"));
   EXPECT_EQ(Names(*TestFirst), "Initial-Fact test a");
   EXPECT_EQ(Bindings(*TestFirst), "a@1.__PATTERN");
 
   const IFactTemplate Goal = Template("goal", {"v"}, {});
   Goal->SetBackwardChaining(true);
-  TRule* GoalFirst = NewRule("goal-first");
-  GoalFirst->GetPatterns()->Add(Pattern(Goal));
-  EXPECT_EQ(Names(*GoalFirst), "Initial-Fact goal");
+  EXPECT_EQ(Names(*NewRule("goal-first", Pattern(Goal))), "Initial-Fact goal");
   // exists counts as negated when the rule starts.
-  TRule* ExistsFirst = NewRule("exists-first");
-  ExistsFirst->GetPatterns()->Add(Pattern(B, 2));
-  EXPECT_EQ(Names(*ExistsFirst), "Initial-Fact b");
+  EXPECT_EQ(Names(*NewRule("exists-first", Pattern(B, {}, 2))), "Initial-Fact b");
 }
 
 TEST_F(RuleTest, NegatedFirstUseAndMissingEngine) {
   // (a (x ~?x)) can't compile; the pattern stays in the list.
   TRule* Rule = NewRule("r1");
-  auto Bad = Pattern(A);
-  Bad->AddTest("y", Var("y"), NoSubIndex, false, true);
-  Bad->AddTest("x", Var("x"), NoSubIndex, true, true);
+  auto Bad = Pattern(A, {{"y", Var("y")}, {"x", Var("x"), NoSubIndex, true}});
   EXPECT_EQ(ErrorOf([&] { Rule->GetPatterns()->Add(std::move(Bad)); }),
             "First Use of Variable is negated, variable name is x");
   EXPECT_EQ(Rule->GetPatterns()->GetCount(), 1);
 
   // Once bound, ~?x is a test; a renamed wildcard is no first use.
-  TRule* Fine = NewRule("r2");
-  auto First = Pattern(A);
-  First->AddTest("x", Var("x"), NoSubIndex, false, true);
-  Fine->GetPatterns()->Add(std::move(First));
-  auto Second = Pattern(B, 1);
-  Second->AddTest("y", Var("x"), NoSubIndex, true, true);
-  Second->AddTest("z", Var("_blank_3"), NoSubIndex, true, true);
-  Fine->GetPatterns()->Add(std::move(Second));
+  TRule* Fine = NewRule("r2", Pattern(A, {{"x", Var("x")}}),
+                        Pattern(B, {{"y", Var("x"), NoSubIndex, true}, {"z", Var("_blank_3"), NoSubIndex, true}}, 1));
   EXPECT_EQ(Bindings(*Fine), "x@0.x, _2__blank_3@1.z");
 
   // Without an engine a rule takes no pattern, fires nothing and cannot
@@ -253,11 +248,8 @@ TEST_F(RuleTest, NegatedFirstUseAndMissingEngine) {
 TEST_F(RuleTest, NeedPatternGetsBoundNameAndCompanion) {
   // (need-a ?v ?_blank_4)
   const IFactTemplate NeedA = Engine.CreateFactTemplate("need-a");
-  TRule* Rule = NewRule("answer");
-  auto Need = std::make_unique<TKBPattern>(nullptr, "need-a", NeedA, 0);
-  Need->AddTest(SDefaultSlotName, Var("v"), 0, false, true);
-  Need->AddTest(SDefaultSlotName, Var("_blank_4"), 1, false, true);
-  Rule->GetPatterns()->Add(std::move(Need));
+  TRule* Rule =
+      NewRule("answer", Pattern(NeedA, {{SDefaultSlotName, Var("v"), 0}, {SDefaultSlotName, Var("_blank_4"), 1}}));
 
   ASSERT_EQ(Names(*Rule), "need-a a");
   const TKBPattern* Goal = Rule->GetPatterns()->GetItem(0);
@@ -267,10 +259,10 @@ TEST_F(RuleTest, NeedPatternGetsBoundNameAndCompanion) {
   EXPECT_EQ(Companion->GetBoundName(), "");
   EXPECT_EQ(Companion->GetOwner(), Rule);
   // The companion repeats the tests; its wildcard is its own.
-  const int Line = Companion->IndexOfSlotName(SDefaultSlotName);
-  ASSERT_EQ(Companion->GetSlotTestCount(Line), 2);
-  EXPECT_EQ(Companion->GetSlotTest(Line, 0)->GetSlotValue()->GetAsString(), "v");
-  const std::string Wildcard = Companion->GetSlotTest(Line, 1)->GetSlotValue()->GetAsString();
+  const auto Tests = SlotValues(Companion, SDefaultSlotName);
+  ASSERT_EQ(Tests.size(), 2u);
+  EXPECT_EQ(Tests[0], "?v");
+  const std::string Wildcard = Tests[1].substr(1);
   EXPECT_TRUE(Wildcard.starts_with("_2__blank_")) << Wildcard;
   EXPECT_NE(Wildcard, "_2__blank_4");
   EXPECT_EQ(Bindings(*Rule), Goal->GetBoundName() + "@0.__PATTERN, v@0.__Data.0, _blank_4@0.__Data.1, " + Wildcard +
@@ -287,17 +279,8 @@ TEST_F(RuleTest, NeedPatternGetsBoundNameAndCompanion) {
 TEST_F(RuleTest, FiringRunsTheActionsOnTheTokensValues) {
   // ?p <- (a (x ?x) (items ? ?i)) (test ...) (not (b (y ?x) (z ?z)))
   //   => (zz-record ?x ?i ?p ?__RULE) (zz-record done)
-  TRule* Rule = NewRule("r1");
-  auto First = Pattern(A);
-  First->SetBoundName("p");
-  First->AddTest("x", Var("x"), NoSubIndex, false, true);
-  First->AddTest("items", Var("i"), 1, false, true);
-  Rule->GetPatterns()->Add(std::move(First));
-  Rule->GetPatterns()->Add(TestPattern(Call("zz-record", {Var("x")})));
-  auto Missing = Pattern(B, 1);
-  Missing->AddTest("y", Var("x"), NoSubIndex, false, true);
-  Missing->AddTest("z", Var("z"), NoSubIndex, false, true);
-  Rule->GetPatterns()->Add(std::move(Missing));
+  TRule* Rule = NewRule("r1", Pattern(A, {{"x", Var("x")}, {"items", Var("i"), 1}}, 0, "p"),
+                        TestPattern(Call("zz-record", {Var("x")})), Pattern(B, {{"y", Var("x")}, {"z", Var("z")}}, 1));
   Rule->GetActions()->Add(Call("zz-record", {Var("x"), Var("i"), Var("p"), Var(SRuleBinding)}));
   Rule->GetActions()->Add(Call("zz-record", {Atom("done")}));
 
@@ -330,14 +313,11 @@ TEST_F(RuleTest, FiringRunsTheActionsOnTheTokensValues) {
 }
 
 TEST_F(RuleTest, ReturnStopsTheActionsAndPopsTheFocusOnce) {
-  IModule Other(new TModule(&Engine, false));
-  Other->SetName("OTHER");
-  Engine.AddModule(Other);
+  const IModule Other = AddModule("OTHER");
   int Pops = 0;
   Engine.OnPopFocus = [&](TObject*, const IModule&) { ++Pops; };
 
-  TRule* Rule = NewRule("r1");
-  Rule->GetPatterns()->Add(Pattern(A));
+  TRule* Rule = NewRule("r1", Pattern(A));
   Rule->GetActions()->Add(Call("zz-record", {Int(1)}));
   Rule->GetActions()->Add(Call("zz-return", {}));
   Rule->GetActions()->Add(Call("zz-record", {Int(3)}));
@@ -360,16 +340,10 @@ TEST_F(RuleTest, ReturnStopsTheActionsAndPopsTheFocusOnce) {
 }
 
 TEST_F(RuleTest, AnActionThatRaisesStillEndsTheFiring) {
-  IModule Other(new TModule(&Engine, false));
-  Other->SetName("OTHER");
-  Engine.AddModule(Other);
-  Engine.PushFocus(Other);
+  Engine.PushFocus(AddModule("OTHER"));
   const int Depth = Engine.GetFocusStack()->GetCount();
 
-  TRule* Rule = NewRule("r1");
-  auto P = Pattern(A);
-  P->AddTest("x", Var("x"), NoSubIndex, false, true);
-  Rule->GetPatterns()->Add(std::move(P));
+  TRule* Rule = NewRule("r1", Pattern(A, {{"x", Var("x")}}));
   Rule->GetActions()->Add(Call("zz-record", {Var("x")}));
   Rule->GetActions()->Add(Call("zz-fail", {}));
   Rule->GetActions()->Add(Call("zz-record", {Atom("after")}));
@@ -476,9 +450,7 @@ TEST_F(RuleTest, NamesTablesAndModules) {
 
   // A rule moves between the tables of modules and takes a new id; the
   // current module stays.
-  IModule Other(new TModule(&Engine, false));
-  Other->SetName("OTHER");
-  Engine.AddModule(Other);
+  const IModule Other = AddModule("OTHER");
   const IModule Main = Engine.GetModules()->Get(0);
   Main->FocusModule();
   const std::int32_t OldId = Rule->GetID();
@@ -502,15 +474,10 @@ TEST_F(RuleTest, NamesTablesAndModules) {
 }
 
 TEST_F(RuleTest, AssignCopiesARuleOfTheSameEngine) {
-  TRule* Source = NewRule("source");
-  auto P = Pattern(A);
-  P->AddTest("x", Var("x"), NoSubIndex, false, true);
-  Source->GetPatterns()->Add(std::move(P));
-  Source->GetPatterns()->Add(Pattern(B, 1));
+  TRule* Source = NewRule("source", Pattern(A, {{"x", Var("x")}}), Pattern(B, {}, 1));
   const IFunCall Action = Call("zz-record", {Var("x")});
   Source->GetActions()->Add(Action);
   Source->SetSalience(CallValue(Call("zz-next", {})));
-  Source->SetComment("copied");
   Source->SetOneShot(true);
   Source->SetAutoFocus(true);
   Source->SetEnabled(false);
@@ -521,8 +488,7 @@ TEST_F(RuleTest, AssignCopiesARuleOfTheSameEngine) {
   Target->Assign(Source);
   EXPECT_EQ(Changes, 1);
   EXPECT_EQ(Target->GetRuleName(), "source");
-  EXPECT_TRUE(Target->GetAutoFocus());
-  EXPECT_FALSE(Target->GetEnabled());
+  EXPECT_TRUE(Target->GetOneShot() && Target->GetAutoFocus() && !Target->GetEnabled());
   EXPECT_EQ(Names(*Target), "a b");
   EXPECT_NE(Target->GetPatterns()->GetItem(0), Source->GetPatterns()->GetItem(0));
   EXPECT_EQ(Target->GetPatterns()->GetItem(0)->GetOwner(), Target);
