@@ -138,16 +138,13 @@ TKBValue::TKBValue(double AValue) : FKBType(dtFloat) { FValue.VExtended = AValue
 TKBValue::~TKBValue() {
   FOnChange = nullptr;
   Reset();
-  delete FNexus;
 }
 
 // ---------------------------------------------------------------- setters
 
 void TKBValue::Changing(TKBType) {
   if (FKBType == dtObject && IsOwningObject()) {
-    TKBValueNexus* Nexus = FNexus;
-    FNexus = nullptr;
-    delete Nexus;
+    FNexus.reset();
     TObject* Object = CellPointer<TObject>(FValue.VInteger);
     const TComponent* Component = dynamic_cast<TComponent*>(Object);
     FValue.VInteger = 0;
@@ -210,11 +207,7 @@ void TKBValue::SetAsFloat(double Value) {
 }
 
 void TKBValue::Disown(TObject* Object) {
-  if (Object && IsOwningObject() && CellPointer<TObject>(FValue.VInteger) == Object) {
-    TKBValueNexus* Nexus = FNexus;
-    FNexus = nullptr;
-    delete Nexus;
-  }
+  if (Object && IsOwningObject() && CellPointer<TObject>(FValue.VInteger) == Object) FNexus.reset();
 }
 
 void TKBValue::SetAsObject(TObject* Value) {
@@ -227,12 +220,10 @@ void TKBValue::SetAsOwnedObject(TObject* Value) {
   Changing(dtObject);
   FKBType = dtObject;
   FValue.VInteger = PointerCell(Value);
-  if (auto* Component = dynamic_cast<TComponent*>(Value)) {
-    FNexus = new TKBValueNexus(this);
-    Component->FreeNotification(FNexus);
-  } else {
-    FNexus = nullptr;
-  }
+  // The nexus marks the object as owned; a component also tells it when it
+  // is freed elsewhere.
+  FNexus = std::make_unique<TKBValueNexus>(this);
+  if (auto* Component = dynamic_cast<TComponent*>(Value)) Component->FreeNotification(FNexus.get());
   Changed();
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "cogent/common/VXCommon.h"
@@ -176,7 +177,8 @@ private:
   TKBValueRec FValue;
   TKBType FKBType = dtNone;
   std::intptr_t FTag = 0;
-  TKBValueNexus* FNexus = nullptr;
+  // Present exactly while the value owns its object.
+  std::unique_ptr<TKBValueNexus> FNexus;
   TKBValueChangeEvent FOnChange;
 };
 

@@ -228,6 +228,19 @@ TEST(KBValueTest, OwnedComponents) {
   // Releasing an owning value frees its component.
   EXPECT_EQ(TOwnedThing::Alive, Before);
 
+  // An owned object that is no component is freed with the value too.
+  struct TPlain : TObject {
+    explicit TPlain(int& AAlive) : Alive(AAlive) { ++Alive; }
+    ~TPlain() override { --Alive; }
+    int& Alive;
+  };
+  int PlainAlive = 0;
+  {
+    IKBValue V(new TKBValue(new TPlain(PlainAlive), true));
+    EXPECT_TRUE(V->IsOwningObject());
+  }
+  EXPECT_EQ(PlainAlive, 0);
+
   // A borrowed object is not freed.
   auto* Borrowed = new TOwnedThing(nullptr);
   { IKBValue V(new TKBValue(Borrowed, false)); }
