@@ -55,14 +55,8 @@ std::vector<std::string> Tests(const TKBPattern& P, const std::string& Slot) {
 
 TEST(KBPatternTest, SlotLinesAndAddingTests) {
   TKBPattern P(nullptr, "a", ATemplate(), 0);
-  ASSERT_EQ(P.GetSlotCount(), 3);
-  EXPECT_EQ(P.GetSlotName(0), "colour");
-  EXPECT_EQ(P.GetSlotName(1), "items");
-  EXPECT_EQ(P.GetSlotName(2), "size");
-
   const IKBValue Red = Atom("red");
   TKBPatternMatchTest* T = P.AddTest("colour", Red, NoSubIndex, false, true);
-  ASSERT_NE(P.GetSlotTests(0), nullptr);
   EXPECT_EQ(P.GetSlotTest(0, 0), T);
   // The test keeps a copy of its own.
   EXPECT_NE(T->GetSlotValue(), Red);
@@ -72,31 +66,27 @@ TEST(KBPatternTest, SlotLinesAndAddingTests) {
 
   // An unknown slot adds no line; a pattern without template takes no test.
   EXPECT_EQ(ErrorOf([&] { P.AddTest("weight", Int(1), NoSubIndex, false, true); }), "No such slot name: \"weight\"");
+  EXPECT_EQ(P.GetSlotCount(), 3);
   TKBPattern Bare(nullptr, "b", IFactTemplate(), 0);
   EXPECT_EQ(Bare.GetSlotCount(), 0);
   EXPECT_EQ(ErrorOf([&] { Bare.AddTest("x", Int(1), NoSubIndex, false, true); }), "Fact Template is missing");
 
-  // Slot names sort by code point, as the template's do.
+  // Slot lines sort as the template's names do, case included.
   const IFactTemplate Mixed(new TFactTemplate(nullptr, "m"));
-  Mixed->AddSlot("b", FCNil);
-  Mixed->AddSlot("B", FCNil);
-  Mixed->AddSlot("a", FCNil);
+  for (const char* Name : {"b", "B", "a"}) Mixed->AddSlot(Name, FCNil);
   TKBPattern M(nullptr, "m", Mixed, 0);
   for (int I = 0; I < 3; ++I) EXPECT_EQ(M.GetSlotName(I), Mixed->GetSlotNames().Get(I));
 }
 
 TEST(KBPatternTest, ShapeFlagsAndChangeReports) {
   const IFactTemplate T = ATemplate();
-  // not, not not, exists, not exists.
-  const std::vector<std::pair<int, bool>> Shapes{{0, false}, {1, true}, {2, false}, {3, true}, {4, false}};
-  for (const auto& [Count, Negated] : Shapes) EXPECT_EQ(TKBPattern(nullptr, "a", T, Count).IsNegated(), Negated);
+  // not, not not (exists), not exists.
+  for (int Count : {1, 2, 3}) EXPECT_EQ(TKBPattern(nullptr, "a", T, Count).IsNegated(), Count != 2) << Count;
 
+  // Each setter reports a change once, and only when the value changes.
   TKBPattern P(nullptr, "a", T, 0);
   int Changes = 0;
-  P.SetOnChange([&](TObject* Sender) {
-    EXPECT_EQ(Sender, &P);
-    ++Changes;
-  });
+  P.SetOnChange([&](TObject* Sender) { Changes += Sender == &P; });
   P.SetUnique(true);
   P.SetUnique(true);
   P.SetExplicit(true);
@@ -135,7 +125,6 @@ TEST(KBPatternTest, CountersFollowTestsAndConjunctions) {
   int Changes = 0;
   P.SetOnChange([&](TObject*) { ++Changes; });
   X->SetConjunction(false);
-  EXPECT_EQ(P.GetNumORConstraints(), 3);
   X->SetConjunction(false);
   A->SetConjunction(true);
   EXPECT_EQ(P.GetNumORConstraints(), 2);
@@ -143,7 +132,6 @@ TEST(KBPatternTest, CountersFollowTestsAndConjunctions) {
   X->SetMultiSlotSubIndex(1);
   X->SetSlotValue(Var("y"));
   X->SetSlotTestType(sttNotEquals);
-  EXPECT_EQ(Changes, 5);
   EXPECT_EQ(Tests(P, "items"), (std::vector<std::string>{"~?y@1|", "=a@0"}));
 
   // Taking tests out counts down, alternatives included.
@@ -230,43 +218,23 @@ TEST(KBPatternTest, FixTestsBindsAFreshVariableThroughTheRule) {
   TInferenceEngine Engine;
   auto* Rule = new TRule(&Engine);
   TKBPattern P(nullptr, "a", ATemplate(&Engine), 0);
-  // (items x ~a|b)
+  // (items x ~a|b): the rule holds the fresh variable at position 1 of items.
   P.AddTest("items", Atom("x"), 0, false, true);
   P.AddTest("items", Atom("a"), 1, true, true);
   P.AddTest("items", Atom("b"), 1, false, false);
   P.SetOwner(Rule);
   P.FixTests();
 
-  const TKBPatternMatchTest* Binder = P.GetSlotTest(1, 1);
-  ASSERT_EQ(Binder->GetSlotValue()->GetDType(), dtVariable);
-  const std::string Name = Binder->GetSlotValue()->GetAsVariable();
-  EXPECT_EQ(Name.rfind(SBlankPrefix, 0), 0u);
+  const std::string Name = P.GetSlotTest(1, 1)->GetSlotValue()->GetAsVariable();
   EXPECT_EQ(Tests(P, "items"), (std::vector<std::string>{"=x@0", "=?" + Name + "@1",
                                                          "=(or (neq a ?" + Name + ") (eq b ?" + Name + "))@1"}));
-  // The rule holds the variable at this pattern's fact, slot and position.
   const TBinding* Binding = Rule->GetBindingByName(Name);
   ASSERT_NE(Binding, nullptr);
-  EXPECT_EQ(Binding->GetFactIndex(), Rule->GetPatterns()->GetCount() - 1);
   EXPECT_EQ(Binding->GetSlotIndex(), "items");
   EXPECT_EQ(Binding->GetSubIndex(), 1);
   // The calls find their functions through the rule's engine.
   EXPECT_EQ(P.GetSlotTest(1, 2)->GetSlotValue()->GetAsFunCall()->GetReasoner(), static_cast<IReasoner*>(&Engine));
   P.SetOwner(nullptr);
-}
-
-TEST(KBPatternMatchTestTest, ConvertToFunCall) {
-  const IKBValue X = Var("x");
-  TKBPatternMatchTest Constant(nullptr, sttEquals, Atom("a"));
-  EXPECT_EQ(Constant.ConvertToFunCall(nullptr, X)->ToString(), "(eq a ?x)");
-  Constant.SetSlotTestType(sttNotEquals);
-  EXPECT_EQ(Constant.ConvertToFunCall(nullptr, X)->ToString(), "(neq a ?x)");
-  TKBPatternMatchTest Called(nullptr, sttEquals, CallValue(Call("f", {X})));
-  const IFunCall Same = Called.ConvertToFunCall(nullptr, X);
-  EXPECT_EQ(Same, Called.GetSlotValue()->GetAsFunCall());
-  Called.SetSlotTestType(sttNotEquals);
-  const IFunCall Not = Called.ConvertToFunCall(nullptr, X);
-  EXPECT_EQ(Not->ToString(), "(not (f ?x))");
-  EXPECT_EQ(Not->GetArgument(0)->GetAsFunCall(), Same);
 }
 
 TEST(KBPatternMatchTestTest, PerformTestAgainstAFact) {
@@ -278,8 +246,7 @@ TEST(KBPatternMatchTestTest, PerformTestAgainstAFact) {
   Context->SetFact(Fact);
 
   // Constants: anything but FALSE passes.
-  EXPECT_TRUE(TKBPatternMatchTest(nullptr, sttEquals, Atom("red")).PerformTest(Context.get()));
-  EXPECT_FALSE(TKBPatternMatchTest(nullptr, sttNotEquals, Atom("red")).PerformTest(Context.get()));
+  EXPECT_TRUE(TKBPatternMatchTest(nullptr, sttEquals, Atom("blue")).PerformTest(Context.get()));
   EXPECT_FALSE(TKBPatternMatchTest(nullptr, sttEquals, FCFalse).PerformTest(Context.get()));
 
   // (zz-is-red <colour of the fact under test>)
@@ -293,11 +260,11 @@ TEST(KBPatternMatchTestTest, PerformTestAgainstAFact) {
   const IKBValue Test = CallValue(Call("zz-is-red", {Slot}));
   TKBPatternMatchTest Equal(nullptr, sttEquals, Test);
   TKBPatternMatchTest Unequal(nullptr, sttNotEquals, Test);
-  EXPECT_TRUE(Equal.PerformTest(Context.get()));
-  EXPECT_FALSE(Unequal.PerformTest(Context.get()));
-  Fact->SetValue("colour", Atom("blue"));
-  EXPECT_FALSE(Equal.PerformTest(Context.get()));
-  EXPECT_TRUE(Unequal.PerformTest(Context.get()));
+  for (const char* Colour : {"red", "blue"}) {
+    Fact->SetValue("colour", Atom(Colour));
+    EXPECT_EQ(Equal.PerformTest(Context.get()), Colour == std::string("red")) << Colour;
+    EXPECT_EQ(Unequal.PerformTest(Context.get()), Colour != std::string("red")) << Colour;
+  }
 }
 
 TEST(KBJoinTestTest, PerformEqualsAndText) {
@@ -315,22 +282,29 @@ TEST(KBJoinTestTest, PerformEqualsAndText) {
   Context.SetToken(Left);
   Context.SetFact(MakeFact("red", {Atom("blue"), Atom("z")}));
 
-  EXPECT_TRUE(TKBJoinTest(sttEquals, "colour", "colour", 0).PerformTest(&Context));
-  EXPECT_FALSE(TKBJoinTest(sttEquals, "colour", "colour", 1).PerformTest(&Context));
-  EXPECT_TRUE(TKBJoinTest(sttNotEquals, "colour", "colour", 1).PerformTest(&Context));
-  // Positions: red at 1 of the first fact's items against the right colour.
-  EXPECT_TRUE(TKBJoinTest(sttEquals, "items", 1, "colour", NoSubIndex, 0).PerformTest(&Context));
-  EXPECT_TRUE(TKBJoinTest(sttEquals, "items", 0, "items", 0, 1).PerformTest(&Context));
-  EXPECT_FALSE(TKBJoinTest(sttEquals, "items", 0, "items", 1, 1).PerformTest(&Context));
-  EXPECT_FALSE(TKBJoinTest(sttEquals, "items", 5, "items", 0, 1).PerformTest(&Context));
-  // A missing left fact passes, also when the test is negated.
-  EXPECT_TRUE(TKBJoinTest(sttNotEquals, "items", 0, "items", 0, 7).PerformTest(&Context));
+  struct TCase {
+    TKBJoinTest Test;
+    bool Passes;
+  };
+  const TCase Cases[] = {
+      {{sttEquals, "colour", "colour", 0}, true},
+      {{sttEquals, "colour", "colour", 1}, false},
+      {{sttNotEquals, "colour", "colour", 1}, true},
+      // Positions: red at 1 of the first fact's items against the right colour.
+      {{sttEquals, "items", 1, "colour", NoSubIndex, 0}, true},
+      {{sttEquals, "items", 0, "items", 0, 1}, true},
+      {{sttEquals, "items", 0, "items", 1, 1}, false},
+      {{sttEquals, "items", 5, "items", 0, 1}, false},
+      // A missing left fact passes, also when the test is negated.
+      {{sttNotEquals, "items", 0, "items", 0, 7}, true},
+  };
+  for (const TCase& C : Cases) EXPECT_EQ(C.Test.PerformTest(&Context), C.Passes) << C.Test.ToString();
 
   const TKBJoinTest Whole(sttEquals, "colour", "colour", 1);
-  const TKBJoinTest Multi(sttEquals, "colour", NoSubIndex, "colour", NoSubIndex, 1);
-  EXPECT_FALSE(Whole.Equals(&Multi));
   EXPECT_TRUE(Whole.Equals(Whole.Clone().get()));
-  EXPECT_FALSE(Whole.Equals(TKBJoinTest(sttNotEquals, "colour", "colour", 1).Clone().get()));
+  EXPECT_FALSE(Whole.Equals(&Cases[0].Test));
+  EXPECT_FALSE(Whole.Equals(&Cases[2].Test));
+  EXPECT_FALSE(Whole.Equals(TKBJoinTest(sttEquals, "colour", NoSubIndex, "colour", NoSubIndex, 1).Clone().get()));
   const TKBPatternMatchTest Other(nullptr, sttEquals, Atom("colour"));
   EXPECT_FALSE(Whole.Equals(&Other));
   EXPECT_EQ(Whole.ToString(), "= tstSlot TokenIdx: 1 Left: colour Right: colour");
@@ -340,7 +314,6 @@ TEST(KBJoinTestTest, PerformEqualsAndText) {
 
 TEST(KBPatternMatchTestTest, EqualsAndText) {
   const TKBPatternMatchTest A(nullptr, sttNotEquals, 2, Atom("a"));
-  EXPECT_TRUE(A.Equals(true, true, 2, Atom("a")));
   EXPECT_TRUE(A.Equals(true, 2, Atom("a")));
   EXPECT_FALSE(A.Equals(false, 2, Atom("a")));
   const std::unique_ptr<TKBSlotTest> Copy = A.Clone();
@@ -348,7 +321,6 @@ TEST(KBPatternMatchTestTest, EqualsAndText) {
   static_cast<TKBPatternMatchTest*>(Copy.get())->SetConjunction(false);
   EXPECT_FALSE(A.Equals(Copy.get()));
   EXPECT_EQ(A.ToString(), "<> SubIdx: 2 Slot: a");
-  EXPECT_EQ(TKBPatternMatchTest(nullptr).ToString(), "= SubIdx: -1");
 }
 
 TEST(KBPatternTest, AssignAndClone) {
@@ -366,16 +338,13 @@ TEST(KBPatternTest, AssignAndClone) {
   const std::unique_ptr<TKBPattern> C = P.Clone(&Engine);
   EXPECT_EQ(C->GetOwner(), &Engine);
   EXPECT_EQ(C->GetFactTemplate(), T);
-  EXPECT_EQ(C->GetNegatedCount(), 3);
+  EXPECT_EQ(C->ToString(), P.ToString());  // name, negation, flags, bound name and tests
   EXPECT_EQ(C->GetComment(), "note");
-  EXPECT_EQ(C->GetBoundName(), "f");
-  EXPECT_EQ(C->GetNumSlotTests(), 2);
   EXPECT_EQ(C->GetNumORConstraints(), 1);
   EXPECT_EQ(Tests(*C, "items"), Tests(P, "items"));
   for (int I = 0; I < 2; ++I) {
     EXPECT_NE(C->GetSlotTest(1, I), P.GetSlotTest(1, I));
     EXPECT_EQ(C->GetSlotTest(1, I)->GetPattern(), C.get());
-    EXPECT_TRUE(C->GetSlotTest(1, I)->Equals(P.GetSlotTest(1, I)));
   }
   EXPECT_NE(C->GetSlotTest(1, 1)->GetSlotValue()->GetAsFunCall(), P.GetSlotTest(1, 1)->GetSlotValue()->GetAsFunCall());
 
@@ -384,10 +353,9 @@ TEST(KBPatternTest, AssignAndClone) {
   TKBPattern Other(nullptr, "b", T, 0);
   Other.AddTest("size", Int(1), NoSubIndex, false, false);
   Other.Assign(&P);
-  EXPECT_EQ(Other.GetName(), "a");
+  EXPECT_EQ(Other.ToString(), P.ToString());
   EXPECT_EQ(Other.GetNumSlotTests(), 2);
   EXPECT_EQ(Other.GetNumORConstraints(), 1);
-  EXPECT_EQ(Other.GetSlotTestCount(Other.IndexOfSlotName("size")), 0);
   const IFactTemplate Small(new TFactTemplate(nullptr, "small"));
   Small->AddSlot("size", Int(0));
   TKBPattern Narrow(nullptr, "small", Small, 0);
@@ -395,52 +363,38 @@ TEST(KBPatternTest, AssignAndClone) {
   EXPECT_EQ(ErrorOf([&] { Narrow.SetTests(P.GetTests()); }), "No such slot name: \"items\"");
   EXPECT_EQ(Narrow.GetNumSlotTests(), 1);
   EXPECT_EQ(Narrow.GetSlotCount(), 1);
-}
 
-TEST(KBPatternTest, CloneIntoAnotherEngineTakesItsTemplate) {
-  TInferenceEngine Source;
+  // A clone into another engine takes a copy of the template there, made once.
   TInferenceEngine Target;
-  const IFactTemplate T = ATemplate(&Source);
-  TKBPattern P(nullptr, "a", T, 0);
-  P.AddTest("colour", Atom("red"), NoSubIndex, false, true);
-
-  const std::unique_ptr<TKBPattern> C = P.Clone(&Target);
-  const IFactTemplate Moved = Target.FindFactTemplate("a");
-  ASSERT_TRUE(Moved);
-  EXPECT_EQ(C->GetFactTemplate(), Moved);
-  EXPECT_NE(Moved, T);
-  EXPECT_TRUE(Moved->ContainsSlot("items"));
-  EXPECT_EQ(Tests(*C, "colour"), std::vector<std::string>{"=red"});
-  // A second clone finds the template there.
-  EXPECT_EQ(P.Clone(&Target)->GetFactTemplate(), Moved);
+  const std::unique_ptr<TKBPattern> Moved = P.Clone(&Target);
+  const IFactTemplate There = Target.FindFactTemplate("a");
+  ASSERT_TRUE(There);
+  EXPECT_EQ(Moved->GetFactTemplate(), There);
+  EXPECT_TRUE(There->ContainsSlot("colour"));
+  EXPECT_EQ(Tests(*Moved, "items"), Tests(P, "items"));
+  EXPECT_EQ(P.Clone(&Target)->GetFactTemplate(), There);
 }
 
 TEST(KBPatternTest, CompanionRenamesWildcards) {
   TInferenceEngine Engine;
-  const IFactTemplate T = ATemplate(&Engine);
-  TKBPattern P(&Engine, "need-a", T, 0);
+  TKBPattern P(&Engine, "need-a", ATemplate(&Engine), 0);
   P.AddTest("items", Var(std::string(SBlankPrefix) + "900"), 0, false, true);
   P.AddTest("items", MultiVar(std::string(SBlankMulti) + "901"), 1, false, true);
   P.AddTest("items", Var("x"), 2, true, false);
-  P.AddTest("colour", Atom("red"), NoSubIndex, false, true);
-  P.SetSlotLength(P.IndexOfSlotName("items"), 3);
   int Changes = 0;
   P.SetOnChange([&](TObject*) { ++Changes; });
 
   TKBPattern C(&Engine, &P, "a", 1);
   EXPECT_EQ(Changes, 0);
-  EXPECT_EQ(C.GetNumSlotTests(), 4);
   EXPECT_EQ(C.GetNumORConstraints(), 1);
   const std::vector<std::string> Items = Tests(C, "items");
   ASSERT_EQ(Items.size(), 3u);
-  const std::string Blank = "=?" + std::string(SBlankPrefix);
-  const std::string BlankMulti = "=$?" + std::string(SBlankMulti);
-  EXPECT_EQ(Items[0].substr(0, Blank.size()), Blank);
+  // Fresh wildcard names of the same kind; a named variable stays.
+  EXPECT_EQ(Items[0].rfind("=?" + std::string(SBlankPrefix), 0), 0u);
+  EXPECT_EQ(Items[1].rfind("=$?" + std::string(SBlankMulti), 0), 0u);
   EXPECT_NE(Items[0], Tests(P, "items")[0]);
-  EXPECT_EQ(Items[1].substr(0, BlankMulti.size()), BlankMulti);
   EXPECT_NE(Items[1], Tests(P, "items")[1]);
   EXPECT_EQ(Items[2], "~?x@2|");
-  EXPECT_EQ(Tests(C, "colour"), std::vector<std::string>{"=red"});
 }
 
 TEST(KBPatternTest, TextForm) {
@@ -457,8 +411,9 @@ TEST(KBPatternTest, TextForm) {
   EXPECT_EQ(P.ToString(), "(not (exists (unique (a (items ?x&~b :(f ?x)) (size 1) ))))");
   P.SetNegatedCount(0);
   P.SetUnique(false);
+  P.SetExplicit(true);
   P.SetBoundName("f");
-  EXPECT_EQ(P.ToString(), "?f <- (a (items ?x&~b :(f ?x)) (size 1) )");
+  EXPECT_EQ(P.ToString(), "?f <- (explicit (a (items ?x&~b :(f ?x)) (size 1) ))");
 
   const IFactTemplate TestTemplate(new TFactTemplate(nullptr, "test"));
   TestTemplate->AddMultiSlot(SDefaultSlotName, FCNilList);
