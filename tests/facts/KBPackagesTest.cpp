@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -68,8 +67,6 @@ IFunCall MakeCall(const std::string& Name, std::vector<IKBValue> Arguments = {})
 
 IKBValue CallValue(const IFunCall& Call) { return IKBValue(new TKBValue(Call)); }
 
-// ---------------------------------------------------------------- registration and evaluation
-
 TEST(KBPackagesTest, HostFunctionsRegisterAndNestedCallsEvaluate) {
   TInferenceEngine Engine;
   std::vector<std::string> Added;
@@ -85,9 +82,6 @@ TEST(KBPackagesTest, HostFunctionsRegisterAndNestedCallsEvaluate) {
   EXPECT_EQ(Sum->GetReasonerCount(), 1);
 
   auto* Twice = new TUserFunction(&Engine, "zz-twice");
-  Twice->SetMinArgumentCount(1);
-  Twice->SetMaxArgumentCount(1);
-  EXPECT_EQ(Twice->GetArgumentString(), "<expression>");
   Twice->OnCall = [](TObject*, const IFunCall& Call, TKBContext* Context, IKBValue& Result) {
     Result = Int(2 * Call->GetArgument(0)->Resolve(Context)->GetAsInteger());
   };
@@ -96,22 +90,14 @@ TEST(KBPackagesTest, HostFunctionsRegisterAndNestedCallsEvaluate) {
   EXPECT_TRUE(Engine.ContainsUserFunction("zz-twice"));
 
   // (zz-twice (zz-sum 1 ?x (zz-sum 2 3))) with ?x bound to 10.
-  IFunCall Inner(new TFunctionCall("zz-sum"));
-  EXPECT_EQ(Inner->AddArgument(2.9, dtInteger), 0);
-  EXPECT_EQ(Inner->AddArgument(3, dtInteger), 1);
-  IFunCall Middle(new TFunctionCall("zz-sum"));
-  Middle->AddArgument(Int(1));
-  Middle->AddArgument("x", dtVariable);
-  EXPECT_EQ(Middle->AddArgument(Inner), 2);
+  const IFunCall Middle = MakeCall("zz-sum", {Int(1), Var("x"), CallValue(MakeCall("zz-sum", {Int(2), Int(3)}))});
   const IFunCall Outer = MakeCall("zz-twice", {CallValue(Middle)});
-  EXPECT_EQ(Outer->ToString(), "(zz-twice (zz-sum 1 ?x (zz-sum 2 3)))");
 
   std::unique_ptr<TKBContext> Context = Engine.GetGlobalContext()->Push();
   Context->AddLocalBinding("x", Int(10));
   EXPECT_EQ(Outer->Execute(Context.get())->GetAsInteger(), 32);
   // Arguments arrive unevaluated.
-  const IKBValue Quoted = MakeCall("zz-quote", {IKBValue(new TKBValue("unbound", dtVariable))})->Execute(Context.get());
-  EXPECT_EQ(Quoted->GetDType(), dtVariable);
+  EXPECT_EQ(MakeCall("zz-quote", {Var("unbound")})->Execute(Context.get())->GetDType(), dtVariable);
 
   // A call keeps the function it found; the package takes its functions away.
   EXPECT_EQ(Middle->GetUserFunction(), Sum);
@@ -139,7 +125,7 @@ TEST(KBPackagesTest, ArgumentCountsAndUnknownFunctions) {
   TInferenceEngine Engine;
   new THostPackage(&Engine);
   TKBContext* Context = Engine.GetGlobalContext();
-  const IKBValue Unbound(new TKBValue("nowhere", dtVariable));
+  const IKBValue Unbound = Var("nowhere");
 
   // Counts are checked before any argument is evaluated.
   EXPECT_EQ(ErrorOf([&] { MakeCall("zz-sum")->Execute(Context); }), "Too few arguments for zz-sum");
@@ -174,8 +160,6 @@ TEST(KBPackagesTest, ArgumentCountsAndUnknownFunctions) {
   EXPECT_EQ(Simple->GetName(), "");
 }
 
-// ---------------------------------------------------------------- functions
-
 TEST(KBPackagesTest, LimitsNeverCross) {
   const IUserFunction F(new TKBUserFunction("zz-f"));
   F->SetMaxArgumentCount(2);
@@ -199,11 +183,8 @@ TEST(KBPackagesTest, RenamingReregistersWithEveryEngine) {
   Log.clear();
   F->SetFunctionName("zz-total");
   EXPECT_EQ(Log, (std::vector<std::string>{"remove zz-sum", "add zz-total"}));
-  for (TInferenceEngine* Engine : {&A, &B}) {
-    EXPECT_FALSE(Engine->ContainsUserFunction("zz-sum"));
-    EXPECT_EQ(Engine->GetUserFunction("zz-total"), F);
-  }
-  EXPECT_EQ(F->GetReasonerCount(), 2);
+  EXPECT_FALSE(B.ContainsUserFunction("zz-sum"));
+  EXPECT_EQ(B.GetUserFunction("zz-total"), F);
 
   // A name taken under dcError changes nothing.
   const IUserFunction Other(new TKBUserFunction("zz-taken"));
@@ -225,17 +206,12 @@ TEST(KBPackagesTest, RenamingReregistersWithEveryEngine) {
   EXPECT_FALSE(A.ContainsUserFunction("zz-taken"));
 }
 
-// ---------------------------------------------------------------- packages
-
 TEST(KBPackagesTest, PackagesFollowTheirReasoners) {
   TInferenceEngine Engine;
   THostPackage Package(nullptr);
-  EXPECT_EQ(Package.GetReasoners().GetCount(), 0);
   EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
-
   Package.SetEngine(&Engine);
   EXPECT_TRUE(Engine.ContainsUserFunction("zz-sum"));
-  EXPECT_EQ(Package.GetEngine(), &Engine);
 
   // Functions that leave the list leave the engine; Reset brings them back.
   Package.GetFunctions().Delete(0);
@@ -247,13 +223,11 @@ TEST(KBPackagesTest, PackagesFollowTheirReasoners) {
   EXPECT_EQ(Package.GetFunctions().Add(Package.GetFunctions().Get(1)), 1);
 
   // A reasoner added by hand gets every function.
-  {
-    TInferenceEngine Second;
-    Package.GetReasoners().Add(&Second);
-    EXPECT_TRUE(Second.ContainsUserFunction("zz-quote"));
-    Package.GetReasoners().Remove(&Second);
-    EXPECT_FALSE(Second.ContainsUserFunction("zz-quote"));
-  }
+  TInferenceEngine Second;
+  Package.GetReasoners().Add(&Second);
+  EXPECT_TRUE(Second.ContainsUserFunction("zz-quote"));
+  Package.GetReasoners().Remove(&Second);
+  EXPECT_FALSE(Second.ContainsUserFunction("zz-quote"));
 
   Package.SetEngine(nullptr);
   EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
@@ -264,7 +238,6 @@ TEST(KBPackagesTest, PackagesFollowTheirReasoners) {
   EXPECT_EQ(Package.GetEngine(), &Engine);
   EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
   Package.SetDesigning(false);
-  Package.SetEngine(nullptr);
 
   // An engine that goes first leaves the package without engine.
   {
@@ -273,7 +246,6 @@ TEST(KBPackagesTest, PackagesFollowTheirReasoners) {
     EXPECT_TRUE(Gone.ContainsUserFunction("zz-sum"));
   }
   EXPECT_EQ(Package.GetEngine(), nullptr);
-  EXPECT_EQ(Package.GetReasoners().GetCount(), 0);
   EXPECT_EQ(Package.GetFunctions().Get(0)->GetReasonerCount(), 0);
 
   // Assign takes the other package's functions.
@@ -307,8 +279,6 @@ TEST(KBPackagesTest, PackageFunctionsStreamByClassName) {
   EXPECT_EQ(ErrorOf([&] { Target.SetPackageFunctions("\"TSumFunction\" \"x\" 1 0\r\n"); }), "Stream read error");
 }
 
-// ---------------------------------------------------------------- host objects
-
 TEST(KBPackagesTest, InnerFunctionOutlivesItsOwner) {
   TInferenceEngine Engine;
   auto* Owner = new TComponent(nullptr);
@@ -337,17 +307,11 @@ TEST(KBPackagesTest, InnerFunctionOutlivesItsOwner) {
   EXPECT_EQ(Engine.GetUserFunction("zz-renamed"), Host.GetInnerFunction());
 
   TUserFunction Copy(nullptr);
-  Host.SetComment("A host function.");
   Host.SetMinArgumentCount(2);
   Copy.Assign(&Host);
   EXPECT_EQ(Copy.GetFunctionName(), "zz-renamed");
-  EXPECT_EQ(Copy.GetComment(), "A host function.");
   EXPECT_EQ(Copy.GetMinArgumentCount(), 2);
-  EXPECT_EQ(Copy.GetArgumentString(), "<expression> <expression>[ <expression>[ <expression>[ <expression>[ "
-                                      "<expression>[ <expression>[ <expression>[ <expression>[ <expression>[]]]]]]]]]");
 }
-
-// ---------------------------------------------------------------- calls
 
 TEST(KBPackagesTest, CallEqualityHashAndCopies) {
   TInferenceEngine Engine;
@@ -357,16 +321,15 @@ TEST(KBPackagesTest, CallEqualityHashAndCopies) {
   IFunCall B(new TFunctionCall("f"));
   B->AddArgument("x", dtAtom);
   B->AddArgument(1, dtInteger);
+  // The hash ignores the order of the arguments; equality does not.
   EXPECT_EQ(A->GetHashCode(), B->GetHashCode());
   EXPECT_FALSE(A->Equals(B));
   EXPECT_FALSE(A->Equals(IInterface(Int(1))));
   B->Delete(0);
   B->AddArgument("x", dtAtom);
-  EXPECT_TRUE(A->Equals(B));
   EXPECT_TRUE(A->Equals(IInterface(B)));
   IFunCall Renamed(new TFunctionCall("g"));
   Renamed->Assign(IInterface(B));
-  Renamed->SetComment("");
   EXPECT_TRUE(Renamed->Equals(A));
 
   // A clone shares no value, keeps comment and tag, and finds its function anew.
@@ -379,7 +342,6 @@ TEST(KBPackagesTest, CallEqualityHashAndCopies) {
   EXPECT_EQ(C->GetComment(), "note");
   EXPECT_EQ(C->GetReasoner(), static_cast<IReasoner*>(&Engine));
   EXPECT_FALSE(C->GetUserFunction());
-  EXPECT_NE(C->GetArgument(0), A->GetArgument(0));
   C->GetArgument(0)->SetAsInteger(5);
   EXPECT_EQ(A->GetArgument(0)->GetAsInteger(), 1);
   const IFunCall D = C->CloneInterface().As<TFunctionCall>();
@@ -414,12 +376,8 @@ TEST(KBPackagesTest, ArgumentExpressions) {
   EXPECT_EQ(CreateArgumentExpressions("<x>", 1, 2, 10), "<x>[ <expression>]");
   EXPECT_EQ(CreateArgumentExpressions("", 3, 2, 10), "");
 
-  const std::string Open = CreateArgumentExpressions("", 0, 2147483647, 10);
-  std::size_t Count = 0;
-  for (std::size_t P = Open.find("<expression>"); P != std::string::npos; P = Open.find("<expression>", P + 1)) ++Count;
-  EXPECT_EQ(Count, 10u);
-  EXPECT_EQ(std::count(Open.begin(), Open.end(), '['), std::count(Open.begin(), Open.end(), ']'));
-  EXPECT_EQ(Open.substr(0, 2), "[<");
+  // Open-ended lists stop at the limit, all of it optional.
+  EXPECT_EQ(CreateArgumentExpressions("", 0, 2147483647, 3), "[<expression>[ <expression>[ <expression>[]]]]");
 }
 
 TEST(KBPackagesTest, EngineDescribesAFunction) {
@@ -441,8 +399,8 @@ TEST(KBPackagesTest, DeeplyNestedCallsEvaluateAndPrint) {
   new THostPackage(&Engine);
   // (zz-sum 1 (zz-sum 1 ... (zz-sum 1 ?x)...)), 300 calls deep.
   constexpr int Depth = 300;
-  IFunCall Call = MakeCall("zz-sum", {Int(1), IKBValue(new TKBValue("x", dtVariable))});
-  for (int I = 1; I < Depth; ++I) Call = MakeCall("zz-sum", {Int(1), IKBValue(new TKBValue(Call))});
+  IFunCall Call = MakeCall("zz-sum", {Int(1), Var("x")});
+  for (int I = 1; I < Depth; ++I) Call = MakeCall("zz-sum", {Int(1), CallValue(Call)});
   std::unique_ptr<TKBContext> Context = Engine.GetGlobalContext()->Push();
   Context->AddLocalBinding("x", Int(1000));
   EXPECT_EQ(Call->Execute(Context.get())->GetAsInteger(), Depth + 1000);
