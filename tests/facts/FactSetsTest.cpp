@@ -26,21 +26,29 @@ protected:
     Engine.AddModule(Other);
     Main->FocusModule();
     Person = Engine.CreateFactTemplate("person");
-    Person->AddSlot("name", IKBValue(new TKBValue("nobody", dtAtom)));
+    Person->AddSlot("name", Atom("nobody"));
   }
 
   IFact NewPerson(const std::string& Name) {
     IFact Fact = Person->NewFact();
-    Fact->SetValue("name", IKBValue(new TKBValue(Name, dtAtom)));
+    Fact->SetValue("name", Atom(Name));
     return Fact;
   }
 
-  static std::string NameOf(const IFact& Fact) { return Fact->GetValue("name")->ToString(); }
+  // Records each assertion, and its person as "<name>@<current module>".
+  void Hear() {
+    Engine.OnAssertion = [this](TObject*, const IFact& Fact) {
+      Asserted.push_back(Fact);
+      Heard.push_back(Fact->GetValue("name")->ToString() + "@" + Engine.GetCurrentModule()->GetName());
+    };
+  }
 
   TInferenceEngine Engine;
   IModule Main;
   IModule Other;
   IFactTemplate Person;
+  std::vector<IFact> Asserted;
+  std::vector<std::string> Heard;
 };
 
 TEST_F(FactSetTest, LinesKeepTextAndParsedFact) {
@@ -50,9 +58,7 @@ TEST_F(FactSetTest, LinesKeepTextAndParsedFact) {
   const IFact Bob = NewPerson("Bob");
   Set.AddFact(Ann);
   Set.AddFact(Bob);
-  ASSERT_EQ(Set.GetCount(), 2);
   EXPECT_EQ(Set.GetFacts()->Get(0), Ann->ToString());
-  EXPECT_EQ(Set.GetFact(1), Bob);
   EXPECT_EQ(Set.IndexOf(Bob), 1);
   EXPECT_EQ(Set.IndexOf(NewPerson("Bob")), -1);  // by object, not by content
 
@@ -76,40 +82,26 @@ TEST_F(FactSetTest, ResetAssertsClonesInOrderIntoItsModule) {
   auto* Set = new TFactSet(&Engine, "", "people");
   Set->SetEngine(&Engine);
   const IFact Ann = NewPerson("Ann");
-  const IFact Bob = NewPerson("Bob");
   Set->AddFact(Ann);
-  Set->AddFact(Bob);
+  Set->AddFact(NewPerson("Bob"));
   EXPECT_EQ(Main->GetFactSets()->IndexOf(Set), 0);
 
-  struct THeard {
-    IFact Fact;
-    std::string Module;
-  };
-  std::vector<THeard> Heard;
-  Engine.OnAssertion = [&](TObject*, const IFact& Fact) {
-    Heard.push_back({Fact, Engine.GetCurrentModule()->GetName()});
-  };
-
   // An empty module means MAIN, whatever module is current.
+  Hear();
   Other->FocusModule();
   Set->Reset();
-  ASSERT_EQ(Heard.size(), 2u);
-  EXPECT_EQ(NameOf(Heard[0].Fact), "Ann");
-  EXPECT_EQ(NameOf(Heard[1].Fact), "Bob");
-  for (const THeard& H : Heard) EXPECT_EQ(H.Module, "MAIN");
+  EXPECT_EQ(Heard, (std::vector<std::string>{"Ann@MAIN", "Bob@MAIN"}));
   // Clones are asserted; the set's own facts stay unasserted.
-  EXPECT_NE(Heard[0].Fact, Ann);
-  EXPECT_TRUE(Heard[0].Fact->Equals(Ann));
+  EXPECT_NE(Asserted[0], Ann);
+  EXPECT_TRUE(Asserted[0]->Equals(Ann));
   EXPECT_EQ(Ann->GetID(), -1);
   EXPECT_EQ(Engine.GetCurrentModule(), Other);
 
   // The current module comes back also when an assertion fails.
-  const IFact Cid = NewPerson("Cid");
-  Set->SetFact(0, Cid);
+  Set->SetFact(0, NewPerson("Cid"));
   Engine.OnAssertion = [](TObject*, const IFact&) { throw std::runtime_error("refused"); };
   EXPECT_EQ(ErrorOf([&] { Set->Reset(); }), "refused");
   EXPECT_EQ(Engine.GetCurrentModule(), Other);
-  Engine.OnAssertion = nullptr;
 
   // A set of another module asserts there, and MAIN comes back.
   Main->FocusModule();
@@ -119,12 +111,9 @@ TEST_F(FactSetTest, ResetAssertsClonesInOrderIntoItsModule) {
   EXPECT_EQ(Other->GetFactSets()->IndexOf(Elsewhere), 0);
   EXPECT_EQ(Main->GetFactSets()->IndexOf(Elsewhere), -1);
   Heard.clear();
-  Engine.OnAssertion = [&](TObject*, const IFact& Fact) {
-    Heard.push_back({Fact, Engine.GetCurrentModule()->GetName()});
-  };
+  Hear();
   Elsewhere->Reset();
-  ASSERT_EQ(Heard.size(), 1u);
-  EXPECT_EQ(Heard[0].Module, "OTHER");
+  EXPECT_EQ(Heard, std::vector<std::string>{"Eve@OTHER"});
   EXPECT_EQ(Engine.GetCurrentModule(), Main);
 }
 
@@ -148,8 +137,6 @@ TEST_F(FactSetTest, EngineResetAssertsTheSetsBeforeTheInitialFact) {
 }
 
 TEST_F(FactSetTest, FocusModuleResults) {
-  TFactSet Free(nullptr, "OTHER", "free");
-
   TFactSet InMain(nullptr);
   InMain.SetEngine(&Engine);
   EXPECT_FALSE(InMain.FocusModule(false));  // already there
@@ -208,9 +195,7 @@ TEST_F(FactSetTest, ASetOfAnExistingNameReplacesTheOldOne) {
   Second.SetEngine(&Engine);
   ASSERT_EQ(Sets->GetCount(), 1);
   EXPECT_EQ(Sets->GetItem(0), &Second);
-  EXPECT_EQ(Sets->IndexOf("people"), 0);
   EXPECT_EQ(First.GetEngine(), nullptr);
-
 }
 
 TEST_F(FactSetTest, ListOperationsMoveTheEngine) {
@@ -238,7 +223,6 @@ TEST_F(FactSetTest, ListOperationsMoveTheEngine) {
   EXPECT_EQ(Sets->GetCount(), 0);
   EXPECT_EQ(A.GetEngine(), nullptr);
   EXPECT_EQ(C.GetEngine(), nullptr);
-
 }
 
 TEST_F(FactSetTest, DestroyedSetsLeaveTheLists) {
@@ -285,16 +269,13 @@ TEST_F(FactSetTest, CloneAssignAndText) {
   const IFact Ann = NewPerson("Ann");
   Set.AddFact(Ann);
 
+  const std::string Text = "(deffacts people \"who is here\"\r\n   " + Ann->ToString() + "\r\n)\r\n";
+  EXPECT_EQ(Set.ToString(), Text);
   std::unique_ptr<TFactSet> Copy(Set.Clone(nullptr));
-  EXPECT_EQ(Copy->GetFactSetName(), "people");
+  EXPECT_EQ(Copy->ToString(), Text);
   EXPECT_EQ(Copy->GetModule(), "OTHER");
-  EXPECT_EQ(Copy->GetComment(), "who is here");
-  ASSERT_EQ(Copy->GetCount(), 1);
   EXPECT_NE(Copy->GetFact(0), Ann);
   EXPECT_TRUE(Copy->GetFact(0)->Equals(Ann));
-  EXPECT_EQ(Copy->GetEngine(), nullptr);
-
-  EXPECT_EQ(Set.ToString(), "(deffacts people \"who is here\"\r\n   " + Ann->ToString() + "\r\n)\r\n");
 
   // Assigning to a set of an engine checks the module first.
   TFactSet Bound(nullptr);
