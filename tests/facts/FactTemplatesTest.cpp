@@ -30,10 +30,9 @@ TEST(FactTemplateTest, OrderedFlagFollowsAddsAndRenamesOnly) {
   T->AddMultiSlot(SDefaultSlotName, List({Atom("red")}));
   EXPECT_TRUE(T->IsOrdered());
 
+  // A rename is heard by the template, which keys the slot anew.
   const IFactTemplate Single = Template("single");
-  const IFactSlot Slot = Single->AddSlot("a", Atom("v"));
-  EXPECT_FALSE(Single->IsOrdered());
-  Slot->SetName(SDefaultSlotName);
+  Single->AddSlot("a", Atom("v"))->SetName(SDefaultSlotName);
   EXPECT_TRUE(Single->IsOrdered());
   EXPECT_FALSE(Single->ContainsSlot("a"));
   EXPECT_EQ(Single->GetSlotNames().GetCount(), 1);
@@ -64,7 +63,7 @@ TEST(FactTemplateTest, AddSlotErrorsLeaveTheTemplateUnchanged) {
   EXPECT_EQ(Plain->GetSlotDefault()->GetAsAtom(), "z");
 }
 
-TEST(FactTemplateTest, SlotLookupErrors) {
+TEST(FactTemplateTest, LookupAndRenameErrors) {
   const IFactTemplate T = Template("t");
   T->AddSlot("a", Atom("x"));
   EXPECT_EQ(ErrorOf([&] { T->GetSlot("zz"); }), "No such slot name: \"zz\"");
@@ -76,18 +75,19 @@ TEST(FactTemplateTest, SlotLookupErrors) {
   EXPECT_EQ(T->GetTemplateName(), "t");
 }
 
-TEST(FactTemplateTest, FuzzyFlagIsRecomputed) {
+TEST(FactTemplateTest, FuzzyFlagHashAndFuzzyTypes) {
   const IFactTemplate T = Template("t");
   T->AddSlot("a", Atom("x"));
   EXPECT_FALSE(T->IsFuzzy());
   const IFactSlot F = T->AddSlot("f", Atom("x"));
   F->SetSlotType(TKBTypes{dtFuzzy});
   EXPECT_TRUE(T->IsFuzzy());
+  EXPECT_EQ(ErrorOf([&] { F->SetSlotType(TKBTypes{dtFuzzy, dtAtom}); }),
+            "Cannot mix fuzzy type with other primitive types");
   T->RemoveSlot("f");
   EXPECT_FALSE(T->IsFuzzy());
-}
 
-TEST(FactTemplateTest, HashDependsOnNameAndSlotNamesOnly) {
+  // The hash depends on the name and the slot names only.
   const IFactTemplate A = Template("p");
   A->AddSlot("x", Atom("1"));
   A->AddSlot("y", Atom("2"));
@@ -95,16 +95,8 @@ TEST(FactTemplateTest, HashDependsOnNameAndSlotNamesOnly) {
   B->AddSlot("y", Int(5));
   B->AddSlot("x", Int(6));
   EXPECT_EQ(A->GetHashCode(), B->GetHashCode());
-  const std::int32_t Before = B->GetHashCode();
   B->GetSlot("y")->SetName("z");
-  EXPECT_NE(B->GetHashCode(), Before);
-}
-
-TEST(FactSlotTest, FuzzyTypesMixOnlyWithMultislotTypes) {
-  const IFactTemplate T = Template("t");
-  const IFactSlot Slot = T->AddSlot("f", Atom("x"));
-  Slot->SetSlotType(TKBTypes{dtFuzzy});
-  EXPECT_EQ(ErrorOf([&] { Slot->SetSlotType(TKBTypes{dtFuzzy, dtAtom}); }), "Cannot mix fuzzy type with other primitive types");
+  EXPECT_NE(A->GetHashCode(), B->GetHashCode());
 }
 
 TEST(FactSlotTest, ValidityOfNilAndItsMessages) {
@@ -126,26 +118,21 @@ TEST(FactSlotTest, ValidityOfNilAndItsMessages) {
                                                    ") is a dtAtom (abc) type for m slot");
 }
 
-TEST(FactSlotTest, DefaultsAreClonedConstantsShared) {
+TEST(FactSlotTest, DefaultsAreClonedAndFollowTheType) {
   const IFactTemplate T = Template("t");
   const IKBValue Given = Atom("v");
   const IFactSlot Slot = T->AddSlot("a", Given);
   EXPECT_NE(Slot->GetSlotDefault(), Given);
   EXPECT_TRUE(Slot->GetSlotDefault()->Equals(Given));
+  // Constants are shared; a call is never shared between templates.
   Slot->SetSlotDefault(FCTrue);
   EXPECT_EQ(Slot->GetSlotDefault(), FCTrue);
-
-  // A call is never shared between templates.
   const IFunCall Call(new TFunctionCall("gensym"));
   T->AddSlot("c", IKBValue(new TKBValue(Call)));
-  const IFunCall Held = T->GetSlot("c")->GetSlotDefault()->GetAsFunCall();
-  EXPECT_NE(Held, Call);
-  EXPECT_EQ(Held->GetName(), "gensym");
-}
+  EXPECT_NE(T->GetSlot("c")->GetSlotDefault()->GetAsFunCall(), Call);
 
-TEST(FactSlotTest, NewTypeReplacesAnInvalidDefault) {
-  const IFactTemplate T = Template("t");
-  const IFactSlot Slot = T->AddSlot("a", Int(7));
+  // A new type keeps a valid default and replaces an invalid one.
+  Slot->SetSlotDefault(Int(7));
   Slot->SetSlotType(TKBTypes{dtInteger, dtFloat});
   EXPECT_EQ(Slot->GetSlotDefault()->GetAsInteger(), 7);
   Slot->SetSlotType(TKBTypes{dtFloat});
@@ -177,11 +164,7 @@ TEST(FactSlotTest, DynamicChecksGuardDefaults) {
 }
 
 TEST(FactSlotTest, OldDefaultForgetsADeadSlot) {
-  IKBValue Default;
-  {
-    const IFactTemplate T = Template("t");
-    Default = T->AddSlot("a", Atom("x"))->GetSlotDefault();
-  }
+  IKBValue Default = Template("t")->AddSlot("a", Atom("x"))->GetSlotDefault();
   Default->SetAsAtom("y");  // would reach a freed slot if the hook stayed
   EXPECT_EQ(Default->GetAsAtom(), "y");
 }
@@ -292,9 +275,7 @@ TEST(FactTemplateTest, CopiesReadTheirSlotsAgainInTheirEngine) {
 
 TEST(FactTemplateTest, EngineOwnerGivesHomeModule) {
   TInferenceEngine Engine;
-  const IFactTemplate T = Template("p", &Engine);
-  EXPECT_EQ(T->GetEngine(), &Engine);
-  EXPECT_EQ(T->GetModule(), Engine.GetCurrentModule());
+  EXPECT_EQ(Template("p", &Engine)->GetModule(), Engine.GetCurrentModule());
 
   // The engine hears of a rename before the name changes, and may refuse it.
   const IFactTemplate P = Engine.CreateFactTemplate("p");
