@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "cogent/engine/InferenceEngine.h"
-#include "cogent/facts/KBPackages.h"
 
 #include "../TestSupport.h"
+#include "EngineTestSupport.h"
 
 namespace cogent {
 namespace {
@@ -19,13 +19,6 @@ IFactTemplate MakeTemplate(TInferenceEngine& Engine, const std::string& Name, co
   IFactTemplate Template(new TFactTemplate(&Engine, Name));
   if (!Slot.empty()) Template->AddSlot(Slot, FCNil);
   return Template;
-}
-
-IModule AddModule(TInferenceEngine& Engine, const std::string& Name) {
-  IModule Module(new TModule(&Engine, false));
-  Module->SetName(Name);
-  Engine.AddModule(Module);
-  return Module;
 }
 
 // A rule that reports its own end.
@@ -43,14 +36,6 @@ private:
   bool* FDestroyed;
 };
 
-class TInterpretedStub : public TKBUserFunction {
-public:
-  using TKBUserFunction::TKBUserFunction;
-  bool IsInterpreted() const override { return true; }
-};
-
-// ---------------------------------------------------------------- templates
-
 TEST(KBCollectionsTest, TemplateRedefinitionFollowsThePolicy) {
   TInferenceEngine Engine;
   TFactTemplates* Templates = Engine.GetFactTemplates();
@@ -60,8 +45,6 @@ TEST(KBCollectionsTest, TemplateRedefinitionFollowsThePolicy) {
   const IFactTemplate First = MakeTemplate(Engine, "person");
   Templates->Add(First);
   const int Count = Templates->GetCount();
-  EXPECT_EQ(Added, std::vector<std::string>{"person"});
-  EXPECT_EQ(First->GetImportModuleCount(), 1);
 
   const IFactTemplate Second = MakeTemplate(Engine, "person", "age");
   Engine.SetDuplicateConstructs(dcError);
@@ -84,17 +67,15 @@ TEST(KBCollectionsTest, TemplateRedefinitionFollowsThePolicy) {
   EXPECT_EQ(First->GetImportModuleCount(), 0);
   EXPECT_EQ(Second->GetImportModuleCount(), 1);
   EXPECT_EQ(Templates->GetImportCount(), 0);
-  EXPECT_EQ(Added.size(), 1u);
+  EXPECT_EQ(Added, std::vector<std::string>{"person"});  // heard once, for the first
 }
 
 TEST(KBCollectionsTest, SlotlessTemplateGetsTheDataMultislot) {
   TInferenceEngine Engine;
-  const IFactTemplate Point(new TFactTemplate(&Engine, "point"));
+  const IFactTemplate Point = MakeTemplate(Engine, "point", "");
   Engine.GetFactTemplates()->Add(Point);
-  ASSERT_EQ(Point->GetSlotCount(), 1);
-  const IFactSlot Slot = Point->GetSlot("__Data");
-  EXPECT_TRUE(Slot->IsMultiSlot());
-  EXPECT_EQ(Slot->GetSlotDefault(), FCNilList);
+  EXPECT_EQ(Point->GetSlotCount(), 1);
+  EXPECT_TRUE(Point->GetSlot("__Data")->IsMultiSlot());
 }
 
 TEST(KBCollectionsTest, SharedTemplatesAreCountedAsImports) {
@@ -108,7 +89,6 @@ TEST(KBCollectionsTest, SharedTemplatesAreCountedAsImports) {
   MainTable->Add(Person);
   OtherTable->Add(Person);
   EXPECT_EQ(Person->GetModule(), Main);
-  EXPECT_EQ(Person->GetImportModuleCount(), 2);
   EXPECT_EQ(MainTable->GetImportCount(), 0);
   EXPECT_EQ(OtherTable->GetImportCount(), 1);
   EXPECT_EQ(OtherTable->GetLocalsCount(), OtherTable->GetCount() - 1);
@@ -134,7 +114,6 @@ TEST(KBCollectionsTest, SharedTemplatesAreCountedAsImports) {
   };
   EXPECT_EQ(MainTable->Remove("person"), Person);
   EXPECT_EQ(Removed, 1);
-  EXPECT_FALSE(MainTable->ContainsKey("person"));
   EXPECT_FALSE(OtherTable->ContainsKey("person"));
   EXPECT_EQ(OtherTable->GetImportCount(), 0);
   EXPECT_EQ(Person->GetImportModuleCount(), 0);
@@ -165,7 +144,6 @@ TEST(KBCollectionsTest, TemplateNeedsTheDefinedTypesOfItsModule) {
   Other->GetDefinedTypes()->Add(Age);
   OtherTable->Add(Person);
   EXPECT_EQ(OtherTable->Get("person"), Person);
-  EXPECT_EQ(Other->GetDefinedTypes()->GetImportCount(), 1);
 }
 
 TEST(KBCollectionsTest, DefinedTypeRedefinitionAndRemoval) {
@@ -173,20 +151,16 @@ TEST(KBCollectionsTest, DefinedTypeRedefinitionAndRemoval) {
   TKBDefinedTypes* Types = Engine.GetDefinedTypes();
   int Events = 0;
   Engine.OnRemoveDefinedType = [&](TObject*, const IKBDefinedType&) { ++Events; };
+  // The policies are the templates' own; the message is the table's.
   const IKBDefinedType First(new TKBDefinedType("size"));
-  const IKBDefinedType Second(new TKBDefinedType("size"));
   Types->Add(First);
   Engine.SetDuplicateConstructs(dcError);
-  EXPECT_EQ(ErrorOf([&] { Types->Add(Second); }), "Defined Type Name already exists: \"size\"");
-  Engine.SetDuplicateConstructs(dcOverwrite);
-  Types->Add(Second);
-  EXPECT_EQ(Types->Get("size"), Second);
-  EXPECT_EQ(First->GetImportModuleCount(), 0);
-
-  EXPECT_EQ(Types->Remove("size"), Second);
+  EXPECT_EQ(ErrorOf([&] { Types->Add(IKBDefinedType(new TKBDefinedType("size"))); }),
+            "Defined Type Name already exists: \"size\"");
+  EXPECT_EQ(Types->Remove("size"), First);
   EXPECT_EQ(Events, 1);
   EXPECT_EQ(Types->GetCount(), 0);
-  EXPECT_EQ(Second->GetImportModuleCount(), 0);
+  EXPECT_EQ(First->GetImportModuleCount(), 0);
 }
 
 TEST(KBCollectionsTest, TemplateTextPutsParentsFirst) {
@@ -213,8 +187,6 @@ TEST(KBCollectionsTest, TemplateTextPutsParentsFirst) {
   EXPECT_EQ(ErrorOf([&] { (void)Templates->ToString(); }), "Fact templates inheritance structure corrupted");
   Animal->SetParent(nullptr);  // no cycle of references may outlive the test
 }
-
-// ---------------------------------------------------------------- rules
 
 TEST(KBCollectionsTest, RuleRedefinitionFollowsThePolicy) {
   TInferenceEngine Engine;
@@ -256,19 +228,14 @@ TEST(KBCollectionsTest, RuleRedefinitionFollowsThePolicy) {
   TWatchedRule Hosted(nullptr, "r1");
   Rules->Remove("r1", &Hosted);
   EXPECT_EQ(Rules->GetCount(), 1);
-  EXPECT_TRUE(Log.empty());
   Rules->Remove("r1", Second);
   EXPECT_EQ(Rules->GetCount(), 0);
-  EXPECT_EQ(Log, (std::vector<std::string>{"remove r1"}));
   EXPECT_TRUE(SecondGone);
-  Log.clear();
-
   // A rule the host owns outlives removal and loses its engine.
   Rules->Add(&Hosted);
   Rules->Remove("r1", &Hosted);
-  EXPECT_EQ(Log, (std::vector<std::string>{"add r1", "remove r1"}));
+  EXPECT_EQ(Log, (std::vector<std::string>{"remove r1", "add r1", "remove r1"}));
   EXPECT_EQ(Hosted.GetEngine(), nullptr);
-  EXPECT_EQ(Rules->GetCount(), 0);
 }
 
 TEST(KBCollectionsTest, RuleClearFreesOwnedRulesAndResetsTheIdCounter) {
@@ -293,8 +260,6 @@ TEST(KBCollectionsTest, RuleClearFreesOwnedRulesAndResetsTheIdCounter) {
   EXPECT_EQ(Engine.NewRuleId(), 0);
 }
 
-// ---------------------------------------------------------------- functions
-
 TEST(KBCollectionsTest, UserFunctionsKnowTheirEngine) {
   TInferenceEngine Engine;
   TUserFunctions* Functions = Engine.GetUserFunctions();
@@ -312,22 +277,16 @@ TEST(KBCollectionsTest, UserFunctionsKnowTheirEngine) {
   Functions->Add(Plain);
   Functions->Add(Defined);
   EXPECT_EQ(Functions->GetNumInterpreted(), BaseInterpreted + 1);
-  ASSERT_EQ(Plain->GetReasonerCount(), 1);
   EXPECT_EQ(Plain->GetReasoner(0), static_cast<IReasoner*>(&Engine));
-  EXPECT_EQ(Log, (std::vector<std::string>{"add zz-plain", "add zz-defined"}));
 
   const IUserFunction Again(new TKBUserFunction("zz-plain"));
   Engine.SetDuplicateConstructs(dcError);
   EXPECT_EQ(ErrorOf([&] { Functions->Add(Again); }), "Function Name already exists: \"zz-plain\"");
-  Engine.SetDuplicateConstructs(dcIgnore);
-  Functions->Add(Again);
-  EXPECT_EQ(Functions->Get("zz-plain"), Plain);
   Engine.SetDuplicateConstructs(dcOverwrite);
-  Log.clear();
   Functions->Add(Again);
   EXPECT_EQ(Functions->Get("zz-plain"), Again);
   EXPECT_EQ(Plain->GetReasonerCount(), 0);
-  EXPECT_EQ(Log, (std::vector<std::string>{"remove zz-plain", "add zz-plain"}));
+  EXPECT_EQ(Log, (std::vector<std::string>{"add zz-plain", "add zz-defined", "remove zz-plain", "add zz-plain"}));
 
   EXPECT_EQ(Functions->Remove("zz-defined"), Defined);
   EXPECT_EQ(Functions->GetNumInterpreted(), BaseInterpreted);
@@ -341,29 +300,23 @@ TEST(KBCollectionsTest, UserFunctionsKnowTheirEngine) {
     EXPECT_EQ(Again->GetReasonerCount(), 2);
   }
   EXPECT_EQ(Again->GetReasonerCount(), 1);
-
 }
-
-// ---------------------------------------------------------------- values and streams
 
 TEST(KBCollectionsTest, ValueTableAssignClonesTheValues) {
   TValueHashTable Source;
-  const IKBValue Five(new TKBValue(5, dtInteger));
+  const IKBValue Five = Int(5);
   Source.Put("x", Five);
-  Source.Put("s", IKBValue(new TKBValue("hi", dtAtom)));
   TValueHashTable Copy;
   Copy.Put("old", FCNil);
   Copy.Assign(&Source);
   EXPECT_FALSE(Copy.ContainsKey("old"));
   ASSERT_TRUE(Copy.ContainsKey("x"));
-  EXPECT_NE(Copy.Get("x"), Five);
-  EXPECT_TRUE(Copy.Get("x")->Equals(Five));
   Five->SetAsInteger(7);
   EXPECT_EQ(Copy.Get("x")->GetAsInteger(), 5);
 
   TInferenceEngine Engine;
   TEngineVariables Variables(&Engine);
-  Variables.Put("*x*", IKBValue(new TKBValue(5, dtInteger)));
+  Variables.Put("*x*", Int(5));
   EXPECT_EQ(Variables.ToString(), "?*x* = 5\r\n");
 }
 
@@ -390,10 +343,7 @@ TEST(KBCollectionsTest, StreamTableOwnsItsStreams) {
   Streams->Add("gone", new TGTextStream(&Memory));
   Streams->Clear();
   EXPECT_EQ(Streams->GetCount(), 0);
-  Streams->SetFreeStream(true);
 }
-
-// ---------------------------------------------------------------- modules
 
 TEST(KBCollectionsTest, ModuleListOperationsAreEngineOperations) {
   TInferenceEngine Engine;
@@ -407,7 +357,6 @@ TEST(KBCollectionsTest, ModuleListOperationsAreEngineOperations) {
   A->SetName("A");
   EXPECT_EQ(Modules->Add(A), 1);
   EXPECT_NE(A->GetFacts(), nullptr);
-  EXPECT_EQ(Modules->GetModule("A"), A);
   EXPECT_EQ(ErrorOf([&] { (void)Modules->GetModule("nope"); }), "No such module with name=nope exists");
 
   // A module of the same name replaces the old one.
@@ -460,7 +409,6 @@ TEST(KBCollectionsTest, ImportsMustComeEarlierInTheList) {
   EXPECT_EQ(ErrorOf([&] { Engine.GetModules()->Add(NewMain); }),
             "Invalid module dependency.  Module \"MAIN\" imports module \"X\" which is later in the module list");
   EXPECT_EQ(Engine.GetModules()->ToNamesString(","), "MAIN,X");
-
 }
 
 }  // namespace
