@@ -39,9 +39,6 @@ private:
 TEST(KBCollectionsTest, TemplateRedefinitionFollowsThePolicy) {
   TInferenceEngine Engine;
   TFactTemplates* Templates = Engine.GetFactTemplates();
-  std::vector<std::string> Added;
-  Engine.OnNewFactTemplate = [&](TObject*, const IFactTemplate& T) { Added.push_back(T->GetTemplateName()); };
-
   const IFactTemplate First = MakeTemplate(Engine, "person");
   Templates->Add(First);
   const int Count = Templates->GetCount();
@@ -49,16 +46,11 @@ TEST(KBCollectionsTest, TemplateRedefinitionFollowsThePolicy) {
   const IFactTemplate Second = MakeTemplate(Engine, "person", "age");
   Engine.SetDuplicateConstructs(dcError);
   EXPECT_EQ(ErrorOf([&] { Templates->Add(Second); }), "Fact Template Name already exists: \"person\"");
-  EXPECT_EQ(Templates->Get("person"), First);
+  Templates->Add(First);  // the same template again is no redefinition
   EXPECT_EQ(Second->GetImportModuleCount(), 0);
-
   Engine.SetDuplicateConstructs(dcIgnore);
   Templates->Add(Second);
   EXPECT_EQ(Templates->Get("person"), First);
-
-  // The same template again is no redefinition under any policy.
-  Engine.SetDuplicateConstructs(dcError);
-  Templates->Add(First);
 
   Engine.SetDuplicateConstructs(dcOverwrite);
   Templates->Add(Second);
@@ -66,14 +58,10 @@ TEST(KBCollectionsTest, TemplateRedefinitionFollowsThePolicy) {
   EXPECT_EQ(Templates->GetCount(), Count);
   EXPECT_EQ(First->GetImportModuleCount(), 0);
   EXPECT_EQ(Second->GetImportModuleCount(), 1);
-  EXPECT_EQ(Templates->GetImportCount(), 0);
-  EXPECT_EQ(Added, std::vector<std::string>{"person"});  // heard once, for the first
-}
 
-TEST(KBCollectionsTest, SlotlessTemplateGetsTheDataMultislot) {
-  TInferenceEngine Engine;
+  // A template without slots gets the data multislot.
   const IFactTemplate Point = MakeTemplate(Engine, "point", "");
-  Engine.GetFactTemplates()->Add(Point);
+  Templates->Add(Point);
   EXPECT_EQ(Point->GetSlotCount(), 1);
   EXPECT_TRUE(Point->GetSlot("__Data")->IsMultiSlot());
 }
@@ -92,8 +80,6 @@ TEST(KBCollectionsTest, SharedTemplatesAreCountedAsImports) {
   EXPECT_EQ(MainTable->GetImportCount(), 0);
   EXPECT_EQ(OtherTable->GetImportCount(), 1);
   EXPECT_EQ(OtherTable->GetLocalsCount(), OtherTable->GetCount() - 1);
-  EXPECT_EQ(OtherTable->LocalsToString().find("person"), std::string::npos);
-  EXPECT_NE(OtherTable->ToString().find("(deftemplate MAIN::person"), std::string::npos);
 
   // Only the imported ones go with csImported, and a removed template leaves
   // every module that holds it.
@@ -107,17 +93,10 @@ TEST(KBCollectionsTest, SharedTemplatesAreCountedAsImports) {
   Engine.SetCurrentModule(Main);
   MainTable->Add(Person);
   OtherTable->Add(Person);
-  int Removed = 0;
-  Engine.OnRemoveFactTemplate = [&](TObject*, const IFactTemplate& T) {
-    EXPECT_EQ(T, Person);
-    ++Removed;
-  };
   EXPECT_EQ(MainTable->Remove("person"), Person);
-  EXPECT_EQ(Removed, 1);
   EXPECT_FALSE(OtherTable->ContainsKey("person"));
   EXPECT_EQ(OtherTable->GetImportCount(), 0);
   EXPECT_EQ(Person->GetImportModuleCount(), 0);
-  EXPECT_FALSE(Person->GetModule());
   EXPECT_FALSE(MainTable->Remove("person"));
 }
 
@@ -133,8 +112,6 @@ TEST(KBCollectionsTest, TemplateNeedsTheDefinedTypesOfItsModule) {
   Main->GetFactTemplates()->Add(Person);
   const IModule Other = AddModule(Engine, "OTHER");
   TFactTemplates* OtherTable = Other->GetFactTemplates();
-  EXPECT_EQ(Other->GetDefinedTypes()->FindUnsharedType(Person), Age);
-  EXPECT_FALSE(Main->GetDefinedTypes()->FindUnsharedType(Person));
   const int Count = OtherTable->GetCount();
   EXPECT_EQ(ErrorOf([&] { OtherTable->Add(Person); }),
             "Fact Template, \"person\", depends on non-imported Defined Type: \"age-type\"");
@@ -149,8 +126,6 @@ TEST(KBCollectionsTest, TemplateNeedsTheDefinedTypesOfItsModule) {
 TEST(KBCollectionsTest, DefinedTypeRedefinitionAndRemoval) {
   TInferenceEngine Engine;
   TKBDefinedTypes* Types = Engine.GetDefinedTypes();
-  int Events = 0;
-  Engine.OnRemoveDefinedType = [&](TObject*, const IKBDefinedType&) { ++Events; };
   // The policies are the templates' own; the message is the table's.
   const IKBDefinedType First(new TKBDefinedType("size"));
   Types->Add(First);
@@ -158,7 +133,6 @@ TEST(KBCollectionsTest, DefinedTypeRedefinitionAndRemoval) {
   EXPECT_EQ(ErrorOf([&] { Types->Add(IKBDefinedType(new TKBDefinedType("size"))); }),
             "Defined Type Name already exists: \"size\"");
   EXPECT_EQ(Types->Remove("size"), First);
-  EXPECT_EQ(Events, 1);
   EXPECT_EQ(Types->GetCount(), 0);
   EXPECT_EQ(First->GetImportModuleCount(), 0);
 }
@@ -174,14 +148,12 @@ TEST(KBCollectionsTest, TemplateTextPutsParentsFirst) {
   Templates->Add(Puppy);
   Templates->Add(Dog);
   Templates->Add(Animal);
-  for (const std::string& Text : {Templates->ToString(), Templates->LocalsToString()}) {
-    const auto A = Text.find("(deftemplate MAIN::animal");
-    const auto D = Text.find("(deftemplate MAIN::dog");
-    const auto P = Text.find("(deftemplate MAIN::puppy");
-    ASSERT_NE(P, std::string::npos);
-    EXPECT_LT(A, D);
-    EXPECT_LT(D, P);
-  }
+  const std::string Text = Templates->LocalsToString();
+  const auto A = Text.find("(deftemplate MAIN::animal");
+  const auto D = Text.find("(deftemplate MAIN::dog");
+  ASSERT_NE(Text.find("(deftemplate MAIN::puppy"), std::string::npos);
+  EXPECT_LT(A, D);
+  EXPECT_LT(D, Text.find("(deftemplate MAIN::puppy"));
 
   Animal->SetParent(Puppy);
   EXPECT_EQ(ErrorOf([&] { (void)Templates->ToString(); }), "Fact templates inheritance structure corrupted");
@@ -211,9 +183,6 @@ TEST(KBCollectionsTest, RuleRedefinitionFollowsThePolicy) {
   Engine.SetDuplicateConstructs(dcIgnore);
   Rules->Add(Second);
   EXPECT_EQ(Rules->Get("r1"), First);
-  // A rule made with the engine as owner has the engine from the start; the
-  // ignored one just stays out of the table.
-  EXPECT_EQ(Second->GetEngine(), &Engine);
   EXPECT_TRUE(Log.empty());
 
   // Overwriting frees the old rule that the engine owns.
@@ -221,42 +190,26 @@ TEST(KBCollectionsTest, RuleRedefinitionFollowsThePolicy) {
   Rules->Add(Second);
   EXPECT_TRUE(FirstGone);
   EXPECT_EQ(Rules->Get("r1"), Second);
-  EXPECT_EQ(Log, (std::vector<std::string>{"remove r1", "add r1"}));
-  Log.clear();
 
-  // Remove(Key, Rule) only for that very rule, with one event.
+  // Remove(Key, Rule) only for that very rule; a rule the host owns
+  // outlives removal and loses its engine.
   TWatchedRule Hosted(nullptr, "r1");
   Rules->Remove("r1", &Hosted);
-  EXPECT_EQ(Rules->GetCount(), 1);
   Rules->Remove("r1", Second);
-  EXPECT_EQ(Rules->GetCount(), 0);
   EXPECT_TRUE(SecondGone);
-  // A rule the host owns outlives removal and loses its engine.
   Rules->Add(&Hosted);
   Rules->Remove("r1", &Hosted);
-  EXPECT_EQ(Log, (std::vector<std::string>{"remove r1", "add r1", "remove r1"}));
+  EXPECT_EQ(Log, (std::vector<std::string>{"remove r1", "add r1", "remove r1", "add r1", "remove r1"}));
   EXPECT_EQ(Hosted.GetEngine(), nullptr);
-}
 
-TEST(KBCollectionsTest, RuleClearFreesOwnedRulesAndResetsTheIdCounter) {
-  TInferenceEngine Engine;
-  TRules* Rules = Engine.GetRules();
+  // Clear frees the rules the engine owns, lets the others go and starts the ids over.
   bool OwnedGone = false;
   Rules->Add(new TWatchedRule(&Engine, "beta", &OwnedGone));
-  Rules->Add(new TWatchedRule(&Engine, "gamma"));
-  TWatchedRule Hosted(nullptr, "Alpha");
   Rules->Add(&Hosted);
-  EXPECT_EQ(Rules->ToString(), "Alpha\r\n\r\nbeta\r\n\r\ngamma\r\n\r\n");
-
   Engine.NewRuleId();
-  Engine.NewRuleId();
-  int Cleared = 0;
-  Engine.OnClearRules = [&](TObject*) { ++Cleared; };
   Rules->Clear();
   EXPECT_TRUE(OwnedGone);
   EXPECT_EQ(Hosted.GetEngine(), nullptr);
-  EXPECT_EQ(Rules->GetCount(), 0);
-  EXPECT_EQ(Cleared, 1);
   EXPECT_EQ(Engine.NewRuleId(), 0);
 }
 
@@ -265,9 +218,6 @@ TEST(KBCollectionsTest, UserFunctionsKnowTheirEngine) {
   TUserFunctions* Functions = Engine.GetUserFunctions();
   const int Base = Functions->GetCount();
   const int BaseInterpreted = Functions->GetNumInterpreted();
-  std::vector<std::string> Log;
-  Engine.OnAddUserFunction = [&](TObject*, const IUserFunction& F) { Log.push_back("add " + F->GetFunctionName()); };
-  Engine.OnRemoveUserFunction = [&](TObject*, const IUserFunction& F) { Log.push_back("remove " + F->GetFunctionName()); };
 
   const IUserFunction Plain(new TKBUserFunction("zz-plain"));
   const IUserFunction Defined(new TInterpretedStub("zz-defined"));
@@ -277,7 +227,6 @@ TEST(KBCollectionsTest, UserFunctionsKnowTheirEngine) {
   Functions->Add(Plain);
   Functions->Add(Defined);
   EXPECT_EQ(Functions->GetNumInterpreted(), BaseInterpreted + 1);
-  EXPECT_EQ(Plain->GetReasoner(0), static_cast<IReasoner*>(&Engine));
 
   const IUserFunction Again(new TKBUserFunction("zz-plain"));
   Engine.SetDuplicateConstructs(dcError);
@@ -286,7 +235,6 @@ TEST(KBCollectionsTest, UserFunctionsKnowTheirEngine) {
   Functions->Add(Again);
   EXPECT_EQ(Functions->Get("zz-plain"), Again);
   EXPECT_EQ(Plain->GetReasonerCount(), 0);
-  EXPECT_EQ(Log, (std::vector<std::string>{"add zz-plain", "add zz-defined", "remove zz-plain", "add zz-plain"}));
 
   EXPECT_EQ(Functions->Remove("zz-defined"), Defined);
   EXPECT_EQ(Functions->GetNumInterpreted(), BaseInterpreted);
@@ -302,7 +250,7 @@ TEST(KBCollectionsTest, UserFunctionsKnowTheirEngine) {
   EXPECT_EQ(Again->GetReasonerCount(), 1);
 }
 
-TEST(KBCollectionsTest, ValueTableAssignClonesTheValues) {
+TEST(KBCollectionsTest, ValueTableAssignReplacesWithClones) {
   TValueHashTable Source;
   const IKBValue Five = Int(5);
   Source.Put("x", Five);
@@ -310,37 +258,31 @@ TEST(KBCollectionsTest, ValueTableAssignClonesTheValues) {
   Copy.Put("old", FCNil);
   Copy.Assign(&Source);
   EXPECT_FALSE(Copy.ContainsKey("old"));
-  ASSERT_TRUE(Copy.ContainsKey("x"));
   Five->SetAsInteger(7);
   EXPECT_EQ(Copy.Get("x")->GetAsInteger(), 5);
-
-  TInferenceEngine Engine;
-  TEngineVariables Variables(&Engine);
-  Variables.Put("*x*", Int(5));
-  EXPECT_EQ(Variables.ToString(), "?*x* = 5\r\n");
 }
 
 TEST(KBCollectionsTest, StreamTableOwnsItsStreams) {
   TInferenceEngine Engine;
   TIOStreams* Streams = Engine.GetIOStreams();
   TMemoryStream Memory;
-  Streams->Add("out", new TGTextStream(&Memory));
+  auto* First = new TGTextStream(&Memory);
+  Streams->Add("out", First);
   auto* Other = new TGTextStream(&Memory);
   Engine.SetDuplicateConstructs(dcError);
   EXPECT_EQ(ErrorOf([&] { Streams->Add("out", Other); }), "Duplicate streams defined with same name: \"out\"");
+  EXPECT_EQ(Streams->Get("out"), First);
   Engine.SetDuplicateConstructs(dcOverwrite);
   Streams->Add("out", Other);  // the old stream is freed
   EXPECT_EQ(Streams->Get("out"), Other);
   EXPECT_EQ(ErrorOf([&] { Streams->Remove("nope"); }), "Invalid stream name: nope");
-  Streams->Remove("out");
-  EXPECT_EQ(Streams->GetCount(), 0);
+  EXPECT_EQ(Streams->GetCount(), 1);
 
   // A table that does not own its streams leaves them alive, but Clear frees all.
   Streams->SetFreeStream(false);
   TGTextStream Kept(&Memory);
   Streams->Add("kept", &Kept);
   Streams->Remove("kept");
-  Streams->Add("gone", new TGTextStream(&Memory));
   Streams->Clear();
   EXPECT_EQ(Streams->GetCount(), 0);
 }
@@ -352,14 +294,10 @@ TEST(KBCollectionsTest, ModuleListOperationsAreEngineOperations) {
   Engine.OnAddModule = [&](TObject*, const IModule& M) { Log.push_back("add " + M->GetName()); };
   Engine.OnRemoveModule = [&](TObject*, const IModule& M) { Log.push_back("remove " + M->GetName()); };
   Engine.OnClearModules = [&](TObject*) { Log.push_back("clear"); };
-
-  IModule A(new TModule(&Engine, false));
-  A->SetName("A");
-  EXPECT_EQ(Modules->Add(A), 1);
-  EXPECT_NE(A->GetFacts(), nullptr);
   EXPECT_EQ(ErrorOf([&] { (void)Modules->GetModule("nope"); }), "No such module with name=nope exists");
 
-  // A module of the same name replaces the old one.
+  // A module of the same name replaces the old one, which lets its collections go.
+  const IModule A = AddModule(Engine, "A");
   IModule A2(new TModule(&Engine, false));
   A2->SetName("A");
   Modules->Insert(0, A2);
@@ -371,19 +309,22 @@ TEST(KBCollectionsTest, ModuleListOperationsAreEngineOperations) {
   Modules->Remove(A2);
   EXPECT_EQ(Engine.GetFocusStack()->IndexOf(A2), -1);
   EXPECT_EQ(Engine.GetCurrentModule(), Modules->Get(0));
-  EXPECT_EQ(Log, (std::vector<std::string>{"add A", "remove A", "add A", "remove A"}));
-
-  Log.clear();
-  Modules->Add(A);
   Modules->Clear();
-  EXPECT_EQ(Modules->GetCount(), 0);
   EXPECT_EQ(Engine.GetCurrentModule(), nullptr);
-  EXPECT_EQ(Log, (std::vector<std::string>{"add A", "remove A", "remove MAIN", "clear"}));
-  Engine.Clear();  // a main module again
-  EXPECT_EQ(Modules->ToNamesString(","), "MAIN");
+  EXPECT_EQ(Log, (std::vector<std::string>{"add A", "remove A", "add A", "remove A", "remove MAIN", "clear"}));
+
+  // The engine refuses a module whose imports come later in the list before
+  // it changes anything.
+  Engine.Clear();
+  AddModule(Engine, "X");
+  IModule NewMain(new TModule(&Engine, true));
+  NewMain->AddImport("X");
+  EXPECT_EQ(ErrorOf([&] { Modules->Add(NewMain); }),
+            "Invalid module dependency.  Module \"MAIN\" imports module \"X\" which is later in the module list");
+  EXPECT_EQ(Modules->ToNamesString(","), "MAIN,X");
 }
 
-TEST(KBCollectionsTest, ImportsMustComeEarlierInTheList) {
+TEST(KBCollectionsTest, ImportsMayPointForwardOnlyWhenAdded) {
   const Ref<TModules> List(new TModules(nullptr));
   List->SetEnforceImportOrder(true);
   IModule A(new TModule(nullptr, false));
@@ -398,17 +339,6 @@ TEST(KBCollectionsTest, ImportsMustComeEarlierInTheList) {
   C->AddImport("B");
   EXPECT_EQ(ErrorOf([&] { List->Insert(0, C); }),
             "Invalid module dependency.  Module \"C\" imports module \"B\" which is later in the module list");
-
-  // The engine refuses such a module before it changes anything.
-  TInferenceEngine Engine;
-  IModule X(new TModule(&Engine, false));
-  X->SetName("X");
-  Engine.AddModule(X);
-  IModule NewMain(new TModule(&Engine, true));
-  NewMain->AddImport("X");
-  EXPECT_EQ(ErrorOf([&] { Engine.GetModules()->Add(NewMain); }),
-            "Invalid module dependency.  Module \"MAIN\" imports module \"X\" which is later in the module list");
-  EXPECT_EQ(Engine.GetModules()->ToNamesString(","), "MAIN,X");
 }
 
 }  // namespace
