@@ -250,18 +250,6 @@ TEST(KBCollectionsTest, UserFunctionsKnowTheirEngine) {
   EXPECT_EQ(Again->GetReasonerCount(), 1);
 }
 
-TEST(KBCollectionsTest, ValueTableAssignReplacesWithClones) {
-  TValueHashTable Source;
-  const IKBValue Five = Int(5);
-  Source.Put("x", Five);
-  TValueHashTable Copy;
-  Copy.Put("old", FCNil);
-  Copy.Assign(&Source);
-  EXPECT_FALSE(Copy.ContainsKey("old"));
-  Five->SetAsInteger(7);
-  EXPECT_EQ(Copy.Get("x")->GetAsInteger(), 5);
-}
-
 TEST(KBCollectionsTest, StreamTableOwnsItsStreams) {
   TInferenceEngine Engine;
   TIOStreams* Streams = Engine.GetIOStreams();
