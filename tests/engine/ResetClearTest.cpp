@@ -94,7 +94,6 @@ TEST(ResetClearTest, ClearLeavesOneEmptyMainModule) {
   Engine.GetFactTemplates()->Add(Person);
   Engine.Assert(Person->NewFact(), false);
   Engine.GetRules()->Add(new TCountingRule(&Engine, "r"));
-  Engine.NewRuleId();
   const IUserFunction Plain(new TKBUserFunction("zz-plain"));
   const IUserFunction Defined(new TInterpretedStub("zz-defined"));
   Engine.GetUserFunctions()->Add(Plain);
@@ -121,7 +120,6 @@ TEST(ResetClearTest, ClearLeavesOneEmptyMainModule) {
   EXPECT_EQ(Engine.GetRules()->GetCount(), 0);
   EXPECT_EQ(Person->GetImportModuleCount(), 0);
   EXPECT_EQ(Engine.GetFactIdCounter(), 0);
-  EXPECT_EQ(Engine.NewRuleId(), 0);
 
   // The module is ready for knowledge: the initial-fact pattern and the null fact stand anew.
   ASSERT_NE(Engine.GetInitialFactPattern(), nullptr);
@@ -155,7 +153,6 @@ TEST(ResetClearTest, RenamingATemplateRekeysEveryTableThatHoldsIt) {
   TInferenceEngine Engine;
   const IModule Main = Engine.GetModules()->Get(0);
   const IModule A = AddModule(Engine, "A");
-  Engine.SetCurrentModule(Main);
   const IFactTemplate Person(new TFactTemplate(&Engine, "person"));
   const IFactTemplate Other(new TFactTemplate(&Engine, "other"));
   Main->GetFactTemplates()->Add(Person);
