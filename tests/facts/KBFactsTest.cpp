@@ -523,30 +523,6 @@ TEST_F(KBFactsTest, EngineResetAssertsTheSetsBeforeTheInitialFact) {
   EXPECT_EQ(Set.GetCount(), 2);
 }
 
-TEST_F(KBFactsTest, FactSetFocusModuleResults) {
-  TFactSet InMain(nullptr);
-  InMain.SetEngine(&Engine);
-  EXPECT_FALSE(InMain.FocusModule(false));  // already there
-  Other->FocusModule();
-  EXPECT_EQ(InMain.FocusModule(false), Other);
-  EXPECT_EQ(Engine.GetCurrentModule(), Main);
-
-  TFactSet InOther(nullptr, "OTHER", "o");
-  InOther.SetEngine(&Engine);
-  EXPECT_EQ(Engine.GetCurrentModule(), Main);  // entering focused back
-  EXPECT_EQ(InOther.FocusModule(false), Main);
-  EXPECT_EQ(Engine.GetCurrentModule(), Other);
-  EXPECT_FALSE(InOther.FocusModule(true));
-  Main->FocusModule();
-
-  // A module that doesn't exist: nothing without force, the engine's error with it.
-  TFactSet Lost(nullptr, "NOWHERE", "lost");
-  Lost.SetEngineNoParse(&Engine);
-  EXPECT_FALSE(Lost.FocusModule(false));
-  EXPECT_EQ(ErrorOf([&] { Lost.FocusModule(true); }), "No such module with name=NOWHERE exists");
-  EXPECT_EQ(Engine.GetCurrentModule(), Main);
-}
-
 TEST_F(KBFactsTest, FactSetModuleMovesTheSetOrRefusesAnUnknownName) {
   TFactSet Set(nullptr, "", "moving");
   Set.SetEngine(&Engine);
@@ -567,6 +543,11 @@ TEST_F(KBFactsTest, FactSetModuleMovesTheSetOrRefusesAnUnknownName) {
   EXPECT_EQ(Free.GetModule(), "NOWHERE");
   EXPECT_EQ(ErrorOf([&] { Free.SetEngine(&Engine); }), "No such module with name=NOWHERE exists");
   EXPECT_EQ(Free.GetEngine(), nullptr);
+  // Focusing a module that doesn't exist: nothing without force, the error with it.
+  Free.SetEngineNoParse(&Engine);
+  EXPECT_FALSE(Free.FocusModule(false));
+  EXPECT_EQ(ErrorOf([&] { Free.FocusModule(true); }), "No such module with name=NOWHERE exists");
+  EXPECT_EQ(Engine.GetCurrentModule(), Main);
 }
 
 TEST_F(KBFactsTest, FactSetListOperationsMoveTheEngine) {
