@@ -71,7 +71,7 @@ protected:
 
 // Facts
 
-TEST(FactTest, ValuesAreFilledLazilySharedOnSetAndNilStoredAsNil) {
+TEST(FactTest, ValuesAreFilledLazilySharedOnSetAndKeptAcrossTemplates) {
   const IFactTemplate T = Person();
   const IFact Fact(new TFact(T));
   EXPECT_EQ(Fact->GetSlotNames()->GetCount(), 0);
@@ -87,7 +87,14 @@ TEST(FactTest, ValuesAreFilledLazilySharedOnSetAndNilStoredAsNil) {
   Fact->SetValue("name", nullptr);
   EXPECT_EQ(Fact->GetValue("name"), FCNil);
 
-  EXPECT_EQ(Fact->ContainsKey("height"), nullptr);
+  // A new template keeps the values of the slots both have.
+  const IFactTemplate Pet = Template("pet");
+  Pet->AddSlot("age", Int(1));
+  Pet->AddSlot("kind", Atom("dog"));
+  Fact->SetTemplate(Pet);
+  EXPECT_EQ(Fact->GetValue("age"), Age);
+  EXPECT_EQ(Fact->GetValue("kind")->GetAsAtom(), "dog");
+  EXPECT_EQ(Fact->ContainsKey("name"), nullptr);
   EXPECT_EQ(ErrorOf([&] { Fact->GetValue("height"); }), "No such slot name: \"height\"");
   EXPECT_EQ(ErrorOf([&] { IFact(new TFact())->GetValue("a"); }), "Fact Template is missing");
 }
@@ -149,20 +156,6 @@ TEST(FactTest, EqualityAndHash) {
   EXPECT_FALSE(A->Equals(C));
 }
 
-TEST(FactTest, SetTemplateKeepsCommonSlots) {
-  const IFact Fact(new TFact(Person()));
-  const IKBValue Name = Atom("bob");
-  Fact->SetValue("name", Name);
-  Fact->SetValue("age", Int(5));
-  const IFactTemplate Pet = Template("pet");
-  Pet->AddSlot("name", Atom("rex"));
-  Pet->AddSlot("kind", Atom("dog"));
-  Fact->SetTemplate(Pet);
-  EXPECT_EQ(Fact->GetValue("name"), Name);
-  EXPECT_EQ(Fact->GetValue("kind")->GetAsAtom(), "dog");
-  EXPECT_EQ(Fact->ContainsKey("age"), nullptr);
-}
-
 TEST(FactTest, CopiesCloneValuesAndKeepTheNumber) {
   const IFactTemplate T = Person();
   const IFact Source(new TFact(T));
@@ -212,7 +205,7 @@ TEST(FactTest, IdStringPadsToTheCounter) {
 
 // Templates and their slots
 
-TEST(FactTemplateTest, OrderedFlagFollowsAddsAndRenamesOnly) {
+TEST(FactTemplateTest, OrderedAndFuzzyFlagsFollowTheSlots) {
   const IFactTemplate T = Template("colour");
   T->AddMultiSlot(SDefaultSlotName, FCNilList);
   EXPECT_TRUE(T->IsOrdered());
@@ -230,6 +223,15 @@ TEST(FactTemplateTest, OrderedFlagFollowsAddsAndRenamesOnly) {
   EXPECT_TRUE(Single->IsOrdered());
   EXPECT_FALSE(Single->ContainsSlot("a"));
   EXPECT_EQ(Single->GetSlotNames().GetCount(), 1);
+
+  // The fuzzy flag follows the slots, and fuzzy mixes with no other type.
+  const IFactSlot F = T->AddSlot("f", Atom("x"));
+  F->SetSlotType(TKBTypes{dtFuzzy});
+  EXPECT_TRUE(T->IsFuzzy());
+  EXPECT_EQ(ErrorOf([&] { F->SetSlotType(TKBTypes{dtFuzzy, dtAtom}); }),
+            "Cannot mix fuzzy type with other primitive types");
+  T->RemoveSlot("f");
+  EXPECT_FALSE(T->IsFuzzy());
 }
 
 TEST(FactTemplateTest, SlotErrorsLeaveTheTemplateUnchanged) {
@@ -263,31 +265,7 @@ TEST(FactTemplateTest, SlotErrorsLeaveTheTemplateUnchanged) {
   EXPECT_EQ(Plain->GetSlotDefault()->GetAsAtom(), "z");
 }
 
-TEST(FactTemplateTest, FuzzyFlagHashAndFuzzyTypes) {
-  const IFactTemplate T = Template("t");
-  T->AddSlot("a", Atom("x"));
-  EXPECT_FALSE(T->IsFuzzy());
-  const IFactSlot F = T->AddSlot("f", Atom("x"));
-  F->SetSlotType(TKBTypes{dtFuzzy});
-  EXPECT_TRUE(T->IsFuzzy());
-  EXPECT_EQ(ErrorOf([&] { F->SetSlotType(TKBTypes{dtFuzzy, dtAtom}); }),
-            "Cannot mix fuzzy type with other primitive types");
-  T->RemoveSlot("f");
-  EXPECT_FALSE(T->IsFuzzy());
-
-  // The hash depends on the name and the slot names only.
-  const IFactTemplate A = Template("p");
-  A->AddSlot("x", Atom("1"));
-  A->AddSlot("y", Atom("2"));
-  const IFactTemplate B = Template("p");
-  B->AddSlot("y", Int(5));
-  B->AddSlot("x", Int(6));
-  EXPECT_EQ(A->GetHashCode(), B->GetHashCode());
-  B->GetSlot("y")->SetName("z");
-  EXPECT_NE(A->GetHashCode(), B->GetHashCode());
-}
-
-TEST(FactSlotTest, ValidityOfNilAndItsMessages) {
+TEST(FactSlotTest, TypesValidityAndMessages) {
   const IFactTemplate T = Template("t");
   const IFactSlot Plain = T->AddSlot("n", Int(1));
   Plain->SetSlotType(TKBTypes{dtInteger});
@@ -304,6 +282,15 @@ TEST(FactSlotTest, ValidityOfNilAndItsMessages) {
   EXPECT_EQ(Multi->GetInvalidValueString(Bad), "Not a " + VXUpperCase(SetToString(Multi->GetSlotType(), ", ", false)) +
                                                    " type.  Value (" + Bad->GetToString() +
                                                    ") is a dtAtom (abc) type for m slot");
+
+  // A defined type gives the slot its types, the ordered data slot's with the list types.
+  const IKBDefinedType Type(new TKBDefinedType("num", TKBTypes{dtInteger, dtFloat}));
+  Plain->SetExtendedTypeInfo(Type);
+  EXPECT_EQ(Plain->GetSlotType(), (TKBTypes{dtInteger, dtFloat}));
+  EXPECT_EQ(T->ContainsType(Type), Plain);
+  const IFactSlot Data = Template("o")->AddMultiSlot(SDefaultSlotName, FCNilList);
+  Data->SetExtendedTypeInfo(Type);
+  EXPECT_EQ(Data->GetSlotType(), (TKBTypes{dtInteger, dtFloat, dtList, dtMultiSlot}));
 }
 
 TEST(FactSlotTest, DefaultsAreClonedAndFollowTheType) {
@@ -336,19 +323,7 @@ TEST(FactSlotTest, DefaultsAreClonedAndFollowTheType) {
   EXPECT_EQ(Orphan->GetAsAtom(), "y");
 }
 
-TEST(FactSlotTest, ExtendedTypeInfo) {
-  const IKBDefinedType Type(new TKBDefinedType("num", TKBTypes{dtInteger, dtFloat}));
-  const IFactTemplate T = Template("t");
-  const IFactSlot Slot = T->AddSlot("a", Int(1));
-  Slot->SetExtendedTypeInfo(Type);
-  EXPECT_EQ(Slot->GetSlotType(), (TKBTypes{dtInteger, dtFloat}));
-  EXPECT_EQ(T->ContainsType(Type), Slot);
-  const IFactSlot Data = Template("o")->AddMultiSlot(SDefaultSlotName, FCNilList);
-  Data->SetExtendedTypeInfo(Type);
-  EXPECT_EQ(Data->GetSlotType(), (TKBTypes{dtInteger, dtFloat, dtList, dtMultiSlot}));
-}
-
-TEST(FactTemplateTest, AddSlotCopiesAndEqualsLooksOneWay) {
+TEST(FactTemplateTest, AddSlotCopiesEqualsLooksOneWayAndHashReadsNames) {
   const IFactTemplate A = Template("p");
   const IFactSlot Given = A->AddSlot("x", Int(1));
   const IFactTemplate B = Template("p");
@@ -364,6 +339,15 @@ TEST(FactTemplateTest, AddSlotCopiesAndEqualsLooksOneWay) {
   // A slot that left its template no longer names it.
   B->RemoveSlot("x");
   EXPECT_EQ(Copy->GetTemplateName(), "");
+
+  // The hash depends on the name and the slot names only, in any order.
+  const IFactTemplate C = Template("p");
+  C->AddSlot("y", Int(5));
+  C->AddSlot("x", Int(6));
+  A->AddSlot("y", Atom("a"));
+  EXPECT_EQ(C->GetHashCode(), A->GetHashCode());
+  C->GetSlot("y")->SetName("z");
+  EXPECT_NE(C->GetHashCode(), A->GetHashCode());
 }
 
 TEST(FactTemplateTest, InheritanceCopiesTheParent) {
