@@ -156,6 +156,12 @@ TEST(AssertionTest, SharedTemplateEntersEveryModule) {
 
   EXPECT_EQ(Engine.GetFacts(false)->GetCount(), 2);  // the initial fact and the shared one, once
   EXPECT_EQ(Engine.GetFacts(true)->GetCount(), 3);
+  // Duplication turns off the cache of the current module only.
+  Other->FocusModule();
+  Engine.SetFactDuplication(true);
+  EXPECT_FALSE(Other->GetFacts()->GetCacheHashCodes());
+  EXPECT_TRUE(Main->GetFacts()->GetCacheHashCodes());
+  Main->FocusModule();
 
   Engine.Retract(Fact);
   EXPECT_EQ(Other->GetFacts()->GetCount(), 0);

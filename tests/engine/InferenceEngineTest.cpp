@@ -69,16 +69,6 @@ TEST(InferenceEngineTest, FactoryAndImpliedTemplates) {
             "\"bad name\" contains unexpected character: \" \"");
 }
 
-TEST(InferenceEngineTest, FactDuplicationTurnsOffTheCurrentCacheOnly) {
-  TInferenceEngine Engine;
-  const IModule Main = Engine.GetCurrentModule();
-  const IModule Other = AddModule(Engine, "OTHER");
-  Other->FocusModule();
-  Engine.SetFactDuplication(true);
-  EXPECT_FALSE(Other->GetFacts()->GetCacheHashCodes());
-  EXPECT_TRUE(Main->GetFacts()->GetCacheHashCodes());
-}
-
 class THostPackage : public TUserPackage {
 public:
   explicit THostPackage(TComponent* AOwner, int* ALive) : TUserPackage(AOwner), FLive(ALive) { ++*FLive; }

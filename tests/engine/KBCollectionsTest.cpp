@@ -22,18 +22,14 @@ IFactTemplate MakeTemplate(TInferenceEngine& Engine, const std::string& Name, co
 }
 
 // A rule that reports its own end.
-class TWatchedRule : public TRule {
-public:
-  TWatchedRule(TComponent* AOwner, const std::string& Name, bool* ADestroyed = nullptr)
-      : TRule(AOwner), FDestroyed(ADestroyed) {
+struct TWatchedRule : TRule {
+  TWatchedRule(TComponent* AOwner, const std::string& Name, bool* AGone = nullptr) : TRule(AOwner), Gone(AGone) {
     SetRuleName(Name);
   }
   ~TWatchedRule() override {
-    if (FDestroyed) *FDestroyed = true;
+    if (Gone) *Gone = true;
   }
-
-private:
-  bool* FDestroyed;
+  bool* Gone;
 };
 
 TEST(KBCollectionsTest, TemplateRedefinitionFollowsThePolicy) {

@@ -86,10 +86,20 @@ TEST(ResetClearTest, ResetFocusesMainAndAssertsTheInitialFact) {
   EXPECT_EQ(Engine.GetFactIdCounter(), 1);
 }
 
-TEST(ResetClearTest, ClearLeavesOneEmptyMainModule) {
+TEST(ResetClearTest, ClearOfAModuleThenOfAllLeavesOneEmptyMainModule) {
   TInferenceEngine Engine;
   const IModule Main = Engine.GetModules()->Get(0);
   const IModule A = AddModule(Engine, "A");
+  // Clearing one module keeps the current one and gives the module a new
+  // initial-fact pattern on its own initial-fact template.
+  A->GetFactTemplates()->Add(IFactTemplate(new TFactTemplate(&Engine, "thing")));
+  Engine.OnChangeCurrentModule = [&](TObject*) { ADD_FAILURE(); };
+  Engine.Clear(A);
+  Engine.OnChangeCurrentModule = nullptr;
+  EXPECT_FALSE(A->GetFactTemplates()->ContainsKey("thing"));
+  ASSERT_NE(A->GetInitialFactPattern(), nullptr);
+  EXPECT_EQ(A->GetInitialFactPattern()->GetTemplate(), A->GetFactTemplates()->Get("Initial-Fact"));
+
   const IFactTemplate Person(new TFactTemplate(&Engine, "person"));
   Engine.GetFactTemplates()->Add(Person);
   Engine.Assert(Person->NewFact(), false);
@@ -131,22 +141,6 @@ TEST(ResetClearTest, ClearLeavesOneEmptyMainModule) {
   EXPECT_TRUE(Engine.GetGlobalVariables()->ContainsKey("*x*"));
   EXPECT_EQ(Engine.GetStorage()->GetCount(), 0);
   EXPECT_EQ(Engine.GetIOStreams()->GetCount(), 0);
-}
-
-TEST(ResetClearTest, ClearOfAModuleKeepsTheCurrentModule) {
-  TInferenceEngine Engine;
-  const IModule Main = Engine.GetModules()->Get(0);
-  const IModule A = AddModule(Engine, "A");
-  A->GetFactTemplates()->Add(IFactTemplate(new TFactTemplate(&Engine, "thing")));
-  int Changes = 0;
-  Engine.OnChangeCurrentModule = [&](TObject*) { ++Changes; };
-  Engine.Clear(A);
-  EXPECT_EQ(Engine.GetFacts(), Main->GetFacts());
-  EXPECT_EQ(Changes, 0);
-  EXPECT_FALSE(A->GetFactTemplates()->ContainsKey("thing"));
-  // A module other than main holds its own initial-fact template, so it gets a new pattern.
-  ASSERT_NE(A->GetInitialFactPattern(), nullptr);
-  EXPECT_EQ(A->GetInitialFactPattern()->GetTemplate(), A->GetFactTemplates()->Get("Initial-Fact"));
 }
 
 TEST(ResetClearTest, RenamingATemplateRekeysEveryTableThatHoldsIt) {
