@@ -256,7 +256,7 @@ TEST(KBPatternMatchTestTest, PerformTestAgainstAFact) {
   }
 }
 
-TEST(KBJoinTestTest, PerformEqualsAndText) {
+TEST(KBSlotTestTest, JoinTestsPerformAndSlotTestsCompareAndPrint) {
   const IFactTemplate T = ATemplate();
   auto MakeFact = [&](const std::string& Colour, std::initializer_list<IKBValue> Items) {
     const IFact Fact(new TFact(T));
@@ -294,14 +294,12 @@ TEST(KBJoinTestTest, PerformEqualsAndText) {
   EXPECT_FALSE(Whole.Equals(&Cases[0].Test));
   EXPECT_FALSE(Whole.Equals(&Cases[2].Test));
   EXPECT_FALSE(Whole.Equals(TKBJoinTest(sttEquals, "colour", NoSubIndex, "colour", NoSubIndex, 1).Clone().get()));
-  const TKBPatternMatchTest Other(nullptr, sttEquals, Atom("colour"));
-  EXPECT_FALSE(Whole.Equals(&Other));
   EXPECT_EQ(TKBJoinTest(sttNotEquals, "items", 2, "colour", -1, 0).ToString(),
             "<> tstMultiSlot TokenIdx: 0 Left: items 2 Right: colour -1");
-}
 
-TEST(KBPatternMatchTestTest, EqualsAndText) {
+  // A pattern test compares by negation, position and value, and is no join test.
   const TKBPatternMatchTest A(nullptr, sttNotEquals, 2, Atom("a"));
+  EXPECT_FALSE(Whole.Equals(&A));
   EXPECT_TRUE(A.Equals(true, 2, Atom("a")));
   EXPECT_FALSE(A.Equals(false, 2, Atom("a")));
   const std::unique_ptr<TKBSlotTest> Copy = A.Clone();
