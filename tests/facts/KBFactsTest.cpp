@@ -131,7 +131,7 @@ TEST_F(KBFactsTest, DynamicChecksGuardValuesAndDefaults) {
   EXPECT_EQ(Fact->GetValue("value")->GetAsAtom(), "high");
 }
 
-TEST(FactTest, EqualityAndHash) {
+TEST(FactTest, EqualityHashAndCopies) {
   const IFactTemplate T = Person();
   const IFact A(new TFact(T));
   const IFact B(new TFact(T));
@@ -154,19 +154,15 @@ TEST(FactTest, EqualityAndHash) {
   C->SetValue("name", Atom("ann"));
   C->SetValue("age", Int(30));
   EXPECT_FALSE(A->Equals(C));
-}
 
-TEST(FactTest, CopiesCloneValuesAndKeepTheNumber) {
-  const IFactTemplate T = Person();
-  const IFact Source(new TFact(T));
-  Source->SetValue("name", Atom("cy"));
+  // Copies clone the values and keep the number; AssignValues takes the
+  // values only, Assign the number too.
+  const IFact Source = A;
   Source->SetID(12);
   const IFact Copy = Source->Clone();
   EXPECT_EQ(Copy->GetID(), 12);
   EXPECT_TRUE(Copy->Equals(Source));
   EXPECT_NE(Copy->GetValue("name"), Source->GetValue("name"));
-
-  // AssignValues takes the values only; Assign the number too.
   const IFact Target(new TFact(T));
   Target->AssignValues(Source);
   EXPECT_TRUE(Target->Equals(Source));
