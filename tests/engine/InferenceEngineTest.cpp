@@ -117,19 +117,5 @@ TEST(InferenceEngineTest, ConstructEventsAndTeardown) {
   EXPECT_TRUE(Heard.empty());  // no handler hears the teardown
 }
 
-TEST(InferenceEngineTest, RuleDestroyedByItsOwnerLeavesTheTable) {
-  TInferenceEngine Engine;
-  int Removed = 0;
-  Engine.OnRemoveRule = [&](TObject*, TRule*) { ++Removed; };
-  TComponent Owner(nullptr);
-  auto* Rule = new TRule(&Owner);
-  Rule->SetRuleName("r");
-  Engine.GetRules()->Add(Rule);
-  ASSERT_EQ(Engine.GetRules()->GetCount(), 1);
-  delete Rule;
-  EXPECT_EQ(Engine.GetRules()->GetCount(), 0);
-  EXPECT_EQ(Removed, 1);
-}
-
 }  // namespace
 }  // namespace cogent

@@ -192,9 +192,14 @@ TEST(KBCollectionsTest, RuleRedefinitionFollowsThePolicy) {
   EXPECT_TRUE(SecondGone);
   Rules->Add(&Hosted);
   Rules->Remove("r1", &Hosted);
+  // A rule its owner frees leaves the table.
+  auto* Freed = new TWatchedRule(&Hosted, "r2");
+  Rules->Add(Freed);
+  delete Freed;
+  EXPECT_EQ(Rules->GetCount(), 0);
   // The compilation trace, then one event per change; none for the refused rules.
   EXPECT_EQ(Log, (std::vector<std::string>{"|\r\n", "add r1", "remove r1", "add r1", "remove r1", "add r1",
-                                           "remove r1"}));
+                                           "remove r1", "add r2", "remove r2"}));
   EXPECT_EQ(Hosted.GetEngine(), nullptr);
 
   // Clear frees the rules the engine owns, lets the others go and starts the ids over.
