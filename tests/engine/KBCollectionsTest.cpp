@@ -94,6 +94,15 @@ TEST(KBCollectionsTest, SharedTemplatesAreCountedAsImports) {
   EXPECT_EQ(OtherTable->GetImportCount(), 0);
   EXPECT_EQ(Person->GetImportModuleCount(), 0);
   EXPECT_FALSE(MainTable->Remove("person"));
+
+  // A rename rekeys every table that holds the template, and any of them may refuse it.
+  MainTable->Add(Person);
+  OtherTable->Add(Person);
+  OtherTable->Add(MakeTemplate(Engine, "other"));
+  Person->SetTemplateName("human");
+  EXPECT_EQ(OtherTable->Get("human"), Person);
+  EXPECT_EQ(ErrorOf([&] { Person->SetTemplateName("other"); }), "Fact Template Name already exists: \"other\"");
+  EXPECT_EQ(Person->GetTemplateName(), "human");
 }
 
 TEST(KBCollectionsTest, TemplateNeedsTheDefinedTypesOfItsModule) {

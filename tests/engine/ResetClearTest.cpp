@@ -143,24 +143,6 @@ TEST(ResetClearTest, ClearOfAModuleThenOfAllLeavesOneEmptyMainModule) {
   EXPECT_EQ(Engine.GetIOStreams()->GetCount(), 0);
 }
 
-TEST(ResetClearTest, RenamingATemplateRekeysEveryTableThatHoldsIt) {
-  TInferenceEngine Engine;
-  const IModule Main = Engine.GetModules()->Get(0);
-  const IModule A = AddModule(Engine, "A");
-  const IFactTemplate Person(new TFactTemplate(&Engine, "person"));
-  const IFactTemplate Other(new TFactTemplate(&Engine, "other"));
-  Main->GetFactTemplates()->Add(Person);
-  A->GetFactTemplates()->Add(Person);
-  A->GetFactTemplates()->Add(Other);
-
-  Person->SetTemplateName("human");
-  for (const IModule& M : {Main, A}) EXPECT_EQ(M->GetFactTemplates()->Get("human"), Person);
-  EXPECT_FALSE(A->GetFactTemplates()->ContainsKey("person"));
-
-  EXPECT_EQ(ErrorOf([&] { Person->SetTemplateName("other"); }), "Fact Template Name already exists: \"other\"");
-  EXPECT_EQ(Person->GetTemplateName(), "human");
-}
-
 TEST(ResetClearTest, PrintOutRouting) {
   TMemoryStream Named;  // outlives the engine, whose stream table writes into it
   TInferenceEngine Engine;
