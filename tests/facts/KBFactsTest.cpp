@@ -537,7 +537,7 @@ TEST_F(KBFactsTest, FactSetListOperationsMoveTheEngine) {
   EXPECT_EQ(NewC.GetEngine(), nullptr);
 }
 
-TEST_F(KBFactsTest, DestroyedFactSetsLeaveTheLists) {
+TEST_F(KBFactsTest, FactSetsLeaveWithTheirOwnersAndEngines) {
   // Destroyed by its owner, in a module that is not current.
   auto Owner = std::make_unique<TComponent>(nullptr);
   auto* Set = new TFactSet(Owner.get(), "OTHER", "owned");
@@ -560,18 +560,16 @@ TEST_F(KBFactsTest, DestroyedFactSetsLeaveTheLists) {
   Other->Release();
   EXPECT_EQ(Survivor.GetFactSetName(), "survivor");
   EXPECT_EQ(Survivor.GetEngine(), &Engine);
-}
 
-TEST(FactSetEngineTest, TheEngineGoingFirstClearsTheSetsEngine) {
-  TFactSet Set(nullptr, "", "left behind");
+  // An engine that goes first leaves its sets without engine, and frees those it owns.
+  TFactSet Left(nullptr, "", "left behind");
   {
-    TInferenceEngine Engine;
-    Set.SetEngine(&Engine);
-    // Sets the engine owns go with it.
-    (new TFactSet(&Engine, "", "owned"))->SetEngine(&Engine);
+    TInferenceEngine Gone;
+    Left.SetEngine(&Gone);
+    (new TFactSet(&Gone, "", "owned"))->SetEngine(&Gone);
   }
-  EXPECT_EQ(Set.GetEngine(), nullptr);
-  Set.Reset();  // no engine: nothing to do
+  EXPECT_EQ(Left.GetEngine(), nullptr);
+  Left.Reset();  // no engine: nothing to do
 }
 
 TEST_F(KBFactsTest, FactSetCloneAssignAndText) {
