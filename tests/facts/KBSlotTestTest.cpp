@@ -36,13 +36,13 @@ IKBValue CallValue(const std::string& Name, std::initializer_list<IKBValue> Argu
   return IKBValue(new TKBValue(Call));
 }
 
-// Adds to Slot the tests that Spec writes as words: "?x", "$?x", a number, an
+// Adds to Slot the tests that Text writes as words: "?x", "$?x", a number, an
 // atom, or "%" for the next of Calls; a leading "|" makes the test an
 // alternative, "~" negates it and "@n" after it gives the multislot position.
-TKBPatternMatchTest* Add(TKBPattern& P, const std::string& Slot, const std::string& Spec,
+TKBPatternMatchTest* Add(TKBPattern& P, const std::string& Slot, const std::string& Text,
                          std::vector<IKBValue> Calls = {}) {
   TKBPatternMatchTest* Last = nullptr;
-  std::istringstream Words(Spec);
+  std::istringstream Words(Text);
   std::size_t NextCall = 0;
   for (std::string W; Words >> W;) {
     const bool Alternative = W[0] == '|', Negated = W[Alternative] == '~';
