@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -68,69 +67,49 @@ IFunCall MakeCall(const std::string& Name, std::vector<IKBValue> Arguments = {})
 
 IKBValue CallValue(const IFunCall& Call) { return IKBValue(new TKBValue(Call)); }
 
-// ---------------------------------------------------------------- registration and evaluation
-
 TEST(KBPackagesTest, HostFunctionsRegisterAndNestedCallsEvaluate) {
   TInferenceEngine Engine;
-  std::vector<std::string> Added;
-  Engine.OnAddUserFunction = [&](TObject*, const IUserFunction& F) { Added.push_back(F->GetFunctionName()); };
   auto* Package = new THostPackage(&Engine);
-  EXPECT_EQ(Added, (std::vector<std::string>{"zz-sum", "zz-quote"}));
-  EXPECT_EQ(Package->GetFunctions().ToString(), "zz-sum\r\nzz-quote\r\n");
-  EXPECT_EQ(Package->IndexOf("zz-quote"), 1);
   EXPECT_EQ(Package->IndexOf("ZZ-QUOTE"), -1);
   const IUserFunction Sum = Engine.GetUserFunction("zz-sum");
   ASSERT_TRUE(Sum);
-  EXPECT_EQ(Sum->GetComment(), "Adds its arguments.");
-  EXPECT_EQ(Sum->GetReasonerCount(), 1);
 
   auto* Twice = new TUserFunction(&Engine, "zz-twice");
-  Twice->SetMinArgumentCount(1);
-  Twice->SetMaxArgumentCount(1);
-  EXPECT_EQ(Twice->GetArgumentString(), "<expression>");
   Twice->OnCall = [](TObject*, const IFunCall& Call, TKBContext* Context, IKBValue& Result) {
     Result = Int(2 * Call->GetArgument(0)->Resolve(Context)->GetAsInteger());
   };
-  EXPECT_FALSE(Engine.ContainsUserFunction("zz-twice"));
   Twice->SetEngine(&Engine);
-  EXPECT_TRUE(Engine.ContainsUserFunction("zz-twice"));
 
   // (zz-twice (zz-sum 1 ?x (zz-sum 2 3))) with ?x bound to 10.
-  IFunCall Inner(new TFunctionCall("zz-sum"));
-  EXPECT_EQ(Inner->AddArgument(2.9, dtInteger), 0);
-  EXPECT_EQ(Inner->AddArgument(3, dtInteger), 1);
-  IFunCall Middle(new TFunctionCall("zz-sum"));
-  Middle->AddArgument(Int(1));
-  Middle->AddArgument("x", dtVariable);
-  EXPECT_EQ(Middle->AddArgument(Inner), 2);
+  const IFunCall Middle = MakeCall("zz-sum", {Int(1), Var("x"), CallValue(MakeCall("zz-sum", {Int(2), Int(3)}))});
   const IFunCall Outer = MakeCall("zz-twice", {CallValue(Middle)});
-  EXPECT_EQ(Outer->ToString(), "(zz-twice (zz-sum 1 ?x (zz-sum 2 3)))");
 
   std::unique_ptr<TKBContext> Context = Engine.GetGlobalContext()->Push();
   Context->AddLocalBinding("x", Int(10));
   EXPECT_EQ(Outer->Execute(Context.get())->GetAsInteger(), 32);
   // Arguments arrive unevaluated.
-  const IKBValue Quoted = MakeCall("zz-quote", {IKBValue(new TKBValue("unbound", dtVariable))})->Execute(Context.get());
-  EXPECT_EQ(Quoted->GetDType(), dtVariable);
+  EXPECT_EQ(MakeCall("zz-quote", {Var("unbound")})->Execute(Context.get())->GetDType(), dtVariable);
+  // Calls 300 deep evaluate, print and copy.
+  IFunCall Deep = MakeCall("zz-sum", {Int(1), Var("x")});
+  for (int I = 1; I < 300; ++I) Deep = MakeCall("zz-sum", {Int(1), CallValue(Deep)});
+  EXPECT_EQ(Deep->Execute(Context.get())->GetAsInteger(), 310);
+  const std::string Text = Deep->ToString();
+  EXPECT_EQ(Text.rfind(std::string(300, ')')), Text.size() - 300);
+  EXPECT_EQ(Deep->Clone()->ToString(), Text);
 
   // A call keeps the function it found; the package takes its functions away.
   EXPECT_EQ(Middle->GetUserFunction(), Sum);
   delete Package;
-  EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
   EXPECT_FALSE(Engine.ContainsUserFunction("zz-quote"));
   EXPECT_EQ(Sum->GetReasonerCount(), 0);
   EXPECT_EQ(Outer->Execute(Context.get())->GetAsInteger(), 32);
   EXPECT_EQ(ErrorOf([&] { MakeCall("zz-sum", {Int(1)})->Execute(Context.get()); }),
             "Function is unimplemented or unassigned: zz-sum");
 
-  // A host function without handler gives nil, at design time without asking.
-  Twice->OnCall = nullptr;
-  EXPECT_EQ(MakeCall("zz-twice", {Int(1)})->Execute(Context.get()), FCNil);
-  int Asked = 0;
-  Twice->OnCall = [&](TObject*, const IFunCall&, TKBContext*, IKBValue&) { ++Asked; };
+  // At design time a host function gives nil without asking its handler.
+  Twice->OnCall = [&](TObject*, const IFunCall&, TKBContext*, IKBValue&) { ADD_FAILURE(); };
   Twice->SetDesigning(true);
   EXPECT_EQ(MakeCall("zz-twice", {Int(1)})->Execute(Context.get()), FCNil);
-  EXPECT_EQ(Asked, 0);
   delete Twice;
   EXPECT_FALSE(Engine.ContainsUserFunction("zz-twice"));
 }
@@ -139,7 +118,7 @@ TEST(KBPackagesTest, ArgumentCountsAndUnknownFunctions) {
   TInferenceEngine Engine;
   new THostPackage(&Engine);
   TKBContext* Context = Engine.GetGlobalContext();
-  const IKBValue Unbound(new TKBValue("nowhere", dtVariable));
+  const IKBValue Unbound = Var("nowhere");
 
   // Counts are checked before any argument is evaluated.
   EXPECT_EQ(ErrorOf([&] { MakeCall("zz-sum")->Execute(Context); }), "Too few arguments for zz-sum");
@@ -170,20 +149,6 @@ TEST(KBPackagesTest, ArgumentCountsAndUnknownFunctions) {
   EXPECT_EQ(ErrorOf([&] { Simple->SimpleExecute(Context); }), "zz-sum error: Too few arguments for zz-sum");
   Simple->AddArgument(Int(2));
   EXPECT_EQ(Simple->SimpleExecute(Context)->GetAsInteger(), 2);
-  Simple->SetUserFunction(nullptr);
-  EXPECT_EQ(Simple->GetName(), "");
-}
-
-// ---------------------------------------------------------------- functions
-
-TEST(KBPackagesTest, LimitsNeverCross) {
-  const IUserFunction F(new TKBUserFunction("zz-f"));
-  F->SetMaxArgumentCount(2);
-  F->SetMinArgumentCount(3);
-  EXPECT_EQ(F->GetMaxArgumentCount(), 3);
-  F->SetMaxArgumentCount(1);
-  EXPECT_EQ(F->GetMinArgumentCount(), 1);
-  EXPECT_EQ(F->GetMaxArgumentCount(), 1);
 }
 
 TEST(KBPackagesTest, RenamingReregistersWithEveryEngine) {
@@ -194,16 +159,11 @@ TEST(KBPackagesTest, RenamingReregistersWithEveryEngine) {
   const IUserFunction F = TKBUserFunction::Create<TSumFunction>();
   EXPECT_EQ(F->AddReasoner(&A), 0);
   EXPECT_EQ(F->AddReasoner(&B), 1);
-  EXPECT_EQ(A.GetUserFunction("zz-sum"), F);
-
   Log.clear();
   F->SetFunctionName("zz-total");
   EXPECT_EQ(Log, (std::vector<std::string>{"remove zz-sum", "add zz-total"}));
-  for (TInferenceEngine* Engine : {&A, &B}) {
-    EXPECT_FALSE(Engine->ContainsUserFunction("zz-sum"));
-    EXPECT_EQ(Engine->GetUserFunction("zz-total"), F);
-  }
-  EXPECT_EQ(F->GetReasonerCount(), 2);
+  EXPECT_FALSE(B.ContainsUserFunction("zz-sum"));
+  EXPECT_EQ(B.GetUserFunction("zz-total"), F);
 
   // A name taken under dcError changes nothing.
   const IUserFunction Other(new TKBUserFunction("zz-taken"));
@@ -225,55 +185,41 @@ TEST(KBPackagesTest, RenamingReregistersWithEveryEngine) {
   EXPECT_FALSE(A.ContainsUserFunction("zz-taken"));
 }
 
-// ---------------------------------------------------------------- packages
-
 TEST(KBPackagesTest, PackagesFollowTheirReasoners) {
   TInferenceEngine Engine;
   THostPackage Package(nullptr);
-  EXPECT_EQ(Package.GetReasoners().GetCount(), 0);
-  EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
-
   Package.SetEngine(&Engine);
-  EXPECT_TRUE(Engine.ContainsUserFunction("zz-sum"));
-  EXPECT_EQ(Package.GetEngine(), &Engine);
 
   // Functions that leave the list leave the engine; Reset brings them back.
   Package.GetFunctions().Delete(0);
   EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
-  EXPECT_FALSE(Package.GetReset());
   Package.SetReset(true);
   EXPECT_EQ(Package.GetFunctions().GetCount(), 2);
   EXPECT_TRUE(Engine.ContainsUserFunction("zz-sum"));
   EXPECT_EQ(Package.GetFunctions().Add(Package.GetFunctions().Get(1)), 1);
 
   // A reasoner added by hand gets every function.
-  {
-    TInferenceEngine Second;
-    Package.GetReasoners().Add(&Second);
-    EXPECT_TRUE(Second.ContainsUserFunction("zz-quote"));
-    Package.GetReasoners().Remove(&Second);
-    EXPECT_FALSE(Second.ContainsUserFunction("zz-quote"));
-  }
-
-  Package.SetEngine(nullptr);
-  EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
+  TInferenceEngine Second;
+  Package.GetReasoners().Add(&Second);
+  EXPECT_TRUE(Second.ContainsUserFunction("zz-quote"));
+  Package.GetReasoners().Remove(&Second);
+  EXPECT_FALSE(Second.ContainsUserFunction("zz-quote"));
 
   // At design time the engine is only stored.
+  Package.SetEngine(nullptr);
+  EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
   Package.SetDesigning(true);
   Package.SetEngine(&Engine);
   EXPECT_EQ(Package.GetEngine(), &Engine);
   EXPECT_FALSE(Engine.ContainsUserFunction("zz-sum"));
   Package.SetDesigning(false);
-  Package.SetEngine(nullptr);
 
   // An engine that goes first leaves the package without engine.
   {
     TInferenceEngine Gone;
     Package.SetEngine(&Gone);
-    EXPECT_TRUE(Gone.ContainsUserFunction("zz-sum"));
   }
   EXPECT_EQ(Package.GetEngine(), nullptr);
-  EXPECT_EQ(Package.GetReasoners().GetCount(), 0);
   EXPECT_EQ(Package.GetFunctions().Get(0)->GetReasonerCount(), 0);
 
   // Assign takes the other package's functions.
@@ -307,8 +253,6 @@ TEST(KBPackagesTest, PackageFunctionsStreamByClassName) {
   EXPECT_EQ(ErrorOf([&] { Target.SetPackageFunctions("\"TSumFunction\" \"x\" 1 0\r\n"); }), "Stream read error");
 }
 
-// ---------------------------------------------------------------- host objects
-
 TEST(KBPackagesTest, InnerFunctionOutlivesItsOwner) {
   TInferenceEngine Engine;
   auto* Owner = new TComponent(nullptr);
@@ -327,7 +271,6 @@ TEST(KBPackagesTest, InnerFunctionOutlivesItsOwner) {
   {
     TInferenceEngine Gone;
     Host.SetEngine(&Gone);
-    EXPECT_TRUE(Gone.ContainsUserFunction("zz-host"));
   }
   EXPECT_EQ(Host.GetEngine(), nullptr);
   EXPECT_EQ(Host.GetInnerFunction()->GetReasonerCount(), 0);
@@ -337,19 +280,13 @@ TEST(KBPackagesTest, InnerFunctionOutlivesItsOwner) {
   EXPECT_EQ(Engine.GetUserFunction("zz-renamed"), Host.GetInnerFunction());
 
   TUserFunction Copy(nullptr);
-  Host.SetComment("A host function.");
   Host.SetMinArgumentCount(2);
   Copy.Assign(&Host);
   EXPECT_EQ(Copy.GetFunctionName(), "zz-renamed");
-  EXPECT_EQ(Copy.GetComment(), "A host function.");
   EXPECT_EQ(Copy.GetMinArgumentCount(), 2);
-  EXPECT_EQ(Copy.GetArgumentString(), "<expression> <expression>[ <expression>[ <expression>[ <expression>[ "
-                                      "<expression>[ <expression>[ <expression>[ <expression>[ <expression>[]]]]]]]]]");
 }
 
-// ---------------------------------------------------------------- calls
-
-TEST(KBPackagesTest, CallEqualityHashAndCopies) {
+TEST(KBPackagesTest, CallArgumentsEqualityHashAndCopies) {
   TInferenceEngine Engine;
   IFunCall A(new TFunctionCall(&Engine, "f"));
   A->AddArgument(1, dtInteger);
@@ -357,17 +294,13 @@ TEST(KBPackagesTest, CallEqualityHashAndCopies) {
   IFunCall B(new TFunctionCall("f"));
   B->AddArgument("x", dtAtom);
   B->AddArgument(1, dtInteger);
+  // The hash ignores the order of the arguments; equality does not.
   EXPECT_EQ(A->GetHashCode(), B->GetHashCode());
   EXPECT_FALSE(A->Equals(B));
   EXPECT_FALSE(A->Equals(IInterface(Int(1))));
   B->Delete(0);
   B->AddArgument("x", dtAtom);
-  EXPECT_TRUE(A->Equals(B));
   EXPECT_TRUE(A->Equals(IInterface(B)));
-  IFunCall Renamed(new TFunctionCall("g"));
-  Renamed->Assign(IInterface(B));
-  Renamed->SetComment("");
-  EXPECT_TRUE(Renamed->Equals(A));
 
   // A clone shares no value, keeps comment and tag, and finds its function anew.
   A->SetTag(7);
@@ -379,20 +312,13 @@ TEST(KBPackagesTest, CallEqualityHashAndCopies) {
   EXPECT_EQ(C->GetComment(), "note");
   EXPECT_EQ(C->GetReasoner(), static_cast<IReasoner*>(&Engine));
   EXPECT_FALSE(C->GetUserFunction());
-  EXPECT_NE(C->GetArgument(0), A->GetArgument(0));
   C->GetArgument(0)->SetAsInteger(5);
   EXPECT_EQ(A->GetArgument(0)->GetAsInteger(), 1);
-  const IFunCall D = C->CloneInterface().As<TFunctionCall>();
-  ASSERT_TRUE(D);
-  EXPECT_TRUE(D->Equals(C));
 
   EXPECT_EQ(ErrorOf([&] { C->Assign(IInterface(Int(1))); }), "Unknown interface supplied to engine value");
   EXPECT_EQ(ErrorOf([&] { C->GetArgument(2); }), "List index out of bounds (2)");
-  C->Clear();
-  EXPECT_EQ(C->GetArgumentCount(), 0);
-}
 
-TEST(KBPackagesTest, AddArgumentOverloads) {
+  // Arguments given as raw values are converted to the type asked for.
   IFunCall Call(new TFunctionCall("f"));
   Call->AddArgument(7, dtFloat);
   Call->AddArgument(-2.9, dtInteger);
@@ -408,18 +334,21 @@ TEST(KBPackagesTest, AddArgumentOverloads) {
   EXPECT_EQ(Call->GetArgumentCount(), 4);
 }
 
-TEST(KBPackagesTest, ArgumentExpressions) {
+TEST(KBPackagesTest, ArgumentLimitsAndExpressions) {
+  const IUserFunction F(new TKBUserFunction("zz-f"));
+  F->SetMaxArgumentCount(2);
+  F->SetMinArgumentCount(3);  // the limits never cross
+  EXPECT_EQ(F->GetMaxArgumentCount(), 3);
+  F->SetMaxArgumentCount(1);
+  EXPECT_EQ(F->GetMinArgumentCount(), 1);
+
   EXPECT_EQ(CreateArgumentExpressions("", 1, 3, 10), "<expression>[ <expression>[ <expression>]]");
   EXPECT_EQ(CreateArgumentExpressions(" <a> <b>", 2, 2, 10), "<a> <b>");
   EXPECT_EQ(CreateArgumentExpressions("<x>", 1, 2, 10), "<x>[ <expression>]");
   EXPECT_EQ(CreateArgumentExpressions("", 3, 2, 10), "");
 
-  const std::string Open = CreateArgumentExpressions("", 0, 2147483647, 10);
-  std::size_t Count = 0;
-  for (std::size_t P = Open.find("<expression>"); P != std::string::npos; P = Open.find("<expression>", P + 1)) ++Count;
-  EXPECT_EQ(Count, 10u);
-  EXPECT_EQ(std::count(Open.begin(), Open.end(), '['), std::count(Open.begin(), Open.end(), ']'));
-  EXPECT_EQ(Open.substr(0, 2), "[<");
+  // Open-ended lists stop at the limit, all of it optional.
+  EXPECT_EQ(CreateArgumentExpressions("", 0, 2147483647, 3), "[<expression>[ <expression>[ <expression>[]]]]");
 }
 
 TEST(KBPackagesTest, EngineDescribesAFunction) {
@@ -434,21 +363,6 @@ TEST(KBPackagesTest, EngineDescribesAFunction) {
   EXPECT_EQ(Sum->ToString(&Engine).substr(0, Wrapped.size()), Wrapped);
   const IUserFunction Bare(new TKBUserFunction("zz-bare"));
   EXPECT_EQ(Bare->ToString(&Engine), ";; zz-bare function\r\n");
-}
-
-TEST(KBPackagesTest, DeeplyNestedCallsEvaluateAndPrint) {
-  TInferenceEngine Engine;
-  new THostPackage(&Engine);
-  // (zz-sum 1 (zz-sum 1 ... (zz-sum 1 ?x)...)), 300 calls deep.
-  constexpr int Depth = 300;
-  IFunCall Call = MakeCall("zz-sum", {Int(1), IKBValue(new TKBValue("x", dtVariable))});
-  for (int I = 1; I < Depth; ++I) Call = MakeCall("zz-sum", {Int(1), IKBValue(new TKBValue(Call))});
-  std::unique_ptr<TKBContext> Context = Engine.GetGlobalContext()->Push();
-  Context->AddLocalBinding("x", Int(1000));
-  EXPECT_EQ(Call->Execute(Context.get())->GetAsInteger(), Depth + 1000);
-  const std::string Text = Call->ToString();
-  EXPECT_EQ(Text.rfind(std::string(Depth, ')')), Text.size() - Depth);
-  EXPECT_EQ(Call->Clone()->ToString(), Text);
 }
 
 }  // namespace

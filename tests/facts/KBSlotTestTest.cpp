@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -28,13 +30,32 @@ IFactTemplate ATemplate(TPersistent* Owner = nullptr) {
   return T;
 }
 
-IKBValue MultiVar(const std::string& S) { return IKBValue(new TKBValue(S, dtMultiVariable)); }
-IKBValue CallValue(const IFunCall& Call) { return IKBValue(new TKBValue(Call)); }
+IKBValue CallValue(const std::string& Name, std::initializer_list<IKBValue> Arguments) {
+  IFunCall Call(new TFunctionCall(Name));
+  for (const IKBValue& Argument : Arguments) Call->AddArgument(Argument);
+  return IKBValue(new TKBValue(Call));
+}
 
-IFunCall Call(const std::string& Name, std::initializer_list<IKBValue> Arguments) {
-  IFunCall Result(new TFunctionCall(Name));
-  for (const IKBValue& Argument : Arguments) Result->AddArgument(Argument);
-  return Result;
+// Adds to Slot the tests that Text writes as words: "?x", "$?x", a number, an
+// atom, or "%" for the next of Calls; a leading "|" makes the test an
+// alternative, "~" negates it and "@n" after it gives the multislot position.
+TKBPatternMatchTest* Add(TKBPattern& P, const std::string& Slot, const std::string& Text,
+                         std::vector<IKBValue> Calls = {}) {
+  TKBPatternMatchTest* Last = nullptr;
+  std::istringstream Words(Text);
+  std::size_t NextCall = 0;
+  for (std::string W; Words >> W;) {
+    const bool Alternative = W[0] == '|', Negated = W[Alternative] == '~';
+    const auto At = W.find('@');
+    const int Sub = At == std::string::npos ? NoSubIndex : std::stoi(W.substr(At + 1));
+    W = W.substr(Alternative + Negated, At - Alternative - Negated);
+    const IKBValue Value = W == "%" ? Calls.at(NextCall++)
+                           : W[0] == '$' ? IKBValue(new TKBValue(W.substr(2), dtMultiVariable))
+                           : W[0] == '?' ? Var(W.substr(1))
+                           : std::isdigit(static_cast<unsigned char>(W[0])) ? Int(std::stoi(W)) : Atom(W);
+    Last = P.AddTest(Slot, Value, Sub, Negated, !Alternative);
+  }
+  return Last;
 }
 
 // The slot's tests, each as "=value" or "~value" with "@sub" and "|" for an
@@ -55,65 +76,66 @@ std::vector<std::string> Tests(const TKBPattern& P, const std::string& Slot) {
 
 TEST(KBPatternTest, SlotLinesAndAddingTests) {
   TKBPattern P(nullptr, "a", ATemplate(), 0);
-  ASSERT_EQ(P.GetSlotCount(), 3);
-  EXPECT_EQ(P.GetSlotName(0), "colour");
-  EXPECT_EQ(P.GetSlotName(1), "items");
-  EXPECT_EQ(P.GetSlotName(2), "size");
-
   const IKBValue Red = Atom("red");
   TKBPatternMatchTest* T = P.AddTest("colour", Red, NoSubIndex, false, true);
-  ASSERT_NE(P.GetSlotTests(0), nullptr);
   EXPECT_EQ(P.GetSlotTest(0, 0), T);
   // The test keeps a copy of its own.
   EXPECT_NE(T->GetSlotValue(), Red);
   EXPECT_TRUE(T->GetSlotValue()->Equals(Red));
-  P.AddTest("items", Var("x"), 1, true, false);
+  Add(P, "items", "|~?x@1");
   EXPECT_EQ(Tests(P, "items"), std::vector<std::string>{"~?x@1|"});
 
   // An unknown slot adds no line; a pattern without template takes no test.
-  EXPECT_EQ(ErrorOf([&] { P.AddTest("weight", Int(1), NoSubIndex, false, true); }), "No such slot name: \"weight\"");
+  EXPECT_EQ(ErrorOf([&] { Add(P, "weight", "1"); }), "No such slot name: \"weight\"");
+  EXPECT_EQ(P.GetSlotCount(), 3);
   TKBPattern Bare(nullptr, "b", IFactTemplate(), 0);
   EXPECT_EQ(Bare.GetSlotCount(), 0);
-  EXPECT_EQ(ErrorOf([&] { Bare.AddTest("x", Int(1), NoSubIndex, false, true); }), "Fact Template is missing");
+  EXPECT_EQ(ErrorOf([&] { Add(Bare, "x", "1"); }), "Fact Template is missing");
 
-  // Slot names sort by code point, as the template's do.
+  // Slot lines sort as the template's names do, case included.
   const IFactTemplate Mixed(new TFactTemplate(nullptr, "m"));
-  Mixed->AddSlot("b", FCNil);
-  Mixed->AddSlot("B", FCNil);
-  Mixed->AddSlot("a", FCNil);
+  for (const char* Name : {"b", "B", "a"}) Mixed->AddSlot(Name, FCNil);
   TKBPattern M(nullptr, "m", Mixed, 0);
   for (int I = 0; I < 3; ++I) EXPECT_EQ(M.GetSlotName(I), Mixed->GetSlotNames().Get(I));
 }
 
 TEST(KBPatternTest, ShapeFlagsAndChangeReports) {
   const IFactTemplate T = ATemplate();
-  // not, not not, exists, not exists.
-  const std::vector<std::pair<int, bool>> Shapes{{0, false}, {1, true}, {2, false}, {3, true}, {4, false}};
-  for (const auto& [Count, Negated] : Shapes) EXPECT_EQ(TKBPattern(nullptr, "a", T, Count).IsNegated(), Negated);
+  // not, not not (exists), not exists.
+  for (int Count : {1, 2, 3}) EXPECT_EQ(TKBPattern(nullptr, "a", T, Count).IsNegated(), Count != 2) << Count;
 
+  // Each setter, the tests' own included, reports a change once, and only
+  // when the value changes.
   TKBPattern P(nullptr, "a", T, 0);
+  TKBPatternMatchTest* Test = Add(P, "colour", "red");
   int Changes = 0;
-  P.SetOnChange([&](TObject* Sender) {
-    EXPECT_EQ(Sender, &P);
-    ++Changes;
-  });
+  P.SetOnChange([&](TObject* Sender) { Changes += Sender == &P; });
   P.SetUnique(true);
   P.SetUnique(true);
   P.SetExplicit(true);
   P.SetNegatedCount(3);
   P.SetName("b");
   P.SetComment("c");
-  EXPECT_EQ(Changes, 5);
+  Test->SetSlotTestType(sttNotEquals);
+  Test->SetSlotTestType(sttNotEquals);
+  EXPECT_EQ(Changes, 6);
 
   // An update gathers its changes into one, at the outermost end.
   Changes = 0;
   P.BeginUpdate();
   P.BeginUpdate();
-  P.AddTest("size", Int(1), NoSubIndex, false, true);
+  Add(P, "size", "1");
   P.SetNegatedCount(0);
   P.EndUpdate();
   EXPECT_EQ(Changes, 0);
   P.EndUpdate();
+  EXPECT_EQ(Changes, 1);
+
+  // FixTests reports once, and not at all with nothing to fold.
+  Add(P, "items", "?i@0 ~x@0 |y@0");
+  Changes = 0;
+  P.FixTests();
+  P.FixTests();
   EXPECT_EQ(Changes, 1);
 
   // A negated test pattern cannot be bound; anything else can.
@@ -126,25 +148,14 @@ TEST(KBPatternTest, ShapeFlagsAndChangeReports) {
 
 TEST(KBPatternTest, CountersFollowTestsAndConjunctions) {
   TKBPattern P(nullptr, "a", ATemplate(), 0);
-  TKBPatternMatchTest* X = P.AddTest("items", Var("x"), 0, false, true);
-  TKBPatternMatchTest* A = P.AddTest("items", Atom("a"), 0, false, false);
-  P.AddTest("size", Int(1), NoSubIndex, false, false);
+  TKBPatternMatchTest* X = Add(P, "items", "~?x@0");
+  TKBPatternMatchTest* A = Add(P, "items", "|a@0");
+  Add(P, "size", "|1");
   EXPECT_EQ(P.GetNumSlotTests(), 3);
   EXPECT_EQ(P.GetNumORConstraints(), 2);
-
-  int Changes = 0;
-  P.SetOnChange([&](TObject*) { ++Changes; });
-  X->SetConjunction(false);
-  EXPECT_EQ(P.GetNumORConstraints(), 3);
   X->SetConjunction(false);
   A->SetConjunction(true);
   EXPECT_EQ(P.GetNumORConstraints(), 2);
-  EXPECT_EQ(Changes, 2);
-  X->SetMultiSlotSubIndex(1);
-  X->SetSlotValue(Var("y"));
-  X->SetSlotTestType(sttNotEquals);
-  EXPECT_EQ(Changes, 5);
-  EXPECT_EQ(Tests(P, "items"), (std::vector<std::string>{"~?y@1|", "=a@0"}));
 
   // Taking tests out counts down, alternatives included.
   TSlotTests* Items = P.GetSlotTests(P.IndexOfSlotName("items"));
@@ -158,34 +169,20 @@ TEST(KBPatternTest, CountersFollowTestsAndConjunctions) {
   EXPECT_EQ(P.GetNumORConstraints(), 0);
 
   // Replacing a test counts the old one out and the new one in.
-  P.AddTest("size", Int(1), NoSubIndex, false, true);
+  Add(P, "size", "1");
   P.SetSlotTest(P.IndexOfSlotName("size"), 0, std::make_unique<TKBPatternMatchTest>(nullptr, *Taken, Int(2)));
   EXPECT_EQ(P.GetNumSlotTests(), 1);
   EXPECT_EQ(P.GetNumORConstraints(), 1);
-  EXPECT_EQ(Tests(P, "size"), std::vector<std::string>{"~2@1|"});
+  EXPECT_EQ(Tests(P, "size"), std::vector<std::string>{"~2@0|"});
   EXPECT_EQ(P.GetSlotTest(P.IndexOfSlotName("size"), 0)->GetPattern(), &P);
 }
 
 TEST(KBPatternTest, FixTestsFoldsAlternativesIntoOrCalls) {
   TKBPattern P(nullptr, "a", ATemplate(), 0);
-  // (colour ?c&red&big|blue) (items ?i&~x|y a b|c) (size 1)
-  P.AddTest("colour", Var("c"), NoSubIndex, false, true);
-  P.AddTest("colour", Atom("red"), NoSubIndex, false, true);
-  P.AddTest("colour", Atom("big"), NoSubIndex, false, true);
-  P.AddTest("colour", Atom("blue"), NoSubIndex, false, false);
-  P.AddTest("items", Var("i"), 0, false, true);
-  P.AddTest("items", Atom("x"), 0, true, true);
-  P.AddTest("items", Atom("y"), 0, false, false);
-  P.AddTest("items", Atom("a"), 1, false, true);
-  P.AddTest("items", Var("b"), 2, false, true);
-  P.AddTest("items", Var("c"), 2, false, false);
-  P.AddTest("size", Int(1), NoSubIndex, false, true);
-  TKBPatternMatchTest* Size = P.GetSlotTest(P.IndexOfSlotName("size"), 0);
-  int Changes = 0;
-  P.SetOnChange([&](TObject*) { ++Changes; });
-
+  Add(P, "colour", "?c red big |blue");
+  Add(P, "items", "?i@0 ~x@0 |y@0 a@1 ?b@2 |?c@2");
+  TKBPatternMatchTest* Size = Add(P, "size", "1");
   P.FixTests();
-  EXPECT_EQ(Changes, 1);
   EXPECT_EQ(P.GetNumORConstraints(), 0);
   EXPECT_EQ(Tests(P, "colour"), (std::vector<std::string>{"=?c", "=(or (and (eq red ?c) (eq big ?c)) (eq blue ?c))"}));
   EXPECT_EQ(Tests(P, "items"), (std::vector<std::string>{"=?i@0", "=(or (neq x ?i) (eq y ?i))@0", "=a@1", "=?b@2",
@@ -194,59 +191,37 @@ TEST(KBPatternTest, FixTestsFoldsAlternativesIntoOrCalls) {
   EXPECT_EQ(P.GetSlotTest(P.IndexOfSlotName("size"), 0), Size);
   EXPECT_EQ(P.GetNumSlotTests(), 8);
 
-  // Nothing more to fold: nothing changes.
-  TKBPatternMatchTest* Folded = P.GetSlotTest(0, 1);
-  P.FixTests();
-  EXPECT_EQ(P.GetSlotTest(0, 1), Folded);
-  EXPECT_EQ(Changes, 1);
-}
-
-TEST(KBPatternTest, FixTestsKeepsCallsAndNeedsARuleForAFreshBinder) {
-  TKBPattern P(nullptr, "a", ATemplate(), 0);
-  // (size ?s&:(zz-big ?s)|~:(zz-odd ?s))
-  const IFunCall Big = Call("zz-big", {Var("s")});
-  P.AddTest("size", Var("s"), NoSubIndex, false, true);
-  P.AddTest("size", CallValue(Big), NoSubIndex, false, true);
-  P.AddTest("size", CallValue(Call("zz-odd", {Var("s")})), NoSubIndex, true, false);
-  P.FixTests();
-  EXPECT_EQ(Tests(P, "size"), (std::vector<std::string>{"=?s", "=(or (zz-big ?s) (not (zz-odd ?s)))"}));
-  // The test's call was its own copy, not the caller's.
-  EXPECT_NE(P.GetSlotTest(2, 1)->GetSlotValue()->GetAsFunCall()->GetArgument(0)->GetAsFunCall(), Big);
-
-  // (colour red|blue) must bind a new variable, which only a rule can hold.
+  // Calls are kept as they stand, negated ones wrapped in not.
   TKBPattern Q(nullptr, "a", ATemplate(), 0);
-  Q.AddTest("colour", Atom("red"), NoSubIndex, false, true);
-  TKBPatternMatchTest* Blue = Q.AddTest("colour", Atom("blue"), NoSubIndex, false, false);
-  // A negated variable is no binder either.
-  Q.AddTest("size", Var("s"), NoSubIndex, true, true);
-  Q.AddTest("size", Int(1), NoSubIndex, false, false);
-  EXPECT_EQ(ErrorOf([&] { Q.FixTests(); }), "Rule missing for pattern");
-  EXPECT_EQ(Q.GetSlotTest(0, 1), Blue);
-  EXPECT_EQ(Q.GetNumORConstraints(), 2);
-  EXPECT_EQ(Tests(Q, "colour"), (std::vector<std::string>{"=red", "=blue|"}));
+  const IKBValue Big = CallValue("zz-big", {Var("s")});
+  Add(Q, "size", "?s % |~%", {Big, CallValue("zz-odd", {Var("s")})});
+  Q.FixTests();
+  EXPECT_EQ(Tests(Q, "size"), (std::vector<std::string>{"=?s", "=(or (zz-big ?s) (not (zz-odd ?s)))"}));
+  // The test's call was its own copy, not the caller's.
+  EXPECT_NE(Q.GetSlotTest(2, 1)->GetSlotValue()->GetAsFunCall()->GetArgument(0)->GetAsFunCall(), Big->GetAsFunCall());
 }
 
 TEST(KBPatternTest, FixTestsBindsAFreshVariableThroughTheRule) {
+  // (colour red|blue) must bind a new variable, which only a rule can hold;
+  // a negated variable is no binder either.
+  TKBPattern Q(nullptr, "a", ATemplate(), 0);
+  TKBPatternMatchTest* Blue = Add(Q, "colour", "red |blue");
+  Add(Q, "size", "~?s |1");
+  EXPECT_EQ(ErrorOf([&] { Q.FixTests(); }), "Rule missing for pattern");
+  EXPECT_EQ(Q.GetSlotTest(0, 1), Blue);
+  EXPECT_EQ(Q.GetNumORConstraints(), 2);
+
   TInferenceEngine Engine;
   auto* Rule = new TRule(&Engine);
   TKBPattern P(nullptr, "a", ATemplate(&Engine), 0);
-  // (items x ~a|b)
-  P.AddTest("items", Atom("x"), 0, false, true);
-  P.AddTest("items", Atom("a"), 1, true, true);
-  P.AddTest("items", Atom("b"), 1, false, false);
+  Add(P, "items", "x@0 ~a@1 |b@1");
   P.SetOwner(Rule);
   P.FixTests();
-
-  const TKBPatternMatchTest* Binder = P.GetSlotTest(1, 1);
-  ASSERT_EQ(Binder->GetSlotValue()->GetDType(), dtVariable);
-  const std::string Name = Binder->GetSlotValue()->GetAsVariable();
-  EXPECT_EQ(Name.rfind(SBlankPrefix, 0), 0u);
+  const std::string Name = P.GetSlotTest(1, 1)->GetSlotValue()->GetAsVariable();
   EXPECT_EQ(Tests(P, "items"), (std::vector<std::string>{"=x@0", "=?" + Name + "@1",
                                                          "=(or (neq a ?" + Name + ") (eq b ?" + Name + "))@1"}));
-  // The rule holds the variable at this pattern's fact, slot and position.
   const TBinding* Binding = Rule->GetBindingByName(Name);
   ASSERT_NE(Binding, nullptr);
-  EXPECT_EQ(Binding->GetFactIndex(), Rule->GetPatterns()->GetCount() - 1);
   EXPECT_EQ(Binding->GetSlotIndex(), "items");
   EXPECT_EQ(Binding->GetSubIndex(), 1);
   // The calls find their functions through the rule's engine.
@@ -254,32 +229,14 @@ TEST(KBPatternTest, FixTestsBindsAFreshVariableThroughTheRule) {
   P.SetOwner(nullptr);
 }
 
-TEST(KBPatternMatchTestTest, ConvertToFunCall) {
-  const IKBValue X = Var("x");
-  TKBPatternMatchTest Constant(nullptr, sttEquals, Atom("a"));
-  EXPECT_EQ(Constant.ConvertToFunCall(nullptr, X)->ToString(), "(eq a ?x)");
-  Constant.SetSlotTestType(sttNotEquals);
-  EXPECT_EQ(Constant.ConvertToFunCall(nullptr, X)->ToString(), "(neq a ?x)");
-  TKBPatternMatchTest Called(nullptr, sttEquals, CallValue(Call("f", {X})));
-  const IFunCall Same = Called.ConvertToFunCall(nullptr, X);
-  EXPECT_EQ(Same, Called.GetSlotValue()->GetAsFunCall());
-  Called.SetSlotTestType(sttNotEquals);
-  const IFunCall Not = Called.ConvertToFunCall(nullptr, X);
-  EXPECT_EQ(Not->ToString(), "(not (f ?x))");
-  EXPECT_EQ(Not->GetArgument(0)->GetAsFunCall(), Same);
-}
-
 TEST(KBPatternMatchTestTest, PerformTestAgainstAFact) {
   TInferenceEngine Engine;
-  const IFactTemplate T = ATemplate(&Engine);
-  const IFact Fact(new TFact(T));
-  Fact->SetValue("colour", Atom("red"));
+  const IFact Fact(new TFact(ATemplate(&Engine)));
   std::unique_ptr<TKBContext> Context = Engine.GetGlobalContext()->Push();
   Context->SetFact(Fact);
 
   // Constants: anything but FALSE passes.
-  EXPECT_TRUE(TKBPatternMatchTest(nullptr, sttEquals, Atom("red")).PerformTest(Context.get()));
-  EXPECT_FALSE(TKBPatternMatchTest(nullptr, sttNotEquals, Atom("red")).PerformTest(Context.get()));
+  EXPECT_TRUE(TKBPatternMatchTest(nullptr, sttEquals, Atom("blue")).PerformTest(Context.get()));
   EXPECT_FALSE(TKBPatternMatchTest(nullptr, sttEquals, FCFalse).PerformTest(Context.get()));
 
   // (zz-is-red <colour of the fact under test>)
@@ -289,18 +246,17 @@ TEST(KBPatternMatchTestTest, PerformTestAgainstAFact) {
   };
   IsRed->SetEngine(&Engine);
   TBindingInfo Colour(0, "colour");
-  const IKBValue Slot(new TKBValue(&Colour, false));
-  const IKBValue Test = CallValue(Call("zz-is-red", {Slot}));
+  const IKBValue Test = CallValue("zz-is-red", {IKBValue(new TKBValue(&Colour, false))});
   TKBPatternMatchTest Equal(nullptr, sttEquals, Test);
   TKBPatternMatchTest Unequal(nullptr, sttNotEquals, Test);
-  EXPECT_TRUE(Equal.PerformTest(Context.get()));
-  EXPECT_FALSE(Unequal.PerformTest(Context.get()));
-  Fact->SetValue("colour", Atom("blue"));
-  EXPECT_FALSE(Equal.PerformTest(Context.get()));
-  EXPECT_TRUE(Unequal.PerformTest(Context.get()));
+  for (const std::string Colour : {"red", "blue"}) {
+    Fact->SetValue("colour", Atom(Colour));
+    EXPECT_EQ(Equal.PerformTest(Context.get()), Colour == "red") << Colour;
+    EXPECT_EQ(Unequal.PerformTest(Context.get()), Colour != "red") << Colour;
+  }
 }
 
-TEST(KBJoinTestTest, PerformEqualsAndText) {
+TEST(KBSlotTestTest, JoinTestsPerformAndSlotTestsCompareAndPrint) {
   const IFactTemplate T = ATemplate();
   auto MakeFact = [&](const std::string& Colour, std::initializer_list<IKBValue> Items) {
     const IFact Fact(new TFact(T));
@@ -315,32 +271,35 @@ TEST(KBJoinTestTest, PerformEqualsAndText) {
   Context.SetToken(Left);
   Context.SetFact(MakeFact("red", {Atom("blue"), Atom("z")}));
 
-  EXPECT_TRUE(TKBJoinTest(sttEquals, "colour", "colour", 0).PerformTest(&Context));
-  EXPECT_FALSE(TKBJoinTest(sttEquals, "colour", "colour", 1).PerformTest(&Context));
-  EXPECT_TRUE(TKBJoinTest(sttNotEquals, "colour", "colour", 1).PerformTest(&Context));
-  // Positions: red at 1 of the first fact's items against the right colour.
-  EXPECT_TRUE(TKBJoinTest(sttEquals, "items", 1, "colour", NoSubIndex, 0).PerformTest(&Context));
-  EXPECT_TRUE(TKBJoinTest(sttEquals, "items", 0, "items", 0, 1).PerformTest(&Context));
-  EXPECT_FALSE(TKBJoinTest(sttEquals, "items", 0, "items", 1, 1).PerformTest(&Context));
-  EXPECT_FALSE(TKBJoinTest(sttEquals, "items", 5, "items", 0, 1).PerformTest(&Context));
-  // A missing left fact passes, also when the test is negated.
-  EXPECT_TRUE(TKBJoinTest(sttNotEquals, "items", 0, "items", 0, 7).PerformTest(&Context));
+  struct TCase {
+    TKBJoinTest Test;
+    bool Passes;
+  };
+  const TCase Cases[] = {
+      {{sttEquals, "colour", "colour", 0}, true},
+      {{sttEquals, "colour", "colour", 1}, false},
+      {{sttNotEquals, "colour", "colour", 1}, true},
+      // Positions: red at 1 of the first fact's items against the right colour.
+      {{sttEquals, "items", 1, "colour", NoSubIndex, 0}, true},
+      {{sttEquals, "items", 0, "items", 0, 1}, true},
+      {{sttEquals, "items", 0, "items", 1, 1}, false},
+      {{sttEquals, "items", 5, "items", 0, 1}, false},
+      // A missing left fact passes, also when the test is negated.
+      {{sttNotEquals, "items", 0, "items", 0, 7}, true},
+  };
+  for (const TCase& C : Cases) EXPECT_EQ(C.Test.PerformTest(&Context), C.Passes) << C.Test.ToString();
 
   const TKBJoinTest Whole(sttEquals, "colour", "colour", 1);
-  const TKBJoinTest Multi(sttEquals, "colour", NoSubIndex, "colour", NoSubIndex, 1);
-  EXPECT_FALSE(Whole.Equals(&Multi));
   EXPECT_TRUE(Whole.Equals(Whole.Clone().get()));
-  EXPECT_FALSE(Whole.Equals(TKBJoinTest(sttNotEquals, "colour", "colour", 1).Clone().get()));
-  const TKBPatternMatchTest Other(nullptr, sttEquals, Atom("colour"));
-  EXPECT_FALSE(Whole.Equals(&Other));
-  EXPECT_EQ(Whole.ToString(), "= tstSlot TokenIdx: 1 Left: colour Right: colour");
+  EXPECT_FALSE(Whole.Equals(&Cases[0].Test));
+  EXPECT_FALSE(Whole.Equals(&Cases[2].Test));
+  EXPECT_FALSE(Whole.Equals(TKBJoinTest(sttEquals, "colour", NoSubIndex, "colour", NoSubIndex, 1).Clone().get()));
   EXPECT_EQ(TKBJoinTest(sttNotEquals, "items", 2, "colour", -1, 0).ToString(),
             "<> tstMultiSlot TokenIdx: 0 Left: items 2 Right: colour -1");
-}
 
-TEST(KBPatternMatchTestTest, EqualsAndText) {
+  // A pattern test compares by negation, position and value, and is no join test.
   const TKBPatternMatchTest A(nullptr, sttNotEquals, 2, Atom("a"));
-  EXPECT_TRUE(A.Equals(true, true, 2, Atom("a")));
+  EXPECT_FALSE(Whole.Equals(&A));
   EXPECT_TRUE(A.Equals(true, 2, Atom("a")));
   EXPECT_FALSE(A.Equals(false, 2, Atom("a")));
   const std::unique_ptr<TKBSlotTest> Copy = A.Clone();
@@ -348,7 +307,6 @@ TEST(KBPatternMatchTestTest, EqualsAndText) {
   static_cast<TKBPatternMatchTest*>(Copy.get())->SetConjunction(false);
   EXPECT_FALSE(A.Equals(Copy.get()));
   EXPECT_EQ(A.ToString(), "<> SubIdx: 2 Slot: a");
-  EXPECT_EQ(TKBPatternMatchTest(nullptr).ToString(), "= SubIdx: -1");
 }
 
 TEST(KBPatternTest, AssignAndClone) {
@@ -359,111 +317,73 @@ TEST(KBPatternTest, AssignAndClone) {
   P.SetBoundName("f");
   P.SetUnique(true);
   P.SetExplicit(true);
-  P.AddTest("items", Var("x"), 0, false, true);
-  P.AddTest("items", CallValue(Call("f", {Var("x")})), 0, true, false);
+  Add(P, "items", "?x@0 |~%@0", {CallValue("f", {Var("x")})});
   P.SetSlotLength(P.IndexOfSlotName("items"), 1);
 
   const std::unique_ptr<TKBPattern> C = P.Clone(&Engine);
-  EXPECT_EQ(C->GetOwner(), &Engine);
   EXPECT_EQ(C->GetFactTemplate(), T);
-  EXPECT_EQ(C->GetNegatedCount(), 3);
+  EXPECT_EQ(C->ToString(), P.ToString());  // name, negation, flags, bound name and tests
   EXPECT_EQ(C->GetComment(), "note");
-  EXPECT_EQ(C->GetBoundName(), "f");
-  EXPECT_EQ(C->GetNumSlotTests(), 2);
   EXPECT_EQ(C->GetNumORConstraints(), 1);
-  EXPECT_EQ(Tests(*C, "items"), Tests(P, "items"));
-  for (int I = 0; I < 2; ++I) {
-    EXPECT_NE(C->GetSlotTest(1, I), P.GetSlotTest(1, I));
-    EXPECT_EQ(C->GetSlotTest(1, I)->GetPattern(), C.get());
-    EXPECT_TRUE(C->GetSlotTest(1, I)->Equals(P.GetSlotTest(1, I)));
-  }
+  EXPECT_EQ(C->GetSlotTest(1, 1)->GetPattern(), C.get());
   EXPECT_NE(C->GetSlotTest(1, 1)->GetSlotValue()->GetAsFunCall(), P.GetSlotTest(1, 1)->GetSlotValue()->GetAsFunCall());
 
   // Assign replaces all, counters included; a template without the tested
   // slots refuses and changes nothing.
   TKBPattern Other(nullptr, "b", T, 0);
-  Other.AddTest("size", Int(1), NoSubIndex, false, false);
+  Add(Other, "size", "|1");
   Other.Assign(&P);
-  EXPECT_EQ(Other.GetName(), "a");
-  EXPECT_EQ(Other.GetNumSlotTests(), 2);
+  EXPECT_EQ(Other.ToString(), P.ToString());
   EXPECT_EQ(Other.GetNumORConstraints(), 1);
-  EXPECT_EQ(Other.GetSlotTestCount(Other.IndexOfSlotName("size")), 0);
   const IFactTemplate Small(new TFactTemplate(nullptr, "small"));
   Small->AddSlot("size", Int(0));
   TKBPattern Narrow(nullptr, "small", Small, 0);
-  Narrow.AddTest("size", Int(1), NoSubIndex, false, true);
+  Add(Narrow, "size", "1");
   EXPECT_EQ(ErrorOf([&] { Narrow.SetTests(P.GetTests()); }), "No such slot name: \"items\"");
   EXPECT_EQ(Narrow.GetNumSlotTests(), 1);
   EXPECT_EQ(Narrow.GetSlotCount(), 1);
-}
 
-TEST(KBPatternTest, CloneIntoAnotherEngineTakesItsTemplate) {
-  TInferenceEngine Source;
+  // A clone into another engine takes a copy of the template there, made once.
   TInferenceEngine Target;
-  const IFactTemplate T = ATemplate(&Source);
-  TKBPattern P(nullptr, "a", T, 0);
-  P.AddTest("colour", Atom("red"), NoSubIndex, false, true);
-
-  const std::unique_ptr<TKBPattern> C = P.Clone(&Target);
-  const IFactTemplate Moved = Target.FindFactTemplate("a");
-  ASSERT_TRUE(Moved);
-  EXPECT_EQ(C->GetFactTemplate(), Moved);
-  EXPECT_NE(Moved, T);
-  EXPECT_TRUE(Moved->ContainsSlot("items"));
-  EXPECT_EQ(Tests(*C, "colour"), std::vector<std::string>{"=red"});
-  // A second clone finds the template there.
-  EXPECT_EQ(P.Clone(&Target)->GetFactTemplate(), Moved);
+  const std::unique_ptr<TKBPattern> Moved = P.Clone(&Target);
+  const IFactTemplate There = Target.FindFactTemplate("a");
+  ASSERT_TRUE(There);
+  EXPECT_EQ(Moved->GetFactTemplate(), There);
+  EXPECT_EQ(Tests(*Moved, "items"), Tests(P, "items"));
+  EXPECT_EQ(P.Clone(&Target)->GetFactTemplate(), There);
 }
 
 TEST(KBPatternTest, CompanionRenamesWildcards) {
   TInferenceEngine Engine;
-  const IFactTemplate T = ATemplate(&Engine);
-  TKBPattern P(&Engine, "need-a", T, 0);
-  P.AddTest("items", Var(std::string(SBlankPrefix) + "900"), 0, false, true);
-  P.AddTest("items", MultiVar(std::string(SBlankMulti) + "901"), 1, false, true);
-  P.AddTest("items", Var("x"), 2, true, false);
-  P.AddTest("colour", Atom("red"), NoSubIndex, false, true);
-  P.SetSlotLength(P.IndexOfSlotName("items"), 3);
-  int Changes = 0;
-  P.SetOnChange([&](TObject*) { ++Changes; });
-
+  TKBPattern P(&Engine, "need-a", ATemplate(&Engine), 0);
+  Add(P, "items", "$?" + std::string(SBlankMulti) + "901@1 |~?x@2");
   TKBPattern C(&Engine, &P, "a", 1);
-  EXPECT_EQ(Changes, 0);
-  EXPECT_EQ(C.GetNumSlotTests(), 4);
   EXPECT_EQ(C.GetNumORConstraints(), 1);
+  // A fresh wildcard name of the same kind; a named variable stays.
   const std::vector<std::string> Items = Tests(C, "items");
-  ASSERT_EQ(Items.size(), 3u);
-  const std::string Blank = "=?" + std::string(SBlankPrefix);
-  const std::string BlankMulti = "=$?" + std::string(SBlankMulti);
-  EXPECT_EQ(Items[0].substr(0, Blank.size()), Blank);
+  ASSERT_EQ(Items.size(), 2u);
+  EXPECT_EQ(Items[0].rfind("=$?" + std::string(SBlankMulti), 0), 0u);
   EXPECT_NE(Items[0], Tests(P, "items")[0]);
-  EXPECT_EQ(Items[1].substr(0, BlankMulti.size()), BlankMulti);
-  EXPECT_NE(Items[1], Tests(P, "items")[1]);
-  EXPECT_EQ(Items[2], "~?x@2|");
-  EXPECT_EQ(Tests(C, "colour"), std::vector<std::string>{"=red"});
+  EXPECT_EQ(Items[1], "~?x@2|");
 }
 
 TEST(KBPatternTest, TextForm) {
-  const IFactTemplate T = ATemplate();
-  TKBPattern P(nullptr, "a", T, 0);
-  EXPECT_EQ(P.ToString(), "(a )");
-  P.AddTest("items", Var("x"), 0, false, true);
-  P.AddTest("items", Atom("b"), 0, true, true);
-  P.AddTest("items", CallValue(Call("f", {Var("x")})), 1, false, true);
-  P.AddTest("size", Int(1), NoSubIndex, false, true);
-  EXPECT_EQ(P.ToString(), "(a (items ?x&~b :(f ?x)) (size 1) )");
+  TKBPattern P(nullptr, "a", ATemplate(), 0);
+  Add(P, "items", "?x@0 ~b@0 %@1", {CallValue("f", {Var("x")})});
+  Add(P, "size", "1");
   P.SetNegatedCount(3);
   P.SetUnique(true);
   EXPECT_EQ(P.ToString(), "(not (exists (unique (a (items ?x&~b :(f ?x)) (size 1) ))))");
   P.SetNegatedCount(0);
   P.SetUnique(false);
+  P.SetExplicit(true);
   P.SetBoundName("f");
-  EXPECT_EQ(P.ToString(), "?f <- (a (items ?x&~b :(f ?x)) (size 1) )");
+  EXPECT_EQ(P.ToString(), "?f <- (explicit (a (items ?x&~b :(f ?x)) (size 1) ))");
 
   const IFactTemplate TestTemplate(new TFactTemplate(nullptr, "test"));
   TestTemplate->AddMultiSlot(SDefaultSlotName, FCNilList);
   TKBPattern Test(nullptr, "test", TestTemplate, 0);
-  Test.AddTest(SDefaultSlotName, CallValue(Call(">", {Var("x"), Int(1)})), NoSubIndex, true, true);
+  Add(Test, SDefaultSlotName, "~%", {CallValue(">", {Var("x"), Int(1)})});
   EXPECT_EQ(Test.ToString(), "(not (test (> ?x 1)))");
   EXPECT_EQ(ErrorOf([] { (void)TKBPattern(nullptr, "b", IFactTemplate(), 0).ToString(); }),
             "Fact Template is missing");
