@@ -1,7 +1,9 @@
 #include "cogent/language/KBParser.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
@@ -373,7 +375,8 @@ TEST(KBParserTest, ParserAndTokenizerClassesAndProperties) {
 
 TEST(KBParserTest, TokenizerOnAFile) {
   TInferenceEngine Engine;
-  const std::string FileName = testing::TempDir() + "KBParserTest.clp";
+  // One file per process, so that parallel runs don't share it.
+  const std::string FileName = testing::TempDir() + "KBParserTest-" + std::to_string(::getpid()) + ".clp";
   {
     TFileStream File(FileName, fmCreate);
     File.WriteBuffer("(deftemplate a)\n?", 17);
@@ -386,6 +389,7 @@ TEST(KBParserTest, TokenizerOnAFile) {
   EXPECT_EQ(Tokens->NextToken()->GetText(), "(");
   Tokens->MoveToNextConstruct();
   EXPECT_THROW(Engine.NewTokenizer(FileName + ".missing", fmOpenRead), EFOpenError);
+  std::remove(FileName.c_str());
 }
 
 // ---------------------------------------------------------------- the parser's services
