@@ -101,21 +101,6 @@ TEST(VXTextStream, PutBackAnyNumberKeepsTheLineCount) {
   EXPECT_EQ(S.GetLineNumber(), 6);
 }
 
-TEST(VXTextStream, LinesAndInLineSpaces) {
-  TVXStringStream Source("one\r\ntwo\rthree\nfour\r");
-  TGTextStream S(&Source);
-  std::vector<std::string> Lines;
-  while (!S.IsEof()) Lines.push_back(S.GetLine());
-  EXPECT_EQ(Lines, (std::vector<std::string>{"one", "two", "three", "four"}));
-
-  TVXStringStream Spaces(" \t x  \r\n y\t\n\t");
-  TGTextStream T(&Spaces);
-  EXPECT_FALSE(T.SkipInLineSpaces());
-  EXPECT_EQ(T.GetChar(), U'x');
-  EXPECT_TRUE(T.SkipInLineSpaces());  // took CR and LF
-  EXPECT_EQ(T.GetLineNumber(), 2);
-}
-
 TEST(VXTextStream, MalformedInputGivesReplacementCharacters) {
   std::unique_ptr<TMemoryStream> M(MemoryOf({'a', 0xFF, 'b', 0xE2, 0x82, 'c', 0xED, 0xA0, 0x80, 0xE2, 0x82}));
   TGTextStream S(M.get(), TEncoding::UTF8());
