@@ -75,7 +75,7 @@ TEST(ClassRegistryTest, FactoriesAndAssignErrors) {
 
   std::unique_ptr<TObject> Made(ClassOf<TCircle>()->CreateInstance());
   EXPECT_NE(dynamic_cast<TCircle*>(Made.get()), nullptr);
-  TObject* Child = TMetaClass::FindClass("TRecorder")->CreateInstance(&Owner);
+  TMetaClass::FindClass("TRecorder")->CreateInstance(&Owner);
   EXPECT_EQ(Owner.GetComponentCount(), 1);
   EXPECT_FALSE(ClassOf<TBox<int>>()->CanCreate());
   EXPECT_EQ(ClassOf<TBox<int>>()->CreateInstance(), nullptr);
