@@ -4,9 +4,7 @@
 
 #include <cmath>
 #include <limits>
-#include <memory>
-#include <set>
-#include <vector>
+#include <string_view>
 
 using namespace cogent;
 
@@ -43,12 +41,6 @@ TEST(VXCommon, TextHelpers) {
   // A character that shares a lead byte with one in the set is no match.
   EXPECT_EQ(ContainsCharacters("\xC3\xA8", "\xC3\xA9"), 0u);
 
-  for (char32_t C : std::u32string_view(U"0123456789+-.")) EXPECT_TRUE(IsNumberChar(C)) << static_cast<int>(C);
-  EXPECT_TRUE(VXCharInSet(U'\u00E9', U"x\u00E9"));
-  EXPECT_FALSE(VXCharInSet(U'e', U"x\u00E9"));
-  EXPECT_EQ(VXUpperCase("stra\xC3\xA9" "e"), "STRA\xC3\x89" "E");
-  EXPECT_EQ(VXLowerCase("\xC3\x84" "BC"), "\xC3\xA4" "bc");
-
   EXPECT_EQ(RenameCopy("rule"), "Copy_of_rule");
   EXPECT_EQ(RenameCopy("Copy_of_rule"), "Copy_2_of_rule");
   EXPECT_EQ(RenameCopy("Copy_2_of_rule"), "Copy_3_of_rule");
@@ -60,36 +52,4 @@ TEST(VXCommon, TextHelpers) {
   WritePreambleToStream(Stream, *TEncoding::Unicode());
   WriteStringToStream(Stream, "A\xC3\xA9", *TEncoding::Unicode());
   EXPECT_EQ(Stream.Bytes(), (TBytes{0xFF, 0xFE, 'A', 0, 0xE9, 0}));
-}
-
-namespace {
-
-class TCloneProbe : public TPersistent {
-public:
-  int FValue = 0;
-  void Assign(TPersistent* Source) override {
-    if (auto* Other = dynamic_cast<TCloneProbe*>(Source)) {
-      FValue = Other->FValue;
-      return;
-    }
-    TPersistent::Assign(Source);
-  }
-};
-
-class TNoFactory : public TPersistent {};
-
-}  // namespace
-
-TEST(VXCommon, ClonePersistentClass) {
-  RegisterClass<TCloneProbe, TPersistent>();
-  TCloneProbe Original;
-  Original.FValue = 42;
-  std::unique_ptr<TPersistent> Copy(ClonePersistentClass(&Original));
-  auto* Probe = dynamic_cast<TCloneProbe*>(Copy.get());
-  ASSERT_NE(Probe, nullptr);
-  EXPECT_EQ(Probe->FValue, 42);
-
-  TNoFactory Lonely;
-  EXPECT_EQ(ClonePersistentClass(&Lonely), nullptr);
-  EXPECT_EQ(ClonePersistentClass(nullptr), nullptr);
 }

@@ -4,11 +4,14 @@
 
 #include <array>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "../host/HostTestSupport.h"
 #include "cogent/foundation/VXCollections.h"  // a TStrings to order into
 
 using namespace cogent;
+using cogent::hosttest::ErrorOf;
 
 namespace {
 
@@ -61,29 +64,7 @@ std::array<N*, 3> Abc(TGGraph& Graph) {
           static_cast<N*>(Graph.CreateNode("c"))};
 }
 
-template <class F>
-std::string GraphError(F&& Action) {
-  try {
-    Action();
-  } catch (const EGraphError& E) {
-    return E.what();
-  }
-  return "no error";
-}
-
 }  // namespace
-
-TEST(VXGraph, EdgesKeepOrderAndRepeat) {
-  TGGraph Graph;
-  const auto [A, B, C] = Abc(Graph);
-  A->AddEdge(B);
-  A->AddEdge(C);
-  A->AddEdge(B);
-  A->RemoveEdge(0);
-  EXPECT_EQ(Successors(A), (TLines{"c", "b"}));
-  EXPECT_EQ(GraphError([&] { A->AddEdge(nullptr); }), "Graph node is nil");
-  EXPECT_EQ(Graph.FindNode("c"), C);
-}
 
 TEST(VXGraph, LinkedNodesKnowPredecessorsAndHooksRunBefore) {
   GLog.clear();
@@ -140,11 +121,12 @@ TEST(VXGraph, RemovingANodeTellsOnlyTheNodesThatStay) {
   EXPECT_EQ(GLog, (TLines{"-a>c"}));
   EXPECT_EQ(Graph->GetNodeCount(), 1);
 
-  EXPECT_EQ(GraphError([&] { Graph->RemoveNode(C); }), "Graph node \"c\" does not belong to this graph");
+  EXPECT_EQ(ErrorOf<EGraphError>([&] { Graph->RemoveNode(C); }), "Graph node \"c\" does not belong to this graph");
+  EXPECT_EQ(ErrorOf<EGraphError>([&] { A->AddEdge(nullptr); }), "Graph node is nil");
   // Back in, then refused by a second graph without being freed.
   Graph->AddNode(std::move(Taken));
   TGGraph Other;
-  EXPECT_EQ(GraphError([&] { Other.AddNode(std::unique_ptr<TGGraphNode>(C)); }),
+  EXPECT_EQ(ErrorOf<EGraphError>([&] { Other.AddNode(std::unique_ptr<TGGraphNode>(C)); }),
             "Graph node \"c\" already belongs to a graph");
   EXPECT_EQ(Graph->IndexOfNode(C), 1);
 }
@@ -169,38 +151,27 @@ TEST(VXGraph, DeletedNodesLeaveNoDanglingEdges) {
   Outside.reset();
   EXPECT_EQ(A->GetEdgeCount(), 0);
   EXPECT_EQ(Successors(C), (TLines{"a"}));
-
-  C->FastClear();
-  EXPECT_EQ(C->GetEdgeCount(), 0);
-  Graph.Clear();
-  EXPECT_EQ(Graph.GetNodeCount(), 0);
 }
 
 TEST(VXGraph, Acyclicity) {
-  TGGraph Graph;
-  const auto [A, B, C] = Abc(Graph);
-  A->AddEdge(B);
-  A->AddEdge(C);
-  B->AddEdge(C);
-  EXPECT_TRUE(Graph.IsAcyclic());
-  Graph.SetDirected(false);
-  EXPECT_FALSE(Graph.IsAcyclic());  // a-b-c-a ignoring direction
-  Graph.SetDirected(true);
-  C->AddEdge(A);
-  EXPECT_FALSE(Graph.IsAcyclic());
-  C->RemoveEdge(0);
-  C->AddEdge(C);
-  EXPECT_FALSE(Graph.IsAcyclic());
-
-  TGGraph Tree(nullptr);
-  Tree.SetDirected(false);
-  TGGraphNode* R = Tree.CreateNode("r");
-  R->AddEdge(Tree.CreateNode("s"));
-  TGGraphNode* T = Tree.CreateNode("t");
-  T->AddEdge(R);
-  EXPECT_TRUE(Tree.IsAcyclic());
-  T->AddEdge(R);  // two edges between one pair
-  EXPECT_FALSE(Tree.IsAcyclic());
+  // Edges between nodes 0, 1 and 2.
+  const struct {
+    bool Directed;
+    std::vector<std::pair<int, int>> Edges;
+    bool Acyclic;
+  } Cases[] = {{true, {{0, 1}, {0, 2}, {1, 2}}, true},
+               {false, {{0, 1}, {0, 2}, {1, 2}}, false},  // a cycle when direction is ignored
+               {true, {{0, 1}, {1, 2}, {2, 0}}, false},
+               {true, {{0, 1}, {2, 2}}, false},
+               {false, {{0, 1}, {2, 0}}, true},
+               {false, {{0, 1}, {2, 0}, {2, 0}}, false}};  // two edges between one pair
+  for (const auto& Case : Cases) {
+    TGGraph Graph;
+    Graph.SetDirected(Case.Directed);
+    const auto Nodes = Abc(Graph);
+    for (const auto& [From, To] : Case.Edges) Nodes[From]->AddEdge(Nodes[To]);
+    EXPECT_EQ(Graph.IsAcyclic(), Case.Acyclic) << &Case - Cases;
+  }
 
   // A long chain must not exhaust the stack.
   TGGraph Chain;
@@ -229,6 +200,6 @@ TEST(VXGraph, TopologicalOrder) {
   EXPECT_EQ(Order.GetObject(5), Graph.FindNode("shoes"));
 
   Edge("jacket", "shirt");
-  EXPECT_EQ(GraphError([&] { Graph.TopologicalOrder(Order); }), "Graph has a cycle and no topological order");
+  EXPECT_EQ(ErrorOf<EGraphError>([&] { Graph.TopologicalOrder(Order); }), "Graph has a cycle and no topological order");
   EXPECT_EQ(Order.GetCount(), 6);
 }

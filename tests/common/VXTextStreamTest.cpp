@@ -101,21 +101,6 @@ TEST(VXTextStream, PutBackAnyNumberKeepsTheLineCount) {
   EXPECT_EQ(S.GetLineNumber(), 6);
 }
 
-TEST(VXTextStream, LinesAndInLineSpaces) {
-  TVXStringStream Source("one\r\ntwo\rthree\nfour\r");
-  TGTextStream S(&Source);
-  std::vector<std::string> Lines;
-  while (!S.IsEof()) Lines.push_back(S.GetLine());
-  EXPECT_EQ(Lines, (std::vector<std::string>{"one", "two", "three", "four"}));
-
-  TVXStringStream Spaces(" \t x  \r\n y\t\n\t");
-  TGTextStream T(&Spaces);
-  EXPECT_FALSE(T.SkipInLineSpaces());
-  EXPECT_EQ(T.GetChar(), U'x');
-  EXPECT_TRUE(T.SkipInLineSpaces());  // took CR and LF
-  EXPECT_EQ(T.GetLineNumber(), 2);
-}
-
 TEST(VXTextStream, MalformedInputGivesReplacementCharacters) {
   std::unique_ptr<TMemoryStream> M(MemoryOf({'a', 0xFF, 'b', 0xE2, 0x82, 'c', 0xED, 0xA0, 0x80, 0xE2, 0x82}));
   TGTextStream S(M.get(), TEncoding::UTF8());
@@ -172,86 +157,9 @@ TEST(VXTextStream, FilesCreateReadAndAppend) {
   EXPECT_THROW(TGTextStream(TempFile("no/such/dir/file.txt"), fmOpenRead), EFOpenError);
 }
 
-TEST(VXTextStream, BufferStreamReadsPutsBackAndWrites) {
-  TVXStringStream Source("hello world");
-  TGBufferStream B(&Source, false, 4);
-  char Buf[16] = {};
-  EXPECT_EQ(B.Read(Buf, 5), 5);
-  EXPECT_EQ(std::string(Buf, 5), "hello");
-  EXPECT_EQ(B.GetPosition(), 5);
-  B.PutBack("lo", 2);
-  B.PutBackChar(U'\u00E9');
-  std::string Again;
-  for (int I = 0; I < 5; ++I) Again.push_back(static_cast<char>(B.ReadByte()));
-  EXPECT_EQ(Again, "\xC3\xA9lo ");
-  EXPECT_EQ(B.GetPosition(), 6);
-  // Writing goes to the source at the reader's position.
-  EXPECT_EQ(B.Write("W", 1), 1);
-  EXPECT_EQ(Source.GetDataString(), "hello W");
-  EXPECT_TRUE(B.IsEof());
-}
-
-TEST(VXTextStream, StringStreamInEachEncoding) {
-  const std::string S = "a\xC3\xA9\xE2\x82\xAC";  // "aé€"
-  struct TCase {
-    TEncoding* Encoding;
-    std::string Bytes;
-  };
-  const std::vector<TCase> Cases{
-      {TEncoding::UTF8(), S},
-      {TEncoding::Unicode(), std::string("a\0\xE9\0\xAC\x20", 6)},
-      {TEncoding::BigEndianUnicode(), std::string("\0a\0\xE9\x20\xAC", 6)},
-  };
-  for (const TCase& Case : Cases) {
-    SCOPED_TRACE(Case.Encoding->EncodingName());
-    TVXStringStream Stream(S, Case.Encoding);
-    EXPECT_EQ(Stream.GetBytes(), Case.Bytes);
-    std::string Read(Case.Bytes.size() + 4, '?');
-    EXPECT_EQ(Stream.Read(Read.data(), static_cast<std::int64_t>(Read.size())),
-              static_cast<std::int64_t>(Case.Bytes.size()));
-    EXPECT_EQ(Read.substr(0, Case.Bytes.size()), Case.Bytes);
-    Stream.WriteString("!");
-    EXPECT_EQ(Stream.GetDataString(), S + "!");
-    // Writing after moving back replaces the rest.
-    Stream.Seek(-static_cast<std::int64_t>(Case.Encoding->GetBytes("\xE2\x82\xAC!").size()), soEnd);
-    Stream.WriteString("?");
-    EXPECT_EQ(Stream.GetDataString(), "a\xC3\xA9?");
-  }
+TEST(VXTextStream, StringStreamSeeksStayInTheText) {
   TVXStringStream Stream("abc");
   EXPECT_EQ(Stream.Seek(-10, soCurrent), 0);
   EXPECT_EQ(Stream.Seek(10, soBeginning), 3);
   EXPECT_EQ(Stream.Seek(std::numeric_limits<std::int64_t>::max(), soEnd), 3);
-  Stream.SetSize(1);
-  EXPECT_EQ(Stream.GetPosition(), 1);
-  EXPECT_EQ(Stream.GetDataString(), "a");
-}
-
-namespace {
-
-// The shape a tokenizer takes: it reads through the inherited operations
-// and keeps its own view of the characters beside the inherited count.
-class TCountingStream : public TGTextStream {
-public:
-  using TGTextStream::TGTextStream;
-  std::string FSeen;
-  char32_t GetChar() override {
-    const char32_t C = TGTextStream::GetChar();
-    if (C != EndOfStream) UTF8Append(FSeen, C);
-    return C;
-  }
-  int Line() const { return FLineNumber; }
-  char32_t Previous() const { return FLastChar; }
-};
-
-}  // namespace
-
-TEST(VXTextStream, DescendantsReadThroughTheirOverrides) {
-  TVXStringStream Source("ab\r\ncd");
-  TCountingStream S(&Source);
-  EXPECT_EQ(S.GetLine(), "ab");
-  EXPECT_EQ(S.FSeen, "ab\r\n");
-  EXPECT_EQ(S.Line(), 2);
-  EXPECT_EQ(S.Previous(), U'\r');
-  EXPECT_FALSE(S.SkipInLineSpaces());
-  EXPECT_EQ(S.FSeen, "ab\r\nc");
 }

@@ -50,125 +50,59 @@ TEST(EncodingTest, MalformedInputGivesReplacementCharacters) {
   EXPECT_EQ(TEncoding::UTF8()->GetString(nullptr, 0), "");
 }
 
-TEST(EncodingTest, PreambleDetection) {
-  for (TEncoding* E : {TEncoding::UTF8(), TEncoding::Unicode(), TEncoding::BigEndianUnicode()}) {
-    // Written with its preamble, text comes back through detection.
-    TBytes All = E->GetPreamble();
-    const TBytes Body = E->GetBytes(Sample);
-    All.insert(All.end(), Body.begin(), Body.end());
-    TEncoding* Found = nullptr;
-    const std::size_t Skip = TEncoding::GetBufferEncoding(All.data(), All.size(), Found);
-    EXPECT_EQ(Found, E);
-    EXPECT_EQ(Found->GetString(All.data() + Skip, All.size() - Skip), Sample);
+TEST(EncodingTest, PreambleCutShortIsNoPreamble) {
+  // Round trips through detection are the text stream's tests; here the
+  // buffers too short to hold a whole preamble.
+  for (const TBytes& Short : {TBytes{0xEF, 0xBB}, TBytes{0xFF}, TBytes{0xFE}, TBytes{}}) {
+    TEncoding* Found = TEncoding::BigEndianUnicode();
+    EXPECT_EQ(TEncoding::GetBufferEncoding(Short.data(), Short.size(), Found), 0u);
+    EXPECT_EQ(Found, TEncoding::BigEndianUnicode());
+    Found = nullptr;
+    TEncoding::GetBufferEncoding(Short.data(), Short.size(), Found);
+    EXPECT_EQ(Found, TEncoding::UTF8());
   }
-  // Without a preamble: nothing to skip, UTF-8 when no encoding was given,
-  // the given one kept otherwise.
-  const TBytes Plain = TEncoding::UTF8()->GetBytes(Sample);
-  TEncoding* Found = nullptr;
-  EXPECT_EQ(TEncoding::GetBufferEncoding(Plain.data(), Plain.size(), Found), 0u);
-  EXPECT_EQ(Found, TEncoding::UTF8());
-  Found = TEncoding::BigEndianUnicode();
-  EXPECT_EQ(TEncoding::GetBufferEncoding(Plain.data(), 2, Found), 0u);
-  EXPECT_EQ(Found, TEncoding::BigEndianUnicode());
-  const std::uint8_t Short[] = {0xEF, 0xBB};
-  Found = nullptr;
-  EXPECT_EQ(TEncoding::GetBufferEncoding(Short, 2, Found), 0u);
-  EXPECT_EQ(TEncoding::GetBufferEncoding(nullptr, 0, Found), 0u);
 }
 
-TEST(MemoryStreamTest, ReadWriteSeekAndSize) {
+TEST(MemoryStreamTest, EdgesOfReadingWritingAndSize) {
   TMemoryStream S;
-  S.WriteBuffer("hello world", 11);
-  EXPECT_EQ(S.GetSize(), 11);
-  EXPECT_EQ(S.GetPosition(), 11);
-  EXPECT_EQ(S.Seek(-5, soEnd), 6);
-  char Buf[8] = {};
-  EXPECT_EQ(S.Read(Buf, 100), 5);
-  EXPECT_EQ(std::string(Buf, 5), "world");
-  EXPECT_EQ(S.Read(Buf, 1), 0);
+  S.WriteBuffer("hello", 5);
   EXPECT_EQ(S.Seek(-1, soBeginning), -1);  // refused, position kept
-  EXPECT_EQ(S.GetPosition(), 11);
+  EXPECT_EQ(S.GetPosition(), 5);
+  char Buf[4] = {};
   EXPECT_EQ(ErrorOf<EReadError>([&] { S.ReadBuffer(Buf, 1); }), "Stream read error");
 
-  // Writing past the end fills the gap with zeros.
-  S.SetPosition(13);
-  S.WriteBuffer("!", 1);
-  EXPECT_EQ(ReadAll(S), std::string("hello world\0\0!", 14));
-  S.SetPosition(20);
-  S.SetSize(5);
-  EXPECT_EQ(S.GetPosition(), 5);
-  EXPECT_EQ(ReadAll(S), "hello");
-  EXPECT_EQ(ErrorOf<EStreamError>([&] { S.SetSize(-1); }), "Error setting stream size");
-
-  // Writing from its own memory, and saving into itself.
-  S.SetPosition(5);
-  S.WriteBuffer(S.Memory(), 5);
-  EXPECT_EQ(ReadAll(S), "hellohello");
-  S.SaveToStream(S);
-  EXPECT_EQ(ReadAll(S), "hellohellohellohello");
-
-  TMemoryStream Copy;
-  Copy.WriteBuffer("x", 1);
+  // Writing past the end fills the gap with zeros; a smaller size pulls the position back.
   S.SetPosition(7);
-  EXPECT_EQ(Copy.CopyFrom(S, 0), 20);  // 0 copies all from the start
-  EXPECT_EQ(ReadAll(Copy), "xhellohellohellohello");
-  S.SetPosition(5);
-  Copy.Clear();
-  EXPECT_EQ(Copy.CopyFrom(S, 3), 3);
-  EXPECT_EQ(ReadAll(Copy), "hel");
-  EXPECT_EQ(ErrorOf<EReadError>([&] { Copy.CopyFrom(S, 100); }), "Stream read error");
-  TMemoryStream Loaded;
-  Loaded.LoadFromStream(S);
-  EXPECT_EQ(Loaded.Bytes(), S.Bytes());
+  S.WriteBuffer("!", 1);
+  EXPECT_EQ(ReadAll(S), std::string("hello\0\0!", 8));
+  S.SetPosition(8);
+  S.SetSize(3);
+  EXPECT_EQ(S.GetPosition(), 3);
+  // Writing from its own memory, which may move as it grows.
+  S.WriteBuffer(S.Memory(), 3);
+  EXPECT_EQ(ReadAll(S), "helhel");
 }
 
-TEST(FileStreamTest, CreateOpenModesAndMemoryStreamFiles) {
+TEST(FileStreamTest, ReadAfterWriteReadOnlyAndTruncation) {
   const std::string Name = TempName("data.txt");
   {
     TFileStream F(Name, fmCreate);
     F.WriteBuffer("abcdef", 6);
-    EXPECT_EQ(F.GetSize(), 6);
     F.SetPosition(1);
     char C = 0;
     F.ReadBuffer(&C, 1);  // a read right after a write
     EXPECT_EQ(C, 'b');
     F.WriteBuffer("X", 1);
-    EXPECT_EQ(F.GetFileName(), Name);
   }
   {
     TFileStream F(Name, fmOpenRead | fmShareDenyNone);
     EXPECT_EQ(ReadAll(F), "abXdef");
     EXPECT_EQ(ErrorOf<EWriteError>([&] { F.WriteBuffer("z", 1); }), "Stream write error");
-    EXPECT_THROW(F.SetSize(1), EStreamError);
-  }
-  {
-    TFileStream F(Name, fmOpenWrite);  // opens without truncating
-    EXPECT_EQ(F.GetSize(), 6);
-    F.Seek(0, soEnd);
-    F.WriteBuffer("gh", 2);
-  }
-  {
-    TFileStream F(Name, fmOpenReadWrite);
-    EXPECT_EQ(ReadAll(F), "abXdefgh");
-    F.SetSize(3);
-    EXPECT_EQ(F.GetSize(), 3);
-    EXPECT_EQ(F.GetPosition(), 3);
-    EXPECT_EQ(ReadAll(F), "abX");
   }
   {
     TFileStream F(Name, fmCreate);  // truncates
     EXPECT_EQ(F.GetSize(), 0);
   }
-
-  TMemoryStream Out;
-  const TBytes Bytes = TEncoding::Unicode()->GetBytes(Sample);
-  Out.WriteBuffer(Bytes.data(), static_cast<std::int64_t>(Bytes.size()));
-  Out.SaveToFile(Name);
-  TMemoryStream In;
-  In.LoadFromFile(Name);
-  EXPECT_EQ(In.Bytes(), Bytes);
-  EXPECT_THROW(In.LoadFromFile(TempName("none")), EFOpenError);
-  EXPECT_EQ(In.Bytes(), Bytes);  // a failed load changes nothing
   std::remove(Name.c_str());
 }
 
