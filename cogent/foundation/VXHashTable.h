@@ -13,6 +13,7 @@
 #include "cogent/common/VXCommon.h"
 #include "cogent/foundation/VXDictionary.h"
 #include "cogent/host/Classes.h"
+#include "cogent/host/Guards.h"
 #include "cogent/host/RefCounted.h"
 #include "cogent/host/SysUtils.h"
 
@@ -66,14 +67,8 @@ public:
   // One change, and no key or value notification reaches the events; a
   // subclass that must see each item overrides this.
   void Clear() override {
-    BeginUpdate();
-    try {
-      TInherited::Clear();
-    } catch (...) {
-      EndUpdate();
-      throw;
-    }
-    EndUpdate();
+    const auto Update = UpdateGuard(*this);
+    TInherited::Clear();
   }
 
   const TNotifyEvent& GetOnChange() const noexcept { return FOnChange; }
@@ -189,15 +184,9 @@ public:
   // From strings: the keys with empty values, in one update bracket.
   void Assign(TPersistent* Source) override {
     if (auto* Strings = dynamic_cast<TStrings*>(Source)) {
-      this->BeginUpdate();
-      try {
-        this->Clear();
-        for (int I = 0; I < Strings->GetCount(); ++I) this->PutItem(Strings->Get(I), V{});
-      } catch (...) {
-        this->EndUpdate();
-        throw;
-      }
-      this->EndUpdate();
+      const auto Update = UpdateGuard(*this);
+      this->Clear();
+      for (int I = 0; I < Strings->GetCount(); ++I) this->PutItem(Strings->Get(I), V{});
       return;
     }
     TInherited::Assign(Source);
@@ -210,16 +199,10 @@ protected:
   // To strings: the target is cleared and gets the keys in table order.
   void AssignTo(TPersistent* Dest) override {
     if (auto* Strings = dynamic_cast<TStrings*>(Dest)) {
-      Strings->BeginUpdate();
-      try {
-        Strings->Clear();
-        for (const auto& Item : FItems)
-          if (Item.HashCode != TInherited::EmptyHash) Strings->Add(Item.Key);
-      } catch (...) {
-        Strings->EndUpdate();
-        throw;
-      }
-      Strings->EndUpdate();
+      const auto Update = UpdateGuard(*Strings);
+      Strings->Clear();
+      for (const auto& Item : FItems)
+        if (Item.HashCode != TInherited::EmptyHash) Strings->Add(Item.Key);
       return;
     }
     TInherited::AssignTo(Dest);
@@ -282,15 +265,9 @@ public:
           Values[I] = dynamic_cast<V>(Object);
           if (Values[I] == nullptr) throw EConvertError(Format(SAssignError, Object->ClassName(), this->ClassName()));
         }
-        this->BeginUpdate();
-        try {
-          this->Clear();
-          for (int I = 0; I < Strings->GetCount(); ++I) this->PutItem(Strings->Get(I), Values[I]);
-        } catch (...) {
-          this->EndUpdate();
-          throw;
-        }
-        this->EndUpdate();
+        const auto Update = UpdateGuard(*this);
+        this->Clear();
+        for (int I = 0; I < Strings->GetCount(); ++I) this->PutItem(Strings->Get(I), Values[I]);
         return;
       }
     }
@@ -307,17 +284,11 @@ protected:
   void AssignTo(TPersistent* Dest) override {
     if constexpr (CarriesObjects) {
       if (auto* Strings = dynamic_cast<TStrings*>(Dest)) {
-        Strings->BeginUpdate();
-        try {
-          Strings->Clear();
-          for (const auto& Item : FItems)
-            if (Item.HashCode != TInherited::EmptyHash)
-              Strings->AddObject(Item.Key, const_cast<TObject*>(static_cast<const TObject*>(Item.Value)));
-        } catch (...) {
-          Strings->EndUpdate();
-          throw;
-        }
-        Strings->EndUpdate();
+        const auto Update = UpdateGuard(*Strings);
+        Strings->Clear();
+        for (const auto& Item : FItems)
+          if (Item.HashCode != TInherited::EmptyHash)
+            Strings->AddObject(Item.Key, const_cast<TObject*>(static_cast<const TObject*>(Item.Value)));
         return;
       }
     }

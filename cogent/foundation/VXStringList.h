@@ -16,6 +16,7 @@
 
 #include "cogent/foundation/VXCollectionBase.h"
 #include "cogent/host/Classes.h"
+#include "cogent/host/Guards.h"
 #include "cogent/host/SysUtils.h"
 
 namespace cogent {
@@ -180,19 +181,13 @@ public:
     }
     // Adding a list to itself reads a snapshot.
     const std::vector<TItem> Items(Other->FList.begin(), Other->FList.begin() + Other->FCount);
-    BeginUpdate();
-    try {
-      for (const TItem& Item : Items) {
-        if (FSorted)
-          AddObject(Item.FString, Item.FObject, Item.FData);
-        else
-          InsertItem(FCount, Item.FString, Item.FObject, Item.FData);
-      }
-    } catch (...) {
-      EndUpdate();
-      throw;
+    const auto Update = UpdateGuard(*this);
+    for (const TItem& Item : Items) {
+      if (FSorted)
+        AddObject(Item.FString, Item.FObject, Item.FData);
+      else
+        InsertItem(FCount, Item.FString, Item.FObject, Item.FData);
     }
-    EndUpdate();
   }
 
   void Exchange(int Index1, int Index2) override {
@@ -253,53 +248,35 @@ public:
   void Assign(TPersistent* Source) override {
     if (Source == this) return;
     if (auto* Other = dynamic_cast<TStringList*>(Source)) {
-      BeginUpdate();
+      const auto Update = UpdateGuard(*this);
       FAssigning = true;
-      try {
-        Clear();
-        FList.assign(Other->FList.begin(), Other->FList.begin() + Other->FCount);
-        FCount = Other->FCount;
-        FCaseSensitive = Other->FCaseSensitive;
-        FDuplicates = Other->FDuplicates;
-        FSorted = Other->FSorted;
-      } catch (...) {
-        FAssigning = false;
-        EndUpdate();
-        throw;
-      }
-      FAssigning = false;
-      EndUpdate();
+      // Declared after the update guard, so the flag drops before EndUpdate.
+      const TFinally Assigned([this] { FAssigning = false; });
+      Clear();
+      FList.assign(Other->FList.begin(), Other->FList.begin() + Other->FCount);
+      FCount = Other->FCount;
+      FCaseSensitive = Other->FCaseSensitive;
+      FDuplicates = Other->FDuplicates;
+      FSorted = Other->FSorted;
       return;
     }
     if constexpr (!std::is_same_v<T, TNoData>) {
       if (auto* Plain = dynamic_cast<TStringList<TNoData>*>(Source)) {
-        BeginUpdate();
-        try {
-          Clear();
-          FSorted = false;
-          FDuplicates = dupAccept;
-          for (int I = 0; I < Plain->GetCount(); ++I) AddObject(Plain->GetString(I), Plain->GetObject(I), T{});
-          FCaseSensitive = Plain->GetCaseSensitive();
-          FDuplicates = Plain->GetDuplicates();
-          FSorted = Plain->GetSorted();
-        } catch (...) {
-          EndUpdate();
-          throw;
-        }
-        EndUpdate();
+        const auto Update = UpdateGuard(*this);
+        Clear();
+        FSorted = false;
+        FDuplicates = dupAccept;
+        for (int I = 0; I < Plain->GetCount(); ++I) AddObject(Plain->GetString(I), Plain->GetObject(I), T{});
+        FCaseSensitive = Plain->GetCaseSensitive();
+        FDuplicates = Plain->GetDuplicates();
+        FSorted = Plain->GetSorted();
         return;
       }
     }
     if (auto* Strings = dynamic_cast<TStrings*>(Source)) {
-      BeginUpdate();
-      try {
-        Clear();
-        AddStrings(*Strings);
-      } catch (...) {
-        EndUpdate();
-        throw;
-      }
-      EndUpdate();
+      const auto Update = UpdateGuard(*this);
+      Clear();
+      AddStrings(*Strings);
       return;
     }
     TStrings::Assign(Source);
