@@ -253,9 +253,13 @@ public:
     FItems.insert(FItems.begin() + Index, {S, nullptr});
   }
   std::vector<bool> Updates;
+  bool FailClosing = false;
 
 protected:
-  void SetUpdateState(bool Updating) override { Updates.push_back(Updating); }
+  void SetUpdateState(bool Updating) override {
+    Updates.push_back(Updating);
+    if (!Updating && FailClosing) throw EListError("closing refused");
+  }
 
 private:
   std::size_t Check(int Index) const {
@@ -287,6 +291,20 @@ TEST(StringsTest, TextRoundTripAndUpdateBrackets) {
   L.EndUpdate();  // unbalanced: ignored
   EXPECT_EQ(L.Updates, (std::vector<bool>{true, false}));
   EXPECT_EQ(L.GetUpdateCount(), 0);
+
+  // A bracket whose closing fails passes the error on, its count back at 0.
+  TLines Source;
+  Source.Add("y");
+  L.FailClosing = true;
+  std::string Message = "<no exception>";
+  try {
+    L.AddStrings(Source);
+  } catch (const EListError& Error) {
+    Message = Error.what();
+  }
+  EXPECT_EQ(Message, "closing refused");
+  EXPECT_EQ(L.GetUpdateCount(), 0);
+  EXPECT_EQ(L.Get(L.GetCount() - 1), "y");
 }
 
 TEST(StringsTest, EditingKeepsObjects) {
