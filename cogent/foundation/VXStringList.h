@@ -1,5 +1,6 @@
 #pragma once
-// The host's sorted, data-carrying string list.
+// The host's string list, kept sorted on request, with a data item of a
+// chosen type beside each line.
 //
 // C++ note for subclasses: while a base destructor runs, overrides are gone,
 // so the list's destructor clears through its own DoClear and tells nobody.
