@@ -1,7 +1,6 @@
 #include "cogent/engine/InferenceEngine.h"
 
 #include "cogent/facts/KBSlotTest.h"
-#include "cogent/foundation/VXCollections.h"
 #include "cogent/facts/KBPackages.h"
 #include "cogent/language/KBRuleParser.h"
 #include "cogent/matching/ReteNetwork.h"

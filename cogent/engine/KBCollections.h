@@ -13,7 +13,7 @@
 #include "cogent/facts/KBFacts.h"
 #include "cogent/facts/KBModule.h"
 #include "cogent/facts/KBPackages.h"
-#include "cogent/foundation/VXCollections.h"
+#include "cogent/foundation/VXHashTable.h"
 #include "cogent/rules/KBRule.h"
 #include "cogent/values/KBDefinedType.h"
 #include "cogent/values/KBValue.h"

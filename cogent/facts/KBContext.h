@@ -8,7 +8,7 @@
 #include <string>
 
 #include "cogent/facts/KBFacts.h"
-#include "cogent/foundation/VXCollections.h"
+#include "cogent/foundation/VXHashTable.h"
 #include "cogent/values/KBValue.h"
 
 namespace cogent {

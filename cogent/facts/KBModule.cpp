@@ -5,7 +5,6 @@
 
 #include "cogent/engine/KBCollections.h"
 #include "cogent/facts/KBSlotTest.h"
-#include "cogent/foundation/VXCollections.h"
 #include "cogent/host/Guards.h"
 #include "cogent/matching/ReteNetwork.h"
 #include "cogent/rules/ActivationAgenda.h"

@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "cogent/facts/KBContext.h"
-#include "cogent/foundation/VXCollections.h"
+#include "cogent/foundation/VXCollectionBase.h"
 #include "cogent/values/KBValue.h"
 
 namespace cogent {

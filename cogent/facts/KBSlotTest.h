@@ -12,7 +12,7 @@
 
 #include "cogent/facts/KBContext.h"
 #include "cogent/facts/KBFacts.h"
-#include "cogent/foundation/VXCollections.h"
+#include "cogent/foundation/VXStringList.h"
 #include "cogent/values/KBValue.h"
 
 namespace cogent {

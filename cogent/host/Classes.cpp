@@ -9,6 +9,8 @@
 #include <typeindex>
 #include <unordered_map>
 
+#include "cogent/host/Guards.h"
+
 namespace cogent {
 
 // ================================================================ class registry
@@ -270,21 +272,6 @@ void TComponent::NotifyAll(TComponent* AComponent, TOperation Operation) {
 
 // ================================================================ TStrings
 
-namespace {
-
-class TUpdateBracket {
-public:
-  explicit TUpdateBracket(TStrings& AStrings) : FStrings(AStrings) { FStrings.BeginUpdate(); }
-  ~TUpdateBracket() { FStrings.EndUpdate(); }
-  TUpdateBracket(const TUpdateBracket&) = delete;
-  TUpdateBracket& operator=(const TUpdateBracket&) = delete;
-
-private:
-  TStrings& FStrings;
-};
-
-}  // namespace
-
 void TStrings::Put(int Index, const std::string& S) {
   TObject* Temp = GetObject(Index);
   Delete(Index);
@@ -313,13 +300,13 @@ int TStrings::AddObject(const std::string& S, TObject* AObject) {
 }
 
 void TStrings::AddStrings(const TStrings& Strings) {
-  const TUpdateBracket Bracket(*this);
+  const auto Update = UpdateGuard(*this);
   const int Count = Strings.GetCount();  // fixed first: Strings may be this list
   for (int I = 0; I < Count; ++I) AddObject(Strings.Get(I), Strings.GetObject(I));
 }
 
 void TStrings::Exchange(int Index1, int Index2) {
-  const TUpdateBracket Bracket(*this);
+  const auto Update = UpdateGuard(*this);
   TObject* TempObject = GetObject(Index1);
   const std::string TempString = Get(Index1);
   Put(Index1, Get(Index2));
@@ -330,7 +317,7 @@ void TStrings::Exchange(int Index1, int Index2) {
 
 void TStrings::Move(int CurIndex, int NewIndex) {
   if (CurIndex == NewIndex) return;
-  const TUpdateBracket Bracket(*this);
+  const auto Update = UpdateGuard(*this);
   TObject* TempObject = GetObject(CurIndex);
   const std::string TempString = Get(CurIndex);
   // Cleared first so that a list owning its objects doesn't free this one.
@@ -374,7 +361,7 @@ std::string TStrings::GetText() const {
 }
 
 void TStrings::SetText(const std::string& Value) {
-  const TUpdateBracket Bracket(*this);
+  const auto Update = UpdateGuard(*this);
   Clear();
   const std::size_t N = Value.size();
   std::size_t P = 0;
@@ -428,7 +415,7 @@ void TStrings::EndUpdate() {
 void TStrings::Assign(TPersistent* Source) {
   if (auto* Strings = dynamic_cast<TStrings*>(Source)) {
     if (Strings == this) return;
-    const TUpdateBracket Bracket(*this);
+    const auto Update = UpdateGuard(*this);
     Clear();
     AddStrings(*Strings);
     return;

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "cogent/foundation/VXCollections.h"
+#include "cogent/foundation/VXStringList.h"
 #include "cogent/values/KBModuleConstruct.h"
 #include "cogent/values/KBFuzzyLogic.h"
 #include "cogent/values/KBValue.h"

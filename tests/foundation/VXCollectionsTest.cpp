@@ -503,5 +503,87 @@ TEST(StringListTest, AssignAndAddStringsKeepData) {
   EXPECT_EQ(DataOf(FromPlain), (std::vector<int>{0, 0}));
 }
 
+// ---------------------------------------------------------------- update brackets
+
+// Refuses one key in its notifications, so that work inside a bracket fails
+// part way.
+class TRefusingTable : public TVXStringObjectHashTable<TItemObject*> {
+public:
+  using TVXStringObjectHashTable::TVXStringObjectHashTable;
+  std::string Refused;
+
+protected:
+  void KeyNotify(const std::string& Key, TCollectionNotification Action) override {
+    if (Key == Refused) throw EListError("refused " + Key);
+    TVXStringObjectHashTable::KeyNotify(Key, Action);
+  }
+};
+
+// A failure inside an update bracket leaves it closed, with its one change.
+TEST(VXCollectionsTest, UpdateBracketsCloseWhenTheWorkFails) {
+  TRefusingTable Table;
+  int Changes = 0;
+  Table.SetOnChange([&](TObject*) { ++Changes; });
+  Table.Add("a", nullptr);
+  Table.Add("b", nullptr);
+  Table.Refused = "a";
+  Changes = 0;
+  EXPECT_EQ(MessageOf<EListError>([&] { Table.Clear(); }), "refused a");
+  EXPECT_EQ(Table.GetUpdating(), 0);
+  EXPECT_EQ(Changes, 1);
+  EXPECT_EQ(Table.GetCount(), 0);
+
+  TStringList<> Lines;
+  Lines.Add("c");
+  Lines.Add("d");
+  Table.Refused = "d";
+  Changes = 0;
+  EXPECT_EQ(MessageOf<EListError>([&] { Table.Assign(&Lines); }), "refused d");
+  EXPECT_EQ(Table.GetUpdating(), 0);
+  EXPECT_EQ(Changes, 1);
+  EXPECT_TRUE(Table.ContainsKey("c"));
+
+  // Keys that differ only in case meet a sorted list that refuses duplicates.
+  TStringList<> Sorted;
+  Sorted.SetSorted(true);
+  Sorted.SetDuplicates(dupError);
+  int ListChanges = 0;
+  Sorted.SetOnChange([&](TObject*) { ++ListChanges; });
+  const std::string Refusal = "String list does not allow duplicates";
+  TVXStringHashTable<int> Cased;
+  Cased.Add("k", 1);
+  Cased.Add("K", 2);
+  EXPECT_EQ(MessageOf<EStringListError>([&] { Sorted.Assign(&Cased); }), Refusal);
+  EXPECT_EQ(Sorted.GetUpdateCount(), 0);
+  EXPECT_EQ(Sorted.GetCount(), 1);
+  EXPECT_EQ(ListChanges, 1);
+
+  TRefusingTable CasedObjects;
+  CasedObjects.Add("m", nullptr);
+  CasedObjects.Add("M", nullptr);
+  ListChanges = 0;
+  EXPECT_EQ(MessageOf<EStringListError>([&] { Sorted.Assign(&CasedObjects); }), Refusal);
+  EXPECT_EQ(Sorted.GetUpdateCount(), 0);
+  EXPECT_EQ(ListChanges, 1);
+
+  // String lists: from one of the same class, and from another.
+  TStringList<> Same;
+  Same.Add("x");
+  Same.Add("X");
+  ListChanges = 0;
+  EXPECT_EQ(MessageOf<EStringListError>([&] { Sorted.AddStrings(Same); }), Refusal);
+  EXPECT_EQ(Sorted.GetUpdateCount(), 0);
+  EXPECT_EQ(ListChanges, 1);
+
+  TStringList<int> Other;
+  Other.Add("y");
+  Other.Add("Y");
+  ListChanges = 0;
+  EXPECT_EQ(MessageOf<EStringListError>([&] { Sorted.Assign(&Other); }), Refusal);
+  EXPECT_EQ(Sorted.GetUpdateCount(), 0);
+  EXPECT_EQ(ListChanges, 1);
+  EXPECT_EQ(LinesOf(Sorted), std::vector<std::string>{"y"});
+}
+
 }  // namespace
 }  // namespace cogent

@@ -1,4 +1,10 @@
-#include "cogent/foundation/VXCollections.h"
+#include "cogent/foundation/VXCollectionBase.h"
+
+#include <cstddef>
+#include <iterator>
+#include <string>
+
+#include "cogent/host/SysUtils.h"
 
 namespace cogent {
 
