@@ -156,33 +156,10 @@ TEST(AssertionTest, SharedTemplateEntersEveryModule) {
 
   EXPECT_EQ(Engine.GetFacts(false)->GetCount(), 2);  // the initial fact and the shared one, once
   EXPECT_EQ(Engine.GetFacts(true)->GetCount(), 3);
-  // Duplication turns off the cache of the current module only.
-  Other->FocusModule();
-  Engine.SetFactDuplication(true);
-  EXPECT_FALSE(Other->GetFacts()->GetCacheHashCodes());
-  EXPECT_TRUE(Main->GetFacts()->GetCacheHashCodes());
-  Main->FocusModule();
 
   Engine.Retract(Fact);
   EXPECT_EQ(Other->GetFacts()->GetCount(), 0);
   EXPECT_EQ(Engine.GetCurrentModule(), Main);
-}
-
-TEST(AssertionTest, FuzzyFactsReplaceTheirEquals) {
-  TInferenceEngine Engine;
-  IFactTemplate Template(new TFactTemplate(&Engine, "temperature"));
-  Template->AddSlot("where", Atom("room"));
-  Template->AddSlot("level", Atom(""))->SetSlotType(TKBTypes{dtFuzzy});
-  Engine.GetFactTemplates()->Add(Template);
-
-  TRecorder Recorder;
-  Recorder.Attach(Engine);
-  EXPECT_EQ(Engine.Assert(Template->NewFact()), 1);
-  EXPECT_EQ(Engine.Assert(Template->NewFact()), 2);
-  EXPECT_EQ(Engine.GetFacts()->GetCount(), 2);
-  ASSERT_EQ(Recorder.Log.size(), 6u);
-  EXPECT_EQ(Recorder.Log[2].rfind("retract (temperature", 0), 0u);
-  EXPECT_EQ(Recorder.Log[3].rfind(" <== f-1 ", 0), 0u);
 }
 
 }  // namespace

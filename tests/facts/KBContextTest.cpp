@@ -173,22 +173,5 @@ TEST(KBContextTest, ExpandAndResolveFlattenListsFlattenOnlyFlattens) {
   EXPECT_EQ(Context.GetVariable("x")->GetToString(), "b c  ");  // the variable keeps its value
 }
 
-TEST(KBContextTest, BindingEqualityAndText) {
-  const TBinding Local("x", Int(5));
-  EXPECT_EQ(Local.ToString(), "name=x value=5 FactIdx=-2 SlotIdx=__LOCAL");
-  const TBinding Unfilled("x", 0, SPatternBinding, NoSubIndex);
-
-  // An info equals a binding at its address, but a binding wants a binding.
-  const TBindingInfo LocalAddress(LocalBindingIndex, SLocalBinding);
-  EXPECT_TRUE(LocalAddress.Equals(&Local));
-  EXPECT_FALSE(Local.Equals(&LocalAddress));
-  const TBinding SameValue("x", Int(5)), OtherKind("x", Atom("5"));
-  EXPECT_TRUE(Local.Equals(&SameValue));
-  EXPECT_FALSE(Local.Equals(&OtherKind));
-  const TBinding SameAddress("x", 0, SPatternBinding, NoSubIndex), OtherItem("x", 0, SPatternBinding, 1);
-  EXPECT_TRUE(Unfilled.Equals(&SameAddress));
-  EXPECT_FALSE(Unfilled.Equals(&OtherItem));
-}
-
 }  // namespace
 }  // namespace cogent

@@ -176,17 +176,6 @@ TEST(FactTest, EqualityHashAndCopies) {
             "Unable to assign slot values, fact templates are different: other and person");
 }
 
-TEST(FactTest, IdStringPadsToTheCounter) {
-  TInferenceEngine Engine;
-  const IFact Fact = Template("p", &Engine)->NewFact();
-  while (Engine.GetFactIdCounter() < 100) Engine.NewFactId();
-  Fact->SetID(7);
-  EXPECT_EQ(Fact->GetToIDString(), "f-007 " + Fact->ToString());
-  const IFact Free = Template("p")->NewFact();
-  Free->SetID(7);
-  EXPECT_EQ(Free->GetToIDString(), "f-7 " + Free->ToString());
-}
-
 // Templates and their slots
 
 TEST(FactTemplateTest, OrderedAndFuzzyFlagsFollowTheSlots) {

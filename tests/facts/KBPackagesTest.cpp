@@ -21,8 +21,6 @@ protected:
   void InitMetaData() override {
     TKBUserFunction::InitMetaData();
     SetFunctionName("zz-sum");
-    FComment = Format(CommentFormat, "Adds its arguments.");
-    FArgumentString = " <number>+";
     SetMinArgumentCount(1);
   }
   void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) override {
@@ -230,29 +228,6 @@ TEST(KBPackagesTest, PackagesFollowTheirReasoners) {
   EXPECT_TRUE(Engine.ContainsUserFunction("zz-quote"));
 }
 
-TEST(KBPackagesTest, PackageFunctionsStreamByClassName) {
-  RegisterClass<TSumFunction, TKBUserFunction>();
-  RegisterClass<TQuoteFunction, TKBUserFunction>();
-  THostPackage Source(nullptr);
-  Source.GetFunctions().Get(0)->SetComment("Adds \"numbers\"\r\nand more.");
-  const std::string Text = Source.GetPackageFunctions();
-  EXPECT_EQ(Text.substr(0, Text.find('\r')), "\"TSumFunction\" \"zz-sum\" \"Adds \\\"numbers\\\"");
-
-  TInferenceEngine Engine;
-  TUserPackage Target(&Engine);
-  Target.SetPackageFunctions(Text);
-  ASSERT_EQ(Target.GetFunctions().GetCount(), 2);
-  const IUserFunction Sum = Engine.GetUserFunction("zz-sum");
-  ASSERT_TRUE(Sum);
-  EXPECT_EQ(Sum->ClassName(), "TSumFunction");
-  EXPECT_EQ(Sum->GetComment(), "Adds \"numbers\"\r\nand more.");
-  EXPECT_EQ(Engine.GetUserFunction("zz-quote")->GetMaxArgumentCount(), 1);
-
-  EXPECT_EQ(ErrorOf([&] { Target.SetPackageFunctions("\"TNoSuchFunction\" \"x\" \"\" 1 0\r\n"); }),
-            "Class TNoSuchFunction not found");
-  EXPECT_EQ(ErrorOf([&] { Target.SetPackageFunctions("\"TSumFunction\" \"x\" 1 0\r\n"); }), "Stream read error");
-}
-
 TEST(KBPackagesTest, InnerFunctionOutlivesItsOwner) {
   TInferenceEngine Engine;
   auto* Owner = new TComponent(nullptr);
@@ -349,20 +324,6 @@ TEST(KBPackagesTest, ArgumentLimitsAndExpressions) {
 
   // Open-ended lists stop at the limit, all of it optional.
   EXPECT_EQ(CreateArgumentExpressions("", 0, 2147483647, 3), "[<expression>[ <expression>[ <expression>[]]]]");
-}
-
-TEST(KBPackagesTest, EngineDescribesAFunction) {
-  TInferenceEngine Engine;
-  const IUserFunction Sum = TKBUserFunction::Create<TSumFunction>();
-  EXPECT_EQ(Sum->ToString(&Engine),
-            ";; zz-sum function\r\n;;    Adds its arguments.\r\n;; \r\n;; Syntax: (zz-sum <number>+)");
-  // Long comments wrap at blanks, every line led as the first.
-  Sum->SetComment(std::string(50, 'a') + " " + std::string(20, 'b') + " c");
-  const std::string Wrapped =
-      ";; zz-sum function\r\n;;    " + std::string(50, 'a') + " \r\n;;    " + std::string(20, 'b') + " c\r\n";
-  EXPECT_EQ(Sum->ToString(&Engine).substr(0, Wrapped.size()), Wrapped);
-  const IUserFunction Bare(new TKBUserFunction("zz-bare"));
-  EXPECT_EQ(Bare->ToString(&Engine), ";; zz-bare function\r\n");
 }
 
 }  // namespace

@@ -36,7 +36,7 @@ IKBValue CallValue(const std::string& Name, std::initializer_list<IKBValue> Argu
   return IKBValue(new TKBValue(Call));
 }
 
-// Adds to Slot the tests that Text writes as words: "?x", "$?x", a number, an
+// Adds to Slot the tests that Text writes as words: "?x", a number, an
 // atom, or "%" for the next of Calls; a leading "|" makes the test an
 // alternative, "~" negates it and "@n" after it gives the multislot position.
 TKBPatternMatchTest* Add(TKBPattern& P, const std::string& Slot, const std::string& Text,
@@ -50,7 +50,6 @@ TKBPatternMatchTest* Add(TKBPattern& P, const std::string& Slot, const std::stri
     const int Sub = At == std::string::npos ? NoSubIndex : std::stoi(W.substr(At + 1));
     W = W.substr(Alternative + Negated, At - Alternative - Negated);
     const IKBValue Value = W == "%" ? Calls.at(NextCall++)
-                           : W[0] == '$' ? IKBValue(new TKBValue(W.substr(2), dtMultiVariable))
                            : W[0] == '?' ? Var(W.substr(1))
                            : std::isdigit(static_cast<unsigned char>(W[0])) ? Int(std::stoi(W)) : Atom(W);
     Last = P.AddTest(Slot, Value, Sub, Negated, !Alternative);
@@ -256,7 +255,7 @@ TEST(KBPatternMatchTestTest, PerformTestAgainstAFact) {
   }
 }
 
-TEST(KBSlotTestTest, JoinTestsPerformAndSlotTestsCompareAndPrint) {
+TEST(KBSlotTestTest, JoinTestsPerformCompareAndPrint) {
   const IFactTemplate T = ATemplate();
   auto MakeFact = [&](const std::string& Colour, std::initializer_list<IKBValue> Items) {
     const IFact Fact(new TFact(T));
@@ -296,17 +295,6 @@ TEST(KBSlotTestTest, JoinTestsPerformAndSlotTestsCompareAndPrint) {
   EXPECT_FALSE(Whole.Equals(TKBJoinTest(sttEquals, "colour", NoSubIndex, "colour", NoSubIndex, 1).Clone().get()));
   EXPECT_EQ(TKBJoinTest(sttNotEquals, "items", 2, "colour", -1, 0).ToString(),
             "<> tstMultiSlot TokenIdx: 0 Left: items 2 Right: colour -1");
-
-  // A pattern test compares by negation, position and value, and is no join test.
-  const TKBPatternMatchTest A(nullptr, sttNotEquals, 2, Atom("a"));
-  EXPECT_FALSE(Whole.Equals(&A));
-  EXPECT_TRUE(A.Equals(true, 2, Atom("a")));
-  EXPECT_FALSE(A.Equals(false, 2, Atom("a")));
-  const std::unique_ptr<TKBSlotTest> Copy = A.Clone();
-  EXPECT_TRUE(A.Equals(Copy.get()));
-  static_cast<TKBPatternMatchTest*>(Copy.get())->SetConjunction(false);
-  EXPECT_FALSE(A.Equals(Copy.get()));
-  EXPECT_EQ(A.ToString(), "<> SubIdx: 2 Slot: a");
 }
 
 TEST(KBPatternTest, AssignAndClone) {
@@ -351,20 +339,6 @@ TEST(KBPatternTest, AssignAndClone) {
   EXPECT_EQ(Moved->GetFactTemplate(), There);
   EXPECT_EQ(Tests(*Moved, "items"), Tests(P, "items"));
   EXPECT_EQ(P.Clone(&Target)->GetFactTemplate(), There);
-}
-
-TEST(KBPatternTest, CompanionRenamesWildcards) {
-  TInferenceEngine Engine;
-  TKBPattern P(&Engine, "need-a", ATemplate(&Engine), 0);
-  Add(P, "items", "$?" + std::string(SBlankMulti) + "901@1 |~?x@2");
-  TKBPattern C(&Engine, &P, "a", 1);
-  EXPECT_EQ(C.GetNumORConstraints(), 1);
-  // A fresh wildcard name of the same kind; a named variable stays.
-  const std::vector<std::string> Items = Tests(C, "items");
-  ASSERT_EQ(Items.size(), 2u);
-  EXPECT_EQ(Items[0].rfind("=$?" + std::string(SBlankMulti), 0), 0u);
-  EXPECT_NE(Items[0], Tests(P, "items")[0]);
-  EXPECT_EQ(Items[1], "~?x@2|");
 }
 
 TEST(KBPatternTest, TextForm) {
