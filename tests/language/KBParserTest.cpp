@@ -40,22 +40,7 @@ public:
     Rule->SetRuleName(Name);
     return Rule;
   }
-  std::unique_ptr<TFactSet> ParseFactSet() override {
-    return std::make_unique<TFactSet>(GetOwner(), "", Skip("ParseFactSet"));
-  }
-  IUserFunction ParseFunction() override {
-    return TKBUserFunction::Create<TKBUserFunction>(Skip("ParseFunction"));
-  }
-  bool ParseGlobalVariables() override {
-    Skip("ParseGlobalVariables");
-    return true;
-  }
   IKBDefinedType ParseDefinedType() override { return IKBDefinedType(new TKBDefinedType(Skip("ParseDefinedType"))); }
-  IModule ParseModule() override {
-    IModule Module(new TModule(GetOwner(), false));
-    Module->SetName(Skip("ParseModule"));
-    return Module;
-  }
   IFunCall ParseFunCall() override { return IFunCall(new TFunctionCall(Skip("ParseFunCall", false))); }
   // "nothing" gives nil, anything else an atom.
   IKBValue ParseNExecuteFunCall() override {
@@ -118,31 +103,18 @@ TEST(KBParserTest, ConstructsReachTheirOperationsAndTheEngine) {
   ASSERT_TRUE(R.Engine.Parse(
       "(deftemplate person (slot name))\r\n"
       "(defrule r1 (person) => (foo))\r\n"
-      "(deffacts startup (person))\r\n"
-      "(deffunction f (?x) ?x)\r\n"
-      "(defglobal ?*x* = 1)\r\n"
       "(deftype colour)\r\n"
       "(printout t \"hi\")\r\n"
-      "atom 42\r\n"
-      "(defmodule M2)\r\n",
+      "atom 42\r\n",
       false));
 
-  EXPECT_EQ(R.Parser().Calls, (TTexts{"ParseFactTemplate person", "ParseRule r1", "ParseFactSet startup",
-                                       "ParseFunction f", "ParseGlobalVariables *x*", "ParseDefinedType colour",
-                                       "ParseFunCall printout", "ParseModule M2"}));
-  EXPECT_EQ(R.Parsed, (TTexts{"ptFactTemplate", "ptRule", "ptFactSet", "ptFunction", "ptGlobals", "ptDefType",
-                              "ptFunCall", "ptValue", "ptValue", "ptDefModule", "ptEOF"}));
+  EXPECT_EQ(R.Parser().Calls,
+            (TTexts{"ParseFactTemplate person", "ParseRule r1", "ParseDefinedType colour", "ParseFunCall printout"}));
+  EXPECT_EQ(R.Parsed, (TTexts{"ptFactTemplate", "ptRule", "ptDefType", "ptFunCall", "ptValue", "ptValue", "ptEOF"}));
   // Without Execute a top-level call is kept as a call value and echoed.
   const std::string Call = IKBValue(new TKBValue(IFunCall(new TFunctionCall("printout"))))->ToString();
-  EXPECT_EQ(R.Output, "person\r\n0\r\nf\r\ncolour\r\n" + Call + "\r\natom\r\n42\r\nM2\r\n");
-
+  EXPECT_EQ(R.Output, "person\r\ncolour\r\n" + Call + "\r\natom\r\n42\r\n");
   EXPECT_TRUE(Main->GetRules()->ContainsKey("r1"));
-  ASSERT_EQ(Main->GetFactSets()->GetCount(), 1);
-  EXPECT_EQ(Main->GetFactSets()->GetItem(0)->GetEngine(), &R.Engine);
-  EXPECT_TRUE(R.Engine.GetUserFunctions()->ContainsKey("f"));
-  // A module becomes current as it is read.
-  EXPECT_EQ(R.Engine.GetModules()->GetCount(), 2);
-  EXPECT_EQ(R.Engine.GetCurrentModule()->GetName(), "M2");
 }
 
 TEST(KBParserTest, TopLevelCallsValuesAndTheEnd) {
@@ -326,37 +298,21 @@ TEST(KBParserTest, ParseTextAsAKindOfValue) {
             (TTexts{"ParseFunCall foo", "ParseFact pair", "ParseValue"}));
 }
 
-TEST(KBParserTest, ParserAndTokenizerClassesAndProperties) {
+TEST(KBParserTest, ParserAndTokenizerClassesCanBeReplaced) {
   TInferenceEngine Engine;
-  TKBParser* First = Engine.GetParser();
-  // The engine's switches are copied into its parser.
-  Engine.SetParserMaxErrors(3);
   Engine.SetParserErrorHandling(ehRaiseAllAtEnd);
-  Engine.SetTypeChecks(TTypeChecks{tcDynamic});
-  EXPECT_EQ(First->GetMaxErrors(), 3);
-  EXPECT_FALSE(First->GetTypeCheck());
-  Engine.SetTypeChecks(TTypeChecks{tcStatic, tcDynamic});
   Engine.SetOnParseRule([&](TObject*, TRule*) {});
-
-  // Another class: a new parser with the engine's switches and no handlers.
-  Engine.SetParserType(TKBParserClass::Of<TRecordingParser>());
-  TKBParser* Second = Engine.GetParser();
-  ASSERT_NE(dynamic_cast<TRecordingParser*>(Second), nullptr);
-  EXPECT_EQ(Second->GetErrorHandling(), ehRaiseAllAtEnd);
-  EXPECT_TRUE(Second->GetTypeCheck());
-  EXPECT_FALSE(Engine.GetOnParseRule());
-
-  // Writing Parser assigns the switches and the stream, not the handlers.
   TKBRuleStream Tokens(new TVXStringStream("(a)"), nullptr, true);
-  TKBRuleParser Source(nullptr, &Tokens);
-  Source.SetMaxErrors(7);
-  Source.AddSlotFunction("my-assert", 0, 0);
-  Source.OnParse = [](TObject*, TParsedType, TObject*, const IInterface&) {};
-  Engine.SetParser(&Source);
-  EXPECT_EQ(Second->GetMaxErrors(), 7);
-  EXPECT_EQ(Second->GetStream(), &Tokens);
-  EXPECT_GE(dynamic_cast<TKBRuleParser*>(Second)->IndexOfSlotFunction("my-assert"), 0);
-  EXPECT_FALSE(Second->OnParse);
+  Engine.GetParser()->SetStream(&Tokens);
+
+  // Another class: a new parser with the engine's switches and stream, and
+  // no handlers.
+  Engine.SetParserType(TKBParserClass::Of<TRecordingParser>());
+  TKBParser* Parser = Engine.GetParser();
+  ASSERT_NE(dynamic_cast<TRecordingParser*>(Parser), nullptr);
+  EXPECT_EQ(Parser->GetErrorHandling(), ehRaiseAllAtEnd);
+  EXPECT_EQ(Parser->GetStream(), &Tokens);
+  EXPECT_FALSE(Engine.GetOnParseRule());
 
   // Another tokenizer class takes the stream away from the parser; its
   // tokenizers still learn the engine.
@@ -365,7 +321,7 @@ TEST(KBParserTest, ParserAndTokenizerClassesAndProperties) {
     using TKBRuleStream::TKBRuleStream;
   };
   Engine.SetTokenizerType(TKBTokenizerClass::Of<TOtherStream>());
-  EXPECT_EQ(Second->GetStream(), nullptr);
+  EXPECT_EQ(Parser->GetStream(), nullptr);
   TVXStringStream Text("?");
   const std::unique_ptr<TGTextStream> Tokenizer = Engine.NewTokenizer(&Text, nullptr);
   auto* Other = dynamic_cast<TOtherStream*>(Tokenizer.get());
