@@ -21,8 +21,8 @@ using langtest::ErrorOf;
 
 using TTexts = std::vector<std::string>;
 
-// A rule parser whose construct grammars only record that they were reached
-// and skip their construct. A construct named "broken", or the word "boom"
+// A rule parser whose rule grammar and top-level calls only record that they
+// were reached and skip their text. A construct named "broken", or the word "boom"
 // inside one, is a grammar error; "plain" raises an error of the value layer
 // and "abort" the silent EAbort.
 class TRecordingParser : public TKBRuleParser {
@@ -31,16 +31,12 @@ public:
 
   TTexts Calls;
 
-  IFactTemplate ParseFactTemplate() override {
-    return IFactTemplate(new TFactTemplate(GetOwner(), Skip("ParseFactTemplate")));
-  }
   std::unique_ptr<TRule> ParseRule() override {
     const std::string Name = Skip("ParseRule");
     auto Rule = std::make_unique<TRule>(GetOwner());
     Rule->SetRuleName(Name);
     return Rule;
   }
-  IKBDefinedType ParseDefinedType() override { return IKBDefinedType(new TKBDefinedType(Skip("ParseDefinedType"))); }
   // "nothing" gives nil, anything else an atom.
   IKBValue ParseNExecuteFunCall() override {
     const std::string Name = Skip("Execute", false);
@@ -97,12 +93,12 @@ TEST(KBParserTest, ConstructsReachTheirOperationsAndTheEngine) {
   ASSERT_TRUE(R.Engine.Parse(
       "(deftemplate person (slot name))\r\n"
       "(defrule r1 (person) => (foo))\r\n"
-      "(deftype colour)\r\n"
+      "(deftype colour extends (type SYMBOL))\r\n"
       "(printout t \"hi\")\r\n"
       "atom 42\r\n",
       false));
 
-  EXPECT_EQ(R.Parser().Calls, (TTexts{"ParseFactTemplate person", "ParseRule r1", "ParseDefinedType colour"}));
+  EXPECT_EQ(R.Parser().Calls, (TTexts{"ParseRule r1"}));
   EXPECT_EQ(R.Parsed, (TTexts{"ptFactTemplate", "ptRule", "ptDefType", "ptFunCall", "ptValue", "ptValue", "ptEOF"}));
   // Without Execute a top-level call is kept as a call value and echoed.
   EXPECT_EQ(R.Output, "person\r\ncolour\r\n(printout t \"hi\")\r\natom\r\n42\r\n");
@@ -147,9 +143,9 @@ TEST(KBParserTest, ConstructTypeIsPeeked) {
 
 TEST(KBParserTest, ErrorHandlingModes) {
   const std::string Text =
-      "(deftemplate a)\n(defrule broken (x) => (y))\n(deftemplate b)\n(deftype broken)\n(deftemplate c)\n";
+      "(deftemplate a)\n(defrule broken (x) => (y))\n(deftemplate b)\n(defrule broken)\n(deftemplate c)\n";
   const std::string Rule = "Parsing Error, broken is broken in ParseRule at line 2:  ( defrule broken ";
-  const std::string Type = "Parsing Error, broken is broken in ParseDefinedType at line 4:  ( deftype broken ";
+  const std::string Second = "Parsing Error, broken is broken in ParseRule at line 4:  ( defrule broken ";
 
   // Raising at once stops at the first error; what came before stays and
   // nothing after is read.
@@ -166,7 +162,7 @@ TEST(KBParserTest, ErrorHandlingModes) {
   // Errors of other layers pass unframed.
   TRecordingEngine Plain;
   try {
-    Plain.Engine.Parse("(deftype plain)", true);
+    Plain.Engine.Parse("(defrule plain)", true);
     FAIL() << "no error";
   } catch (const EKBParseException&) {
     FAIL() << "framed";
@@ -176,7 +172,7 @@ TEST(KBParserTest, ErrorHandlingModes) {
 
   TRecordingEngine R(ehRaiseAllAtEnd);
   EXPECT_EQ(ErrorOf<EKBParseException>([&] { R.Engine.Parse(Text, false); }),
-            "Errors parsing stream:\r\n" + Rule + "\r\n" + Type + "\r\n");
+            "Errors parsing stream:\r\n" + Rule + "\r\n" + Second + "\r\n");
   // Recovery skips the rest of each broken construct; the good ones stand.
   EXPECT_TRUE(R.HasTemplate("a"));
   EXPECT_TRUE(R.HasTemplate("b"));
@@ -192,9 +188,9 @@ TEST(KBParserTest, ErrorHandlingModes) {
   // Other errors are framed by the loop; top-level calls run whatever
   // Execute says.
   TRecordingEngine Framed(ehRaiseAllAtEnd);
-  EXPECT_EQ(ErrorOf<EKBParseException>([&] { Framed.Engine.Parse("(foo)\n(deftype plain (x))", false); }),
-            "Parsing Error, plain failure in Parse at line 2:  ( deftype plain \r\n");
-  EXPECT_EQ(Framed.Parser().Calls, (TTexts{"Execute foo", "ParseDefinedType plain"}));
+  EXPECT_EQ(ErrorOf<EKBParseException>([&] { Framed.Engine.Parse("(foo)\n(defrule plain (x))", false); }),
+            "Parsing Error, plain failure in Parse at line 2:  ( defrule plain \r\n");
+  EXPECT_EQ(Framed.Parser().Calls, (TTexts{"Execute foo", "ParseRule plain"}));
 
   // The tokenizer's own error comes bare.
   TRecordingEngine Unterminated(ehRaiseAllAtEnd);
