@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <vector>
 
 using namespace cogent;
@@ -12,15 +11,6 @@ namespace {
 struct TEvent {
   TComponent* Component;
   TOperation Operation;
-};
-
-class TProbeItem : public TGCollectionItem {
-public:
-  using TGCollectionItem::TGCollectionItem;
-  std::vector<TComponent*> FRemoved;
-
-protected:
-  void ComponentRemoved(TComponent* AComponent) override { FRemoved.push_back(AComponent); }
 };
 
 }  // namespace
@@ -64,29 +54,4 @@ TEST(VXNexus, RelaysRemovalOfWatchedComponents) {
   }
   delete Outliving;  // must not reach the freed nexus
   EXPECT_EQ(Events.size(), 1u);
-}
-
-TEST(VXNexus, CollectionItemAndComponentForgetEachOther) {
-  auto* A = new TComponent(nullptr);
-  auto* B = new TComponent(nullptr);
-  TProbeItem Item(A);
-  EXPECT_EQ(Item.GetComponent(), A);
-  Item.SetComponent(B);
-  delete A;  // no longer watched
-  EXPECT_TRUE(Item.FRemoved.empty());
-  EXPECT_EQ(Item.GetComponent(), B);
-
-  TProbeItem Copy;
-  Copy.Assign(&Item);
-  EXPECT_EQ(Copy.GetComponent(), B);
-  delete B;
-  EXPECT_EQ(Item.GetComponent(), nullptr);
-  EXPECT_EQ(Copy.GetComponent(), nullptr);
-  EXPECT_EQ(Item.FRemoved, (std::vector<TComponent*>{B}));
-
-  auto* C = new TComponent(nullptr);
-  {
-    TProbeItem Gone(C);
-  }
-  delete C;  // the item went first; nothing may reach it
 }

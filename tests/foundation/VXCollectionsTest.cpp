@@ -51,19 +51,10 @@ protected:
 };
 
 TEST(VXDictionaryTest, CapacityAndGrowth) {
-  TVXHashTable<int, int> Table(11);
-  EXPECT_EQ(Table.GetCapacity(), 16);
-  for (int I = 0; I < 12; ++I) Table.Add(I, I);
-  EXPECT_EQ(Table.GetCapacity(), 16);
-  Table.Add(12, 12);
-  EXPECT_EQ(Table.GetCapacity(), 32);
-
   TVXHashTable<int, int> Empty(0);
   EXPECT_EQ(Empty.GetCapacity(), 0);
   EXPECT_FALSE(Empty.ContainsKey(1));
-  Empty.Add(1, 1);
-  EXPECT_EQ(Empty.GetCapacity(), 4);
-  for (int I = 2; I <= 4; ++I) Empty.Add(I, I);
+  for (int I = 1; I <= 4; ++I) Empty.Add(I, I);  // grows past three quarters full
   EXPECT_EQ(Empty.GetCapacity(), 8);
 
   EXPECT_EQ(MessageOf<EArgumentOutOfRangeException>([&] { Empty.SetCapacity(3); }), "Argument out of range");
@@ -81,34 +72,15 @@ TEST(VXDictionaryTest, CapacityAndGrowth) {
   EXPECT_EQ(Empty.GetCapacity(), 0);
 }
 
-TEST(VXDictionaryTest, RemovalInsideProbeRunKeepsTheRunReachable) {
-  // Eight buckets; hash codes 6 and 0 land in buckets 7 and 1, so the run
-  // 600 601 602 wraps round into the run of 5 and 6.
-  TVXDictionary<int, int> Table(8, Hundreds());
-  for (int Key : {600, 601, 602, 5, 6}) Table.Add(Key, Key * 10);
-  Table.Remove(601);
-  EXPECT_FALSE(Table.ContainsKey(601));
-  Table.Remove(600);
-  for (int Key : {602, 5, 6}) EXPECT_EQ(Table.GetItem(Key), Key * 10) << Key;
-  EXPECT_EQ(Table.GetCount(), 3);
-
-  // Table order is bucket order of the hash plus one: hash 7 wraps to
-  // bucket 0, ahead of hash 0 in bucket 1. A hash of -1 is an ordinary key.
-  TVXHashTable<int, int> Order(8, Hundreds());
-  Order.Add(0, 0);
-  Order.Add(700, 7);
-  Order.Add(-100, -1);
-  EXPECT_EQ(Order.GetKeyByIndex(0), 700);
-  EXPECT_EQ(Order.GetKeyByIndex(1), 0);
-  EXPECT_EQ(Order.GetKeyByIndex(2), -100);  // hash 0 as well, probed on
-  EXPECT_EQ(Order.Get(-100), -1);
-
-  // Against a model, with heavy collisions, growth and wrap-around.
+TEST(VXDictionaryTest, AgreesWithAModelUnderCollisions) {
+  // Heavy collisions, growth, and removal inside probe runs; hash -2 lands in
+  // the last bucket, so its run wraps round into hash -1's, an ordinary hash.
   TVXHashTable<int, int> Random(Hundreds());
   std::map<int, int> Model;
   std::mt19937 Generator(12345);
   for (int Step = 0; Step < 4000; ++Step) {
-    const int Key = static_cast<int>(Generator() % 4) * 100 + static_cast<int>(Generator() % 12);
+    const int Group = static_cast<int>(Generator() % 6) - 2, Offset = static_cast<int>(Generator() % 12);
+    const int Key = Group * 100 + (Group < 0 ? -Offset : Offset);
     const int Value = static_cast<int>(Generator() % 1000);
     const auto Choice = Generator() % 3;
     if (Choice == 0) {
