@@ -1,24 +1,13 @@
 #pragma once
 // Helpers shared by the test programs.
 
-#include <exception>
 #include <initializer_list>
 #include <string>
 
+#include "TestErrors.h"
 #include "cogent/values/KBValue.h"
 
 namespace cogent::test {
-
-// The message of what Action raises, or "no error".
-template <class F>
-std::string ErrorOf(F&& Action) {
-  try {
-    Action();
-  } catch (const std::exception& E) {
-    return E.what();
-  }
-  return "no error";
-}
 
 inline IKBValue Atom(const std::string& S) { return IKBValue(new TKBValue(S, dtAtom)); }
 inline IKBValue Str(const std::string& S) { return IKBValue(new TKBValue(S, dtString)); }

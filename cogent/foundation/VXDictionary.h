@@ -125,41 +125,27 @@ public:
     const V* operator->() const { return &this->Item().Value; }
   };
 
-  class TKeyCollection : public TVXEnumerable<K> {
+  // The keys or the values of the dictionary, as a collection of their own.
+  template <class T, class TItemEnumerator>
+  class TItemCollection : public TVXEnumerable<T> {
   public:
-    explicit TKeyCollection(const TVXDictionary* ADictionary) : FDictionary(ADictionary) {}
+    explicit TItemCollection(const TVXDictionary* ADictionary) : FDictionary(ADictionary) {}
     std::int32_t GetCount() const noexcept { return FDictionary->FCount; }
-    TKeyEnumerator GetEnumerator() const { return TKeyEnumerator(FDictionary); }
-    TKeyEnumerator begin() const { return TKeyEnumerator::Begin(FDictionary); }
-    TKeyEnumerator end() const { return TKeyEnumerator::End(FDictionary); }
-    std::vector<K> ToArray() const override { return std::vector<K>(begin(), end()); }
+    TItemEnumerator GetEnumerator() const { return TItemEnumerator(FDictionary); }
+    TItemEnumerator begin() const { return TItemEnumerator::Begin(FDictionary); }
+    TItemEnumerator end() const { return TItemEnumerator::End(FDictionary); }
+    std::vector<T> ToArray() const override { return std::vector<T>(begin(), end()); }
 
   protected:
-    std::unique_ptr<TEnumerator<K>> DoGetEnumerator() const override {
-      return std::make_unique<collections_detail::TEnumeratorAdapter<K, TKeyEnumerator>>(GetEnumerator());
+    std::unique_ptr<TEnumerator<T>> DoGetEnumerator() const override {
+      return std::make_unique<collections_detail::TEnumeratorAdapter<T, TItemEnumerator>>(GetEnumerator());
     }
 
   private:
     const TVXDictionary* FDictionary;
   };
-
-  class TValueCollection : public TVXEnumerable<V> {
-  public:
-    explicit TValueCollection(const TVXDictionary* ADictionary) : FDictionary(ADictionary) {}
-    std::int32_t GetCount() const noexcept { return FDictionary->FCount; }
-    TValueEnumerator GetEnumerator() const { return TValueEnumerator(FDictionary); }
-    TValueEnumerator begin() const { return TValueEnumerator::Begin(FDictionary); }
-    TValueEnumerator end() const { return TValueEnumerator::End(FDictionary); }
-    std::vector<V> ToArray() const override { return std::vector<V>(begin(), end()); }
-
-  protected:
-    std::unique_ptr<TEnumerator<V>> DoGetEnumerator() const override {
-      return std::make_unique<collections_detail::TEnumeratorAdapter<V, TValueEnumerator>>(GetEnumerator());
-    }
-
-  private:
-    const TVXDictionary* FDictionary;
-  };
+  using TKeyCollection = TItemCollection<K, TKeyEnumerator>;
+  using TValueCollection = TItemCollection<V, TValueEnumerator>;
 
   // ------------------------------------------------ construction
 

@@ -7,11 +7,11 @@
 #include <utility>
 #include <vector>
 
-#include "../host/HostTestSupport.h"
+#include "../TestErrors.h"
 #include "cogent/foundation/VXCollections.h"  // a TStrings to order into
 
 using namespace cogent;
-using cogent::hosttest::ErrorOf;
+using cogent::test::ErrorOf;
 
 namespace {
 

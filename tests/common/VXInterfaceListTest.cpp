@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "../host/HostTestSupport.h"
+#include "../TestErrors.h"
 
 using namespace cogent;
-using cogent::hosttest::ErrorOf;
+using cogent::test::ErrorOf;
 
 namespace {
 

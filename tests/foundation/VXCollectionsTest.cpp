@@ -9,20 +9,14 @@
 #include <string>
 #include <vector>
 
+#include "../TestErrors.h"
+
 namespace cogent {
 namespace {
 
 using TLines = std::vector<std::string>;
 
-template <class E, class F>
-std::string MessageOf(F&& Action) {
-  try {
-    Action();
-  } catch (const E& Error) {
-    return Error.what();
-  }
-  return "<no exception>";
-}
+using test::ErrorOf;
 
 // Hash chosen by the test: Key / 100, so keys of one hundred collide.
 class THundredsComparer : public TEqualityComparer<int> {
@@ -57,9 +51,9 @@ TEST(VXDictionaryTest, CapacityAndGrowth) {
   for (int I = 1; I <= 4; ++I) Empty.Add(I, I);  // grows past three quarters full
   EXPECT_EQ(Empty.GetCapacity(), 8);
 
-  EXPECT_EQ(MessageOf<EArgumentOutOfRangeException>([&] { Empty.SetCapacity(3); }), "Argument out of range");
+  EXPECT_EQ(ErrorOf<EArgumentOutOfRangeException>([&] { Empty.SetCapacity(3); }), "Argument out of range");
   EXPECT_EQ(Empty.GetCapacity(), 8);
-  EXPECT_EQ(MessageOf<EArgumentOutOfRangeException>([] { TVXDictionary<int, int> Bad(-1); }),
+  EXPECT_EQ(ErrorOf<EArgumentOutOfRangeException>([] { TVXDictionary<int, int> Bad(-1); }),
             "Argument out of range");
   // A capacity equal to a full power of two keeps an empty bucket to stop at.
   Empty.SetCapacity(4);
@@ -111,8 +105,8 @@ TEST(VXHashTableTest, NotificationsChangesAndClear) {
   EXPECT_EQ(Table.Log, (TLines{"K a cnAdded", "V 1 cnAdded", "V 1 cnRemoved", "V 2 cnAdded"}));
   Table.Log.clear();
 
-  EXPECT_EQ(MessageOf<EListError>([&] { Table.Add("a", 3); }), "Duplicates not allowed in this list");
-  EXPECT_EQ(MessageOf<EListError>([&] { Table.Get("b"); }), "Item not found");
+  EXPECT_EQ(ErrorOf<EListError>([&] { Table.Add("a", 3); }), "Duplicates not allowed in this list");
+  EXPECT_EQ(ErrorOf<EListError>([&] { Table.Get("b"); }), "Item not found");
   Table.Remove("zz");  // absent: nothing at all
   EXPECT_TRUE(Table.Log.empty());
   EXPECT_EQ(Changes, 2);
@@ -125,7 +119,7 @@ TEST(VXHashTableTest, NotificationsChangesAndClear) {
   EXPECT_EQ(Table.Log, (TLines{"K b cnAdded", "V 5 cnAdded", "K b cnExtracted", "V 5 cnExtracted", "K a cnRemoved",
                                "V 2 cnRemoved"}));
   EXPECT_EQ(Table.CountSeen, 0);
-  EXPECT_EQ(MessageOf<EGHashtableError>([&] { Table.Remove("a"); }),
+  EXPECT_EQ(ErrorOf<EGHashtableError>([&] { Table.Remove("a"); }),
             "Cannot remove an item from an empty hash table");
   EXPECT_EQ(Table.ExtractPair("a").Value, 0);
 
@@ -192,8 +186,8 @@ TEST(VXHashTableTest, IndexedAccessFollowsChanges) {
   Table.SetCapacity(256);  // a rehash moves every position
   EXPECT_EQ(Sweep(false), All);
 
-  EXPECT_EQ(MessageOf<EListError>([&] { Table.GetItemByIndex(40); }), "List index out of bounds (40)");
-  EXPECT_EQ(MessageOf<EListError>([&] { Table.GetPairByIndex(-1); }), "List index out of bounds (-1)");
+  EXPECT_EQ(ErrorOf<EListError>([&] { Table.GetItemByIndex(40); }), "List index out of bounds (40)");
+  EXPECT_EQ(ErrorOf<EListError>([&] { Table.GetPairByIndex(-1); }), "List index out of bounds (-1)");
 }
 
 TEST(VXDictionaryTest, EnumerationViewsAndAliasing) {
@@ -218,7 +212,7 @@ TEST(VXDictionaryTest, EnumerationViewsAndAliasing) {
   EXPECT_FALSE(Assigned.ContainsKey("stale"));
   EXPECT_TRUE(Assigned.ContainsValue(3));
 
-  EXPECT_EQ(MessageOf<EListError>([&] { Dictionary.SetItem("four", 4); }), "Item not found");
+  EXPECT_EQ(ErrorOf<EListError>([&] { Dictionary.SetItem("four", 4); }), "Item not found");
   int Value = 7;
   EXPECT_FALSE(Dictionary.TryGetValue("four", Value));
   EXPECT_EQ(Value, 0);
@@ -241,7 +235,7 @@ TEST(VXDictionaryTest, Comparers) {
   TVXDictionary<std::string, int> Text(CaseInsensitiveStringComparer());
   Text.Add("Alpha", 1);
   EXPECT_EQ(Text.GetItem("aLPHA"), 1);
-  EXPECT_EQ(MessageOf<EListError>([&] { Text.Add("ALPHA", 2); }), "Duplicates not allowed in this list");
+  EXPECT_EQ(ErrorOf<EListError>([&] { Text.Add("ALPHA", 2); }), "Duplicates not allowed in this list");
   Text.Add("Ärger", 3);
   EXPECT_EQ(Text.GetItem("äRGER"), 3);
   // Keys too long for the stack buffer hash alike too.
@@ -272,14 +266,14 @@ TEST(VXStringHashTableTest, IteratorsAndStrings) {
   TVXStringHashTable<int> Table(64);
   for (const char* Key : {"a", "b", "c"}) Table.Add(Key, 1);
   IStringIterator Keys = Table.Indices();
-  EXPECT_EQ(MessageOf<EListError>([&] { Keys->CurrentElement(); }), "List index out of bounds (-1)");
+  EXPECT_EQ(ErrorOf<EListError>([&] { Keys->CurrentElement(); }), "List index out of bounds (-1)");
   TLines Seen;
   while (Keys->HasMoreElements()) {
     Seen.push_back(Keys->NextElement());
     EXPECT_EQ(Keys->CurrentElement(), Seen.back());
   }
   EXPECT_EQ(std::set<std::string>(Seen.begin(), Seen.end()).size(), 3u);
-  EXPECT_EQ(MessageOf<EListError>([&] { Keys->NextElement(); }), "List index out of bounds (3)");
+  EXPECT_EQ(ErrorOf<EListError>([&] { Keys->NextElement(); }), "List index out of bounds (3)");
   Keys->Reset();
   EXPECT_EQ(Keys->NextElement(), Seen.front());
 
@@ -316,7 +310,7 @@ TEST(VXStringHashTableTest, ObjectTableCarriesObjects) {
   // An object of the wrong class is refused before anything changes.
   TObject Stranger;
   Lines.AddObject("stranger", &Stranger);
-  EXPECT_EQ(MessageOf<EConvertError>([&] { Copy.Assign(&Lines); }).rfind("Cannot assign a TObject", 0), 0u);
+  EXPECT_EQ(ErrorOf<EConvertError>([&] { Copy.Assign(&Lines); }).rfind("Cannot assign a TObject", 0), 0u);
   EXPECT_EQ(Copy.GetCount(), 2);
 }
 
@@ -353,11 +347,11 @@ TEST(StringListTest, SortedDuplicates) {
   EXPECT_EQ(Unique.IndexOf("M"), 0);
   EXPECT_EQ(Unique.IndexOf("n"), -1);
   Unique.SetDuplicates(dupError);
-  EXPECT_EQ(MessageOf<EStringListError>([&] { Unique.Add("m"); }), "String list does not allow duplicates");
+  EXPECT_EQ(ErrorOf<EStringListError>([&] { Unique.Add("m"); }), "String list does not allow duplicates");
   EXPECT_EQ(Unique.GetCount(), 2);
-  EXPECT_EQ(MessageOf<EStringListError>([&] { Unique.Insert(0, "a"); }), "Operation not allowed on sorted list");
-  EXPECT_EQ(MessageOf<EStringListError>([&] { Unique.Put(0, "a"); }), "Operation not allowed on sorted list");
-  EXPECT_EQ(MessageOf<EStringListError>([&] { Unique.Exchange(0, 1); }), "Operation not allowed on sorted list");
+  EXPECT_EQ(ErrorOf<EStringListError>([&] { Unique.Insert(0, "a"); }), "Operation not allowed on sorted list");
+  EXPECT_EQ(ErrorOf<EStringListError>([&] { Unique.Put(0, "a"); }), "Operation not allowed on sorted list");
+  EXPECT_EQ(ErrorOf<EStringListError>([&] { Unique.Exchange(0, 1); }), "Operation not allowed on sorted list");
 
   // Case sensitivity re-sorts a sorted list.
   Unique.SetCaseSensitive(true);
@@ -369,9 +363,9 @@ TEST(StringListTest, SortedDuplicates) {
 TEST(StringListTest, IndexErrorsAndMovesCarryTheData) {
   TStringList<std::string> List;
   for (const char* S : {"a", "b", "c"}) List.AddObject(S, nullptr, S);
-  EXPECT_EQ(MessageOf<EStringListError>([&] { List.Get(3); }), "List index out of bounds (3)");
-  EXPECT_EQ(MessageOf<EStringListError>([&] { List.Delete(-1); }), "List index out of bounds (-1)");
-  EXPECT_EQ(MessageOf<EArgumentOutOfRangeException>([&] { List.Insert(4, "x"); }), "Argument out of range");
+  EXPECT_EQ(ErrorOf<EStringListError>([&] { List.Get(3); }), "List index out of bounds (3)");
+  EXPECT_EQ(ErrorOf<EStringListError>([&] { List.Delete(-1); }), "List index out of bounds (-1)");
+  EXPECT_EQ(ErrorOf<EArgumentOutOfRangeException>([&] { List.Insert(4, "x"); }), "Argument out of range");
   List.InsertObject(3, "d", nullptr, "d");
   List.InsertObject(0, "z", nullptr, "z");
   EXPECT_EQ(LinesOf(List), (TLines{"z", "a", "b", "c", "d"}));
@@ -500,7 +494,7 @@ TEST(VXCollectionsTest, UpdateBracketsCloseWhenTheWorkFails) {
   Table.Add("b", nullptr);
   Table.Refused = "a";
   Changes = 0;
-  EXPECT_EQ(MessageOf<EListError>([&] { Table.Clear(); }), "refused a");
+  EXPECT_EQ(ErrorOf<EListError>([&] { Table.Clear(); }), "refused a");
   EXPECT_EQ(Table.GetUpdating(), 0);
   EXPECT_EQ(Changes, 1);
   EXPECT_EQ(Table.GetCount(), 0);
@@ -510,7 +504,7 @@ TEST(VXCollectionsTest, UpdateBracketsCloseWhenTheWorkFails) {
   Lines.Add("d");
   Table.Refused = "d";
   Changes = 0;
-  EXPECT_EQ(MessageOf<EListError>([&] { Table.Assign(&Lines); }), "refused d");
+  EXPECT_EQ(ErrorOf<EListError>([&] { Table.Assign(&Lines); }), "refused d");
   EXPECT_EQ(Table.GetUpdating(), 0);
   EXPECT_EQ(Changes, 1);
   EXPECT_TRUE(Table.ContainsKey("c"));
@@ -525,7 +519,7 @@ TEST(VXCollectionsTest, UpdateBracketsCloseWhenTheWorkFails) {
   TVXStringHashTable<int> Cased;
   Cased.Add("k", 1);
   Cased.Add("K", 2);
-  EXPECT_EQ(MessageOf<EStringListError>([&] { Sorted.Assign(&Cased); }), Refusal);
+  EXPECT_EQ(ErrorOf<EStringListError>([&] { Sorted.Assign(&Cased); }), Refusal);
   EXPECT_EQ(Sorted.GetUpdateCount(), 0);
   EXPECT_EQ(Sorted.GetCount(), 1);
   EXPECT_EQ(ListChanges, 1);
@@ -534,7 +528,7 @@ TEST(VXCollectionsTest, UpdateBracketsCloseWhenTheWorkFails) {
   CasedObjects.Add("m", nullptr);
   CasedObjects.Add("M", nullptr);
   ListChanges = 0;
-  EXPECT_EQ(MessageOf<EStringListError>([&] { Sorted.Assign(&CasedObjects); }), Refusal);
+  EXPECT_EQ(ErrorOf<EStringListError>([&] { Sorted.Assign(&CasedObjects); }), Refusal);
   EXPECT_EQ(Sorted.GetUpdateCount(), 0);
   EXPECT_EQ(ListChanges, 1);
 
@@ -543,7 +537,7 @@ TEST(VXCollectionsTest, UpdateBracketsCloseWhenTheWorkFails) {
   Same.Add("x");
   Same.Add("X");
   ListChanges = 0;
-  EXPECT_EQ(MessageOf<EStringListError>([&] { Sorted.AddStrings(Same); }), Refusal);
+  EXPECT_EQ(ErrorOf<EStringListError>([&] { Sorted.AddStrings(Same); }), Refusal);
   EXPECT_EQ(Sorted.GetUpdateCount(), 0);
   EXPECT_EQ(ListChanges, 1);
 
@@ -551,7 +545,7 @@ TEST(VXCollectionsTest, UpdateBracketsCloseWhenTheWorkFails) {
   Other.Add("y");
   Other.Add("Y");
   ListChanges = 0;
-  EXPECT_EQ(MessageOf<EStringListError>([&] { Sorted.Assign(&Other); }), Refusal);
+  EXPECT_EQ(ErrorOf<EStringListError>([&] { Sorted.Assign(&Other); }), Refusal);
   EXPECT_EQ(Sorted.GetUpdateCount(), 0);
   EXPECT_EQ(ListChanges, 1);
   EXPECT_EQ(LinesOf(Sorted), std::vector<std::string>{"y"});

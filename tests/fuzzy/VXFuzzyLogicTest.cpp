@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "../TestErrors.h"
+
 using namespace cogent;
 
 namespace {
@@ -21,15 +23,7 @@ IFuzzySet Triangle(double L, double C, double R, TFuzzyVariable* Variable = null
   return MakeSet({{L, 0.0}, {C, 1.0}, {R, 0.0}}, Variable);
 }
 
-template <class F>
-std::string MessageOf(F&& Action) {
-  try {
-    Action();
-  } catch (const EVXException& E) {
-    return E.what();
-  }
-  return "no exception";
-}
+using test::ErrorOf;
 
 class TRecordingParser : public IFuzzyParser {
 public:
@@ -90,11 +84,11 @@ TEST(VXFuzzyLogicTest, PointsStaySortedAndBadPointsAreRefused) {
   Set.AddPoint(4, 0);
   EXPECT_EQ(Set.GetFuzzySetType(), fstCustom);
 
-  EXPECT_EQ(MessageOf([&] { Set.AddPoint(std::nan(""), 0); }), SFuzzyInvalidPoint);
-  EXPECT_EQ(MessageOf([&] { Set.SetPoints({{0, 0}, {1, HUGE_VAL}}, fstS); }), SFuzzyInvalidPoint);
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.AddPoint(std::nan(""), 0); }), SFuzzyInvalidPoint);
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.SetPoints({{0, 0}, {1, HUGE_VAL}}, fstS); }), SFuzzyInvalidPoint);
   EXPECT_EQ(Set.GetPointCount(), 3);
-  EXPECT_EQ(MessageOf([&] { Set.GetY(3); }), "Fuzzy set point index out of bounds (3)");
-  EXPECT_EQ(MessageOf([&] { Set.GetX(-1); }), "Fuzzy set point index out of bounds (-1)");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.GetY(3); }), "Fuzzy set point index out of bounds (3)");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.GetX(-1); }), "Fuzzy set point index out of bounds (-1)");
 }
 
 TEST(VXFuzzyLogicTest, Defuzzification) {
@@ -194,7 +188,7 @@ TEST(VXFuzzyLogicTest, CloneIsIndependent) {
 
   // A subclass is cloned as itself once registered, and refused before.
   const IFuzzySet Unregistered(new TUnregisteredFuzzySet(nullptr, "u"));
-  EXPECT_EQ(MessageOf([&] { Unregistered->Clone(); }),
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Unregistered->Clone(); }),
             "Cannot create an instance of fuzzy class TUnregisteredFuzzySet");
   RegisterClass<TRegisteredFuzzySet, TFuzzySet>();
   const IFuzzySet Registered(new TRegisteredFuzzySet(nullptr, "r"));
@@ -233,9 +227,9 @@ TEST(VXFuzzyLogicTest, VariableGoesFirst) {
 TEST(VXFuzzyLogicTest, UniverseAndThreshold) {
   TFuzzyVariable Variable("temp");
   Variable.SetUniverse(-10, 40);
-  EXPECT_EQ(MessageOf([&] { Variable.SetUniverse(10, 5); }),
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Variable.SetUniverse(10, 5); }),
             "Invalid low and high limits specified: 10.0000 to 5.0000");
-  EXPECT_EQ(MessageOf([&] { Variable.SetUniverseLow(50.5); }),
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Variable.SetUniverseLow(50.5); }),
             "Invalid low and high limits specified: 50.5000 to 40.0000");
   EXPECT_DOUBLE_EQ(Variable.GetUniverseLow(), -10.0);
   EXPECT_DOUBLE_EQ(Variable.GetUniverseHigh(), 40.0);
@@ -257,8 +251,8 @@ TEST(VXFuzzyLogicTest, VariableHoldsItsSets) {
   EXPECT_EQ(NewCold->GetOrderNumber(), 1);
   EXPECT_EQ(Variable->FindFuzzySet("cold"), NewCold);
   EXPECT_EQ(Variable->FindFuzzySet("Cold"), nullptr);
-  EXPECT_EQ(MessageOf([&] { Variable->GetTerm(2); }), "Fuzzy variable term index out of bounds (2)");
-  EXPECT_EQ(MessageOf([&] { Variable->AddTerm(nullptr); }), "Cannot add a nil fuzzy set to fuzzy variable temp");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Variable->GetTerm(2); }), "Fuzzy variable term index out of bounds (2)");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Variable->AddTerm(nullptr); }), "Cannot add a nil fuzzy set to fuzzy variable temp");
 
   const IFuzzySet Empty = Variable->GetEmptyFuzzySet();
   EXPECT_EQ(Variable->GetEmptyFuzzySet(), Empty);

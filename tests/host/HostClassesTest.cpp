@@ -5,13 +5,13 @@
 #include <utility>
 #include <vector>
 
-#include "HostTestSupport.h"
+#include "../TestErrors.h"
 #include "cogent/host/Classes.h"
 #include "cogent/host/RefCounted.h"
 #include "cogent/host/Sets.h"
 
 using namespace cogent;
-using cogent::hosttest::ErrorOf;
+using cogent::test::ErrorOf;
 
 namespace {
 

@@ -7,10 +7,10 @@
 #include <filesystem>
 #include <string>
 
-#include "HostTestSupport.h"
+#include "../TestErrors.h"
 
 using namespace cogent;
-using cogent::hosttest::ErrorOf;
+using cogent::test::ErrorOf;
 
 namespace {
 

@@ -7,11 +7,11 @@
 #include <limits>
 #include <string>
 
-#include "HostTestSupport.h"
+#include "../TestErrors.h"
 
 using namespace cogent;
 
-using cogent::hosttest::ErrorOf;
+using cogent::test::ErrorOf;
 
 TEST(FormatTest, IntegerAndPointerDirectives) {
   EXPECT_EQ(Format("%5d|%-5d|", 42, 42), "   42|42   |");

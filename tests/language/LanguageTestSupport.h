@@ -4,22 +4,14 @@
 #include <string>
 #include <utility>
 
+#include "../TestErrors.h"
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBPackages.h"
 #include "cogent/language/KBRuleParser.h"
 
 namespace cogent::langtest {
 
-// The message of the E that Call raises, or "no error".
-template <class E, class F>
-std::string ErrorOf(F&& Call) {
-  try {
-    Call();
-  } catch (const E& Error) {
-    return Error.what();
-  }
-  return "no error";
-}
+using test::ErrorOf;
 
 inline TKBRuleParser& ParserOf(TInferenceEngine& Engine) { return dynamic_cast<TKBRuleParser&>(*Engine.GetParser()); }
 
