@@ -253,7 +253,7 @@ IInterfaceIterator TFactTemplateSlots::GetIterator() const { return IInterfaceIt
 
 // ================================================================ TFactTemplate
 
-TFactTemplate::TFactTemplate(TPersistent* AOwner) : FOwner(AOwner) {
+TFactTemplate::TFactTemplate(TPersistent* AOwner) : FOwner(AOwner), FEngine(KnowledgeBaseOf(AOwner)) {
   FFactSlotNames.SetSorted(true);
   FFactSlotNames.SetCaseSensitive(true);
   if (IKnowledgeBase* Engine = GetEngine()) SetModule(Engine->GetCurrentModule().get());
@@ -283,7 +283,6 @@ TFactTemplate::~TFactTemplate() {
     if (Item.Value && Item.Value->FOwner == this) Item.Value->FOwner = nullptr;
 }
 
-IKnowledgeBase* TFactTemplate::GetEngine() const noexcept { return KnowledgeBaseOf(FOwner); }
 
 void TFactTemplate::SetTemplateName(const TKBName& Value) {
   if (Value == FTemplateName) return;

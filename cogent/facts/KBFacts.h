@@ -107,7 +107,7 @@ public:
 
   TPersistent* GetAOwner() const noexcept { return FOwner; }
   // The owner when it is an engine.
-  IKnowledgeBase* GetEngine() const noexcept;
+  IKnowledgeBase* GetEngine() const noexcept { return FEngine; }
   const TKBName& GetTemplateName() const noexcept { return FTemplateName; }
   // Checks the name; with an engine the engine is told of the rename first.
   virtual void SetTemplateName(const TKBName& Value);
@@ -183,6 +183,9 @@ private:
   TKBName FTemplateName;
   bool FOrdered = false;
   TPersistent* FOwner;
+  // The owner as engine, when it is one; the owner never changes, and facts
+  // ask for the engine on every slot they set.
+  IKnowledgeBase* FEngine;
   mutable bool FNeedIsFuzzy = true;
   mutable bool FIsFuzzy = false;
   mutable bool FNeedHashCode = true;
