@@ -6,17 +6,41 @@
 
 #include "cogent/facts/KBFacts.h"
 #include "cogent/facts/KBModule.h"
-#include "cogent/facts/PrintSupport.h"
+#include "cogent/host/SysUtils.h"
 #include "cogent/values/KBDefinedType.h"
 
 namespace cogent {
 
 namespace {
 
-using print::Close;
-using print::FormOf;
-using print::Nest;
-using print::QuotedComment;
+// The text a value shows in the rule language; empty for nil.
+std::string FormOf(const IKBValue& Value) { return Value ? Value->GetToString() : std::string(); }
+
+// Removes the white space at the right end and closes the text.
+std::string Close(std::string Text) {
+  while (!Text.empty() && (Text.back() == ' ' || Text.back() == '\t' || Text.back() == '\r' || Text.back() == '\n'))
+    Text.pop_back();
+  return Text + ")";
+}
+
+// A text nested one level deeper: each line end is followed by the indent.
+std::string Nest(const std::string& Text) {
+  const std::string Break = sLineBreak;
+  const std::string Indented = Break + IndentString();
+  std::string Result;
+  Result.reserve(Text.size());
+  std::size_t Start = 0;
+  for (std::size_t Found = Text.find(Break); Found != std::string::npos; Found = Text.find(Break, Start)) {
+    Result.append(Text, Start, Found - Start);
+    Result += Indented;
+    Start = Found + Break.size();
+  }
+  Result.append(Text, Start, std::string::npos);
+  return Result;
+}
+
+// A construct's comment: between double quotes, as it stands, unescaped.
+std::string QuotedComment(const std::string& Comment) { return "\"" + Comment + "\""; }
 
 // Each line of a comment trimmed; a line that says something and is not yet
 // a comment line gets "; " in front; every line ends in CR LF.

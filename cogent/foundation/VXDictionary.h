@@ -103,27 +103,20 @@ public:
     const TItem* operator->() const { return &this->Item(); }
   };
 
-  class TKeyEnumerator : public TBucketEnumerator<TKeyEnumerator> {
+  // Dereferences to one field of the bucket: its key or its value.
+  template <class T, T TItem::*Field>
+  class TFieldEnumerator : public TBucketEnumerator<TFieldEnumerator<T, Field>> {
   public:
-    using value_type = K;
-    using reference = const K&;
-    using pointer = const K*;
-    using TBucketEnumerator<TKeyEnumerator>::TBucketEnumerator;
-    const K& GetCurrent() const { return this->Item().Key; }
-    const K& operator*() const { return this->Item().Key; }
-    const K* operator->() const { return &this->Item().Key; }
+    using value_type = T;
+    using reference = const T&;
+    using pointer = const T*;
+    using TBucketEnumerator<TFieldEnumerator>::TBucketEnumerator;
+    const T& GetCurrent() const { return this->Item().*Field; }
+    const T& operator*() const { return this->Item().*Field; }
+    const T* operator->() const { return &(this->Item().*Field); }
   };
-
-  class TValueEnumerator : public TBucketEnumerator<TValueEnumerator> {
-  public:
-    using value_type = V;
-    using reference = const V&;
-    using pointer = const V*;
-    using TBucketEnumerator<TValueEnumerator>::TBucketEnumerator;
-    const V& GetCurrent() const { return this->Item().Value; }
-    const V& operator*() const { return this->Item().Value; }
-    const V* operator->() const { return &this->Item().Value; }
-  };
+  using TKeyEnumerator = TFieldEnumerator<K, &TItem::Key>;
+  using TValueEnumerator = TFieldEnumerator<V, &TItem::Value>;
 
   // The keys or the values of the dictionary, as a collection of their own.
   template <class T, class TItemEnumerator>

@@ -154,20 +154,23 @@ class TVXStringHashTable : public TVXHashTable<std::string, V> {
 
 public:
   using TInherited::TInherited;
+  using TItem = typename TInherited::TItem;
 
-  // Iterates the keys in table order. It refers to the table, which must
-  // outlive it; a table changed under it raises rather than misreads.
-  class TStringIterator : public TCustomIterator<std::string> {
+  // Iterates one field of the buckets in table order: the keys here, the
+  // values for the object table. It refers to the table, which must outlive
+  // it; a table changed under it raises rather than misreads.
+  template <class T, T TItem::*Field>
+  class TFieldIterator : public TCustomIterator<T> {
   public:
-    explicit TStringIterator(const TVXStringHashTable* AHashTable) : FHashTable(AHashTable) {}
-    std::string CurrentElement() const override {
+    explicit TFieldIterator(const TVXStringHashTable* AHashTable) : FHashTable(AHashTable) {}
+    T CurrentElement() const override {
       if (FIndex < 0 || FIndex >= FHashTable->GetCapacity() || FHashTable->FItems[FIndex].HashCode == TInherited::EmptyHash)
         throw EListError(Format(SListIndexError, FIndex));
-      return FHashTable->FItems[FIndex].Key;
+      return FHashTable->FItems[FIndex].*Field;
     }
     int GetCount() const override { return FHashTable->FCount; }
     bool HasMoreElements() const override { return FElementCount < FHashTable->FCount; }
-    std::string NextElement() override { return FHashTable->FItems[FHashTable->NextIteratorBucket(FIndex, FElementCount)].Key; }
+    T NextElement() override { return FHashTable->FItems[FHashTable->NextIteratorBucket(FIndex, FElementCount)].*Field; }
     void Reset() override {
       FIndex = -1;
       FElementCount = 0;
@@ -178,6 +181,7 @@ public:
     std::int32_t FIndex = -1;
     std::int32_t FElementCount = 0;
   };
+  using TStringIterator = TFieldIterator<std::string, &TItem::Key>;
 
   IStringIterator Indices() const { return IStringIterator(new TStringIterator(this)); }
 
@@ -229,27 +233,7 @@ public:
   using TInherited::TInherited;
 
   // Iterates the values in table order; the table must outlive it.
-  class TObjectIterator : public TCustomIterator<V> {
-  public:
-    explicit TObjectIterator(const TVXStringObjectHashTable* AHashTable) : FHashTable(AHashTable) {}
-    V CurrentElement() const override {
-      if (FIndex < 0 || FIndex >= FHashTable->GetCapacity() || FHashTable->FItems[FIndex].HashCode == TInherited::EmptyHash)
-        throw EListError(Format(SListIndexError, FIndex));
-      return FHashTable->FItems[FIndex].Value;
-    }
-    int GetCount() const override { return FHashTable->FCount; }
-    bool HasMoreElements() const override { return FElementCount < FHashTable->FCount; }
-    V NextElement() override { return FHashTable->FItems[FHashTable->NextIteratorBucket(FIndex, FElementCount)].Value; }
-    void Reset() override {
-      FIndex = -1;
-      FElementCount = 0;
-    }
-
-  protected:
-    const TVXStringObjectHashTable* FHashTable;
-    std::int32_t FIndex = -1;
-    std::int32_t FElementCount = 0;
-  };
+  using TObjectIterator = typename TInherited::template TFieldIterator<V, &TInherited::TItem::Value>;
 
   Ref<TCustomIterator<V>> Elements() const { return Ref<TCustomIterator<V>>(new TObjectIterator(this)); }
 
