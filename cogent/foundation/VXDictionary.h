@@ -168,15 +168,7 @@ public:
     const std::int32_t HashCode = Hash(Key);
     std::int32_t Index = GetBucketIndex(Key, HashCode);
     if (Index >= 0) throw EListError(SDuplicateItem);
-    if (FCount >= FGrowThreshold) {
-      // Key or Value may live in this table; growing moves the buckets.
-      const K KeyCopy(Key);
-      const V ValueCopy(Value);
-      Grow();
-      DoAdd(HashCode, ~GetBucketIndex(KeyCopy, HashCode), KeyCopy, ValueCopy);
-      return;
-    }
-    DoAdd(HashCode, ~Index, Key, Value);
+    AddAt(HashCode, ~Index, Key, Value);
   }
 
   void Remove(const K& Key) { DoRemove(Key, Hash(Key), cnRemoved); }
@@ -348,14 +340,7 @@ protected:
       return;
     }
     if (OldValue) *OldValue = V{};
-    if (FCount >= FGrowThreshold) {
-      const K KeyCopy(Key);
-      const V ValueCopy(Value);
-      Grow();
-      DoAdd(HashCode, ~GetBucketIndex(KeyCopy, HashCode), KeyCopy, ValueCopy);
-      return;
-    }
-    DoAdd(HashCode, ~Index, Key, Value);
+    AddAt(HashCode, ~Index, Key, Value);
   }
 
   // ------------------------------------------------ the overridable steps
@@ -370,6 +355,20 @@ protected:
     ++FCount;
     KeyNotify(Key, cnAdded);
     ValueNotify(Value, cnAdded);
+  }
+
+  // Adds a key known to be absent at the free bucket Index, growing first
+  // when the table is full enough.
+  void AddAt(std::int32_t HashCode, std::int32_t Index, const K& Key, const V& Value) {
+    if (FCount < FGrowThreshold) {
+      DoAdd(HashCode, Index, Key, Value);
+      return;
+    }
+    // Key or Value may live in this table; growing moves the buckets.
+    const K KeyCopy(Key);
+    const V ValueCopy(Value);
+    Grow();
+    DoAdd(HashCode, ~GetBucketIndex(KeyCopy, HashCode), KeyCopy, ValueCopy);
   }
 
   // Replaces the value, then notifies the old one with cnRemoved and the new
