@@ -139,6 +139,13 @@ void TInferenceEngine::RetractFacts() {
   if (OnClearFacts) OnClearFacts(this);
 }
 
+int TInferenceEngine::GetFactCount() const noexcept { return FCache.Facts ? FCache.Facts->GetCount() : 0; }
+
+IFact TInferenceEngine::GetFact(int Index) const {
+  if (!FCache.Facts) throw EListError(Format(SListIndexError, Index));
+  return FCache.Facts->Get(Index);
+}
+
 void TInferenceEngine::AddPendingFact(const IFact& Fact, bool Assert) {
   FCache.FactsPending->AddObject(Assert ? "+" : "-", nullptr, IInterface(Fact));
 }

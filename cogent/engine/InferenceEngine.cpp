@@ -289,6 +289,7 @@ void TInferenceEngine::AddRule(TRule* Rule) {
 }
 void TInferenceEngine::RemoveRule(TRule* Rule) {
   if (OnRemoveRule) OnRemoveRule(this, Rule);
+  if (FCache.Rete) FCache.Rete->RemoveRule(Rule);
 }
 void TInferenceEngine::AddFunction(const IUserFunction& UserFunction) {
   if (OnAddUserFunction) OnAddUserFunction(this, UserFunction);

@@ -142,8 +142,10 @@ public:
   void Retract(const std::string& Fact);
   // Takes the network's memories down and raises OnClearFacts.
   virtual void RetractFacts();
-  virtual void AddPendingFact(const IFact& Fact, bool Assert);
+  void AddPendingFact(const IFact& Fact, bool Assert) override;
   virtual void ProcessPendingFacts();
+  int GetFactCount() const noexcept override;
+  IFact GetFact(int Index) const override;
   IFact GetFactPending(int Index) const;
   virtual void BeginFactModify(const IFact& Fact);
   virtual std::int32_t EndFactModify(const IFact& Fact);
@@ -336,6 +338,17 @@ public:
   void RenameRule(const TKBName& OldName, const TKBName& NewName) override;
   // A rule that changed is compiled again if the current table holds it.
   void RuleChange(TRule* Rule) override;
+
+  // ------------------------------------------------------------ agenda
+  // Appends to the current agenda, traces and raises OnAddActivation; a rule
+  // with auto-focus takes the focus to its module.
+  void AddActivation(TActivation* Activation) override;
+  // Entry Index of the current agenda: event, trace, then freed (or only
+  // taken out while it is the one that fires).
+  virtual void RemoveActivation(int Index);
+  void RemoveActivation(TActivation* Activation) override;
+  void RuleFired(TActivation* Activation) override;
+  TActivation* GetActivation(int Index) const;
 
   // ------------------------------------------------------------ construct events
   // The collections call these; each raises its event and nothing more.

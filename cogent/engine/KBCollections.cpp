@@ -11,6 +11,7 @@
 
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/host/Guards.h"
+#include "cogent/matching/ReteNetwork.h"
 
 namespace cogent {
 
@@ -360,14 +361,27 @@ void TRules::Add(TRule* Rule) {
 void TRules::DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, TRule* const& Value) {
   TRule* const Rule = Value;
   if (!Rule) return;
-  // The rule is compiled into the current module's network here, before it
-  // enters the table, once the network compiles; matching the facts that
-  // stand may already raise activations.
+  TReteNetwork* Rete = FEngine ? FEngine->GetRete() : nullptr;
+  // A rule of this engine is compiled into the current module's network
+  // before it enters the table, so that a rule that does not compile stays
+  // out; matching the facts that stand may already raise activations. A rule
+  // from elsewhere needs the engine to work out its patterns: it is compiled
+  // once it has it, and leaves again if it does not compile.
+  const bool Bound = Rule->GetEngine() == FEngine;
+  if (Rete && Bound) Rete->AddRule(Rule);
   TVXStringObjectHashTable<TRule*>::DoAdd(HashCode, Index, Key, Rule);
   if (!FEngine) return;
+  if (!Bound) {
+    Rule->SetEngine(FEngine);
+    try {
+      if (Rete) Rete->AddRule(Rule);
+    } catch (...) {
+      TVXStringObjectHashTable<TRule*>::ExtractPair(Key);
+      throw;
+    }
+  }
   if (FEngine->GetWatch().Contains(cwCompilation) && FEngine->OnPrintOut)
     FEngine->PrintOut("", Rule->GetCompilation() + CRLF);
-  Rule->SetEngine(FEngine);
   FEngine->AddRule(Rule);
 }
 
@@ -385,7 +399,6 @@ TRule* TRules::DoRemove(const TKBName& Key, std::int32_t HashCode, TCollectionNo
   TRule* Rule = TVXStringObjectHashTable<TRule*>::DoRemove(Key, HashCode, Notification);
   if (!Rule || !FEngine) return Rule;
   FEngine->RemoveRule(Rule);
-  // The rule leaves the current network here once the network holds rules.
   const bool Owned = Rule->GetOwner() == FEngine;
   const bool Destroying = Rule->GetComponentState().Contains(csDestroying);
   if (Notification == cnRemoved && Owned && !Destroying) {

@@ -3,9 +3,11 @@
 
 #include "cogent/common/VXCommon.h"
 #include "cogent/engine/InferenceEngine.h"
-#include "cogent/facts/KBSlotTest.h"
 #include "cogent/facts/KBPackages.h"
+#include "cogent/facts/KBSlotTest.h"
 #include "cogent/host/Guards.h"
+#include "cogent/matching/ReteNetwork.h"
+#include "cogent/rules/ActivationAgenda.h"
 
 namespace cogent {
 
@@ -254,7 +256,8 @@ void TInferenceEngine::Clear(const IModule& Module) {
     const bool HoldsInitialFact =
         Module->IsMain() || (InitialTemplate && InitialTemplate->GetModuleObject() == Module.get());
 
-    // The agenda and the network are emptied here once they hold activations and nodes.
+    if (FCache.Agenda) FCache.Agenda->Clear();
+    if (FCache.Rete) FCache.Rete->Clear();
     if (FCache.Rules) FCache.Rules->Clear();
     if (FCache.FactSets) FCache.FactSets->Clear();
     if (FCache.Facts) FCache.Facts->Clear();

@@ -1,4 +1,5 @@
 #include "cogent/engine/InferenceEngine.h"
+#include "cogent/matching/ReteNetwork.h"
 
 namespace cogent {
 
@@ -25,8 +26,10 @@ void TInferenceEngine::RuleChange(TRule* Rule) {
   if (!FCache.Rules || !Rule) return;
   TRule* Stored = nullptr;
   if (!FCache.Rules->TryGetValue(Rule->GetRuleName(), Stored) || Stored != Rule) return;
-  // The network takes the rule out and compiles it again here once it
-  // compiles rules; until then it holds nothing of it.
+  // The network always holds the rule as it stands.
+  if (!FCache.Rete) return;
+  FCache.Rete->RemoveRule(Rule);
+  FCache.Rete->AddRule(Rule);
 }
 
 }  // namespace cogent

@@ -43,6 +43,7 @@ class TEncoding;
 class TKBContext;
 class TKBPattern;
 class TRule;
+class TActivation;
 class TModules;
 class TFactTemplates;
 class TKBDefinedTypes;
@@ -150,6 +151,21 @@ public:
 
   // ------------------------------------------------------------ working memory
   virtual std::int32_t Assert(const IFact& Fact, bool Unconditional) = 0;
+  // The facts of the current module, in list order.
+  virtual int GetFactCount() const noexcept = 0;
+  virtual IFact GetFact(int Index) const = 0;
+  // Queues a fact to assert (or retract) once the propagation under way is
+  // done: the network never changes working memory in the middle of a token.
+  virtual void AddPendingFact(const IFact& Fact, bool Assert) = 0;
+
+  // ------------------------------------------------------------ agenda
+  // The agenda takes the activation over.
+  virtual void AddActivation(TActivation* Activation) = 0;
+  // Takes the activation off the agenda of its node's module and frees it;
+  // one on no agenda is ignored.
+  virtual void RemoveActivation(TActivation* Activation) = 0;
+  // Tells of the firing, then removes the activation.
+  virtual void RuleFired(TActivation* Activation) = 0;
   virtual std::int32_t GetFactIdCounter() const noexcept = 0;
   virtual TTypeChecks GetTypeChecks() const noexcept = 0;
 

@@ -60,6 +60,12 @@ TKBToken::TKBToken(const IReteToken& AParent, const IFact& AFact) noexcept
       FSortCode(ExtendSortCode(AParent ? AParent->FSortCode : 0, AFact)),
       FTag(AParent ? AParent->FTag : taClear) {}
 
+TKBToken::TKBToken(const IReteToken& AParent, const IFact& AFact, TTokenAction AAction, float AStrength) noexcept
+    : TKBToken(AParent, AFact) {
+  FTag = AAction;
+  SetStrength(AStrength);
+}
+
 bool TKBToken::Equals(const TKBToken* Other) const noexcept {
   // Iterative, so that long chains cost no stack.
   const TKBToken* A = this;
@@ -145,6 +151,7 @@ std::int32_t TKBTokenTree::GetValueKey(const TFact* Fact, const TKBName& Slot, s
 }
 
 std::int32_t TKBTokenTree::GetKey(const TKBToken& Token) const {
+  if (FKeyByParent) return Token.GetParent() ? AbsKey(Token.GetParent()->GetSortCode()) : 0;
   if (FUseHashCode) return AbsKey(Token.GetSortCode());
   const IFact& Fact = Token.GetFacts(FTokenIndex);
   if (FFactIndex.empty()) return Fact ? AbsKey(Fact->GetID()) : 0;
@@ -165,13 +172,14 @@ bool TKBTokenTree::Add(const IReteToken& Token) {
   return true;
 }
 
-bool TKBTokenTree::Remove(const IReteToken& Token) {
+bool TKBTokenTree::Remove(const IReteToken& Token, IReteToken* Removed) {
   if (!Token) return false;
   TTokens* Tokens = Bucket(GetKey(*Token), false);
   if (!Tokens) return false;
   const int Count = Tokens->GetCount();
   for (int I = 0; I < Count; ++I)
     if (const IReteToken& Held = Tokens->GetRef(I); Held && Held->Equals(Token.get())) {
+      if (Removed) *Removed = Held;
       Tokens->Delete(I);
       return true;
     }

@@ -35,6 +35,8 @@ public:
   // Extends the chain by one fact; the action and strength are the parent's.
   // A nil fact keeps the position without a fact.
   TKBToken(const IReteToken& AParent, const IFact& AFact) noexcept;
+  // Extends the chain with the action and strength given; what a join makes.
+  TKBToken(const IReteToken& AParent, const IFact& AFact, TTokenAction AAction, float AStrength) noexcept;
   TKBToken& operator=(const TKBToken&) = delete;
 
   // Same instance, or equal sort codes, fact ids and strengths all along the
@@ -106,9 +108,9 @@ public:
   virtual void Clear();
   // False, and nothing added, when the bucket already holds an equal token.
   virtual bool Add(const IReteToken& Token);
-  // Takes out the first equal token; false when there is none. The used
-  // range stays as it was.
-  virtual bool Remove(const IReteToken& Token);
+  // Takes out the first equal token, handed to Removed when asked for; false
+  // when there is none. The used range stays as it was.
+  virtual bool Remove(const IReteToken& Token, IReteToken* Removed = nullptr);
 
   // The bucket of Key (its sign ignored): nil while unused, unless nil
   // buckets are not allowed, in which case it is made now.
@@ -127,6 +129,10 @@ public:
   std::int32_t GetSubIndex() const noexcept { return FSubIndex; }
   std::int32_t GetHash() const noexcept { return FHash; }
   std::int32_t GetTokenIndex() const noexcept { return FTokenIndex; }
+  // Keys each token by its parent's sort code: a memory of tokens that each
+  // extend a token of another memory by one fact.
+  bool GetKeyByParent() const noexcept { return FKeyByParent; }
+  void SetKeyByParent(bool Value) noexcept { FKeyByParent = Value; }
   bool GetAllowNilBucket() const noexcept { return FAllowNilBucket; }
   void SetAllowNilBucket(bool Value) noexcept { FAllowNilBucket = Value; }
   // No token added since creation or the last Clear.
@@ -146,6 +152,7 @@ private:
   std::int32_t FHash;
   std::int32_t FTokenIndex;
   std::vector<Ref<TTokens>> FBuckets;
+  bool FKeyByParent = false;
   bool FAllowNilBucket = true;
   bool FEmpty = true;
   std::int32_t FLowIndex;

@@ -1,28 +1,506 @@
 #pragma once
-// The compiled network of a module's rules. Compilation and propagation come
-// with matching; a network that holds no rules lets every token pass unseen.
+// The compiled network of a module's rules. A rule becomes, per pattern, a
+// chain of one-input nodes that test a single fact, then a ladder of joins
+// that combine the patterns from left to right, and last a terminal node
+// that holds the rule's activations. Rules share every node they can.
+//
+// Tokens flow depth first: the engine hands each asserted or retracted fact
+// to ProcessToken, and when the call returns every memory and every terminal
+// node is up to date.
 
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <variant>
+#include <vector>
+
+#include "cogent/common/VXGraph.h"
+#include "cogent/facts/KBContext.h"
 #include "cogent/facts/KBModule.h"
+#include "cogent/facts/KBSlotTest.h"
 #include "cogent/matching/KBToken.h"
 
 namespace cogent {
 
 class IKnowledgeBase;
+class TReteNetwork;
+class TReteNode;
+class TPatternMatchTerminalNode;
+class TActivation;
 
-class TReteNetwork : public TComponent {
+// ---------------------------------------------------------------- IReteRule
+
+// What the network asks of a rule: its patterns and bindings to compile, the
+// switches that decide whether a match becomes an activation, and the account
+// of its compilation. TRule is the implementation; the network and the
+// activations hold rules only through this view.
+class IReteRule {
 public:
-  TReteNetwork(IKnowledgeBase* AEngine, TModule* AModule) : TComponent(nullptr), FEngine(AEngine), FModule(AModule) {}
-  ~TReteNetwork() override { Destroying(); }
+  // The rule as a component, for free notification.
+  virtual TComponent* GetRuleComponent() noexcept = 0;
+  virtual const TKBName& GetRuleName() const noexcept = 0;
+  virtual int GetPatternCount() const noexcept = 0;
+  virtual TKBPattern* GetPattern(int Index) const = 0;
+  // Appends a pattern, which the rule works out as any added pattern.
+  virtual void AppendPattern(std::unique_ptr<TKBPattern> Pattern) = 0;
+  virtual TBinding* GetBindingByName(const TKBName& Name) const noexcept = 0;
+  virtual const std::string& GetCompilation() const noexcept = 0;
+  virtual void SetCompilation(const std::string& Value) = 0;
+  virtual bool GetEnabled() const noexcept = 0;
+  virtual bool GetOneShot() const noexcept = 0;
+  virtual bool GetHasFired() const noexcept = 0;
+  virtual std::int32_t GetSalience() const noexcept = 0;
+  virtual void Fire(const IReteToken& Token) = 0;
+
+protected:
+  ~IReteRule() = default;
+};
+
+// ---------------------------------------------------------------- TActivation
+
+// One rule with one token that satisfies all its patterns. The agenda owns
+// an activation once the engine has it; a network without an engine owns its
+// activations itself. The terminal node that made it lists it until it is
+// stood down or fired.
+class TActivation : public TPersistent {
+public:
+  TActivation(IReteRule* ARule, const IReteToken& AToken, TPatternMatchTerminalNode* ANode, float AStrength);
+  TActivation(const TActivation&) = delete;
+  TActivation& operator=(const TActivation&) = delete;
+  // Leaves the node's list, if it is still there.
+  ~TActivation() override;
+
+  IReteRule* GetRule() const noexcept { return FRule; }
+  const IReteToken& GetToken() const noexcept { return FToken; }
+  TPatternMatchTerminalNode* GetNode() const noexcept { return FNode; }
+  float GetStrength() const noexcept { return FStrength; }
+  // Clipped to 0 .. 1.
+  void SetStrength(float Value) noexcept;
+
+  // The same rule, token and node, with strength 1.
+  virtual std::unique_ptr<TActivation> Clone() const;
+  // Runs the rule on the token, then tells the node that the rule fired.
+  virtual bool Fire();
+  // "10 fire-alarm : f-3, f-7 (1.0000)".
+  std::string ToString() const override;
+  void Assign(TPersistent* Source) override;
+
+private:
+  friend class TPatternMatchTerminalNode;
+  IReteRule* FRule;
+  IReteToken FToken;
+  TPatternMatchTerminalNode* FNode;
+  float FStrength = 1.0f;
+  // Where the node lists it; -1 once it left the list.
+  int FListIndex = -1;
+};
+
+// ---------------------------------------------------------------- vocabulary
+
+// How a node is reached through an edge.
+enum TCallType : std::uint8_t { ctLeft, ctRight, ctSingle, ctActivate };
+std::string EnumName(TCallType V);
+
+// The test of a one-input node.
+enum TPatternMatchTest : std::uint8_t {
+  pmtUnknown,                 // root of a test pseudo-pattern: passes clear tokens only
+  pmtTestClassType,           // root of a pattern: the fact's template or one derived from it
+  pmtTestEqual,               // whole slot against the value
+  pmtTestNotEqual,
+  pmtTestSlotValueEqual,      // two slots of the same fact
+  pmtTestSlotValueNotEqual,
+  pmtTestMultiSlotEqual,      // one position of a multislot against the value
+  pmtTestMultiSlotNotEqual,
+  pmtTestMultiSlotLength,     // a multislot has exactly so many items
+  pmtTestMultiSlotMultiField, // a $? variable stands at this position
+  pmtFailTest                 // stops every token that has a fact
+};
+std::string EnumName(TPatternMatchTest V);
+
+// A node argument: a slot name or a number.
+using TNodeArg = std::variant<std::int32_t, std::string>;
+using TNodeArgsArray = std::vector<TNodeArg>;
+std::string NodeArgToString(const TNodeArg& Arg);
+
+// ---------------------------------------------------------------- TReteEdge
+
+class TReteEdge : public TGGraphEdge {
+public:
+  TReteEdge(TGGraphNode* AFromNode, TGGraphNode* AToNode) noexcept : TGGraphEdge(AFromNode, AToNode) {}
+
+  TCallType GetCallType() const noexcept { return FCallType; }
+  void SetCallType(TCallType Value) noexcept { FCallType = Value; }
+  // Every node of a network is a TReteNode.
+  TReteNode* GetToReteNode() const noexcept;
+
+private:
+  TCallType FCallType = ctSingle;
+};
+
+// ---------------------------------------------------------------- TReteNode
+
+class TReteNode : public TGLinkedGraphNode {
+public:
+  explicit TReteNode(TReteNetwork* ARete) : FRete(ARete) {}
+
+  TReteNetwork* GetRete() const noexcept { return FRete; }
+  std::int32_t GetRuleUseCount() const noexcept { return FRuleUseCount; }
+  // Never below 0.
+  void SetRuleUseCount(std::int32_t Value) noexcept { FRuleUseCount = Value < 0 ? 0 : Value; }
+  // A child of the engine's global context, made on first use; nil without
+  // an engine.
+  TKBContext* GetContext();
+
+  // Value resolved in the node's context with Token and Fact under test;
+  // true unless it gives FALSE.
+  virtual bool Evaluate(const IKBValue& Call, const IReteToken& Token, const IFact& Fact);
+  // The node's work on a token that arrives through an edge of CallType.
+  virtual bool CallNode(const IReteToken& Token, TCallType CallType) = 0;
+  // What a clear token does to this node alone: memories and activations go.
+  virtual void ClearNode() {}
+  // Each child through each outgoing edge, in edge order.
+  void CallChildren(const IReteToken& Token);
+  // Links a child; the edge carries CallType.
+  TReteEdge* LinkTo(TReteNode* Child, TCallType CallType);
+  int GetChildCount() const noexcept { return GetEdgeCount(); }
+  TReteEdge* GetChildEdge(int Index) const { return static_cast<TReteEdge*>(GetEdge(Index)); }
+
+  std::string ToString() const override;
+
+protected:
+  std::unique_ptr<TGGraphEdge> NewEdge(TGGraphNode* ToNode) override;
+  void AddingEdgeFrom(TGGraphNode* FromNode) override;
+  void RemovingEdgeFrom(TGGraphNode* FromNode) override;
+
+private:
+  TReteNetwork* FRete;
+  std::int32_t FRuleUseCount = 1;
+  std::unique_ptr<TKBContext> FContext;
+};
+
+using TReteNodeClass = std::function<std::unique_ptr<TReteNode>(TReteNetwork* Rete)>;
+
+// ---------------------------------------------------------------- TPatternMatchNode
+
+// A one-input node: one test on the token's own fact.
+class TPatternMatchNode : public TReteNode {
+public:
+  explicit TPatternMatchNode(TReteNetwork* ARete) : TReteNode(ARete) {}
+
+  const IKBValue& GetValue() const noexcept { return FValue; }
+  const TNodeArgsArray& GetArguments() const noexcept { return FArguments; }
+  TPatternMatchTest GetPatternMatchTest() const noexcept { return FPatternMatchTest; }
+  // Sets the test, its arguments and its value at once.
+  virtual void SetPatternMatchTest(TPatternMatchTest Test, const TNodeArgsArray& Args, const IKBValue& Value);
+
+  bool CallNode(const IReteToken& Token, TCallType CallType) override;
+  // Compares the values (value2 equal to value1, inverted by Negate) and on
+  // success passes the token on, weakened to a fuzzy match's degree.
+  virtual bool CallChildren(const IReteToken& Token, const IKBValue& Value1, const IKBValue& Value2, bool Negate);
+  using TReteNode::CallChildren;
+  // Same test, an equal value (a fuzzy one to degree 1) and the same
+  // arguments; a nil Value stands for a node without value.
+  virtual bool Equals(TPatternMatchTest Test, const IKBValue& Value, const TNodeArgsArray& Args) const;
+  bool Equals(TPatternMatchTest Test, const TNodeArgsArray& Args) const { return Equals(Test, nullptr, Args); }
+
+  std::string ToString() const override;
+
+private:
+  bool RunTest(const IReteToken& Token);
+  bool TestClassType(const TFact& Fact) const;
+  bool TestValue(const IReteToken& Token, const IKBValue& Slot, bool Negate);
+  bool PassMultiField(const IReteToken& Token);
+  // Hangs " for pattern match = " and this node's text on a passing error.
+  bool AddsErrorText() const noexcept;
+
+  IKBValue FValue;
+  TNodeArgsArray FArguments;
+  TPatternMatchTest FPatternMatchTest = pmtUnknown;
+  // The arguments as read by the test, worked out once.
+  bool FIsCall = false;
+  std::string FSlot;
+  std::string FSlot2;
+  std::int32_t FNumber1 = 0;  // position, length or first sub index
+  std::int32_t FNumber2 = NoSubIndex;
+};
+
+// ---------------------------------------------------------------- TTestNode
+
+// A test conditional element in the ladder: passes a token when all tests
+// hold. Keeps no memory.
+class TTestNode : public TReteNode {
+public:
+  explicit TTestNode(TReteNetwork* ARete) : TReteNode(ARete) {}
+
+  int GetTestCount() const noexcept { return static_cast<int>(FTests.size()); }
+  TKBSlotTest* GetTest(int Index) const;
+  // A pattern test of no pattern on Value.
+  virtual void AddTest(TSlotTestType Type, const TKBName& SlotName, std::int32_t SubIndex, const IKBValue& Value);
+  void AddTest(TSlotTestType Type, const TKBName& SlotName, const IKBValue& Value) {
+    AddTest(Type, SlotName, NoSubIndex, Value);
+  }
+  void AddTest(std::unique_ptr<TKBSlotTest> Test) { FTests.push_back(std::move(Test)); }
+  virtual void ClearTests() { FTests.clear(); }
+  virtual void DeleteTest(int Index);
+  // The same class and tests, in any order; a node with a call among its
+  // tests equals no other.
+  virtual bool Equals(const TTestNode* Node) const;
+
+  bool CallNode(const IReteToken& Token, TCallType CallType) override;
+  std::string ToString() const override;
+
+protected:
+  // The first Count tests on Token, and Fact as the fact under test.
+  bool RunTests(const IReteToken& Token, const IFact& Fact, int Count);
+
+  std::vector<std::unique_ptr<TKBSlotTest>> FTests;
+};
+
+// ---------------------------------------------------------------- TJoinNode
+
+// Two inputs, two memories. A left token meets the right tokens it passes the
+// tests with; a negated join passes a left token while none does.
+class TJoinNode : public TTestNode {
+public:
+  explicit TJoinNode(TReteNetwork* ARete) : TTestNode(ARete) {}
+
+  bool GetNegatedPattern() const noexcept { return FNegatedPattern; }
+  void SetNegatedPattern(bool Value) noexcept { FNegatedPattern = Value; }
+  bool GetUnique() const noexcept { return FUnique; }
+  void SetUnique(bool Value) noexcept { FUnique = Value; }
+  std::int32_t GetHashKey() const noexcept { return FHashKey; }
+  void SetHashKey(std::int32_t Value) noexcept { FHashKey = Value < 1 ? 1 : Value; }
+  bool GetShortCut() const noexcept { return FShortCut; }
+  // A join behind a negated one for exists: its right tokens are that join's
+  // outputs, and one blocks only the left token it extends.
+  bool GetBlocksOwnLeft() const noexcept { return FBlocksOwnLeft; }
+  void SetBlocksOwnLeft(bool Value) noexcept { FBlocksOwnLeft = Value; }
+  std::int32_t GetMatches() const noexcept { return FMatches; }
+  TKBPattern* GetPattern() const noexcept { return FPattern; }
+  // Raises _SInvalidBackchainPattern for a template that does not chain
+  // backward.
+  void SetPattern(TKBPattern* Value);
+  IReteRule* GetRule() const noexcept { return FRule; }
+  void SetRule(IReteRule* Value) noexcept { FRule = Value; }
+  TKBTokenTree* GetLeftMemory() const noexcept { return FLeftMemory.get(); }
+  TKBTokenTree* GetRightMemory() const noexcept { return FRightMemory.get(); }
+
+  // Makes the memories that are missing and empties those that exist.
+  virtual void ClearMemory();
+  using TTestNode::AddTest;
+  // A test of whole slots.
+  virtual void AddTest(TSlotTestType Type, std::int32_t TokenIndex, const TKBName& LeftIndex,
+                       const TKBName& RightIndex);
+  // Positions on either side; whole slots when both sub indices are -1.
+  virtual void AddTest(TSlotTestType Type, std::int32_t TokenIndex, const TKBName& LeftIndex, std::int32_t LeftSub,
+                       const TKBName& RightIndex, std::int32_t RightSub);
+  // Keys the memories by the values of the first equality test of slots.
+  virtual void PrepareShortCut();
+  // A negated join equals no other; otherwise as a test node.
+  bool Equals(const TTestNode* Node) const override;
+
+  bool CallNode(const IReteToken& Token, TCallType CallType) override;
+  void ClearNode() override;
+  std::string ToString() const override;
+
+private:
+  void RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored);
+  void RunTestsVaryLeft(const IReteToken& Right);
+  // Whether Left and Right (a right token) pass the tests.
+  bool Matches(const IReteToken& Left, const TKBToken& Right);
+  std::int32_t LeftKey(const TKBToken& Left) const;
+  std::int32_t RightKey(const TKBToken& Right) const;
+  // Asks for a goal when a stored left token found no match.
+  void AskForBackChain(const IReteToken& Token);
+  // A new token of Left and Fact, with the lower strength and Action.
+  IReteToken Extend(const IReteToken& Left, const IFact& Fact, float RightStrength, TTokenAction Action) const;
+
+  bool FNegatedPattern = false;
+  bool FBlocksOwnLeft = false;
+  std::unique_ptr<TKBTokenTree> FRightMemory;
+  std::unique_ptr<TKBTokenTree> FLeftMemory;
+  std::int32_t FMatches = 0;
+  TKBPattern* FPattern = nullptr;
+  IReteRule* FRule = nullptr;
+  bool FUnique = false;
+  std::int32_t FHashKey = 101;
+  bool FShortCut = false;
+  std::int32_t FTokenIndex = -1;
+  std::int32_t FRightSubIndex = NoSubIndex;
+  std::int32_t FLeftSubIndex = NoSubIndex;
+  TKBName FLeftFactIndex;
+  TKBName FRightFactIndex;
+};
+
+// ---------------------------------------------------------------- TPatternMatchTerminalNode
+
+// The end of a rule: one activation for each token that reaches it.
+class TPatternMatchTerminalNode : public TReteNode {
+public:
+  explicit TPatternMatchTerminalNode(TReteNetwork* ARete) : TReteNode(ARete) {}
+  // Stands down every activation.
+  ~TPatternMatchTerminalNode() override;
+
+  bool GetInitialized() const noexcept { return FInitialized; }
+  // Can only set the flag.
+  virtual void SetInitialized(bool Value) noexcept { FInitialized = FInitialized || Value; }
+  IReteRule* GetRule() const noexcept { return FRule; }
+  void SetRule(IReteRule* Value) noexcept { FRule = Value; }
+  int GetActivationCount() const noexcept { return static_cast<int>(FActivations.size()); }
+  TActivation* GetActivation(int Index) const;
+  int IndexOf(const TActivation* Activation) const noexcept;
+
+  bool CallNode(const IReteToken& Token, TCallType CallType) override;
+  void ClearNode() override { StandDown(); }
+  virtual void AddActivation(const IReteToken& Token);
+  virtual void Deactivate(int Index);
+  void Deactivate(TActivation* Activation);
+  virtual void RuleFired(TActivation* Activation);
+  // Every activation, last first.
+  virtual void StandDown();
+  // The first activation of an equal token.
+  virtual void StandDown(const IReteToken& Token);
+  // Forgets the activations without telling anybody.
+  void FastClear() noexcept;
+
+  std::string ToString() const override;
+
+private:
+  friend class TActivation;
+  // An activation that goes away on its own leaves the list quietly: it is
+  // on its way out of the agenda already.
+  void Forget(TActivation* Activation) noexcept;
+  // Takes the activation out of the list and the index.
+  void Unlist(TActivation* Activation) noexcept;
+
+  bool FInitialized = false;
+  IReteRule* FRule = nullptr;
+  // In no particular order: an activation leaves by a swap with the last.
+  std::vector<TActivation*> FActivations;
+  // The activations by their token's sort code, so that a retraction finds
+  // its activation without a scan.
+  std::unordered_multimap<std::int32_t, TActivation*> FByToken;
+};
+
+// ---------------------------------------------------------------- TReteNetwork
+
+using TNetworkActivationEvent = std::function<void(TObject* Sender, TActivation* Activation)>;
+
+class TReteNetwork : public TGGraph {
+public:
+  using TRuleNodes = std::vector<TReteNode*>;
+
+  TReteNetwork(IKnowledgeBase* AEngine, TModule* AModule);
+  ~TReteNetwork() override;
 
   IKnowledgeBase* GetEngine() const noexcept { return FEngine; }
   void SetEngine(IKnowledgeBase* Value) noexcept { FEngine = Value; }
   TModule* GetModule() const noexcept { return FModule; }
-  // Sends a token through the network; with no rules nothing takes notice.
-  void ProcessToken(const IReteToken& Token) { (void)Token; }
+  // What a negated pattern puts in a token; nil without an engine.
+  IFact GetNullFact() const;
+  bool GetEnabled() const noexcept { return FEnabled; }
+  // Disabling clears the network: rules must be added again.
+  void SetEnabled(bool Value);
+  std::int32_t GetHashKey() const noexcept { return FHashKey; }
+  // For joins made from now on.
+  void SetHashKey(std::int32_t Value) noexcept { FHashKey = Value < 1 ? 1 : Value; }
+  float GetMinActivationStrength() const noexcept { return FMinActivationStrength; }
+  // Kept within 0 and 1.
+  void SetMinActivationStrength(float Value) noexcept;
+
+  // The classes of the nodes the passes make.
+  void SetNodeJoinClass(TReteNodeClass Value) { FNodeJoinClass = std::move(Value); }
+  void SetNodeMatchClass(TReteNodeClass Value) { FNodeMatchClass = std::move(Value); }
+  void SetNodeTerminalClass(TReteNodeClass Value) { FNodeTerminalClass = std::move(Value); }
+  void SetNodeTestClass(TReteNodeClass Value) { FNodeTestClass = std::move(Value); }
+  template <class T>
+  static TReteNodeClass NodeClassOf() {
+    return [](TReteNetwork* Rete) -> std::unique_ptr<TReteNode> { return std::make_unique<T>(Rete); };
+  }
+
+  int GetRootCount() const noexcept { return FRoots.GetCount(); }
+  TReteNode* GetRoot(int Index) const { return static_cast<TReteNode*>(FRoots.GetNode(Index)); }
+  // The nodes a rule uses, a node used twice standing twice; nil for a rule
+  // the network does not hold.
+  const TRuleNodes* GetRuleNodesList(const IReteRule* Rule) const noexcept;
+  int GetRuleCount() const noexcept { return static_cast<int>(FRuleNodes.size()); }
+
+  // ------------------------------------------------------------ compilation
+  // Compiles the rule into nodes shared with the rules before it and loads
+  // them from the facts in working memory. On an error the network is as it
+  // was before the call.
+  virtual void AddRule(IReteRule* Rule);
+  // Frees exactly the nodes that no other rule uses.
+  virtual void RemoveRule(IReteRule* Rule);
+  // A copy of the call in which each variable bound by the rule is the
+  // address of its value in a token.
+  virtual IKBValue Evaluate(const IKBValue& Call, IReteRule* Rule);
+  // Whether the compiled call reads a fact other than number Index.
+  static bool HasMorePatterns(const IKBValue& Call, std::int32_t Index);
+
+  // ------------------------------------------------------------ propagation
+  // Sends the token to each root; true when one of them reported true.
+  virtual bool ProcessToken(const IReteToken& Token);
+  virtual bool ProcessTokenOneNode(const IReteToken& Token, TReteNode* Node);
+  virtual void Activate(TActivation* Activation);
+  virtual void Deactivate(TActivation* Activation);
+  virtual void RuleFired(TActivation* Activation);
+
+  // ------------------------------------------------------------ graph
+  TGGraphNode* AddNode(std::unique_ptr<TGGraphNode> Node) override;
+  void RemoveNode(TGGraphNode* Node) override;
+  std::unique_ptr<TGGraphNode> Extract(TGGraphNode* Node) override;
+  // Frees every node and forgets every rule.
+  void Clear() override;
+
+  TNetworkActivationEvent OnActivation;
+  TNetworkActivationEvent OnDeactivation;
+  TNetworkActivationEvent OnRuleFired;
+  TNotifyEvent OnChange;
+  TNotifyEvent OnNodeChange;
+
+protected:
+  void Notification(TComponent* AComponent, TOperation Operation) override;
+
+  // One compilation: the rule, its account and the nodes of each pattern.
+  struct TCompilation;
+  virtual void ProcessFirstPass(TCompilation& C);
+  virtual void ProcessSecondPass(TCompilation& C);
+  virtual void ProcessThirdPass(TCompilation& C);
+  virtual void ProcessFourthPass(TCompilation& C);
+  virtual void UpdateNodes(const std::vector<TReteNode*>& FirstNodes);
+  // A one-input successor of Parent (a root without one), shared when an
+  // equal one exists.
+  TPatternMatchNode* CreateSuccessor(TCompilation& C, TReteNode* Parent, TPatternMatchTest Test,
+                                     const TNodeArgsArray& Args, const IKBValue& Value);
 
 private:
+  friend class TReteNode;
+  // Sets to 0 the fact index of every binding the call reads.
+  static void CleanUpBinding(const IKBValue& Value);
+  std::unique_ptr<TReteNode> MakeNode(const TReteNodeClass& Class) const;
+  void EnterRuleNode(TCompilation& C, TReteNode* Node);
+  // Takes the rule's nodes away again, last first.
+  void ReleaseNodes(TRuleNodes& Nodes);
+  void ForgetNode(TReteNode* Node) noexcept;
+
   IKnowledgeBase* FEngine;
   TModule* FModule;
+  TGGraphNodes FRoots;
+  std::unordered_map<const IReteRule*, TRuleNodes> FRuleNodes;
+  std::int32_t FHashKey = 101;
+  float FMinActivationStrength = 0.0f;
+  TReteNodeClass FNodeJoinClass;
+  TReteNodeClass FNodeMatchClass;
+  TReteNodeClass FNodeTerminalClass;
+  TReteNodeClass FNodeTestClass;
+  bool FEnabled = true;
 };
+
+// ---------------------------------------------------------------- inline
+
+inline TReteNode* TReteEdge::GetToReteNode() const noexcept { return static_cast<TReteNode*>(GetToNode()); }
 
 }  // namespace cogent

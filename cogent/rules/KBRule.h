@@ -15,6 +15,7 @@
 #include "cogent/facts/KBModule.h"
 #include "cogent/facts/KBSlotTest.h"
 #include "cogent/matching/KBToken.h"
+#include "cogent/matching/ReteNetwork.h"
 
 namespace cogent {
 
@@ -107,7 +108,7 @@ private:
 
 // ---------------------------------------------------------------- TRule
 
-class TRule : public TComponent {
+class TRule : public TComponent, public IReteRule {
 public:
   // With an engine as owner (at design time: an engine among the owner's
   // components) the rule takes a new id; it enters no table until SetEngine
@@ -121,7 +122,7 @@ public:
 
   // ------------------------------------------------------------ identity
   std::int32_t GetID() const noexcept { return FID; }
-  const TKBName& GetRuleName() const noexcept { return FRuleName; }
+  const TKBName& GetRuleName() const noexcept override { return FRuleName; }
   // Checks the name, and re-keys the rule in its module's table; on an
   // error the old name stays.
   virtual void SetRuleName(const TKBName& Value);
@@ -146,15 +147,15 @@ public:
   // ------------------------------------------------------------ switches
   bool GetAutoFocus() const noexcept { return FAutoFocus; }
   void SetAutoFocus(bool Value) noexcept { FAutoFocus = Value; }
-  bool GetEnabled() const noexcept { return FEnabled; }
+  bool GetEnabled() const noexcept override { return FEnabled; }
   void SetEnabled(bool Value) noexcept { FEnabled = Value; }
-  bool GetOneShot() const noexcept { return FOneShot; }
+  bool GetOneShot() const noexcept override { return FOneShot; }
   void SetOneShot(bool Value) noexcept { FOneShot = Value; }
-  bool GetHasFired() const noexcept { return FHasFired; }
+  bool GetHasFired() const noexcept override { return FHasFired; }
 
   // ------------------------------------------------------------ salience
   // The last evaluated salience, by which the agenda sorts.
-  std::int32_t GetSalience() const noexcept { return FSalience; }
+  std::int32_t GetSalience() const noexcept override { return FSalience; }
   void SetSalience(std::int32_t Value) { SetSalienceInteger(Value); }
   // A new integer makes the salience that plain number and tells of the change.
   void SetSalienceInteger(std::int32_t Value);
@@ -169,6 +170,10 @@ public:
 
   // ------------------------------------------------------------ patterns, actions, bindings
   TRulePatternList* GetPatterns() const noexcept { return FPatterns.get(); }
+  int GetPatternCount() const noexcept override { return FPatterns->GetCount(); }
+  TKBPattern* GetPattern(int Index) const override { return FPatterns->GetItem(Index); }
+  void AppendPattern(std::unique_ptr<TKBPattern> Pattern) override { FPatterns->Add(std::move(Pattern)); }
+  TComponent* GetRuleComponent() noexcept override { return this; }
   // Replaces the patterns and bindings by those that clones of Value's
   // patterns give; a companion of a need- pattern is made again, not copied.
   virtual void SetPatterns(const TRulePatternList& Value);
@@ -179,7 +184,7 @@ public:
   TBinding* GetBinding(int Index) const;
   // Exact name, first match; -1 or nil when none.
   int IndexOfBinding(const TKBName& Name) const noexcept;
-  TBinding* GetBindingByName(const TKBName& Name) const noexcept;
+  TBinding* GetBindingByName(const TKBName& Name) const noexcept override;
   // An equal binding that exists is given back instead of a new one.
   virtual TBinding* AddBinding(const TKBName& AName, std::int32_t AFactIndex, const std::string& ASlotIndex,
                                std::int32_t ASubIndex);
@@ -190,8 +195,8 @@ public:
   // for a variable whose first use is negated; the pattern stays in the list.
   virtual void AddPattern(TKBPattern* Pattern);
   // The network's account of the rule's nodes.
-  const std::string& GetCompilation() const noexcept { return FCompilation; }
-  void SetCompilation(const std::string& Value) { FCompilation = Value; }
+  const std::string& GetCompilation() const noexcept override { return FCompilation; }
+  void SetCompilation(const std::string& Value) override { FCompilation = Value; }
 
   // ------------------------------------------------------------ change
   virtual void BeginUpdate();
@@ -205,7 +210,7 @@ public:
   virtual void Prepare(const IReteToken& Token, TKBContext* Context);
   // Runs the actions in a child of the global context, which is popped and
   // freed whatever happens. A return without value pops the focus.
-  virtual void Fire(const IReteToken& Token);
+  void Fire(const IReteToken& Token) override;
   // Forgets that the rule has fired.
   virtual void Reset();
 

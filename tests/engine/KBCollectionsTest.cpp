@@ -207,7 +207,7 @@ TEST(KBCollectionsTest, RuleRedefinitionFollowsThePolicy) {
   delete Freed;
   EXPECT_EQ(Rules->GetCount(), 0);
   // The compilation trace, then one event per change; none for the refused rules.
-  EXPECT_EQ(Log, (std::vector<std::string>{"|\r\n", "add r1", "remove r1", "add r1", "remove r1", "add r1",
+  EXPECT_EQ(Log, (std::vector<std::string>{"|r1: +1+t\r\n", "add r1", "remove r1", "add r1", "remove r1", "add r1",
                                            "remove r1", "add r2", "remove r2"}));
   EXPECT_EQ(Hosted.GetEngine(), nullptr);
 

@@ -1,0 +1,808 @@
+// The nodes of the network and what they do to the tokens that reach them:
+// one-input tests, test nodes, joins with their memories, terminal nodes with
+// their activations.
+
+#include <algorithm>
+#include <array>
+
+#include "cogent/foundation/KBInterfaces.h"
+#include "cogent/foundation/KBMessages.h"
+#include "cogent/matching/ReteNetwork.h"
+
+namespace cogent {
+
+namespace {
+
+constexpr std::array<const char*, 4> CallTypeNames{"ctLeft", "ctRight", "ctSingle", "ctActivate"};
+constexpr std::array<const char*, 11> PatternMatchTestNames{
+    "pmtUnknown",           "pmtTestClassType",         "pmtTestEqual",
+    "pmtTestNotEqual",      "pmtTestSlotValueEqual",    "pmtTestSlotValueNotEqual",
+    "pmtTestMultiSlotEqual", "pmtTestMultiSlotNotEqual", "pmtTestMultiSlotLength",
+    "pmtTestMultiSlotMultiField", "pmtFailTest"};
+static_assert(CallTypeNames.size() == ctActivate + 1);
+static_assert(PatternMatchTestNames.size() == pmtFailTest + 1);
+
+// Clears a context's token and fact when a test is done with them.
+class TContextScope {
+public:
+  TContextScope(TKBContext* AContext, const IReteToken& Token) : FContext(AContext) {
+    if (FContext) FContext->SetToken(Token);
+  }
+  ~TContextScope() {
+    if (!FContext) return;
+    FContext->SetToken(nullptr);
+    FContext->SetFact(nullptr);
+  }
+  TContextScope(const TContextScope&) = delete;
+  TContextScope& operator=(const TContextScope&) = delete;
+
+private:
+  TKBContext* FContext;
+};
+
+// Item Index of a list value; nil for anything else.
+IKBValue ListItem(const IKBValue& Value, std::int32_t Index) {
+  if (!Value || Value->GetDType() != dtList || Index < 0) return nullptr;
+  const IValueVector List = Value->GetAsList();
+  if (!List || Index >= List->GetCount()) return nullptr;
+  return List->GetRef(Index);
+}
+
+// Whether Right extends a token whose facts are Left's, by fact identity.
+bool ExtendsLeft(const TKBToken& Right, const TKBToken& Left) noexcept {
+  const TKBToken* A = Right.GetParent().get();
+  const TKBToken* B = &Left;
+  if (!A || A->GetCount() != B->GetCount() || A->GetSortCode() != B->GetSortCode()) return false;
+  while (A && B) {
+    if (A == B) return true;
+    const TFact* FA = A->GetFact().get();
+    const TFact* FB = B->GetFact().get();
+    if (FA != FB && (!FA || !FB || FA->GetID() != FB->GetID())) return false;
+    A = A->GetParent().get();
+    B = B->GetParent().get();
+  }
+  return A == B;
+}
+
+}  // namespace
+
+std::string EnumName(TCallType V) { return CallTypeNames[V]; }
+std::string EnumName(TPatternMatchTest V) { return PatternMatchTestNames[V]; }
+
+std::string NodeArgToString(const TNodeArg& Arg) {
+  if (const auto* Number = std::get_if<std::int32_t>(&Arg)) return IntToStr(*Number);
+  return std::get<std::string>(Arg);
+}
+
+// ================================================================ TActivation
+
+TActivation::TActivation(IReteRule* ARule, const IReteToken& AToken, TPatternMatchTerminalNode* ANode,
+                         float AStrength)
+    : FRule(ARule), FToken(AToken), FNode(ANode) {
+  SetStrength(AStrength);
+}
+
+TActivation::~TActivation() {
+  if (FNode) FNode->Forget(this);
+}
+
+void TActivation::SetStrength(float Value) noexcept { FStrength = Value < 0.0f ? 0.0f : (Value > 1.0f ? 1.0f : Value); }
+
+std::unique_ptr<TActivation> TActivation::Clone() const {
+  // A clone is nobody's entry: the node does not list it.
+  auto Result = std::make_unique<TActivation>(FRule, FToken, FNode, 1.0f);
+  return Result;
+}
+
+bool TActivation::Fire() {
+  if (FRule) FRule->Fire(FToken);
+  // The node may free the activation: nothing of it is touched afterwards.
+  if (FNode) FNode->RuleFired(this);
+  return true;
+}
+
+std::string TActivation::ToString() const {
+  std::string Result = IntToStr(FRule ? FRule->GetSalience() : 0) + " " + (FRule ? FRule->GetRuleName() : "");
+  Result += " : " + (FToken ? FToken->GetToFactsString() : std::string()) + " (" + Format("%.4f", FStrength) + ")";
+  return Result;
+}
+
+void TActivation::Assign(TPersistent* Source) {
+  if (auto* Other = dynamic_cast<TActivation*>(Source)) {
+    FRule = Other->FRule;
+    FToken = Other->FToken;
+    FNode = Other->FNode;
+    FStrength = Other->FStrength;
+    return;
+  }
+  TPersistent::Assign(Source);
+}
+
+// ================================================================ TReteNode
+
+TKBContext* TReteNode::GetContext() {
+  if (!FContext) {
+    IKnowledgeBase* Engine = FRete ? FRete->GetEngine() : nullptr;
+    TKBContext* Global = Engine ? Engine->GetGlobalContext() : nullptr;
+    FContext = Global ? Global->Push() : std::make_unique<TKBContext>(nullptr, nullptr);
+  }
+  return FContext.get();
+}
+
+bool TReteNode::Evaluate(const IKBValue& Call, const IReteToken& Token, const IFact& Fact) {
+  TKBContext* Context = GetContext();
+  const TContextScope Scope(Context, Token);
+  Context->SetFact(Fact);
+  const IKBValue Result = Call ? Call->Resolve(Context) : IKBValue();
+  return !(Result && Result->Equals(FCFalse));
+}
+
+void TReteNode::CallChildren(const IReteToken& Token) {
+  // By index, so that a host that changes the graph from an event does not
+  // pull the list from under the walk.
+  for (int I = 0; I < GetEdgeCount(); ++I) {
+    const auto* Edge = static_cast<const TReteEdge*>(GetEdge(I));
+    Edge->GetToReteNode()->CallNode(Token, Edge->GetCallType());
+  }
+}
+
+TReteEdge* TReteNode::LinkTo(TReteNode* Child, TCallType CallType) {
+  auto* Edge = static_cast<TReteEdge*>(AddEdge(Child));
+  Edge->SetCallType(CallType);
+  return Edge;
+}
+
+std::string TReteNode::ToString() const {
+  return GetName() + " In/Out#: " + IntToStr(GetPredecessorCount()) + "/" + IntToStr(GetEdgeCount()) +
+         " RuleUse: " + IntToStr(FRuleUseCount);
+}
+
+std::unique_ptr<TGGraphEdge> TReteNode::NewEdge(TGGraphNode* ToNode) { return std::make_unique<TReteEdge>(this, ToNode); }
+
+void TReteNode::AddingEdgeFrom(TGGraphNode* FromNode) {
+  TGLinkedGraphNode::AddingEdgeFrom(FromNode);
+  if (GetPredecessorCount() == 0 && FRete) FRete->FRoots.Remove(this);
+}
+
+void TReteNode::RemovingEdgeFrom(TGGraphNode* FromNode) {
+  TGLinkedGraphNode::RemovingEdgeFrom(FromNode);
+  if (GetPredecessorCount() == 1 && FRete && GetGraph() == FRete && FRete->FRoots.IndexOf(this) < 0)
+    FRete->FRoots.Add(this);
+}
+
+// ================================================================ TPatternMatchNode
+
+void TPatternMatchNode::SetPatternMatchTest(TPatternMatchTest Test, const TNodeArgsArray& Args, const IKBValue& Value) {
+  FPatternMatchTest = Test;
+  FArguments = Args;
+  FValue = Value;
+  FIsCall = Value && Value->GetDType() == dtFunCall;
+  auto Text = [&](std::size_t I) -> std::string {
+    if (I >= Args.size()) return {};
+    if (const auto* S = std::get_if<std::string>(&Args[I])) return *S;
+    return NodeArgToString(Args[I]);
+  };
+  auto Number = [&](std::size_t I, std::int32_t Default) -> std::int32_t {
+    if (I >= Args.size()) return Default;
+    if (const auto* N = std::get_if<std::int32_t>(&Args[I])) return *N;
+    return Default;
+  };
+  FSlot = Text(0);
+  if (Test == pmtTestSlotValueEqual || Test == pmtTestSlotValueNotEqual) {
+    FSlot2 = Text(1);
+    FNumber1 = Number(2, NoSubIndex);
+    FNumber2 = Number(3, NoSubIndex);
+  } else {
+    FSlot2.clear();
+    FNumber1 = Number(1, NoSubIndex);
+    FNumber2 = NoSubIndex;
+  }
+}
+
+bool TPatternMatchNode::AddsErrorText() const noexcept {
+  switch (FPatternMatchTest) {
+    case pmtTestEqual:
+    case pmtTestNotEqual:
+    case pmtTestSlotValueEqual:
+    case pmtTestSlotValueNotEqual:
+    case pmtTestMultiSlotEqual:
+    case pmtTestMultiSlotNotEqual:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool TPatternMatchNode::CallNode(const IReteToken& Token, TCallType CallType) {
+  (void)CallType;
+  if (!Token) return false;
+  if (Token->GetTag() == taClear) {
+    TReteNode::CallChildren(Token);
+    return true;
+  }
+  if (!AddsErrorText()) return RunTest(Token);
+  try {
+    return RunTest(Token);
+  } catch (Exception& E) {
+    E.SetMessage(E.GetMessage() + _SPatternMatchError + ToString());
+    throw;
+  }
+}
+
+bool TPatternMatchNode::TestClassType(const TFact& Fact) const {
+  if (!FValue) return false;
+  const TFactTemplate* Own = Fact.GetTemplate().get();
+  if (!Own) return false;
+  const std::string& Wanted = FValue->GetAsString();
+  if (Own->GetTemplateName() == Wanted) return true;
+  // A pattern on a parent template sees the facts of derived templates too.
+  for (IFactTemplate Template = Own->GetParent(); Template; Template = Template->GetParent())
+    if (Template->GetTemplateName() == Wanted) return true;
+  return false;
+}
+
+bool TPatternMatchNode::TestValue(const IReteToken& Token, const IKBValue& Slot, bool Negate) {
+  if (!FIsCall) return CallChildren(Token, FValue, Slot, Negate);
+  bool Result = Evaluate(FValue, Token, Token->GetFact());
+  if (Negate) Result = !Result;
+  if (Result) TReteNode::CallChildren(Token);
+  return Result;
+}
+
+bool TPatternMatchNode::RunTest(const IReteToken& Token) {
+  const TFact* Fact = Token->GetFact().get();
+  if (!Fact) return false;
+  switch (FPatternMatchTest) {
+    case pmtUnknown:
+    case pmtFailTest:
+      return false;
+    case pmtTestClassType:
+      if (!TestClassType(*Fact)) return false;
+      TReteNode::CallChildren(Token);
+      return true;
+    case pmtTestEqual:
+    case pmtTestNotEqual: {
+      const IKBValue Slot = Fact->ContainsKey(FSlot);
+      return Slot && TestValue(Token, Slot, FPatternMatchTest == pmtTestNotEqual);
+    }
+    case pmtTestSlotValueEqual:
+    case pmtTestSlotValueNotEqual: {
+      IKBValue First = Fact->ContainsKey(FSlot);
+      IKBValue Second = Fact->ContainsKey(FSlot2);
+      if (First && FNumber1 != NoSubIndex) First = ListItem(First, FNumber1);
+      if (Second && FNumber2 != NoSubIndex) Second = ListItem(Second, FNumber2);
+      if (!First || !Second) return false;
+      return CallChildren(Token, Second, First, FPatternMatchTest == pmtTestSlotValueNotEqual);
+    }
+    case pmtTestMultiSlotEqual:
+    case pmtTestMultiSlotNotEqual: {
+      const IKBValue Item = ListItem(Fact->ContainsKey(FSlot), FNumber1);
+      return Item && TestValue(Token, Item, FPatternMatchTest == pmtTestMultiSlotNotEqual);
+    }
+    case pmtTestMultiSlotLength: {
+      const IKBValue Slot = Fact->ContainsKey(FSlot);
+      if (!Slot || Slot->GetDType() != dtList) return false;
+      const IValueVector List = Slot->GetAsList();
+      if ((List ? List->GetCount() : 0) != FNumber1) return false;
+      TReteNode::CallChildren(Token);
+      return true;
+    }
+    case pmtTestMultiSlotMultiField:
+      return PassMultiField(Token);
+  }
+  return false;
+}
+
+bool TPatternMatchNode::PassMultiField(const IReteToken& Token) {
+  const IFact& Fact = Token->GetFact();
+  const IKBValue Slot = Fact->ContainsKey(FSlot);
+  if (!Slot) return false;
+  if (Slot->Equals(FCNil)) {
+    TReteNode::CallChildren(Token);
+    return true;
+  }
+  if (Slot->GetDType() != dtList) return false;
+  const IValueVector List = Slot->GetAsList();
+  const std::int32_t N = List ? List->GetCount() : 0;
+  const std::int32_t P = FNumber1 < 0 ? 0 : FNumber1;
+  // The variable takes all the items from P on, then one fewer each round.
+  for (std::int32_t I = 0; I <= N - P; ++I) {
+    const std::int32_t R = N - P - I;
+    IValueVector Shaped(new TValueVector());
+    IValueVector Taken(new TValueVector());
+    for (std::int32_t K = 0; K < P; ++K) Shaped->Add(List->GetRef(K));
+    for (std::int32_t K = P; K < P + R; ++K) Taken->Add(List->GetRef(K));
+    Shaped->Add(IKBValue(new TKBValue(Taken)));
+    for (std::int32_t K = P + R; K < N; ++K) Shaped->Add(List->GetRef(K));
+    const IFact Clone = Fact->Clone();
+    Clone->SetID(Fact->GetID());
+    Clone->SetValue(FSlot, IKBValue(new TKBValue(Shaped)));
+    TReteNode::CallChildren(IReteToken(new TKBToken(IReteToken(), Clone, Token->GetTag(), Token->GetStrength())));
+  }
+  return true;
+}
+
+bool TPatternMatchNode::CallChildren(const IReteToken& Token, const IKBValue& Value1, const IKBValue& Value2,
+                                     bool Negate) {
+  bool Result = Value2 && Value2->Equals(Value1);
+  if (Negate) Result = !Result;
+  if (!Result) return false;
+  const bool Fuzzy1 = Value1 && Value1->GetDType() == dtFuzzy;
+  const bool Fuzzy2 = Value2 && Value2->GetDType() == dtFuzzy;
+  if (!Fuzzy1 && !Fuzzy2) {
+    TReteNode::CallChildren(Token);
+    return Result;
+  }
+  const IFuzzySet Set = Fuzzy2 ? Value2->GetAsFuzzy() : Value1->GetAsFuzzy();
+  const IKBValue& Other = Fuzzy2 ? Value1 : Value2;
+  const float Degree = Set ? Set->FuzzyEquals(IInterface(Other)) : 0.0f;
+  if (Token->GetStrength() > Degree) {
+    if (Degree >= GetRete()->GetMinActivationStrength()) {
+      IReteToken Weaker(new TKBToken(*Token));
+      Weaker->SetStrength(Degree);
+      TReteNode::CallChildren(Weaker);
+    }
+  } else {
+    TReteNode::CallChildren(Token);
+  }
+  return Result;
+}
+
+bool TPatternMatchNode::Equals(TPatternMatchTest Test, const IKBValue& Value, const TNodeArgsArray& Args) const {
+  if (Test != FPatternMatchTest) return false;
+  if (!Value) {
+    if (FValue) return false;
+  } else {
+    if (!FValue || Args.size() != FArguments.size()) return false;
+    if (Value->GetDType() == dtFuzzy || FValue->GetDType() == dtFuzzy) {
+      const bool Mine = FValue->GetDType() == dtFuzzy;
+      const IFuzzySet Set = Mine ? FValue->GetAsFuzzy() : Value->GetAsFuzzy();
+      if (!Set || Set->FuzzyEquals(IInterface(Mine ? Value : FValue)) < 1.0f) return false;
+    } else if (!FValue->Equals(Value)) {
+      return false;
+    }
+  }
+  return Args == FArguments;
+}
+
+std::string TPatternMatchNode::ToString() const {
+  std::string Result = TReteNode::ToString();
+  if (FValue) Result += " Value: " + FValue->ToString();
+  Result += " Test: " + EnumName(FPatternMatchTest);
+  if (!FArguments.empty()) {
+    Result += " Args: (";
+    for (std::size_t I = 0; I < FArguments.size(); ++I) Result += (I ? ", " : "") + NodeArgToString(FArguments[I]);
+    Result += ")";
+  }
+  return Result;
+}
+
+// ================================================================ TTestNode
+
+TKBSlotTest* TTestNode::GetTest(int Index) const {
+  if (Index < 0 || Index >= GetTestCount()) throw EListError(Format(SListIndexError, Index));
+  return FTests[static_cast<std::size_t>(Index)].get();
+}
+
+void TTestNode::AddTest(TSlotTestType Type, const TKBName& SlotName, std::int32_t SubIndex, const IKBValue& Value) {
+  (void)SlotName;
+  FTests.push_back(std::make_unique<TKBPatternMatchTest>(nullptr, Type, SubIndex, Value));
+}
+
+void TTestNode::DeleteTest(int Index) {
+  (void)GetTest(Index);
+  FTests.erase(FTests.begin() + Index);
+}
+
+bool TTestNode::Equals(const TTestNode* Node) const {
+  if (Node == this) return true;
+  if (!Node || typeid(*Node) != typeid(*this) || Node->GetTestCount() != GetTestCount()) return false;
+  auto HasCall = [](const TTestNode& N) {
+    return std::any_of(N.FTests.begin(), N.FTests.end(),
+                       [](const auto& T) { return dynamic_cast<const TKBPatternMatchTest*>(T.get()) != nullptr; });
+  };
+  if (HasCall(*this) || HasCall(*Node)) return false;
+  return std::all_of(FTests.begin(), FTests.end(), [&](const auto& Mine) {
+    return std::any_of(Node->FTests.begin(), Node->FTests.end(),
+                       [&](const auto& Theirs) { return Mine->Equals(Theirs.get()); });
+  });
+}
+
+bool TTestNode::RunTests(const IReteToken& Token, const IFact& Fact, int Count) {
+  if (FTests.empty() || Count <= 0) return true;
+  TKBContext* Context = GetContext();
+  const TContextScope Scope(Context, Token);
+  Context->SetFact(Fact);
+  const std::size_t N = std::min<std::size_t>(static_cast<std::size_t>(Count), FTests.size());
+  for (std::size_t I = 0; I < N; ++I)
+    if (!FTests[I]->PerformTest(Context)) return false;
+  return true;
+}
+
+bool TTestNode::CallNode(const IReteToken& Token, TCallType CallType) {
+  (void)CallType;
+  if (!Token) return false;
+  if (Token->GetTag() != taClear && !RunTests(Token, nullptr, GetTestCount())) return false;
+  CallChildren(Token);
+  return true;
+}
+
+std::string TTestNode::ToString() const {
+  std::string Result = TReteNode::ToString() + " NumTests: " + IntToStr(GetTestCount());
+  for (const auto& Test : FTests) Result += " (" + Test->ToString() + ")";
+  return Result;
+}
+
+// ================================================================ TJoinNode
+
+void TJoinNode::SetPattern(TKBPattern* Value) {
+  if (Value) {
+    const IFactTemplate& Template = Value->GetFactTemplate();
+    if (!Template || !Template->IsBackwardChaining()) throw EKBException(_SInvalidBackchainPattern);
+  }
+  FPattern = Value;
+}
+
+void TJoinNode::ClearMemory() {
+  if (!FLeftMemory) {
+    FLeftMemory = std::make_unique<TKBTokenTree>(FHashKey, FTokenIndex, FLeftSubIndex, FLeftFactIndex, !FShortCut);
+  } else {
+    FLeftMemory->Clear();
+  }
+  if (!FRightMemory) {
+    FRightMemory = std::make_unique<TKBTokenTree>(FHashKey, 0, FRightSubIndex, FRightFactIndex, false);
+    // The right tokens of an exists gate each extend one left token.
+    FRightMemory->SetKeyByParent(FBlocksOwnLeft);
+  } else {
+    FRightMemory->Clear();
+  }
+}
+
+void TJoinNode::ClearNode() {
+  if (FLeftMemory) FLeftMemory->Clear();
+  if (FRightMemory) FRightMemory->Clear();
+}
+
+void TJoinNode::AddTest(TSlotTestType Type, std::int32_t TokenIndex, const TKBName& LeftIndex,
+                        const TKBName& RightIndex) {
+  FTests.push_back(std::make_unique<TKBJoinTest>(Type, LeftIndex, RightIndex, TokenIndex));
+}
+
+void TJoinNode::AddTest(TSlotTestType Type, std::int32_t TokenIndex, const TKBName& LeftIndex, std::int32_t LeftSub,
+                        const TKBName& RightIndex, std::int32_t RightSub) {
+  if (LeftSub == NoSubIndex && RightSub == NoSubIndex)
+    AddTest(Type, TokenIndex, LeftIndex, RightIndex);
+  else
+    FTests.push_back(std::make_unique<TKBJoinTest>(Type, LeftIndex, LeftSub, RightIndex, RightSub, TokenIndex));
+}
+
+void TJoinNode::PrepareShortCut() {
+  auto Find = [this](TJoinTestType Kind) -> std::size_t {
+    for (std::size_t I = 0; I < FTests.size(); ++I)
+      if (const auto* Join = dynamic_cast<const TKBJoinTest*>(FTests[I].get());
+          Join && Join->GetJoinTestType() == Kind && Join->GetSlotTestType() == sttEquals)
+        return I;
+    return FTests.size();
+  };
+  std::size_t Index = Find(tstSlot);
+  if (Index == FTests.size()) Index = Find(tstMultiSlot);
+  if (Index < FTests.size()) {
+    const auto* Join = static_cast<const TKBJoinTest*>(FTests[Index].get());
+    FRightFactIndex = Join->GetRightIndex();
+    FTokenIndex = Join->GetTokenIndex();
+    FLeftFactIndex = Join->GetLeftIndex();
+    if (Join->GetJoinTestType() == tstMultiSlot) {
+      FLeftSubIndex = Join->GetLeftSubIndex();
+      FRightSubIndex = Join->GetRightSubIndex();
+    }
+    FShortCut = true;
+    std::swap(FTests[0], FTests[Index]);
+  }
+  if (!(FLeftMemory && FRightMemory && FLeftMemory->GetEmpty() && FRightMemory->GetEmpty())) {
+    // The keys may have changed: memories made before are made anew.
+    FLeftMemory.reset();
+    FRightMemory.reset();
+    ClearMemory();
+  }
+}
+
+bool TJoinNode::Equals(const TTestNode* Node) const {
+  if (FNegatedPattern) return false;
+  const auto* Join = dynamic_cast<const TJoinNode*>(Node);
+  if (!Join || Join->FNegatedPattern || Join->FBlocksOwnLeft != FBlocksOwnLeft) return false;
+  return TTestNode::Equals(Node);
+}
+
+std::int32_t TJoinNode::LeftKey(const TKBToken& Left) const {
+  if (FBlocksOwnLeft) return FLeftMemory->GetKey(Left);
+  return TKBTokenTree::GetValueKey(Left.GetFacts(FTokenIndex).get(), FLeftFactIndex, FLeftSubIndex);
+}
+
+std::int32_t TJoinNode::RightKey(const TKBToken& Right) const {
+  if (FBlocksOwnLeft) return FRightMemory->GetKey(Right);
+  return TKBTokenTree::GetValueKey(Right.GetFacts(0).get(), FRightFactIndex, FRightSubIndex);
+}
+
+bool TJoinNode::Matches(const IReteToken& Left, const TKBToken& Right) {
+  if (FBlocksOwnLeft) return ExtendsLeft(Right, *Left);
+  if (FTests.empty()) return true;
+  // The context holds the left token for the whole walk; only the fact moves.
+  TKBContext* Context = GetContext();
+  Context->SetFact(Right.GetFact());
+  for (const auto& Test : FTests)
+    if (!Test->PerformTest(Context)) return false;
+  return true;
+}
+
+IReteToken TJoinNode::Extend(const IReteToken& Left, const IFact& Fact, float RightStrength,
+                             TTokenAction Action) const {
+  return IReteToken(new TKBToken(Left, Fact, Action, std::min(Left->GetStrength(), RightStrength)));
+}
+
+bool TJoinNode::CallNode(const IReteToken& Token, TCallType CallType) {
+  FMatches = 0;
+  if (!Token) return false;
+  if (Token->GetTag() == taClear) {
+    ClearMemory();
+    CallChildren(Token);
+    return false;
+  }
+  if (!FLeftMemory || !FRightMemory) ClearMemory();
+  const bool Adding = Token->GetTag() != taRemove;
+  switch (CallType) {
+    case ctLeft:
+      if (Adding) {
+        // A copy, since a negated join keeps its count on the stored token.
+        IReteToken Stored(new TKBToken(*Token));
+        if (FLeftMemory->Add(Stored)) {
+          RunTestsVaryRight(Token, Stored.get());
+          AskForBackChain(Token);
+        }
+      } else {
+        IReteToken Removed;
+        if (FLeftMemory->Remove(Token, &Removed)) RunTestsVaryRight(Token, Removed.get());
+      }
+      break;
+    case ctRight:
+      // Right tokens are never changed by the join, so the token itself is kept.
+      if (Adding ? FRightMemory->Add(Token) : FRightMemory->Remove(Token)) RunTestsVaryLeft(Token);
+      break;
+    default:
+      throw EKBException(Format(_SInvalidCallType, EnumName(CallType)));
+  }
+  return true;
+}
+
+void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored) {
+  const TTokenAction Action = Left->GetTag();
+  const bool Removing = Action == taRemove;
+  if (FNegatedPattern && Removing) {
+    // The stored copy knows whether the left token was blocked; a free one
+    // takes back what it passed.
+    if (!Stored || Stored->GetNegatedCount() == 0) {
+      ++FMatches;
+      CallChildren(Extend(Left, GetRete()->GetNullFact(), Left->GetStrength(), Action));
+    }
+    return;
+  }
+  std::int32_t Blocking = 0;
+  TKBContext* Context = FTests.empty() || FBlocksOwnLeft ? nullptr : GetContext();
+  const TContextScope Scope(Context, Left);
+  auto Walk = [&](TKBTokenTree::TTokens* Bucket) {
+    if (!Bucket) return true;
+    for (int I = 0; I < Bucket->GetCount(); ++I) {
+      const TKBToken& Right = *Bucket->GetRef(I);
+      if (!Matches(Left, Right)) continue;
+      if (FNegatedPattern) {
+        ++Blocking;
+        continue;
+      }
+      const IReteToken Held(Bucket->GetRef(I));
+      if (!Removing) ++FMatches;
+      CallChildren(Extend(Left, Held->GetFact(), Held->GetStrength(), Action));
+      if (FUnique && !Removing) return false;
+    }
+    return true;
+  };
+  if (FShortCut || FBlocksOwnLeft) {
+    Walk(FRightMemory->GetTokens(LeftKey(*Left)));
+  } else if (!FRightMemory->GetEmpty()) {
+    for (std::int32_t B = FRightMemory->GetLowIndex(); B <= FRightMemory->GetHighIndex(); ++B)
+      if (!Walk(FRightMemory->GetTokens(B))) break;
+  }
+  if (!FNegatedPattern) return;
+  if (Blocking > 0) {
+    if (Stored) Stored->SetNegatedCount(Blocking);
+    return;
+  }
+  ++FMatches;
+  CallChildren(Extend(Left, GetRete()->GetNullFact(), Left->GetStrength(), Action));
+}
+
+void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
+  if (FLeftMemory->GetEmpty()) return;
+  const TTokenAction Action = Right->GetTag();
+  TKBContext* Context = FTests.empty() || FBlocksOwnLeft ? nullptr : GetContext();
+  auto Walk = [&](TKBTokenTree::TTokens* Bucket) {
+    if (!Bucket) return;
+    for (int I = 0; I < Bucket->GetCount(); ++I) {
+      const IReteToken& Left = Bucket->GetRef(I);
+      if (Context) Context->SetToken(Left);
+      if (!Matches(Left, *Right)) continue;
+      const IReteToken Held(Left);
+      if (!FNegatedPattern) {
+        CallChildren(Extend(Held, Right->GetFact(), Right->GetStrength(), Action));
+      } else if (Action != taRemove) {
+        // The first right token to block the left one takes back what it passed.
+        const std::int32_t Count = Held->GetNegatedCount();
+        Held->SetNegatedCount(Count + 1);
+        if (Count == 0) CallChildren(Extend(Held, GetRete()->GetNullFact(), Held->GetStrength(), taRemove));
+      } else if (Held->GetNegatedCount() > 0) {
+        Held->SetNegatedCount(Held->GetNegatedCount() - 1);
+        if (Held->GetNegatedCount() == 0)
+          CallChildren(Extend(Held, GetRete()->GetNullFact(), Held->GetStrength(), Held->GetTag()));
+      }
+    }
+  };
+  const TContextScope Scope(Context, nullptr);
+  if (FShortCut || FBlocksOwnLeft) {
+    Walk(FLeftMemory->GetTokens(RightKey(*Right)));
+  } else {
+    for (std::int32_t B = FLeftMemory->GetLowIndex(); B <= FLeftMemory->GetHighIndex(); ++B)
+      Walk(FLeftMemory->GetTokens(B));
+  }
+}
+
+void TJoinNode::AskForBackChain(const IReteToken& Token) {
+  if (!FPattern || FMatches != 0 || FPattern->GetName().starts_with(SBackChainPrefix)) return;
+  IKnowledgeBase* Engine = GetRete()->GetEngine();
+  if (!Engine) return;
+  const IFactTemplate Template = Engine->CreateFactTemplate(SBackChainPrefix + FPattern->GetName());
+  const IFact Goal(new TFact(Template));
+  for (int Slot = 0; Slot < FPattern->GetSlotCount(); ++Slot) {
+    const std::string SlotName = FPattern->GetSlotName(Slot);
+    IFactSlot TemplateSlot;
+    const bool Multi = Template->ContainsSlot(SlotName, TemplateSlot) && TemplateSlot &&
+                       TemplateSlot->GetSlotType().Contains(dtMultiSlot);
+    IKBValue Value = Multi ? FCNilList : FCNil;
+    IValueVector List;
+    if (const TSlotTests* Tests = FPattern->GetSlotTests(Slot)) {
+      for (const TKBPatternMatchTest* Test : *Tests) {
+        if (Test->GetSlotTestType() == sttNotEquals) continue;
+        const IKBValue& TestValue = Test->GetSlotValue();
+        IKBValue Found = TestValue;
+        if (TestValue && (TestValue->GetDType() == dtVariable || TestValue->GetDType() == dtMultiVariable)) {
+          Found = Value;
+          const TBinding* Binding = FRule ? FRule->GetBindingByName(TestValue->GetAsString()) : nullptr;
+          if (Binding && Binding->GetFactIndex() < Token->GetCount())
+            if (const IFact& Source = Token->GetFacts(Binding->GetFactIndex()))
+              Found = Source->GetValue(Binding->GetSlotIndex());
+        }
+        if (!Multi) {
+          Value = Found;
+          break;
+        }
+        if (!List) List = IValueVector(new TValueVector());
+        const std::int32_t At = Test->GetMultiSlotSubIndex();
+        if (At >= 0 && At < List->GetCount())
+          List->Put(At, Found);
+        else
+          List->Add(Found);
+      }
+    }
+    if (Multi && List) {
+      for (int I = 0; I < List->GetCount(); ++I)
+        if (!List->GetRef(I)) List->Put(I, FCNil);
+      Value = IKBValue(new TKBValue(List));
+    }
+    Goal->SetValue(SlotName, Value);
+  }
+  Engine->AddPendingFact(Goal, true);
+}
+
+std::string TJoinNode::ToString() const {
+  std::string Result = TTestNode::ToString();
+  if (FNegatedPattern) Result += " *NEGATED*";
+  if (FLeftMemory) Result += " Left Memory: " + FLeftMemory->GetToFactsString();
+  if (FRightMemory) Result += " Right Memory: " + FRightMemory->GetToFactsString();
+  return Result;
+}
+
+// ================================================================ TPatternMatchTerminalNode
+
+TPatternMatchTerminalNode::~TPatternMatchTerminalNode() { StandDown(); }
+
+TActivation* TPatternMatchTerminalNode::GetActivation(int Index) const {
+  if (Index < 0 || Index >= GetActivationCount()) throw EListError(Format(SListIndexError, Index));
+  return FActivations[static_cast<std::size_t>(Index)];
+}
+
+int TPatternMatchTerminalNode::IndexOf(const TActivation* Activation) const noexcept {
+  return Activation && Activation->FNode == this ? Activation->FListIndex : -1;
+}
+
+bool TPatternMatchTerminalNode::CallNode(const IReteToken& Token, TCallType CallType) {
+  (void)CallType;
+  if (!Token) return false;
+  switch (Token->GetTag()) {
+    case taClear:
+      StandDown();
+      break;
+    case taAdd:
+    case taUpdate:
+      AddActivation(Token);
+      break;
+    case taRemove:
+      StandDown(Token);
+      break;
+  }
+  return true;
+}
+
+void TPatternMatchTerminalNode::AddActivation(const IReteToken& Token) {
+  if (Token->GetTag() == taAdd && FRule &&
+      ((FRule->GetOneShot() && FRule->GetHasFired()) || !FRule->GetEnabled()))
+    return;
+  if (Token->GetTag() == taUpdate && FInitialized) return;
+  auto* Activation = new TActivation(FRule, Token, this, Token->GetStrength());
+  Activation->FListIndex = GetActivationCount();
+  FActivations.push_back(Activation);
+  FByToken.emplace(Token->GetSortCode(), Activation);
+  GetRete()->Activate(Activation);
+}
+
+void TPatternMatchTerminalNode::Unlist(TActivation* Activation) noexcept {
+  const int Index = IndexOf(Activation);
+  if (Index < 0) return;
+  TActivation* Last = FActivations.back();
+  FActivations[static_cast<std::size_t>(Index)] = Last;
+  Last->FListIndex = Index;
+  FActivations.pop_back();
+  Activation->FListIndex = -1;
+  auto [First, End] = FByToken.equal_range(Activation->FToken ? Activation->FToken->GetSortCode() : 0);
+  for (auto It = First; It != End; ++It)
+    if (It->second == Activation) {
+      FByToken.erase(It);
+      break;
+    }
+}
+
+void TPatternMatchTerminalNode::Deactivate(int Index) { Deactivate(GetActivation(Index)); }
+
+void TPatternMatchTerminalNode::Deactivate(TActivation* Activation) {
+  if (IndexOf(Activation) < 0) return;
+  Unlist(Activation);
+  GetRete()->Deactivate(Activation);
+}
+
+void TPatternMatchTerminalNode::RuleFired(TActivation* Activation) {
+  Unlist(Activation);
+  GetRete()->RuleFired(Activation);
+}
+
+void TPatternMatchTerminalNode::StandDown() {
+  while (!FActivations.empty()) Deactivate(FActivations.back());
+}
+
+void TPatternMatchTerminalNode::StandDown(const IReteToken& Token) {
+  auto [First, End] = FByToken.equal_range(Token->GetSortCode());
+  for (auto It = First; It != End; ++It)
+    if (It->second->FToken->Equals(Token)) {
+      Deactivate(It->second);
+      return;
+    }
+}
+
+void TPatternMatchTerminalNode::FastClear() noexcept {
+  for (TActivation* Activation : FActivations) Activation->FListIndex = -1;
+  FActivations.clear();
+  FByToken.clear();
+}
+
+void TPatternMatchTerminalNode::Forget(TActivation* Activation) noexcept { Unlist(Activation); }
+
+std::string TPatternMatchTerminalNode::ToString() const {
+  return TReteNode::ToString() + " Rule: " + (FRule ? FRule->GetRuleName() : std::string());
+}
+
+}  // namespace cogent
