@@ -1,5 +1,6 @@
 #include "cogent/matching/KBToken.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "cogent/values/KBValue.h"
@@ -169,7 +170,28 @@ bool TKBTokenTree::Add(const IReteToken& Token) {
     if (Held && Held->Equals(Token.get())) return false;
   Tokens->Add(Token);
   FEmpty = false;
+  if (++FCount > 4 * static_cast<std::int64_t>(FHash)) Grow();
   return true;
+}
+
+void TKBTokenTree::Grow() {
+  // Buckets stay short however many tokens come: a memory of many tokens
+  // spreads them over more buckets, each token filed by its key as before.
+  std::vector<Ref<TTokens>> Old;
+  Old.swap(FBuckets);
+  FHash = FHash > (1 << 29) ? FHash : FHash * 2 + 1;
+  FBuckets.resize(static_cast<std::size_t>(FHash));
+  FLowIndex = FHash + 1;
+  FHighIndex = -1;
+  for (const Ref<TTokens>& Tokens : Old)
+    if (Tokens)
+      for (const IReteToken& Held : *Tokens) {
+        const std::int32_t Key = GetKey(*Held);
+        const std::int32_t Index = BucketIndex(Key);
+        FLowIndex = std::min(FLowIndex, Index);
+        FHighIndex = std::max(FHighIndex, Index);
+        Bucket(Key, true)->Add(Held);
+      }
 }
 
 bool TKBTokenTree::Remove(const IReteToken& Token, IReteToken* Removed) {
@@ -181,6 +203,7 @@ bool TKBTokenTree::Remove(const IReteToken& Token, IReteToken* Removed) {
     if (const IReteToken& Held = Tokens->GetRef(I); Held && Held->Equals(Token.get())) {
       if (Removed) *Removed = Held;
       Tokens->Delete(I);
+      --FCount;
       return true;
     }
   return false;
@@ -191,6 +214,7 @@ void TKBTokenTree::Clear() {
   for (const Ref<TTokens>& Tokens : FBuckets)
     if (Tokens) Tokens->Clear();
   FEmpty = true;
+  FCount = 0;
   FHighIndex = -1;
   FLowIndex = FHash + 1;
 }

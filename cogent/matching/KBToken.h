@@ -87,7 +87,7 @@ private:
 // ---------------------------------------------------------------- TKBTokenTree
 
 // A token memory: a hash table of tokens in FHash buckets, each made on first
-// use. A token is keyed by its sort code, by the id of one of its facts, or by
+// use; the table grows when it holds four tokens a bucket. A token is keyed by its sort code, by the id of one of its facts, or by
 // the hash of a slot value (or of one item of it) of that fact, so that a join
 // only compares the tokens of one bucket.
 class TKBTokenTree : public TPersistent {
@@ -135,6 +135,7 @@ public:
   void SetKeyByParent(bool Value) noexcept { FKeyByParent = Value; }
   bool GetAllowNilBucket() const noexcept { return FAllowNilBucket; }
   void SetAllowNilBucket(bool Value) noexcept { FAllowNilBucket = Value; }
+  int GetCount() const noexcept { return static_cast<int>(FCount); }
   // No token added since creation or the last Clear.
   bool GetEmpty() const noexcept { return FEmpty; }
   // The buckets that may hold tokens lie within these; FHash+1 and -1 when
@@ -145,6 +146,7 @@ public:
 private:
   std::int32_t BucketIndex(std::int32_t Key) const noexcept;
   TTokens* Bucket(std::int32_t Key, bool Create);
+  void Grow();
 
   bool FUseHashCode;
   TKBName FFactIndex;
@@ -157,6 +159,7 @@ private:
   bool FEmpty = true;
   std::int32_t FLowIndex;
   std::int32_t FHighIndex = -1;
+  std::int64_t FCount = 0;
 };
 
 // ---------------------------------------------------------------- inline

@@ -93,12 +93,46 @@ const TReteNetwork::TRuleNodes* TReteNetwork::GetRuleNodesList(const IReteRule* 
 TGGraphNode* TReteNetwork::AddNode(std::unique_ptr<TGGraphNode> Node) {
   TGGraphNode* Added = TGGraph::AddNode(std::move(Node));
   auto* Rete = static_cast<TReteNode*>(Added);
-  if (Rete->GetPredecessorCount() == 0 && FRoots.IndexOf(Added) < 0) FRoots.Add(Added);
+  if (Rete->GetPredecessorCount() == 0) AddRoot(Rete);
   return Added;
 }
 
+void TReteNetwork::AddRoot(TReteNode* Node) {
+  if (FRoots.IndexOf(Node) >= 0) return;
+  FRoots.Add(Node);
+  FRootsByTemplate.clear();
+  ++FRootsGeneration;
+}
+
+void TReteNetwork::RemoveRoot(TReteNode* Node) noexcept {
+  if (FRoots.Remove(Node) < 0) return;
+  FRootsByTemplate.clear();
+  ++FRootsGeneration;
+}
+
+const std::vector<TReteNode*>& TReteNetwork::RootsFor(const TFactTemplate& Template) {
+  const IFactTemplate Parent = Template.GetParent();
+  TTemplateRoots& Entry = FRootsByTemplate[&Template];
+  if (Entry.Name == Template.GetTemplateName() && Entry.Parent == Parent.get() && !Entry.Name.empty())
+    return Entry.Roots;
+  Entry.Name = Template.GetTemplateName();
+  Entry.Parent = Parent.get();
+  Entry.Roots.clear();
+  for (TGGraphNode* Root : FRoots) {
+    auto* Node = static_cast<TReteNode*>(Root);
+    // A test root passes nothing but clear tokens; a pattern root only its
+    // template's facts. A node of another kind is asked every time.
+    if (const auto* Match = dynamic_cast<const TPatternMatchNode*>(Node)) {
+      if (Match->GetPatternMatchTest() == pmtUnknown) continue;
+      if (Match->GetPatternMatchTest() == pmtTestClassType && !Match->TestClassType(&Template)) continue;
+    }
+    Entry.Roots.push_back(Node);
+  }
+  return Entry.Roots;
+}
+
 void TReteNetwork::ForgetNode(TReteNode* Node) noexcept {
-  FRoots.Remove(Node);
+  RemoveRoot(Node);
   // A node that leaves by other ways than RemoveRule leaves the rule lists.
   for (auto& [Rule, Nodes] : FRuleNodes) {
     for (auto It = Nodes.begin(); It != Nodes.end() && Node->GetRuleUseCount() > 0;) {
@@ -138,6 +172,8 @@ void TReteNetwork::Clear() {
       Component->RemoveFreeNotification(this);
   FRuleNodes.clear();
   FRoots.Clear();
+  FRootsByTemplate.clear();
+  ++FRootsGeneration;
   TGGraph::Clear();
 }
 
@@ -502,8 +538,18 @@ bool TReteNetwork::ProcessToken(const IReteToken& Token) {
     return GetRootCount() > 0;
   }
   bool Result = false;
-  for (int I = 0; I < FRoots.GetCount(); ++I)
-    Result = static_cast<TReteNode*>(FRoots.GetNode(I))->CallNode(Token, ctSingle) || Result;
+  const TFact* Fact = Token->GetFact().get();
+  const IFactTemplate Template = Fact ? Fact->GetTemplate() : IFactTemplate();
+  if (!Template) {
+    for (int I = 0; I < FRoots.GetCount(); ++I)
+      Result = static_cast<TReteNode*>(FRoots.GetNode(I))->CallNode(Token, ctSingle) || Result;
+    return Result;
+  }
+  // A host that changes the roots from an event ends the walk: the list is gone.
+  const std::uint32_t Generation = FRootsGeneration;
+  const std::vector<TReteNode*>& Roots = RootsFor(*Template);
+  for (std::size_t I = 0; I < Roots.size() && Generation == FRootsGeneration; ++I)
+    Result = Roots[I]->CallNode(Token, ctSingle) || Result;
   return Result;
 }
 

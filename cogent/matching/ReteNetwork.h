@@ -205,11 +205,14 @@ public:
   virtual bool Equals(TPatternMatchTest Test, const IKBValue& Value, const TNodeArgsArray& Args) const;
   bool Equals(TPatternMatchTest Test, const TNodeArgsArray& Args) const { return Equals(Test, nullptr, Args); }
 
+  // Whether facts of Template pass a root of a pattern: it is the pattern's
+  // template or derives from it.
+  bool TestClassType(const TFactTemplate* Template) const;
+
   std::string ToString() const override;
 
 private:
   bool RunTest(const IReteToken& Token);
-  bool TestClassType(const TFact& Fact) const;
   bool TestValue(const IReteToken& Token, const IKBValue& Slot, bool Negate);
   bool PassMultiField(const IReteToken& Token);
   // Hangs " for pattern match = " and this node's text on a passing error.
@@ -485,10 +488,24 @@ private:
   // Takes the rule's nodes away again, last first.
   void ReleaseNodes(TRuleNodes& Nodes);
   void ForgetNode(TReteNode* Node) noexcept;
+  void AddRoot(TReteNode* Node);
+  void RemoveRoot(TReteNode* Node) noexcept;
+  // The roots that facts of Template can pass, worked out on first use.
+  const std::vector<TReteNode*>& RootsFor(const TFactTemplate& Template);
 
   IKnowledgeBase* FEngine;
   TModule* FModule;
   TGGraphNodes FRoots;
+  // Roots by template, so that a fact meets only the roots of its template
+  // and of its ancestors. Any change of the roots empties it; an entry whose
+  // template was renamed or given another parent since is worked out again.
+  struct TTemplateRoots {
+    std::string Name;
+    const TFactTemplate* Parent = nullptr;
+    std::vector<TReteNode*> Roots;
+  };
+  std::unordered_map<const TFactTemplate*, TTemplateRoots> FRootsByTemplate;
+  std::uint32_t FRootsGeneration = 0;
   std::unordered_map<const IReteRule*, TRuleNodes> FRuleNodes;
   std::int32_t FHashKey = 101;
   float FMinActivationStrength = 0.0f;

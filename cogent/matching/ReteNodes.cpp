@@ -161,13 +161,12 @@ std::unique_ptr<TGGraphEdge> TReteNode::NewEdge(TGGraphNode* ToNode) { return st
 
 void TReteNode::AddingEdgeFrom(TGGraphNode* FromNode) {
   TGLinkedGraphNode::AddingEdgeFrom(FromNode);
-  if (GetPredecessorCount() == 0 && FRete) FRete->FRoots.Remove(this);
+  if (GetPredecessorCount() == 0 && FRete) FRete->RemoveRoot(this);
 }
 
 void TReteNode::RemovingEdgeFrom(TGGraphNode* FromNode) {
   TGLinkedGraphNode::RemovingEdgeFrom(FromNode);
-  if (GetPredecessorCount() == 1 && FRete && GetGraph() == FRete && FRete->FRoots.IndexOf(this) < 0)
-    FRete->FRoots.Add(this);
+  if (GetPredecessorCount() == 1 && FRete && GetGraph() == FRete) FRete->AddRoot(this);
 }
 
 // ================================================================ TPatternMatchNode
@@ -229,15 +228,13 @@ bool TPatternMatchNode::CallNode(const IReteToken& Token, TCallType CallType) {
   }
 }
 
-bool TPatternMatchNode::TestClassType(const TFact& Fact) const {
-  if (!FValue) return false;
-  const TFactTemplate* Own = Fact.GetTemplate().get();
-  if (!Own) return false;
+bool TPatternMatchNode::TestClassType(const TFactTemplate* Template) const {
+  if (!FValue || !Template) return false;
   const std::string& Wanted = FValue->GetAsString();
-  if (Own->GetTemplateName() == Wanted) return true;
+  if (Template->GetTemplateName() == Wanted) return true;
   // A pattern on a parent template sees the facts of derived templates too.
-  for (IFactTemplate Template = Own->GetParent(); Template; Template = Template->GetParent())
-    if (Template->GetTemplateName() == Wanted) return true;
+  for (IFactTemplate Parent = Template->GetParent(); Parent; Parent = Parent->GetParent())
+    if (Parent->GetTemplateName() == Wanted) return true;
   return false;
 }
 
@@ -257,7 +254,7 @@ bool TPatternMatchNode::RunTest(const IReteToken& Token) {
     case pmtFailTest:
       return false;
     case pmtTestClassType:
-      if (!TestClassType(*Fact)) return false;
+      if (!TestClassType(Fact->GetTemplate().get())) return false;
       TReteNode::CallChildren(Token);
       return true;
     case pmtTestEqual:
@@ -552,8 +549,9 @@ bool TJoinNode::CallNode(const IReteToken& Token, TCallType CallType) {
   switch (CallType) {
     case ctLeft:
       if (Adding) {
-        // A copy, since a negated join keeps its count on the stored token.
-        IReteToken Stored(new TKBToken(*Token));
+        // A negated join keeps its count on the stored token, so it stores a
+        // copy; nothing else changes a token once made.
+        const IReteToken Stored = FNegatedPattern ? IReteToken(new TKBToken(*Token)) : Token;
         if (FLeftMemory->Add(Stored)) {
           RunTestsVaryRight(Token, Stored.get());
           AskForBackChain(Token);
