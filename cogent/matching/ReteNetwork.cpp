@@ -85,7 +85,7 @@ void TReteNetwork::SetMinActivationStrength(float Value) noexcept {
 
 const TReteNetwork::TRuleNodes* TReteNetwork::GetRuleNodesList(const IReteRule* Rule) const noexcept {
   const auto It = FRuleNodes.find(Rule);
-  return It == FRuleNodes.end() ? nullptr : &It->second;
+  return It == FRuleNodes.end() ? nullptr : &It->second.Nodes;
 }
 
 // ------------------------------------------------------------ graph
@@ -134,7 +134,8 @@ const std::vector<TReteNode*>& TReteNetwork::RootsFor(const TFactTemplate& Templ
 void TReteNetwork::ForgetNode(TReteNode* Node) noexcept {
   RemoveRoot(Node);
   // A node that leaves by other ways than RemoveRule leaves the rule lists.
-  for (auto& [Rule, Nodes] : FRuleNodes) {
+  for (auto& [Rule, Entry] : FRuleNodes) {
+    TRuleNodes& Nodes = Entry.Nodes;
     for (auto It = Nodes.begin(); It != Nodes.end() && Node->GetRuleUseCount() > 0;) {
       if (*It == Node) {
         It = Nodes.erase(It);
@@ -167,9 +168,8 @@ std::unique_ptr<TGGraphNode> TReteNetwork::Extract(TGGraphNode* Node) {
 }
 
 void TReteNetwork::Clear() {
-  for (auto& Entry : FRuleNodes)
-    if (TComponent* Component = Entry.first ? const_cast<IReteRule*>(Entry.first)->GetRuleComponent() : nullptr)
-      Component->RemoveFreeNotification(this);
+  for (auto& [Rule, Entry] : FRuleNodes)
+    if (Entry.Component) Entry.Component->RemoveFreeNotification(this);
   FRuleNodes.clear();
   FRoots.Clear();
   FRootsByTemplate.clear();
@@ -180,9 +180,17 @@ void TReteNetwork::Clear() {
 void TReteNetwork::Notification(TComponent* AComponent, TOperation Operation) {
   TGGraph::Notification(AComponent, Operation);
   if (Operation != opRemove) return;
-  for (auto& Entry : FRuleNodes)
-    if (Entry.first && const_cast<IReteRule*>(Entry.first)->GetRuleComponent() == AComponent) {
-      RemoveRule(const_cast<IReteRule*>(Entry.first));
+  // A rule freed while the network still holds it is only half an object by
+  // now: its nodes go without asking it anything.
+  for (auto& [Rule, Entry] : FRuleNodes)
+    if (Entry.Component == AComponent) {
+      for (TReteNode* Node : Entry.Nodes)
+        if (auto* Terminal = dynamic_cast<TPatternMatchTerminalNode*>(Node); Terminal && Terminal->GetRule() == Rule)
+          Terminal->ForgetRule();
+      TRuleNodes Taken = std::move(Entry.Nodes);
+      const IReteRule* Key = Rule;
+      FRuleNodes.erase(Key);
+      ReleaseNodes(Taken);
       return;
     }
 }
@@ -481,7 +489,8 @@ void TReteNetwork::AddRule(IReteRule* Rule) {
   if (Rule->GetPatternCount() == 0) return;
   RemoveRule(Rule);
 
-  TCompilation C{Rule, &FRuleNodes[Rule], {}, {}, Rule->GetRuleName() + ": ", {}};
+  TRuleEntry& Entry = FRuleNodes[Rule];
+  TCompilation C{Rule, &Entry.Nodes, {}, {}, Rule->GetRuleName() + ": ", {}};
   std::int32_t Facts = 0;
   for (int I = 0; I < Rule->GetPatternCount(); ++I) {
     C.FactIndex.push_back(Facts);
@@ -513,16 +522,18 @@ void TReteNetwork::AddRule(IReteRule* Rule) {
     throw;
   }
   Rule->SetCompilation(C.Account);
-  if (TComponent* Component = Rule->GetRuleComponent()) Component->FreeNotification(this);
+  Entry.Component = Rule->GetRuleComponent();
+  if (Entry.Component) Entry.Component->FreeNotification(this);
   if (OnChange) OnChange(this);
 }
 
 void TReteNetwork::RemoveRule(IReteRule* Rule) {
   const auto It = FRuleNodes.find(Rule);
   if (It == FRuleNodes.end()) return;
-  TRuleNodes Nodes = std::move(It->second);
+  TRuleNodes Nodes = std::move(It->second.Nodes);
+  TComponent* Component = It->second.Component;
   FRuleNodes.erase(It);
-  if (TComponent* Component = Rule->GetRuleComponent()) Component->RemoveFreeNotification(this);
+  if (Component) Component->RemoveFreeNotification(this);
   ReleaseNodes(Nodes);
 }
 

@@ -367,6 +367,8 @@ public:
   virtual void StandDown(const IReteToken& Token);
   // Forgets the activations without telling anybody.
   void FastClear() noexcept;
+  // The rule is gone: neither the node nor its activations name it any more.
+  void ForgetRule() noexcept;
 
   std::string ToString() const override;
 
@@ -506,7 +508,12 @@ private:
   };
   std::unordered_map<const TFactTemplate*, TTemplateRoots> FRootsByTemplate;
   std::uint32_t FRootsGeneration = 0;
-  std::unordered_map<const IReteRule*, TRuleNodes> FRuleNodes;
+  // Per rule its nodes, and the rule as the component whose freeing it hears of.
+  struct TRuleEntry {
+    TComponent* Component = nullptr;
+    TRuleNodes Nodes;
+  };
+  std::unordered_map<const IReteRule*, TRuleEntry> FRuleNodes;
   std::int32_t FHashKey = 101;
   float FMinActivationStrength = 0.0f;
   TReteNodeClass FNodeJoinClass;

@@ -674,7 +674,7 @@ void TJoinNode::AskForBackChain(const IReteToken& Token) {
           const TBinding* Binding = FRule ? FRule->GetBindingByName(TestValue->GetAsString()) : nullptr;
           if (Binding && Binding->GetFactIndex() < Token->GetCount())
             if (const IFact& Source = Token->GetFacts(Binding->GetFactIndex()))
-              Found = Source->GetValue(Binding->GetSlotIndex());
+              if (IKBValue Held = Source->ContainsKey(Binding->GetSlotIndex())) Found = Held;
         }
         if (!Multi) {
           Value = Found;
@@ -798,6 +798,11 @@ void TPatternMatchTerminalNode::FastClear() noexcept {
 }
 
 void TPatternMatchTerminalNode::Forget(TActivation* Activation) noexcept { Unlist(Activation); }
+
+void TPatternMatchTerminalNode::ForgetRule() noexcept {
+  FRule = nullptr;
+  for (TActivation* Activation : FActivations) Activation->FRule = nullptr;
+}
 
 std::string TPatternMatchTerminalNode::ToString() const {
   return TReteNode::ToString() + " Rule: " + (FRule ? FRule->GetRuleName() : std::string());
