@@ -295,7 +295,7 @@ void BM_ReteThroughEngine(benchmark::State& State) {
 }
 BENCHMARK(BM_ReteThroughEngine)
     ->ArgNames({"N", "rules", "newest"})
-    ->ArgsProduct({{5000, 20000}, {0, 1}, {0, 1}})
+    ->ArgsProduct({{3000, 10000}, {0, 1}, {0, 1}})
     ->Unit(benchmark::kMillisecond);
 
 // ---------------------------------------------------------------- memory
