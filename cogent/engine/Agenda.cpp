@@ -25,7 +25,10 @@ void TInferenceEngine::AddActivation(TActivation* Activation) {
 
 void TInferenceEngine::RemoveActivation(int Index) {
   if (!FCache.Agenda) return;
-  TActivation* Activation = FCache.Agenda->GetActivation(Index);
+  RemoveActivation(FCache.Agenda->GetActivation(Index), Index);
+}
+
+void TInferenceEngine::RemoveActivation(TActivation* Activation, int Index) {
   if (OnRemoveActivation) OnRemoveActivation(this, Index, Activation);
   if (FWatch.Contains(cwActivation) && OnPrintOut) {
     const IReteRule* Rule = Activation->GetRule();
@@ -34,10 +37,8 @@ void TInferenceEngine::RemoveActivation(int Index) {
                      (Token ? Token->GetToFactsString() : std::string()) + sLineBreak);
   }
   // The activation that fires is the run loop's to free.
-  if (Activation == FCurrentAgendaItem)
-    FCache.Agenda->Extract(Index);
-  else
-    FCache.Agenda->Delete(Index);
+  FCache.Agenda->Extract(Activation);
+  if (Activation != FCurrentAgendaItem) delete Activation;
 }
 
 void TInferenceEngine::RemoveActivation(TActivation* Activation) {
@@ -46,9 +47,9 @@ void TInferenceEngine::RemoveActivation(TActivation* Activation) {
   const TReteNetwork* Rete = Node ? Node->GetRete() : nullptr;
   // The activation may belong to another module's agenda.
   const TFocusBack Back(FCurrentModule, Rete && Rete != FCache.Rete ? IModule(Rete->GetModule()) : IModule());
-  if (!FCache.Agenda) return;
-  const int Index = FCache.Agenda->IndexOfData(Activation);
-  if (Index >= 0) RemoveActivation(Index);
+  if (!FCache.Agenda || !FCache.Agenda->Contains(Activation)) return;
+  // Only the event needs the place on the agenda, and finding it costs a walk.
+  RemoveActivation(Activation, OnRemoveActivation ? FCache.Agenda->IndexOfData(Activation) : -1);
 }
 
 void TInferenceEngine::RuleFired(TActivation* Activation) {

@@ -418,6 +418,9 @@ protected:
   virtual void FuzzyOperation(const IFact& Fact, const IFact& Existing, bool Combine);
 
 private:
+  // Event, trace, off the agenda and freed; Index is the place for the event.
+  void RemoveActivation(TActivation* Activation, int Index);
+
   void ClearEvents();
   // A fact from its text, resolved in the global context.
   IFact ReadFact(const std::string& Text);
