@@ -235,9 +235,16 @@ bool TPatternMatchNode::TestClassType(const TFact& Fact) const {
   if (!Own) return false;
   const std::string& Wanted = FValue->GetAsString();
   if (Own->GetTemplateName() == Wanted) return true;
-  // A pattern on a parent template sees the facts of derived templates too.
-  for (IFactTemplate Template = Own->GetParent(); Template; Template = Template->GetParent())
-    if (Template->GetTemplateName() == Wanted) return true;
+  // A pattern on a parent template sees the facts of derived templates too,
+  // as long as they have the parent's slots: the later tests and the
+  // bindings read them.
+  for (IFactTemplate Template = Own->GetParent(); Template; Template = Template->GetParent()) {
+    if (Template->GetTemplateName() != Wanted) continue;
+    const TStringList<>& Names = Template->GetSlotNames();
+    for (int I = 0; I < Names.GetCount(); ++I)
+      if (!Own->ContainsSlot(Names.Get(I))) return false;
+    return true;
+  }
   return false;
 }
 
