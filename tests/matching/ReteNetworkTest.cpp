@@ -393,5 +393,99 @@ TEST_F(ReteNetworkTest, RulesAddedLaterAndResetAndClear) {
   EXPECT_EQ(R.Agenda(), (TAgenda{"again: f-0"}));
 }
 
+// ------------------------------------------------------------ errors and size
+
+TEST_F(ReteNetworkTest, ErrorsInCallsLeaveMemoriesConsistent) {
+  // (a (x 5) (y ?y&:(zz-boom ?y))): the call's node hangs below x's.
+  R.Rule("chain", R.Pattern("a", {{"x", Int(5)}, {"y", Var("y")}, {"y", CallOf("zz-boom", {Var("y")})}}));
+  R.Rule("j", R.Pattern("a", {{"x", Var("x")}}), R.Pattern("b", {{"x", Var("x")}}));
+  R.Rule("jb", R.Pattern("a", {{"x", Var("x")}}), R.Pattern("b", {{"y", CallOf("zz-boom", {Var("x")})}}));
+  std::string Chain;
+  for (TPatternMatchNode* Node : Nodes<TPatternMatchNode>())
+    if (Node->GetPatternMatchTest() == pmtTestEqual) Chain = " for pattern match = " + Node->ToString() + Chain;
+  R.Assert("(b (x 5))");
+  Boom = true;
+  EXPECT_EQ(ErrorOf([&] { R.Assert("(a (x 5) (y 1))"); }), "boom" + Chain);
+  EXPECT_EQ(ErrorOf([&] { R.Assert("(a (x 6))"); }), "boom");
+  Boom = false;
+  // An error ends a token's walk: f-2 never reached the joins, f-3 is in
+  // jb's left memory without its match. Retracting them is still clean.
+  R.Assert("(a (x 5) (y 2))");
+  EXPECT_EQ(R.Agenda(), (TAgenda{"chain: f-4", "j: f-4, f-1", "jb: f-4, f-1"}));
+  RetractAll();
+  EXPECT_EQ(R.Agenda(), TAgenda{});
+  EXPECT_EQ(Memories(), "");
+}
+
+TEST_F(ReteNetworkTest, RulesThatFailToCompileLeaveTheNetworkAsItWas) {
+  R.Rule("j", R.Pattern("a", {{"x", Var("x")}}), R.Pattern("b", {{"x", Var("x")}}));
+  R.Assert("(a (x 1))");
+  R.Assert("(b (x 1))");
+  const int Count = Rete()->GetNodeCount();
+  const std::string Held = Memories();
+  const auto Unchanged = [&] {
+    EXPECT_EQ(Rete()->GetNodeCount(), Count);
+    EXPECT_EQ(Rete()->GetRoot(0)->GetRuleUseCount(), 1);
+    EXPECT_EQ(Memories(), Held);
+    EXPECT_EQ(R.Agenda(), (TAgenda{"j: f-1, f-2"}));
+  };
+  EXPECT_EQ(ErrorOf([&] {
+              R.Rule("t", R.Pattern("a", {{"x", Var("x")}}), R.Pattern("b", {{"x", Var("x")}}),
+                     R.Test(Call("zz-gt", {Var("x"), Var("nope")})));
+            }),
+            "Unknown variable name: nope");
+  Unchanged();
+  EXPECT_EQ(ErrorOf([&] { R.Rule("o", R.Pattern("a", {{"y", CallOf("zz-gt", {Var("nope"), Int(1)})}})); }),
+            "Unknown variable name: nope");
+  Unchanged();
+  // A variable that lost its binding after the rule worked its patterns out.
+  TRule* Lost = R.NewRule("lost", R.Pattern("a", {{"x", Var("x")}}), R.Pattern("b", {{"x", Var("x")}}));
+  Lost->GetPattern(1)->GetSlotTest(Lost->GetPattern(1)->IndexOfSlotName("x"), 0)->SetSlotValue(Var("gone"));
+  EXPECT_EQ(ErrorOf([&] { Engine.GetRules()->Add(Lost); }), "Corrupted Binding, variable not found: gone");
+  Unchanged();
+  // A call that raises while the new rule is loaded from working memory.
+  Boom = true;
+  EXPECT_TRUE(ErrorOf([&] { R.Rule("boom", R.Pattern("a", {{"y", CallOf("zz-boom", {Int(1)})}})); }).starts_with("boom"));
+  Boom = false;
+  Unchanged();
+  R.Assert("(b (x 1) (y 2))");
+  EXPECT_EQ(R.Agenda(), (TAgenda{"j: f-1, f-2", "j: f-1, f-3"}));
+}
+
+TEST_F(ReteNetworkTest, LongRulesAndWideFacts) {
+  TRule* Long = R.NewRule("long", R.Pattern("a", {{"x", Var("x")}}));
+  for (int I = 1; I < 300; ++I) Long->GetPatterns()->Add(R.Pattern("b", {{"x", Var("x")}}));
+  Engine.GetRules()->Add(Long);
+  EXPECT_EQ(Rete()->GetNodeCount(), 2 + 299 + 1);
+  const std::string& Account = Long->GetCompilation();
+  std::size_t Joins = 0;
+  for (std::size_t At = Account.find("+2"); At != std::string::npos; At = Account.find("+2", At + 1)) ++Joins;
+  EXPECT_EQ(Joins, 299u);
+  // The b first: the a then runs down all 299 joins at once.
+  const IFact B = R.Assert("(b (x 1))");
+  const IFact A = R.Assert("(a (x 1))");
+  ASSERT_EQ(Engine.GetAgendaCount(), 1);
+  EXPECT_EQ(Engine.GetActivation(0)->GetToken()->GetCount(), 300);
+  Engine.Retract(B);
+  EXPECT_EQ(Engine.GetAgendaCount(), 0);
+  R.Assert("(b (x 1))");
+  EXPECT_EQ(Engine.GetAgendaCount(), 1);
+  RetractAll();
+  EXPECT_EQ(Memories(), "");
+  delete Long;
+  EXPECT_EQ(Rete()->GetNodeCount(), 0);
+
+  std::string Wide = "(deftemplate wide";
+  for (int I = 0; I < 2000; ++I) Wide += " (slot s" + std::to_string(I) + ")";
+  Engine.Parse(Wide + ")", true);
+  R.Rule("w", R.Pattern("wide", {{"s0", Var("x")}, {"s1999", Int(7)}, {"s1000", Var("x")}}),
+         R.Pattern("a", {{"x", Var("x")}}));
+  R.Assert("(a (x 1))");
+  R.Assert("(wide (s0 1) (s1000 1) (s1999 7))");
+  R.Assert("(wide (s0 1) (s1000 2) (s1999 7))");
+  R.Assert("(wide (s0 1) (s1000 1) (s1999 8))");
+  EXPECT_EQ(R.Agenda(), (TAgenda{"w: f-5, f-4"}));
+}
+
 }  // namespace
 }  // namespace cogent
