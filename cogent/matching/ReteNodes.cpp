@@ -645,6 +645,11 @@ void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
         Held->SetNegatedCount(Count + 1);
         if (Count == 0) CallChildren(Extend(Held, GetRete()->GetNullFact(), Held->GetStrength(), taRemove));
       } else if (Held->GetNegatedCount() > 0) {
+        // An exists gate loses a right token also when the left token it
+        // extends is being retracted, just before that left token reaches
+        // the gate: freeing it now would raise an activation that its own
+        // removal takes back at once. The left token goes blocked instead.
+        if (FBlocksOwnLeft && Right->GetParent() && Right->GetParent()->GetTag() == taRemove) continue;
         Held->SetNegatedCount(Held->GetNegatedCount() - 1);
         if (Held->GetNegatedCount() == 0)
           CallChildren(Extend(Held, GetRete()->GetNullFact(), Held->GetStrength(), Held->GetTag()));
