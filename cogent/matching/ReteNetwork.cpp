@@ -487,7 +487,39 @@ void TReteNetwork::RemoveRule(IReteRule* Rule) {
   TRuleNodes Nodes = std::move(It->second);
   FRuleNodes.erase(It);
   if (TComponent* Component = Rule->GetRuleComponent()) Component->RemoveFreeNotification(this);
+  // A join that asks for goals with this rule's pattern and stays for other
+  // rules must not keep the pattern, which goes with the rule.
+  std::vector<TJoinNode*> Asking;
+  for (TReteNode* Node : Nodes)
+    if (auto* Join = dynamic_cast<TJoinNode*>(Node);
+        Join && Join->GetRule() == Rule && Join->GetRuleUseCount() > std::count(Nodes.begin(), Nodes.end(), Node) &&
+        std::find(Asking.begin(), Asking.end(), Join) == Asking.end())
+      Asking.push_back(Join);
   ReleaseNodes(Nodes);
+  for (TJoinNode* Join : Asking) HandOverGoals(Join);
+}
+
+void TReteNetwork::HandOverGoals(TJoinNode* Join) {
+  Join->SetPattern(nullptr);
+  Join->SetRule(nullptr);
+  for (auto& [Rule, Nodes] : FRuleNodes) {
+    // The k-th join or test node of a rule's list stands for its pattern k;
+    // the gates of exists belong to the join before them.
+    int Index = 0;
+    for (TReteNode* Node : Nodes) {
+      auto* Step = dynamic_cast<TTestNode*>(Node);
+      if (!Step || (dynamic_cast<TJoinNode*>(Step) && static_cast<TJoinNode*>(Step)->GetBlocksOwnLeft())) continue;
+      ++Index;
+      if (Node != Join) continue;
+      TKBPattern* Pattern = Index < Rule->GetPatternCount() ? Rule->GetPattern(Index) : nullptr;
+      if (Pattern && !Pattern->GetExplicit()) {
+        Join->SetPattern(Pattern);
+        Join->SetRule(const_cast<IReteRule*>(Rule));
+        return;
+      }
+      break;
+    }
+  }
 }
 
 // ------------------------------------------------------------ propagation

@@ -484,6 +484,9 @@ private:
   void EnterRuleNode(TCompilation& C, TReteNode* Node);
   // Takes the rule's nodes away again, last first.
   void ReleaseNodes(TRuleNodes& Nodes);
+  // Gives a join that asked for goals with a removed rule's pattern the
+  // pattern of another rule that shares it, if one asks too.
+  void HandOverGoals(TJoinNode* Join);
   void ForgetNode(TReteNode* Node) noexcept;
 
   IKnowledgeBase* FEngine;
