@@ -3,7 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
+#include <functional>
+#include <iterator>
 
 #include "ReteTestSupport.h"
 #include "cogent/values/KBFuzzyLogic.h"
@@ -214,17 +215,31 @@ TEST_F(ReteNetworkTest, JoinsNotAndExistsFollowEveryOrder) {
   std::vector<int> Order{0, 1, 2, 3, 4};
   do Orders.push_back(Order);
   while (std::next_permutation(Order.begin(), Order.end()));
+  // Each step raises exactly the activations and deactivations that tell
+  // the agenda before from the agenda after: none that come and go at once.
+  int Events = 0;
+  Rete()->OnActivation = [&](TObject*, TActivation*) { ++Events; };
+  Rete()->OnDeactivation = [&](TObject*, TActivation*) { ++Events; };
+  const auto Step = [&](const std::function<void()>& Action) {
+    const TAgenda Before = R.Agenda();
+    Events = 0;
+    Action();
+    const TAgenda After = Expected();
+    TAgenda Changed;
+    std::set_symmetric_difference(Before.begin(), Before.end(), After.begin(), After.end(), std::back_inserter(Changed));
+    EXPECT_EQ(R.Agenda(), After);
+    EXPECT_EQ(Events, static_cast<int>(Changed.size()));
+    return !::testing::Test::HasFailure();
+  };
   for (std::size_t K = 0; K < Orders.size(); ++K) {
     SCOPED_TRACE("round " + std::to_string(K));
-    for (int I : Orders[K]) {
-      Ids[I] = Engine.Assert(Texts[I]);
-      ASSERT_EQ(R.Agenda(), Expected());
-    }
-    for (int I : Orders[(K * 7 + 3) % Orders.size()]) {
-      Engine.Retract(Ids[I]);
-      Ids[I] = -1;
-      ASSERT_EQ(R.Agenda(), Expected());
-    }
+    for (int I : Orders[K])
+      ASSERT_TRUE(Step([&] { Ids[I] = Engine.Assert(Texts[I]); }));
+    for (int I : Orders[(K * 7 + 3) % Orders.size()])
+      ASSERT_TRUE(Step([&] {
+        Engine.Retract(Ids[I]);
+        Ids[I] = -1;
+      }));
     // What is left is ef's: the initial fact on the left of both joins and
     // the first join's output, which blocks it, on the right of the second.
     ASSERT_EQ(Memories(), "f-0\r\nf-0\r\nf-0, f--1\r\n");
@@ -338,11 +353,13 @@ TEST_F(ReteNetworkTest, DerivedTemplatesCallsAndTests) {
   R.Rule("other", R.Pattern("a", {{"x", Var("x")}}), R.Pattern("b", {{"y", CallOf("zz-gt", {Var("x"), Int(1)})}}));
   R.Rule("tc", R.Pattern("a", {{"x", Var("x")}}), R.Pattern("b", {{"x", Var("y")}}),
          R.Test(Call("zz-gt", {Var("x"), Var("y")})));
+  R.Rule("mid", R.Pattern("a", {{"x", Var("x")}}), R.Test(Call("zz-gt", {Var("x"), Int(1)})),
+         R.Pattern("b", {{"y", Var("y")}}), R.Test(Call("zz-gt", {Var("y"), Var("x")})));
   int Calls = 0;
   for (TPatternMatchNode* Node : Nodes<TPatternMatchNode>())
     Calls += Node->GetValue() && Node->GetValue()->GetDType() == dtFunCall;
   EXPECT_EQ(Calls, 1);
-  EXPECT_EQ(Nodes<TTestNode>().size(), 4u);  // three joins and the test
+  EXPECT_EQ(Nodes<TTestNode>().size(), 7u);  // five joins and two tests
 
   R.Assert("(child (x 1) (z 9))");
   R.Assert("(odd (z 1))");
@@ -351,8 +368,8 @@ TEST_F(ReteNetworkTest, DerivedTemplatesCallsAndTests) {
   R.Assert("(b (x 0) (y 5))");
   EXPECT_EQ(R.Agenda(), (TAgenda{"join: f-3, f-4", "one: f-1", "own: f-1", "tc: f-1, f-4"}));
   R.Assert("(a (x 2))");
-  EXPECT_EQ(R.Agenda(), (TAgenda{"join: f-3, f-4", "one: f-1", "other: f-5, f-4", "own: f-1", "own: f-5",
-                                 "tc: f-1, f-4", "tc: f-5, f-4"}));
+  EXPECT_EQ(R.Agenda(), (TAgenda{"join: f-3, f-4", "mid: f-5, f-4", "one: f-1", "other: f-5, f-4", "own: f-1",
+                                 "own: f-5", "tc: f-1, f-4", "tc: f-5, f-4"}));
   RetractAll();
   EXPECT_EQ(R.Agenda(), TAgenda{});
   EXPECT_EQ(Memories(), "");
@@ -485,6 +502,75 @@ TEST_F(ReteNetworkTest, LongRulesAndWideFacts) {
   R.Assert("(wide (s0 1) (s1000 2) (s1999 7))");
   R.Assert("(wide (s0 1) (s1000 1) (s1999 8))");
   EXPECT_EQ(R.Agenda(), (TAgenda{"w: f-5, f-4"}));
+}
+
+// ------------------------------------------------------------ goals and strength
+
+TEST_F(ReteNetworkTest, MissingBackwardChainingMatchAsksForAGoal) {
+  // What declaring b backward chaining does: the flag and a goal template
+  // with b's slots.
+  const IFactTemplate B = Engine.FindFactTemplate("b");
+  B->SetBackwardChaining(true);
+  IFactTemplate Goal(new TFactTemplate(&Engine, "need-b", "Goal seeker for b", B));
+  Goal->SetParent(nullptr);
+  Engine.GetFactTemplates()->Add(Goal);
+  R.Rule("bc", R.Pattern("a", {{"x", Var("x")}}), R.Pattern("b", {{"x", Var("x")}, {"y", Int(3)}}));
+  const auto Goals = [&] {
+    std::vector<std::string> Result;
+    for (int I = 0; I < Engine.GetFactCount(); ++I)
+      if (const IFact Fact = Engine.GetFact(I); Fact->GetTemplate()->GetTemplateName() == "need-b")
+        Result.push_back(Fact->GetValue("x")->ToString() + " " + Fact->GetValue("y")->ToString());
+    return Result;
+  };
+  R.Assert("(b (x 1) (y 3))");
+  R.Assert("(a (x 1))");
+  EXPECT_EQ(Goals(), std::vector<std::string>{});
+  R.Assert("(a (x 2))");
+  EXPECT_EQ(Goals(), std::vector<std::string>{"2 3"});
+  // Two tokens that ask the same question make one goal.
+  R.Assert("(a (x 2) (y 0))");
+  EXPECT_EQ(Goals(), std::vector<std::string>{"2 3"});
+  R.Assert("(b (x 2) (y 3))");
+  EXPECT_EQ(R.Agenda(), (TAgenda{"bc: f-2, f-1", "bc: f-3, f-6", "bc: f-5, f-6"}));
+  // The join outlives the rule that made it: another rule still asks.
+  TRule* Second = R.Rule("bc2", R.Pattern("a", {{"x", Var("x")}}), R.Pattern("b", {{"x", Var("x")}, {"y", Int(3)}}));
+  EXPECT_EQ(Second->GetCompilation(), "bc2: =1=2+t");
+  TRule* First = nullptr;
+  Engine.GetRules()->TryGetValue("bc", First);
+  delete First;
+  R.Assert("(a (x 4))");
+  EXPECT_EQ(Goals(), (std::vector<std::string>{"2 3", "4 3"}));
+  // A rule added to standing facts asks at once.
+  R.Rule("bc3", R.Pattern("a", {{"x", Var("x")}}), R.Pattern("b", {{"x", Var("x")}, {"y", Int(5)}}));
+  EXPECT_EQ(Goals(), (std::vector<std::string>{"2 3", "4 3", "1 5", "2 5", "4 5"}));
+}
+
+TEST_F(ReteNetworkTest, FuzzyMatchesWeakenActivations) {
+  Rete()->SetMinActivationStrength(-1.0f);
+  EXPECT_EQ(Rete()->GetMinActivationStrength(), 0.0f);
+  Rete()->SetMinActivationStrength(2.0f);
+  EXPECT_EQ(Rete()->GetMinActivationStrength(), 1.0f);
+  Rete()->SetMinActivationStrength(0.0f);
+
+  // A ramp from 0 at 0 to 1 at 10: 6 belongs to degree 0.6.
+  Ref<TKBFuzzySet> Ramp(new TKBFuzzySet(nullptr, "ramp"));
+  Ramp->AddPoint(0, 0);
+  Ramp->AddPoint(10, 1);
+  const IKBValue Fuzzy(new TKBValue(IFuzzySet(Ramp)));
+  R.Rule("f", R.Pattern("a", {{"x", Fuzzy}}));
+  R.Rule("fj", R.Pattern("a", {{"x", Fuzzy}, {"y", Var("y")}}), R.Pattern("b", {{"y", Var("y")}}));
+  R.Assert("(a (x 6) (y 1))");
+  R.Assert("(a (x 0) (y 1))");
+  R.Assert("(b (y 1))");
+  ASSERT_EQ(R.Agenda(), (TAgenda{"f: f-1", "fj: f-1, f-3"}));
+  for (int I = 0; I < Engine.GetAgendaCount(); ++I)
+    EXPECT_NEAR(Engine.GetActivation(I)->GetStrength(), 0.6f, 1e-5f);
+  RetractAll();
+  Rete()->SetMinActivationStrength(0.7f);
+  R.Assert("(a (x 6) (y 1))");
+  R.Assert("(a (x 8) (y 1))");
+  R.Assert("(b (y 1))");
+  EXPECT_EQ(R.Agenda(), (TAgenda{"f: f-5", "fj: f-5, f-6"}));
 }
 
 }  // namespace
