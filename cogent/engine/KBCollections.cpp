@@ -383,6 +383,9 @@ void TRules::DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key
   if (FEngine->GetWatch().Contains(cwCompilation) && FEngine->OnPrintOut)
     FEngine->PrintOut("", Rule->GetCompilation() + CRLF);
   FEngine->AddRule(Rule);
+  // Matching the facts that stand may have queued goals, and the queue is
+  // empty at rest.
+  FEngine->ProcessPendingFacts();
 }
 
 void TRules::DoSetValue(std::int32_t Index, TRule* const& Value) {

@@ -6,6 +6,15 @@
 
 namespace cogent {
 
+namespace {
+// A compiled call owns the binding addresses of its arguments, and a value
+// that owns an object is cloned through the class's factory.
+[[maybe_unused]] const bool ClassesRegistered = [] {
+  RegisterClass<TBindingInfo, TPersistent>();
+  return true;
+}();
+}  // namespace
+
 std::string EnumName(TTableNotification V) {
   static constexpr const char* Names[] = {"tnAdded", "tnDeleted", "tnCleared"};
   return static_cast<std::size_t>(V) < std::size(Names) ? Names[V] : std::string();

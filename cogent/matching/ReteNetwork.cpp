@@ -190,7 +190,7 @@ void TReteNetwork::Notification(TComponent* AComponent, TOperation Operation) {
       TRuleNodes Taken = std::move(Entry.Nodes);
       const IReteRule* Key = Rule;
       FRuleNodes.erase(Key);
-      ReleaseNodes(Taken);
+      ReleaseRuleNodes(Key, Taken);
       return;
     }
 }
@@ -534,7 +534,43 @@ void TReteNetwork::RemoveRule(IReteRule* Rule) {
   TComponent* Component = It->second.Component;
   FRuleNodes.erase(It);
   if (Component) Component->RemoveFreeNotification(this);
+  ReleaseRuleNodes(Rule, Nodes);
+}
+
+void TReteNetwork::ReleaseRuleNodes(const IReteRule* Rule, TRuleNodes& Nodes) {
+  // A join that asks for goals with this rule's pattern and stays for other
+  // rules must not keep the pattern, which goes with the rule.
+  std::vector<TJoinNode*> Asking;
+  for (TReteNode* Node : Nodes)
+    if (auto* Join = dynamic_cast<TJoinNode*>(Node);
+        Join && Join->GetRule() == Rule && Join->GetRuleUseCount() > std::count(Nodes.begin(), Nodes.end(), Node) &&
+        std::find(Asking.begin(), Asking.end(), Join) == Asking.end())
+      Asking.push_back(Join);
   ReleaseNodes(Nodes);
+  for (TJoinNode* Join : Asking) HandOverGoals(Join);
+}
+
+void TReteNetwork::HandOverGoals(TJoinNode* Join) {
+  Join->SetPattern(nullptr);
+  Join->SetRule(nullptr);
+  for (auto& [Rule, Entry] : FRuleNodes) {
+    // The k-th join or test node of a rule's list stands for its pattern k;
+    // the gates of exists belong to the join before them.
+    int Index = 0;
+    for (TReteNode* Node : Entry.Nodes) {
+      auto* Step = dynamic_cast<TTestNode*>(Node);
+      if (!Step || (dynamic_cast<TJoinNode*>(Step) && static_cast<TJoinNode*>(Step)->GetBlocksOwnLeft())) continue;
+      ++Index;
+      if (Node != Join) continue;
+      TKBPattern* Pattern = Index < Rule->GetPatternCount() ? Rule->GetPattern(Index) : nullptr;
+      if (Pattern && !Pattern->GetExplicit()) {
+        Join->SetPattern(Pattern);
+        Join->SetRule(const_cast<IReteRule*>(Rule));
+        return;
+      }
+      break;
+    }
+  }
 }
 
 // ------------------------------------------------------------ propagation

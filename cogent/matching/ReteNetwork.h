@@ -489,6 +489,11 @@ private:
   void EnterRuleNode(TCompilation& C, TReteNode* Node);
   // Takes the rule's nodes away again, last first.
   void ReleaseNodes(TRuleNodes& Nodes);
+  // Takes a rule's nodes away, handing the goals its joins asked for over.
+  void ReleaseRuleNodes(const IReteRule* Rule, TRuleNodes& Nodes);
+  // Gives a join that asked for goals with a removed rule's pattern the
+  // pattern of another rule that shares it, if one asks too.
+  void HandOverGoals(TJoinNode* Join);
   void ForgetNode(TReteNode* Node) noexcept;
   void AddRoot(TReteNode* Node);
   void RemoveRoot(TReteNode* Node) noexcept;

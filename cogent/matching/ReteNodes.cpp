@@ -232,9 +232,16 @@ bool TPatternMatchNode::TestClassType(const TFactTemplate* Template) const {
   if (!FValue || !Template) return false;
   const std::string& Wanted = FValue->GetAsString();
   if (Template->GetTemplateName() == Wanted) return true;
-  // A pattern on a parent template sees the facts of derived templates too.
-  for (IFactTemplate Parent = Template->GetParent(); Parent; Parent = Parent->GetParent())
-    if (Parent->GetTemplateName() == Wanted) return true;
+  // A pattern on a parent template sees the facts of derived templates too,
+  // as long as they have the parent's slots: the later tests and the
+  // bindings read them.
+  for (IFactTemplate Parent = Template->GetParent(); Parent; Parent = Parent->GetParent()) {
+    if (Parent->GetTemplateName() != Wanted) continue;
+    const TStringList<>& Names = Parent->GetSlotNames();
+    for (int I = 0; I < Names.GetCount(); ++I)
+      if (!Template->ContainsSlot(Names.Get(I))) return false;
+    return true;
+  }
   return false;
 }
 
@@ -636,6 +643,11 @@ void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
         Held->SetNegatedCount(Count + 1);
         if (Count == 0) CallChildren(Extend(Held, GetRete()->GetNullFact(), Held->GetStrength(), taRemove));
       } else if (Held->GetNegatedCount() > 0) {
+        // An exists gate loses a right token also when the left token it
+        // extends is being retracted, just before that left token reaches
+        // the gate: freeing it now would raise an activation that its own
+        // removal takes back at once. The left token goes blocked instead.
+        if (FBlocksOwnLeft && Right->GetParent() && Right->GetParent()->GetTag() == taRemove) continue;
         Held->SetNegatedCount(Held->GetNegatedCount() - 1);
         if (Held->GetNegatedCount() == 0)
           CallChildren(Extend(Held, GetRete()->GetNullFact(), Held->GetStrength(), Held->GetTag()));
