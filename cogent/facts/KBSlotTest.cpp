@@ -104,8 +104,11 @@ bool TKBJoinTest::Equals(const TKBSlotTest* Test) const {
 
 bool TKBJoinTest::PerformTest(TKBContext* Context) const {
   if (!Context || !Context->GetToken()) return true;
-  const IFact& Left = Context->GetToken()->GetFacts(FTokenIndex);
-  const IFact& Right = Context->GetFact();
+  return Test(*Context->GetToken(), Context->GetFact());
+}
+
+bool TKBJoinTest::Test(const TKBToken& LeftToken, const IFact& Right) const {
+  const IFact& Left = LeftToken.GetFacts(FTokenIndex);
   if (!Left || !Right) return true;
   bool Result;
   if (FJoinTestType == tstSlot)

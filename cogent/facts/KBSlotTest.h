@@ -77,6 +77,8 @@ public:
   // Context's token is the left token, its fact the right fact. A missing
   // left or right fact passes, whatever the test type.
   bool PerformTest(TKBContext* Context) const override;
+  // The same without a context, as a join runs it.
+  bool Test(const TKBToken& LeftToken, const IFact& Right) const;
   std::string ToString() const override;
   void Assign(TPersistent* Source) override;
 

@@ -244,8 +244,8 @@ public:
   void AddTest(TSlotTestType Type, const TKBName& SlotName, const IKBValue& Value) {
     AddTest(Type, SlotName, NoSubIndex, Value);
   }
-  void AddTest(std::unique_ptr<TKBSlotTest> Test) { FTests.push_back(std::move(Test)); }
-  virtual void ClearTests() { FTests.clear(); }
+  void AddTest(std::unique_ptr<TKBSlotTest> Test);
+  virtual void ClearTests();
   virtual void DeleteTest(int Index);
   // The same class and tests, in any order; a node with a call among its
   // tests equals no other.
@@ -259,6 +259,8 @@ protected:
   bool RunTests(const IReteToken& Token, const IFact& Fact, int Count);
 
   std::vector<std::unique_ptr<TKBSlotTest>> FTests;
+  // How many tests are not comparisons of slots, which need a context.
+  int FContextTests = 0;
 };
 
 // ---------------------------------------------------------------- TJoinNode

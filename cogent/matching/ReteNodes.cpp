@@ -390,11 +390,22 @@ TKBSlotTest* TTestNode::GetTest(int Index) const {
 
 void TTestNode::AddTest(TSlotTestType Type, const TKBName& SlotName, std::int32_t SubIndex, const IKBValue& Value) {
   (void)SlotName;
-  FTests.push_back(std::make_unique<TKBPatternMatchTest>(nullptr, Type, SubIndex, Value));
+  AddTest(std::make_unique<TKBPatternMatchTest>(nullptr, Type, SubIndex, Value));
+}
+
+void TTestNode::AddTest(std::unique_ptr<TKBSlotTest> Test) {
+  if (!Test) return;
+  if (!dynamic_cast<const TKBJoinTest*>(Test.get())) ++FContextTests;
+  FTests.push_back(std::move(Test));
+}
+
+void TTestNode::ClearTests() {
+  FTests.clear();
+  FContextTests = 0;
 }
 
 void TTestNode::DeleteTest(int Index) {
-  (void)GetTest(Index);
+  if (!dynamic_cast<const TKBJoinTest*>(GetTest(Index))) --FContextTests;
   FTests.erase(FTests.begin() + Index);
 }
 
@@ -469,7 +480,7 @@ void TJoinNode::ClearNode() {
 
 void TJoinNode::AddTest(TSlotTestType Type, std::int32_t TokenIndex, const TKBName& LeftIndex,
                         const TKBName& RightIndex) {
-  FTests.push_back(std::make_unique<TKBJoinTest>(Type, LeftIndex, RightIndex, TokenIndex));
+  TTestNode::AddTest(std::make_unique<TKBJoinTest>(Type, LeftIndex, RightIndex, TokenIndex));
 }
 
 void TJoinNode::AddTest(TSlotTestType Type, std::int32_t TokenIndex, const TKBName& LeftIndex, std::int32_t LeftSub,
@@ -477,7 +488,7 @@ void TJoinNode::AddTest(TSlotTestType Type, std::int32_t TokenIndex, const TKBNa
   if (LeftSub == NoSubIndex && RightSub == NoSubIndex)
     AddTest(Type, TokenIndex, LeftIndex, RightIndex);
   else
-    FTests.push_back(std::make_unique<TKBJoinTest>(Type, LeftIndex, LeftSub, RightIndex, RightSub, TokenIndex));
+    TTestNode::AddTest(std::make_unique<TKBJoinTest>(Type, LeftIndex, LeftSub, RightIndex, RightSub, TokenIndex));
 }
 
 void TJoinNode::PrepareShortCut() {
@@ -529,7 +540,13 @@ std::int32_t TJoinNode::RightKey(const TKBToken& Right) const {
 
 bool TJoinNode::Matches(const IReteToken& Left, const TKBToken& Right) {
   if (FBlocksOwnLeft) return ExtendsLeft(Right, *Left);
-  if (FTests.empty()) return true;
+  if (FContextTests == 0) {
+    // Comparisons of slots only: every test is a join test, and none needs
+    // a context.
+    for (const auto& Test : FTests)
+      if (!static_cast<const TKBJoinTest*>(Test.get())->Test(*Left, Right.GetFact())) return false;
+    return true;
+  }
   // The context holds the left token for the whole walk; only the fact moves.
   TKBContext* Context = GetContext();
   Context->SetFact(Right.GetFact());
@@ -591,7 +608,7 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored) {
     return;
   }
   std::int32_t Blocking = 0;
-  TKBContext* Context = FTests.empty() || FBlocksOwnLeft ? nullptr : GetContext();
+  TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
   const TContextScope Scope(Context, Left);
   auto Walk = [&](TKBTokenTree::TTokens* Bucket) {
     if (!Bucket) return true;
@@ -627,7 +644,7 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored) {
 void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
   if (FLeftMemory->GetEmpty()) return;
   const TTokenAction Action = Right->GetTag();
-  TKBContext* Context = FTests.empty() || FBlocksOwnLeft ? nullptr : GetContext();
+  TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
   auto Walk = [&](TKBTokenTree::TTokens* Bucket) {
     if (!Bucket) return;
     for (int I = 0; I < Bucket->GetCount(); ++I) {
