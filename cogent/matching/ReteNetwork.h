@@ -315,8 +315,6 @@ private:
   void RunTestsVaryLeft(const IReteToken& Right);
   // Whether Left and Right (a right token) pass the tests.
   bool Matches(const IReteToken& Left, const TKBToken& Right);
-  std::int32_t LeftKey(const TKBToken& Left) const;
-  std::int32_t RightKey(const TKBToken& Right) const;
   // Asks for a goal when a stored left token found no match.
   void AskForBackChain(const IReteToken& Token);
   // A new token of Left and Fact, with the lower strength and Action.

@@ -528,16 +528,6 @@ bool TJoinNode::Equals(const TTestNode* Node) const {
   return TTestNode::Equals(Node);
 }
 
-std::int32_t TJoinNode::LeftKey(const TKBToken& Left) const {
-  if (FBlocksOwnLeft) return FLeftMemory->GetKey(Left);
-  return TKBTokenTree::GetValueKey(Left.GetFacts(FTokenIndex).get(), FLeftFactIndex, FLeftSubIndex);
-}
-
-std::int32_t TJoinNode::RightKey(const TKBToken& Right) const {
-  if (FBlocksOwnLeft) return FRightMemory->GetKey(Right);
-  return TKBTokenTree::GetValueKey(Right.GetFacts(0).get(), FRightFactIndex, FRightSubIndex);
-}
-
 bool TJoinNode::Matches(const IReteToken& Left, const TKBToken& Right) {
   if (FBlocksOwnLeft) return ExtendsLeft(Right, *Left);
   if (FContextTests == 0) {
@@ -627,7 +617,9 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored) {
     return true;
   };
   if (FShortCut || FBlocksOwnLeft) {
-    Walk(FRightMemory->GetTokens(LeftKey(*Left)));
+    // A left token's key in its own memory is the key of the right tokens it
+    // can meet: the short cut's value, or for a gate the token itself.
+    Walk(FRightMemory->GetTokens(FLeftMemory->GetKey(*Left)));
   } else if (!FRightMemory->GetEmpty()) {
     for (std::int32_t B = FRightMemory->GetLowIndex(); B <= FRightMemory->GetHighIndex(); ++B)
       if (!Walk(FRightMemory->GetTokens(B))) break;
@@ -673,7 +665,7 @@ void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
   };
   const TContextScope Scope(Context, nullptr);
   if (FShortCut || FBlocksOwnLeft) {
-    Walk(FLeftMemory->GetTokens(RightKey(*Right)));
+    Walk(FLeftMemory->GetTokens(FRightMemory->GetKey(*Right)));
   } else {
     for (std::int32_t B = FLeftMemory->GetLowIndex(); B <= FLeftMemory->GetHighIndex(); ++B)
       Walk(FLeftMemory->GetTokens(B));
