@@ -20,6 +20,9 @@ bool IsVariable(const IKBValue& Value) noexcept {
 
 bool IsCall(const IKBValue& Value) noexcept { return Value && Value->GetDType() == dtFunCall; }
 
+// Up to this many roots a fact is offered to each of them.
+constexpr int FewRoots = 4;
+
 // A node class set by a host that makes no node of the kind a pass needs.
 constexpr const char* SWrongNodeClass = "The network's %s class makes no %s";
 
@@ -586,7 +589,8 @@ bool TReteNetwork::ProcessToken(const IReteToken& Token) {
   }
   bool Result = false;
   const TFact* Fact = Token->GetFact().get();
-  const IFactTemplate Template = Fact ? Fact->GetTemplate() : IFactTemplate();
+  // With a few roots asking each is cheaper than finding the template's.
+  const IFactTemplate Template = Fact && FRoots.GetCount() > FewRoots ? Fact->GetTemplate() : IFactTemplate();
   if (!Template) {
     for (int I = 0; I < FRoots.GetCount(); ++I)
       Result = static_cast<TReteNode*>(FRoots.GetNode(I))->CallNode(Token, ctSingle) || Result;
