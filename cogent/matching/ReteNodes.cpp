@@ -15,10 +15,9 @@ namespace {
 
 constexpr std::array<const char*, 4> CallTypeNames{"ctLeft", "ctRight", "ctSingle", "ctActivate"};
 constexpr std::array<const char*, 11> PatternMatchTestNames{
-    "pmtUnknown",           "pmtTestClassType",         "pmtTestEqual",
-    "pmtTestNotEqual",      "pmtTestSlotValueEqual",    "pmtTestSlotValueNotEqual",
-    "pmtTestMultiSlotEqual", "pmtTestMultiSlotNotEqual", "pmtTestMultiSlotLength",
-    "pmtTestMultiSlotMultiField", "pmtFailTest"};
+    "pmtUnknown",           "pmtTestClassType",       "pmtTestEqual",           "pmtTestNotEqual",
+    "pmtTestSlotValueEqual", "pmtTestSlotValueNotEqual", "pmtTestMultiSlotEqual", "pmtTestMultiSlotNotEqual",
+    "pmtTestMultiSlotLength", "pmtTestMultiSlotMultiField", "pmtFailTest"};
 static_assert(CallTypeNames.size() == ctActivate + 1);
 static_assert(PatternMatchTestNames.size() == pmtFailTest + 1);
 
@@ -90,8 +89,7 @@ void TActivation::SetStrength(float Value) noexcept { FStrength = Value < 0.0f ?
 
 std::unique_ptr<TActivation> TActivation::Clone() const {
   // A clone is nobody's entry: the node does not list it.
-  auto Result = std::make_unique<TActivation>(FRule, FToken, FNode, 1.0f);
-  return Result;
+  return std::make_unique<TActivation>(FRule, FToken, FNode, 1.0f);
 }
 
 bool TActivation::Fire() {
