@@ -10,20 +10,13 @@
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBPackages.h"
 
-#include "../TestSupport.h"
+#include "../matching/ReteTestSupport.h"
 
 namespace cogent {
 namespace {
 
 using namespace test;
 
-IKBValue CallValue(const IFunCall& Call) { return IKBValue(new TKBValue(Call)); }
-
-IFunCall Call(const std::string& Name, std::initializer_list<IKBValue> Arguments) {
-  IFunCall Result(new TFunctionCall(Name));
-  for (const IKBValue& Argument : Arguments) Result->AddArgument(Argument);
-  return Result;
-}
 
 // An engine with the templates a (x, y, multislot items) and b (y, z), and
 // host functions that the actions call:
@@ -85,21 +78,6 @@ protected:
     return Result;
   }
 
-  // (test (Call)), negated inside an odd number of not.
-  std::unique_ptr<TKBPattern> TestPattern(const IFunCall& Call) {
-    auto Result = std::make_unique<TKBPattern>(nullptr, STestCE, Engine.CreateFactTemplate(STestCE), 0);
-    Result->AddTest(SDefaultSlotName, CallValue(Call), NoSubIndex, false, true);
-    return Result;
-  }
-
-  // Owned by the engine, in no table yet; takes the patterns in order.
-  template <class... P>
-  TRule* NewRule(const std::string& Name, P&&... Patterns) {
-    auto* Rule = new TRule(&Engine, "", Name);
-    (Rule->GetPatterns()->Add(std::forward<P>(Patterns)), ...);
-    return Rule;
-  }
-
   IModule AddModule(const std::string& Name) {
     IModule Module(new TModule(&Engine, false));
     Module->SetName(Name);
@@ -141,6 +119,7 @@ protected:
   }
 
   TInferenceEngine Engine;
+  TRuleBuilder R{Engine};
   IFactTemplate A, B;
   std::vector<std::string> Log;
   int Counter = 0;
@@ -148,8 +127,8 @@ protected:
 
 TEST_F(RuleTest, PatternsGiveBindingsAndFactIndices) {
   // ?p <- (a (x ?x) (items ? ?i)) (test (zz-record ?x)) ?f <- (b (y ?x) (z ?z))
-  TRule* Rule = NewRule("r1", Pattern(A, {{"x", Var("x")}, {"items", Var("i"), 1}}, 0, "p"),
-                        TestPattern(Call("zz-record", {Var("x")})));
+  TRule* Rule = R.NewRule("r1", Pattern(A, {{"x", Var("x")}, {"items", Var("i"), 1}}, 0, "p"),
+                        R.Test(Call("zz-record", {Var("x")})));
   auto Third = Pattern(B, {{"y", Var("x")}, {"z", Var("z")}}, 0, "f");
   TKBPattern* ThirdP = Third.get();
   EXPECT_EQ(Rule->GetPatterns()->Add(std::move(Third)), 2);
@@ -172,7 +151,7 @@ TEST_F(RuleTest, PatternsGiveBindingsAndFactIndices) {
   // Alternatives are folded on entry: (a (x red|blue)) binds a fresh
   // wildcard and tests it with (or ...).
   TRule* Alternatives =
-      NewRule("r2", Pattern(A, {{"x", Atom("red")}, {"x", Atom("blue"), NoSubIndex, false, false}}));
+      R.NewRule("r2", Pattern(A, {{"x", Atom("red")}, {"x", Atom("blue"), NoSubIndex, false, false}}));
   ASSERT_EQ(Alternatives->GetBindingCount(), 1);
   const std::string Binder = Alternatives->GetBinding(0)->GetName();
   EXPECT_TRUE(Binder.starts_with(SBlankPrefix));
@@ -186,14 +165,14 @@ TEST_F(RuleTest, PatternsGiveBindingsAndFactIndices) {
 
 TEST_F(RuleTest, NegatedFirstUseIsRefused) {
   // (a (x ~?x)) can't compile; the pattern stays in the list.
-  TRule* Rule = NewRule("r1");
+  TRule* Rule = R.NewRule("r1");
   auto Bad = Pattern(A, {{"y", Var("y")}, {"x", Var("x"), NoSubIndex, true}});
   EXPECT_EQ(ErrorOf([&] { Rule->GetPatterns()->Add(std::move(Bad)); }),
             "First Use of Variable is negated, variable name is x");
   EXPECT_EQ(Rule->GetPatterns()->GetCount(), 1);
 
   // Once bound, ~?x is a test; a renamed wildcard is no first use.
-  TRule* Fine = NewRule("r2", Pattern(A, {{"x", Var("x")}}),
+  TRule* Fine = R.NewRule("r2", Pattern(A, {{"x", Var("x")}}),
                         Pattern(B, {{"y", Var("x"), NoSubIndex, true}, {"z", Var("_blank_3"), NoSubIndex, true}}, 1));
   EXPECT_EQ(Bindings(*Fine), "x@0.x, _2__blank_3@1.z");
 }
@@ -201,13 +180,13 @@ TEST_F(RuleTest, NegatedFirstUseIsRefused) {
 TEST_F(RuleTest, OddFirstPatternsAndRulesWithoutAnEngine) {
   // A rule that starts with not, exists, a test or a goal hangs from the
   // initial fact; a need pattern is bound and gets a negated companion.
-  EXPECT_EQ(Names(*NewRule("not", Pattern(A, {}, 1), Pattern(B))), "Initial-Fact a b");
-  EXPECT_EQ(Names(*NewRule("exists", Pattern(B, {}, 2))), "Initial-Fact b");
-  EXPECT_EQ(Names(*NewRule("test", TestPattern(Call("zz-record", {})), Pattern(A))), "Initial-Fact test a");
+  EXPECT_EQ(Names(*R.NewRule("not", Pattern(A, {}, 1), Pattern(B))), "Initial-Fact a b");
+  EXPECT_EQ(Names(*R.NewRule("exists", Pattern(B, {}, 2))), "Initial-Fact b");
+  EXPECT_EQ(Names(*R.NewRule("test", R.Test(Call("zz-record", {})), Pattern(A))), "Initial-Fact test a");
   const IFactTemplate Goal = Template("goal", {"v"});
   Goal->SetBackwardChaining(true);
-  EXPECT_EQ(Names(*NewRule("goal", Pattern(Goal))), "Initial-Fact goal");
-  TRule* Need = NewRule("need", Pattern(Engine.CreateFactTemplate("need-a"), {{SDefaultSlotName, Var("v"), 0}}));
+  EXPECT_EQ(Names(*R.NewRule("goal", Pattern(Goal))), "Initial-Fact goal");
+  TRule* Need = R.NewRule("need", Pattern(Engine.CreateFactTemplate("need-a"), {{SDefaultSlotName, Var("v"), 0}}));
   ASSERT_EQ(Names(*Need), "need-a a");
   EXPECT_TRUE(Need->GetPatterns()->GetItem(0)->GetBoundName().starts_with(SFactPrefix));
   EXPECT_EQ(Need->GetPatterns()->GetItem(1)->GetNegatedCount(), 1);
@@ -224,8 +203,8 @@ TEST_F(RuleTest, OddFirstPatternsAndRulesWithoutAnEngine) {
 TEST_F(RuleTest, FiringRunsTheActionsOnTheTokensValues) {
   // ?p <- (a (x ?x) (items ? ?i)) (test ...) (not (b (y ?x) (z ?z)))
   //   => (zz-record ?x ?i ?p ?__RULE) (zz-record done)
-  TRule* Rule = NewRule("r1", Pattern(A, {{"x", Var("x")}, {"items", Var("i"), 1}}, 0, "p"),
-                        TestPattern(Call("zz-record", {Var("x")})), Pattern(B, {{"y", Var("x")}, {"z", Var("z")}}, 1));
+  TRule* Rule = R.NewRule("r1", Pattern(A, {{"x", Var("x")}, {"items", Var("i"), 1}}, 0, "p"),
+                        R.Test(Call("zz-record", {Var("x")})), Pattern(B, {{"y", Var("x")}, {"z", Var("z")}}, 1));
   Rule->GetActions()->Add(Call("zz-record", {Var("x"), Var("i"), Var("p"), Var(SRuleBinding)}));
   Rule->GetActions()->Add(Call("zz-record", {Atom("done")}));
 
@@ -249,7 +228,7 @@ TEST_F(RuleTest, ReturnsAndErrorsEndTheActions) {
   const IModule Other = AddModule("OTHER");
   int Pops = 0;
   Engine.OnPopFocus = [&](TObject*, const IModule&) { ++Pops; };
-  TRule* Rule = NewRule("r1", Pattern(A, {{"x", Var("x")}}));
+  TRule* Rule = R.NewRule("r1", Pattern(A, {{"x", Var("x")}}));
   Rule->GetActions()->Add(Call("zz-record", {Var("x")}));
   Rule->GetActions()->Add(Call("zz-record", {}));
   Rule->GetActions()->Add(Call("zz-record", {Atom("after")}));
@@ -296,7 +275,7 @@ TEST_F(RuleTest, ReturnsAndErrorsEndTheActions) {
 }
 
 TEST_F(RuleTest, SalienceIsEvaluatedFromItsExpression) {
-  TRule* Rule = NewRule("r1");
+  TRule* Rule = R.NewRule("r1");
   int Changes = 0;
   Rule->OnChange = [&](TObject*) { ++Changes; };
 
@@ -326,9 +305,9 @@ TEST_F(RuleTest, SalienceIsEvaluatedFromItsExpression) {
 
 TEST_F(RuleTest, NamesTablesAndModules) {
   TRules* Rules = Engine.GetRules();
-  TRule* Rule = NewRule("r1");
+  TRule* Rule = R.NewRule("r1");
   Rules->Add(Rule);
-  TRule* Taken = NewRule("r3");
+  TRule* Taken = R.NewRule("r3");
   Rules->Add(Taken);
 
   // A new name re-keys the table; a taken one changes nothing.
@@ -355,7 +334,7 @@ TEST_F(RuleTest, NamesTablesAndModules) {
   EXPECT_EQ(Other->GetRules()->Get("r2"), Rule);
   EXPECT_NE(Rule->GetID(), OldId);
   EXPECT_EQ(ErrorOf([&] { Rule->SetModule("NOWHERE"); }), "No such module with name=NOWHERE exists");
-  Rules->Add(NewRule("r2"));
+  Rules->Add(R.NewRule("r2"));
   Engine.SetDuplicateConstructs(dcError);
   EXPECT_EQ(ErrorOf([&] { Rule->SetModule(""); }), "Duplicate Rules defined with same name: \"r2\"");
   EXPECT_EQ(Other->GetRules()->Get("r2"), Rule);
@@ -370,7 +349,7 @@ TEST_F(RuleTest, NamesTablesAndModules) {
 }
 
 TEST_F(RuleTest, AssignCopiesARuleOfTheSameEngine) {
-  TRule* Source = NewRule("source", Pattern(A, {{"x", Var("x")}}), Pattern(B, {}, 1));
+  TRule* Source = R.NewRule("source", Pattern(A, {{"x", Var("x")}}), Pattern(B, {}, 1));
   const IFunCall Action = Call("zz-record", {Var("x")});
   Source->GetActions()->Add(Action);
   Source->SetSalience(CallValue(Call("zz-next", {})));
@@ -378,7 +357,7 @@ TEST_F(RuleTest, AssignCopiesARuleOfTheSameEngine) {
   Source->SetAutoFocus(true);
   Source->SetEnabled(false);
 
-  TRule* Target = NewRule("target");
+  TRule* Target = R.NewRule("target");
   int Changes = 0;
   Target->OnChange = [&](TObject*) { ++Changes; };
   Target->Assign(Source);
