@@ -400,6 +400,13 @@ TEST_F(ReteNetworkTest, RulesAddedLaterAndResetAndClear) {
             (TAgenda{"e: f-1, f--1", "j2: f-1, f-2, f-1", "j: f-1, f-2", "n: f-3, f--1", "one: f-2"}));
   EXPECT_TRUE(Memories().starts_with(Held));
 
+  // A rule that changes in the table is compiled anew, its activations with it.
+  TRule* One = Engine.GetRules()->Get("one");
+  One->GetPatterns()->Add(R.Pattern("a", {{"x", Int(2)}}));
+  EXPECT_EQ(One->GetCompilation(), "one: +1+1+2+t");
+  EXPECT_EQ(R.Agenda(),
+            (TAgenda{"e: f-1, f--1", "j2: f-1, f-2, f-1", "j: f-1, f-2", "n: f-3, f--1", "one: f-2, f-3"}));
+
   Engine.Reset();
   EXPECT_EQ(R.Agenda(), TAgenda{});
   EXPECT_EQ(Memories(), "");
