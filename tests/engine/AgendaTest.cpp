@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "../matching/ReteTestSupport.h"
+#include "EngineTestSupport.h"
 
 namespace cogent {
 namespace {
@@ -163,6 +164,22 @@ TEST_F(AgendaTest, FiringTellsThenRemoves) {
   EXPECT_EQ(Fired->GetRuleName(), "a");
   EXPECT_EQ(Engine.GetAgendaCount(), 0);
   EXPECT_THROW(Engine.GetActivation(0), EListError);
+}
+
+TEST_F(AgendaTest, StandingDownInAnotherModuleLeavesTheCurrentOneCurrent) {
+  const IModule Main = Engine.GetCurrentModule();
+  const IModule Other = AddModule(Engine, "OTHER");
+  Engine.SetCurrentModule(Other);
+  Rule("m");
+  Activate("m");
+  TActivation* Activation = Engine.GetActivation(0);
+  Engine.SetCurrentModule(Main);
+  Rule("a");
+  Activate("a");
+  Engine.RemoveActivation(Activation);
+  EXPECT_EQ(Engine.GetCurrentModule(), Main);
+  EXPECT_EQ(Other->GetAgenda()->GetCount(), 0);
+  EXPECT_EQ(Order(), TNames{"a"});
 }
 
 // Activations that no node made, placed by a rule of the test's own.
