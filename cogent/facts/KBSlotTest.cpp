@@ -345,8 +345,7 @@ TKBPattern::TKBPattern(TComponent* AOwner, TKBPattern* APattern, const TKBName& 
     for (const TKBPatternMatchTest* Test : *Tests) {
       if (!Test) continue;
       IKBValue Value = Test->GetSlotValue();
-      if (Value && (Value->GetDType() == dtVariable || Value->GetDType() == dtMultiVariable) &&
-          Value->GetAsString().starts_with(SBlankPrefix)) {
+      if (IsVariable(Value) && Value->GetAsString().starts_with(SBlankPrefix)) {
         if (!Generator) throw EKBException(_SUnknownEngine);
         const char* Prefix = Value->GetAsString().starts_with(SBlankMulti) ? SBlankMulti : SBlankPrefix;
         Value = IKBValue(new TKBValue(Generator->GenerateSymbol(Prefix), Value->GetDType()));

@@ -14,10 +14,6 @@ namespace cogent {
 
 namespace {
 
-bool IsVariable(const IKBValue& Value) noexcept {
-  return Value && (Value->GetDType() == dtVariable || Value->GetDType() == dtMultiVariable);
-}
-
 bool IsCall(const IKBValue& Value) noexcept { return Value && Value->GetDType() == dtFunCall; }
 
 // Up to this many roots a fact is offered to each of them.
@@ -151,23 +147,22 @@ void TReteNetwork::ForgetNode(TReteNode* Node) noexcept {
 }
 
 void TReteNetwork::RemoveNode(TGGraphNode* Node) {
-  auto* Rete = static_cast<TReteNode*>(Node);
-  if (Rete && Rete->GetGraph() == this) {
-    Rete->RemovePredecessors();
-    Rete->Clear();
-    ForgetNode(Rete);
-  }
+  Detach(Node);
   TGGraph::RemoveNode(Node);
 }
 
 std::unique_ptr<TGGraphNode> TReteNetwork::Extract(TGGraphNode* Node) {
-  auto* Rete = static_cast<TReteNode*>(Node);
-  if (Rete && Rete->GetGraph() == this) {
-    Rete->RemovePredecessors();
-    Rete->Clear();
-    ForgetNode(Rete);
-  }
+  Detach(Node);
   return TGGraph::Extract(Node);
+}
+
+void TReteNetwork::Detach(TGGraphNode* Node) {
+  auto* Rete = static_cast<TReteNode*>(Node);
+  if (!Rete || Rete->GetGraph() != this) return;
+  // Without its edges first, so that the hooks do not make it a root again.
+  Rete->RemovePredecessors();
+  Rete->Clear();
+  ForgetNode(Rete);
 }
 
 void TReteNetwork::Clear() {
@@ -205,8 +200,6 @@ std::unique_ptr<TReteNode> TReteNetwork::MakeNode(const TReteNodeClass& Class) c
   if (!Node) throw EKBException(Format(SWrongNodeClass, "node", "node"));
   return Node;
 }
-
-void TReteNetwork::EnterRuleNode(TCompilation& C, TReteNode* Node) { C.RuleNodes->push_back(Node); }
 
 void TReteNetwork::CleanUpBinding(const IKBValue& Value) {
   ForEachBinding(Value, [](TBindingInfo& Info) { Info.SetFactIndex(0); });
@@ -258,7 +251,7 @@ TPatternMatchNode* TReteNetwork::CreateSuccessor(TCompilation& C, TReteNode* Par
   }
   if (Found) {
     Found->SetRuleUseCount(Found->GetRuleUseCount() + 1);
-    EnterRuleNode(C, Found);
+    C.RuleNodes->push_back(Found);
     if (Parent) C.Account += "=1";
     return Found;
   }
@@ -267,7 +260,7 @@ TPatternMatchNode* TReteNetwork::CreateSuccessor(TCompilation& C, TReteNode* Par
   if (!Node) throw EKBException(Format(SWrongNodeClass, "match", "one-input node"));
   Node->SetPatternMatchTest(Test, Args, Value);
   AddNode(std::move(Made));
-  EnterRuleNode(C, Node);
+  C.RuleNodes->push_back(Node);
   if (Parent) Parent->LinkTo(Node, ctSingle);
   C.Account += "+1";
   return Node;
@@ -406,7 +399,7 @@ void TReteNetwork::ProcessThirdPass(TCompilation& C) {
     }
     if (Present) {
       Present->SetRuleUseCount(Present->GetRuleUseCount() + 1);
-      EnterRuleNode(C, Present);
+      C.RuleNodes->push_back(Present);
       C.Account += "=2";
     } else {
       if (Join && BackChaining && !Pattern->GetExplicit()) {
@@ -415,7 +408,7 @@ void TReteNetwork::ProcessThirdPass(TCompilation& C) {
       }
       if (Join) Join->PrepareShortCut();
       Present = static_cast<TReteNode*>(AddNode(std::move(Made)));
-      EnterRuleNode(C, Present);
+      C.RuleNodes->push_back(Present);
       Left->LinkTo(Present, ctLeft);
       Right->LinkTo(Present, ctRight);
       C.Account += "+2";
@@ -431,7 +424,7 @@ void TReteNetwork::ProcessThirdPass(TCompilation& C) {
       Gate->SetBlocksOwnLeft(true);
       Gate->ClearMemory();
       TReteNode* Next = static_cast<TReteNode*>(AddNode(std::move(GateMade)));
-      EnterRuleNode(C, Next);
+      C.RuleNodes->push_back(Next);
       Left->LinkTo(Next, ctLeft);
       Present->LinkTo(Next, ctRight);
       Present = Next;
@@ -447,7 +440,7 @@ void TReteNetwork::ProcessFourthPass(TCompilation& C) {
   if (!Terminal) throw EKBException(Format(SWrongNodeClass, "terminal", "terminal node"));
   Terminal->SetRule(C.Rule);
   AddNode(std::move(Made));
-  EnterRuleNode(C, Terminal);
+  C.RuleNodes->push_back(Terminal);
   C.Account += "+t";
   C.Nodes.back()->LinkTo(Terminal, ctActivate);
   UpdateNodes(C.FirstNodes);

@@ -486,7 +486,6 @@ private:
   // Sets to 0 the fact index of every binding the call reads.
   static void CleanUpBinding(const IKBValue& Value);
   std::unique_ptr<TReteNode> MakeNode(const TReteNodeClass& Class) const;
-  void EnterRuleNode(TCompilation& C, TReteNode* Node);
   // Takes the rule's nodes away again, last first.
   void ReleaseNodes(TRuleNodes& Nodes);
   // Takes a rule's nodes away, handing the goals its joins asked for over.
@@ -495,6 +494,8 @@ private:
   // pattern of another rule that shares it, if one asks too.
   void HandOverGoals(TJoinNode* Join);
   void ForgetNode(TReteNode* Node) noexcept;
+  // Takes a node that leaves the graph out of the roots and the rule lists.
+  void Detach(TGGraphNode* Node);
   void AddRoot(TReteNode* Node);
   void RemoveRoot(TReteNode* Node) noexcept;
   // The roots that facts of Template can pass, worked out on first use.

@@ -522,7 +522,7 @@ void TJoinNode::PrepareShortCut() {
 bool TJoinNode::Equals(const TTestNode* Node) const {
   if (FNegatedPattern) return false;
   const auto* Join = dynamic_cast<const TJoinNode*>(Node);
-  if (!Join || Join->FNegatedPattern || Join->FBlocksOwnLeft != FBlocksOwnLeft) return false;
+  if (!Join || Join->FNegatedPattern) return false;
   return TTestNode::Equals(Node);
 }
 
@@ -688,7 +688,7 @@ void TJoinNode::AskForBackChain(const IReteToken& Token) {
         if (Test->GetSlotTestType() == sttNotEquals) continue;
         const IKBValue& TestValue = Test->GetSlotValue();
         IKBValue Found = TestValue;
-        if (TestValue && (TestValue->GetDType() == dtVariable || TestValue->GetDType() == dtMultiVariable)) {
+        if (IsVariable(TestValue)) {
           Found = Value;
           const TBinding* Binding = FRule ? FRule->GetBindingByName(TestValue->GetAsString()) : nullptr;
           if (Binding && Binding->GetFactIndex() < Token->GetCount())

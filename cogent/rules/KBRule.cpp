@@ -10,10 +10,6 @@ namespace cogent {
 
 namespace {
 
-bool IsVariable(const IKBValue& Value) noexcept {
-  return Value && (Value->GetDType() == dtVariable || Value->GetDType() == dtMultiVariable);
-}
-
 // Renamed variables of a pattern, old name to new name.
 using TRenames = std::vector<std::pair<std::string, std::string>>;
 

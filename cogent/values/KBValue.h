@@ -188,6 +188,11 @@ private:
 // equal floats always hash alike. Beyond 10^11 a float is compared as it is;
 // all NaNs are one value, and -0.0 is 0.0.
 bool SameFloat(double A, double B) noexcept;
+
+// A single or multifield variable.
+inline bool IsVariable(const IKBValue& Value) noexcept {
+  return Value && (Value->GetDType() == dtVariable || Value->GetDType() == dtMultiVariable);
+}
 std::int32_t FloatHash(double Value) noexcept;
 
 // ---------------------------------------------------------------- TValueVector
