@@ -292,7 +292,10 @@ void TKBRuleParser::ParseConstraintTerm(IStreamToken Token, TSlotPosition& Posit
     // The first use of a name fixes its kind for the whole rule.
     const std::string& Name = Token->GetText();
     std::int32_t FirstKind = Kind;
-    if (!Variables.TryGetValue(Name, FirstKind)) Variables.Add(Name, Kind);
+    if (!Variables.TryGetValue(Name, FirstKind)) {
+      FirstKind = Kind;
+      Variables.Add(Name, Kind);
+    }
     // "?:" reads as the ":" of a predicate, once its name is in the table.
     if (Name == ":")
       Value = ValueOf(ParseFunCall());
