@@ -12,6 +12,8 @@
 #include "cogent/host/Guards.h"
 #include "cogent/language/KBRuleParser.h"
 #include "cogent/language/KBTokenizer.h"
+#include "cogent/values/KBDefinedType.h"
+#include "cogent/values/KBFuzzyLogic.h"
 #include "LanguageTestSupport.h"
 
 namespace cogent {
@@ -120,6 +122,8 @@ TEST(RuleGrammarTest, ARuleIsReadWholeAndEntersTheEngine) {
   TRuleEngine R;
   std::vector<TRule*> Heard;
   R.Engine.SetOnParseRule([&](TObject*, TRule* Rule) { Heard.push_back(Rule); });
+  TTexts PatternsHeard;
+  R.Engine.SetOnParsePattern([&](TObject*, TKBPattern* Pattern) { PatternsHeard.push_back(Pattern->GetName()); });
   TTexts Kinds;
   R.Engine.SetOnParse([&](TObject*, TParsedType Kind, TObject* Construct, const IInterface&) {
     Kinds.push_back(EnumName(Kind) + (dynamic_cast<TRule*>(Construct) ? " rule" : ""));
@@ -131,6 +135,7 @@ TEST(RuleGrammarTest, ARuleIsReadWholeAndEntersTheEngine) {
   ASSERT_TRUE(Rule);
   EXPECT_EQ(Heard, (std::vector<TRule*>{Rule, RuleNamed(R.Engine, "bare")}));
   EXPECT_EQ(Kinds, (TTexts{"ptRule rule", "ptRule rule", "ptEOF"}));
+  EXPECT_EQ(PatternsHeard, (TTexts{"a"}));
   // Each rule echoes its id.
   EXPECT_EQ(R.Output, IntToStr(Rule->GetID()) + "\r\n" + IntToStr(RuleNamed(R.Engine, "bare")->GetID()) + "\r\n");
   EXPECT_EQ(Rule->GetComment(), "greets");
@@ -258,6 +263,21 @@ TEST(RuleGrammarTest, ConstraintsBecomeTestsAtTheirPositions) {
   const std::unique_ptr<TKBPattern> Blank = R.Pattern("(a ? $?)");
   EXPECT_TRUE(Blank->GetSlotTest(0, 0)->GetSlotValue()->GetAsString().starts_with(SBlankPrefix));
   EXPECT_EQ(Blank->GetSlotTest(0, 1)->GetSlotValue()->GetDType(), dtMultiVariable);
+}
+
+TEST(RuleGrammarTest, FuzzySlotsReadWholeExpressions) {
+  TRuleEngine R;
+  IKBDefinedType Level(new TKBDefinedType("level", TKBTypes{dtFuzzy}, &R.Engine));
+  R.Engine.GetDefinedTypes()->Add(Level);
+  IFuzzyVariable Variable(new TKBFuzzyVariable("level"));
+  Level->SetFuzzyType(Variable);
+  Variable->AddTerm(Variable->NewFuzzySet("high"));
+  ASSERT_TRUE(R.Engine.Parse("(deftemplate reading (slot value (type level)))", true));
+  // Variables and predicates as in any slot; anything else is one
+  // expression up to the slot's end, hedges and all.
+  EXPECT_EQ(R.Read("(reading (value ?v&:(zz-true ?v)))"), "reading/0 value: ?v (zz-true ?v)");
+  EXPECT_EQ(R.Read("(reading (value very high))"), "reading/0 value: very high ");
+  EXPECT_EQ(R.Read("(reading (value ~high))"), "reading/0 value: ~high");
 }
 
 TEST(RuleGrammarTest, AVariableKeepsTheKindOfItsFirstUse) {
