@@ -45,7 +45,6 @@ private:
 std::unique_ptr<TRule> TKBRuleParser::ParseRule() {
   static const std::string Where = "ParseRule";
   TKBRuleStream& Tokens = Stream();
-  Engine();
   std::string Name;
   std::string Comment;
   std::string Module;
@@ -272,7 +271,7 @@ void TKBRuleParser::ParseConstraintTerm(IStreamToken Token, TSlotPosition& Posit
 
   if (Position.Fuzzy && !IsVariableToken(Token)) {
     IKBValue Value;
-    if (Token->GetText() == ":") {
+    if (Kind == dtAtom && Token->GetText() == ":") {
       Value = ValueOf(ParseFunCall());
     } else {
       Tokens.PutBackToken(Token);
