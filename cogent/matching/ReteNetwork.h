@@ -367,6 +367,10 @@ public:
   virtual void StandDown(const IReteToken& Token);
   // Forgets the activations without telling anybody.
   void FastClear() noexcept;
+  // Replacement (an activation of this node) takes Original's place in the
+  // list, so that a later retraction stands the replacement down; Original
+  // is left unlisted. Nothing happens when the node does not list Original.
+  void Relist(TActivation* Original, TActivation* Replacement) noexcept;
   // The rule is gone: neither the node nor its activations name it any more.
   void ForgetRule() noexcept;
 

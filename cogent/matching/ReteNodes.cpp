@@ -818,6 +818,22 @@ void TPatternMatchTerminalNode::FastClear() noexcept {
 
 void TPatternMatchTerminalNode::Forget(TActivation* Activation) noexcept { Unlist(Activation); }
 
+void TPatternMatchTerminalNode::Relist(TActivation* Original, TActivation* Replacement) noexcept {
+  const int Index = IndexOf(Original);
+  if (Index < 0 || !Replacement || Replacement->FNode != this || IndexOf(Replacement) >= 0) return;
+  if (Replacement->FToken != Original->FToken) return;
+  FActivations[static_cast<std::size_t>(Index)] = Replacement;
+  Replacement->FListIndex = Index;
+  Original->FListIndex = -1;
+  // The same token, so the same sort code.
+  auto [First, End] = FByToken.equal_range(Original->FToken ? Original->FToken->GetSortCode() : 0);
+  for (auto It = First; It != End; ++It)
+    if (It->second == Original) {
+      It->second = Replacement;
+      break;
+    }
+}
+
 void TPatternMatchTerminalNode::ForgetRule() noexcept {
   FRule = nullptr;
   for (TActivation* Activation : FActivations) Activation->FRule = nullptr;

@@ -1,55 +1,90 @@
 #pragma once
-// The agenda of a module: the activations that wait to fire. It owns them.
-// Ordering by salience and strategy comes with the run loop; until then an
-// activation is appended.
+// The agenda of a module: the activations that wait to fire, highest salience
+// on top (entry 0). Each entry is the activation's text at the moment it came
+// in, with the activation as its data.
 
-#include <list>
+#include <cstdint>
+#include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "cogent/facts/KBModule.h"
+#include "cogent/foundation/VXStringList.h"
 #include "cogent/matching/ReteNetwork.h"
 
 namespace cogent {
 
 class IKnowledgeBase;
 
-class TKBAgenda : public TPersistent {
+// ---------------------------------------------------------------- TActivationAgenda
+
+class TActivationAgenda : public TStringList<TActivation*> {
 public:
-  TKBAgenda(IKnowledgeBase* AEngine, TModule* AModule) : FEngine(AEngine), FModule(AModule) {}
-  TKBAgenda(const TKBAgenda&) = delete;
-  TKBAgenda& operator=(const TKBAgenda&) = delete;
-  ~TKBAgenda() override { Clear(); }
+  TActivationAgenda() { SetDuplicates(dupAccept); }
+  // Frees its activations when it owns them; the base destructor would not.
+  ~TActivationAgenda() override;
 
-  IKnowledgeBase* GetEngine() const noexcept { return FEngine; }
-  void SetEngine(IKnowledgeBase* Value) noexcept { FEngine = Value; }
-  TModule* GetModule() const noexcept { return FModule; }
-  int GetCount() const noexcept { return static_cast<int>(FItems.size()); }
-  // Raises EListError for an index out of range. Walks the list.
-  TActivation* GetActivation(int Index) const;
-  // By identity; -1 when absent.
-  int IndexOfData(const TActivation* Activation) const noexcept;
-
-  bool Contains(const TActivation* Activation) const noexcept { return FPlaces.count(Activation) > 0; }
-
-  // Takes the activation over; gives its index.
+  // Puts the activation where FindInsertion says (-1 appends); gives the index.
   int Add(TActivation* Activation);
   // Takes the entry out and hands the activation back, unfreed.
   TActivation* Extract(int Index);
-  // The same, by identity; nil when the agenda does not hold it.
-  TActivation* Extract(const TActivation* Activation);
-  // Takes the entry out, then frees the activation.
-  void Delete(int Index);
-  // Empties the list first and then frees the activations: each one's
-  // destructor reaches back into the engine and must find the list final.
-  void Clear();
+  // -1 when the agenda does not hold it. Found through the order keys, not
+  // by a walk of the list.
+  int IndexOfData(const TActivation* Activation) const;
+  TActivation* GetActivations(int Index) const { return GetData(Index); }
+  // Replaces the entry's activation; the one it held is not freed.
+  void SetActivations(int Index, TActivation* Value);
+
+  bool GetFreeData() const noexcept { return FFreeData; }
+  void SetFreeData(bool Value) noexcept { FFreeData = Value; }
+
+  // Copies the entries of another agenda in order; the activations are
+  // shared, not cloned.
+  void Assign(TPersistent* Source) override;
+  void Exchange(int Index1, int Index2) override;
+  void Move(int CurIndex, int NewIndex) override;
+  void CustomSort(const TStringListSortCompare& Compare) override;
+
+protected:
+  // Where a new activation goes; -1 appends.
+  virtual int FindInsertion(TActivation* Activation);
+
+  void DoClear() override;
+  void DoDelete(int Index) override;
+  using TStringList<TActivation*>::InsertItem;
+  void InsertItem(int Index, const std::string& S, TObject* AObject, TActivation* const& Data) override;
+
+private:
+  // Gives every entry a fresh key, spaced apart, in list order.
+  void Renumber();
+
+  bool FFreeData = true;
+  // A key per entry that grows with the index, so that an activation's place
+  // is found by bisection. A new entry takes a key between its neighbours';
+  // when there is no room left they are numbered again.
+  std::vector<std::int64_t> FOrder;
+  std::unordered_map<const TActivation*, std::int64_t> FKeys;
+};
+
+// ---------------------------------------------------------------- TKBAgenda
+
+// The agenda of an engine's module: a new activation is placed by the
+// engine's conflict resolution. Without an engine it only appends.
+class TKBAgenda : public TActivationAgenda {
+public:
+  TKBAgenda(IKnowledgeBase* AEngine, TModule* AModule) : FEngine(AEngine), FModule(AModule) {}
+
+  IKnowledgeBase* GetEngine() const noexcept { return FEngine; }
+  void SetEngine(IKnowledgeBase* Value) noexcept { FEngine = Value; }
+  // The owner, not counted.
+  TModule* GetModule() const noexcept { return FModule; }
+
+protected:
+  int FindInsertion(TActivation* Activation) override;
 
 private:
   IKnowledgeBase* FEngine;
   TModule* FModule;
-  // In order of arrival, with each activation's place, so that standing one
-  // down costs no search.
-  std::list<TActivation*> FItems;
-  std::unordered_map<const TActivation*, std::list<TActivation*>::iterator> FPlaces;
 };
 
 }  // namespace cogent
