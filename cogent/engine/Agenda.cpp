@@ -152,9 +152,7 @@ void TInferenceEngine::SetAgenda(TKBAgenda* Value) {
     SetAgenda(Temporary.get());
     return;
   }
-  std::vector<TActivation*> Entries;
-  Entries.reserve(static_cast<std::size_t>(Value->GetCount()));
-  for (int I = 0; I < Value->GetCount(); ++I) Entries.push_back(Value->GetActivations(I));
+  const std::vector<TActivation*> Entries = Value->ToArray();
   FCache.Agenda->Clear();
   for (TActivation* Entry : Entries) {
     if (!Entry) continue;

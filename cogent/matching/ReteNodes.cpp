@@ -82,6 +82,7 @@ TActivation::TActivation(IReteRule* ARule, const IReteToken& AToken, TPatternMat
 }
 
 TActivation::~TActivation() {
+  if (FHolder) FHolder->ActivationFreed(this);
   if (FNode) FNode->Forget(this);
 }
 
@@ -99,9 +100,11 @@ bool TActivation::Fire() {
   return true;
 }
 
-std::string TActivation::ToString() const {
-  std::string Result = IntToStr(FRule ? FRule->GetSalience() : 0) + " " + (FRule ? FRule->GetRuleName() : "");
-  Result += " : " + (FToken ? FToken->GetToFactsString() : std::string()) + " (" + Format("%.4f", FStrength) + ")";
+std::string TActivation::ToString() const { return ToString(FRule ? FRule->GetSalience() : 0, FStrength); }
+
+std::string TActivation::ToString(std::int32_t Salience, float Strength) const {
+  std::string Result = IntToStr(Salience) + " " + (FRule ? FRule->GetRuleName() : "");
+  Result += " : " + (FToken ? FToken->GetToFactsString() : std::string()) + " (" + Format("%.4f", Strength) + ")";
   return Result;
 }
 

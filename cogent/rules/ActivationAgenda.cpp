@@ -1,80 +1,107 @@
 #include "cogent/rules/ActivationAgenda.h"
 
-#include <algorithm>
-#include <limits>
+#include <utility>
 
 #include "cogent/foundation/KBInterfaces.h"
+#include "cogent/host/Classes.h"
+#include "cogent/host/Guards.h"
+#include "cogent/host/SysUtils.h"
 
 namespace cogent {
 
-namespace {
-// Room between the keys of neighbours as they are numbered, so that many
-// entries fit in between before the next numbering.
-constexpr std::int64_t OrderGap = std::int64_t{1} << 20;
-constexpr std::int64_t OrderLimit = std::numeric_limits<std::int64_t>::max() / 2;
-}  // namespace
-
 // ================================================================ TActivationAgenda
 
-TActivationAgenda::~TActivationAgenda() {
-  FOnChange = nullptr;
-  FOnChanging = nullptr;
-  TActivationAgenda::DoClear();
-}
+TActivationAgenda::~TActivationAgenda() { TActivationAgenda::DoClear(); }
 
 int TActivationAgenda::Add(TActivation* Activation) {
+  const int Count = GetCount();
   const int At = FindInsertion(Activation);
-  const int Index = At < 0 || At > FCount ? FCount : At;
-  InsertItem(Index, Activation ? Activation->ToString() : std::string(), nullptr, Activation);
+  const int Index = At < 0 || At > Count ? Count : At;
+  const IReteRule* Rule = Activation ? Activation->GetRule() : nullptr;
+  InsertNode(Index, Activation, Rule ? Rule->GetSalience() : 0, Activation ? Activation->GetStrength() : 1.0f);
   return Index;
 }
 
 TActivation* TActivationAgenda::Extract(int Index) {
+  CheckIndex(Index);
   TActivation* Result = GetActivations(Index);
   const bool FreeData = FFreeData;
   FFreeData = false;
   const TFinally Restore([this, FreeData] { FFreeData = FreeData; });
-  Delete(Index);
+  DoDelete(Index);
   return Result;
 }
 
+void TActivationAgenda::Delete(int Index) { DoDelete(CheckIndex(Index)); }
+
+void TActivationAgenda::Clear() { DoClear(); }
+
 int TActivationAgenda::IndexOfData(const TActivation* Activation) const {
-  const auto Key = FKeys.find(Activation);
-  if (Key == FKeys.end()) return -1;
-  const auto Place = std::lower_bound(FOrder.begin(), FOrder.end(), Key->second);
-  const auto Index = static_cast<int>(Place - FOrder.begin());
-  if (Place != FOrder.end() && *Place == Key->second && FList[Index].FData == Activation) return Index;
-  // The keys can only be wrong when the data was changed behind the agenda's back.
-  for (int I = 0; I < FCount; ++I)
-    if (FList[I].FData == Activation) return I;
-  return -1;
+  if (!Activation || FRoot < 0) return -1;
+  if (Activation->FHolder == static_cast<const IActivationHolder*>(this)) return RankOf(Activation->FHolderEntry);
+  // Held by another agenda, or by none: a walk of the pool, which is in no
+  // order, so the first entry is the one of least index.
+  int Result = -1;
+  for (std::size_t Node = 0; Node < FNodes.size(); ++Node)
+    if (FNodes[Node].Size > 0 && FNodes[Node].Data == Activation) {
+      const int Index = RankOf(static_cast<std::int32_t>(Node));
+      if (Result < 0 || Index < Result) Result = Index;
+    }
+  return Result;
 }
 
+TActivation* TActivationAgenda::GetActivations(int Index) const { return At(Select(CheckIndex(Index))).Data; }
+
 void TActivationAgenda::SetActivations(int Index, TActivation* Value) {
-  const TActivation* Old = GetActivations(Index);
-  PutData(Index, Value);
-  if (const auto Key = FKeys.find(Old); Key != FKeys.end() && Key->second == FOrder[Index]) FKeys.erase(Key);
-  if (Value) FKeys[Value] = FOrder[Index];
+  const std::int32_t Node = Select(CheckIndex(Index));
+  Release(At(Node).Data, Node);
+  At(Node).Data = Value;
+  Claim(Value, Node);
+}
+
+std::vector<TActivation*> TActivationAgenda::ToArray() const {
+  std::vector<TActivation*> Result;
+  Result.reserve(static_cast<std::size_t>(GetCount()));
+  for (std::int32_t Node = First(); Node >= 0; Node = Next(Node)) Result.push_back(At(Node).Data);
+  return Result;
+}
+
+std::string TActivationAgenda::GetString(int Index) const {
+  const TNode& Node = At(Select(CheckIndex(Index)));
+  return Node.Data ? Node.Data->ToString(Node.Salience, Node.Strength) : std::string();
+}
+
+void TActivationAgenda::GetStrings(TStrings& Strings) const {
+  Strings.BeginUpdate();
+  const TFinally End([&Strings] { Strings.EndUpdate(); });
+  Strings.Clear();
+  for (std::int32_t Node = First(); Node >= 0; Node = Next(Node)) {
+    const TNode& Entry = At(Node);
+    Strings.AddObject(Entry.Data ? Entry.Data->ToString(Entry.Salience, Entry.Strength) : std::string(), Entry.Data);
+  }
+}
+
+std::string TActivationAgenda::ToString() const {
+  std::string Result;
+  for (std::int32_t Node = First(); Node >= 0; Node = Next(Node)) {
+    const TNode& Entry = At(Node);
+    if (Entry.Data) Result += Entry.Data->ToString(Entry.Salience, Entry.Strength);
+    Result += sLineBreak;
+  }
+  return Result;
 }
 
 void TActivationAgenda::Assign(TPersistent* Source) {
-  TStringList<TActivation*>::Assign(Source);
-  Renumber();
-}
-
-void TActivationAgenda::Exchange(int Index1, int Index2) {
-  TStringList<TActivation*>::Exchange(Index1, Index2);
-  Renumber();
-}
-
-void TActivationAgenda::Move(int CurIndex, int NewIndex) {
-  TStringList<TActivation*>::Move(CurIndex, NewIndex);
-  Renumber();
-}
-
-void TActivationAgenda::CustomSort(const TStringListSortCompare& Compare) {
-  TStringList<TActivation*>::CustomSort(Compare);
-  Renumber();
+  if (Source == this) return;
+  if (const auto* Other = dynamic_cast<const TActivationAgenda*>(Source)) {
+    Clear();
+    for (std::int32_t Node = Other->First(); Node >= 0; Node = Other->Next(Node)) {
+      const TNode& Entry = Other->At(Node);
+      InsertNode(GetCount(), Entry.Data, Entry.Salience, Entry.Strength);
+    }
+    return;
+  }
+  TPersistent::Assign(Source);
 }
 
 int TActivationAgenda::FindInsertion(TActivation* Activation) {
@@ -82,61 +109,201 @@ int TActivationAgenda::FindInsertion(TActivation* Activation) {
   return -1;
 }
 
-void TActivationAgenda::DoClear() {
-  std::vector<TActivation*> Owned;
-  if (FFreeData) {
-    Owned.reserve(static_cast<std::size_t>(FCount));
-    for (int I = 0; I < FCount; ++I) Owned.push_back(FList[I].FData);
-  }
-  FOrder.clear();
-  FKeys.clear();
-  TStringList<TActivation*>::DoClear();
-  // Each activation's destructor reaches back into its node and the engine:
-  // the list is final by then.
-  for (TActivation* Activation : Owned) delete Activation;
-}
-
 void TActivationAgenda::DoDelete(int Index) {
-  TActivation* Activation = FList[Index].FData;
-  if (const auto Key = FKeys.find(Activation); Key != FKeys.end() && Key->second == FOrder[Index]) FKeys.erase(Key);
-  FOrder.erase(FOrder.begin() + Index);
-  TStringList<TActivation*>::DoDelete(Index);
+  TActivation* Activation = RemoveNode(Select(Index));
   if (FFreeData) delete Activation;
 }
 
-void TActivationAgenda::InsertItem(int Index, const std::string& S, TObject* AObject, TActivation* const& Data) {
-  auto KeyAt = [this](int At) -> std::int64_t {
-    const bool HasLow = At > 0;
-    const bool HasHigh = At < static_cast<int>(FOrder.size());
-    if (!HasLow && !HasHigh) return 0;
-    if (!HasLow) return FOrder[At] - OrderGap;
-    if (!HasHigh) return FOrder[At - 1] + OrderGap;
-    return FOrder[At - 1] + (FOrder[At] - FOrder[At - 1]) / 2;
-  };
-  std::int64_t Key = KeyAt(Index);
-  const bool Taken = (Index > 0 && Key == FOrder[Index - 1]) ||
-                     (Index < static_cast<int>(FOrder.size()) && Key == FOrder[Index]);
-  if (Taken || Key > OrderLimit || Key < -OrderLimit) {
-    Renumber();
-    Key = KeyAt(Index);
+void TActivationAgenda::DoClear() {
+  std::vector<TActivation*> Owned;
+  if (FFreeData) Owned.reserve(static_cast<std::size_t>(GetCount()));
+  for (std::int32_t Node = First(); Node >= 0; Node = Next(Node)) {
+    TActivation* Activation = At(Node).Data;
+    Release(Activation, Node);
+    if (FFreeData && Activation) Owned.push_back(Activation);
   }
-  FOrder.insert(FOrder.begin() + Index, Key);
-  try {
-    TStringList<TActivation*>::InsertItem(Index, S, AObject, Data);
-  } catch (...) {
-    FOrder.erase(FOrder.begin() + Index);
-    throw;
-  }
-  if (Data) FKeys[Data] = Key;
+  // The pool keeps its room for the next entries.
+  FNodes.clear();
+  FFreeNodes.clear();
+  FRoot = -1;
+  for (TActivation* Activation : Owned) delete Activation;
 }
 
-void TActivationAgenda::Renumber() {
-  FOrder.resize(static_cast<std::size_t>(FCount));
-  FKeys.clear();
-  for (int I = 0; I < FCount; ++I) {
-    FOrder[I] = I * OrderGap;
-    if (FList[I].FData) FKeys[FList[I].FData] = FOrder[I];
+void TActivationAgenda::ActivationFreed(TActivation* Activation) noexcept {
+  const std::int32_t Node = Activation->FHolderEntry;
+  if (Node >= 0 && static_cast<std::size_t>(Node) < FNodes.size() && At(Node).Size > 0 && At(Node).Data == Activation)
+    RemoveNode(Node);
+}
+
+int TActivationAgenda::CheckIndex(int Index) const {
+  if (Index < 0 || Index >= GetCount()) throw EListError(Format(SListIndexError, Index));
+  return Index;
+}
+
+// ---------------------------------------------------------------- the tree
+
+std::int32_t TActivationAgenda::Select(int Index) const noexcept {
+  std::int32_t Node = FRoot;
+  for (;;) {
+    const std::int32_t Left = SizeOf(At(Node).Left);
+    if (Index < Left) {
+      Node = At(Node).Left;
+    } else if (Index == Left) {
+      return Node;
+    } else {
+      Index -= Left + 1;
+      Node = At(Node).Right;
+    }
   }
+}
+
+int TActivationAgenda::RankOf(std::int32_t Node) const noexcept {
+  int Result = SizeOf(At(Node).Left);
+  for (std::int32_t Parent = At(Node).Parent; Parent >= 0; Node = Parent, Parent = At(Node).Parent)
+    if (At(Parent).Right == Node) Result += SizeOf(At(Parent).Left) + 1;
+  return Result;
+}
+
+std::int32_t TActivationAgenda::First() const noexcept {
+  std::int32_t Node = FRoot;
+  if (Node < 0) return -1;
+  while (At(Node).Left >= 0) Node = At(Node).Left;
+  return Node;
+}
+
+std::int32_t TActivationAgenda::Next(std::int32_t Node) const noexcept {
+  if (At(Node).Right >= 0) {
+    Node = At(Node).Right;
+    while (At(Node).Left >= 0) Node = At(Node).Left;
+    return Node;
+  }
+  std::int32_t Parent = At(Node).Parent;
+  while (Parent >= 0 && At(Parent).Right == Node) {
+    Node = Parent;
+    Parent = At(Node).Parent;
+  }
+  return Parent;
+}
+
+std::int32_t TActivationAgenda::InsertNode(int Index, TActivation* Activation, std::int32_t Salience,
+                                           float Strength) {
+  std::int32_t Node;
+  if (!FFreeNodes.empty()) {
+    Node = FFreeNodes.back();
+    FFreeNodes.pop_back();
+  } else {
+    Node = static_cast<std::int32_t>(FNodes.size());
+    FNodes.emplace_back();
+  }
+  TNode& Entry = At(Node);
+  Entry = TNode{Activation, -1, -1, -1, 1, NextPriority(), Salience, Strength};
+  if (FRoot < 0) {
+    FRoot = Node;
+  } else {
+    // Down to the leaf place of the index, counting the newcomer on the way.
+    std::int32_t Parent = FRoot;
+    for (;;) {
+      TNode& P = At(Parent);
+      ++P.Size;
+      const std::int32_t Left = SizeOf(P.Left);
+      if (Index <= Left) {
+        if (P.Left < 0) {
+          P.Left = Node;
+          break;
+        }
+        Parent = P.Left;
+      } else {
+        Index -= Left + 1;
+        if (P.Right < 0) {
+          P.Right = Node;
+          break;
+        }
+        Parent = P.Right;
+      }
+    }
+    At(Node).Parent = Parent;
+    while (At(Node).Parent >= 0 && At(At(Node).Parent).Priority < At(Node).Priority) RotateUp(Node);
+  }
+  Claim(Activation, Node);
+  return Node;
+}
+
+TActivation* TActivationAgenda::RemoveNode(std::int32_t Node) noexcept {
+  // Down until it has one child at most, keeping the heap on the priorities.
+  for (;;) {
+    const std::int32_t Left = At(Node).Left;
+    const std::int32_t Right = At(Node).Right;
+    if (Left < 0 || Right < 0) break;
+    RotateUp(At(Left).Priority > At(Right).Priority ? Left : Right);
+  }
+  const std::int32_t Child = At(Node).Left >= 0 ? At(Node).Left : At(Node).Right;
+  const std::int32_t Parent = At(Node).Parent;
+  if (Child >= 0) At(Child).Parent = Parent;
+  if (Parent < 0)
+    FRoot = Child;
+  else if (At(Parent).Left == Node)
+    At(Parent).Left = Child;
+  else
+    At(Parent).Right = Child;
+  for (std::int32_t Above = Parent; Above >= 0; Above = At(Above).Parent) --At(Above).Size;
+  TActivation* Result = At(Node).Data;
+  Release(Result, Node);
+  At(Node) = TNode{};
+  if (FRoot < 0) {
+    // The last entry left: the pool starts over.
+    FNodes.clear();
+    FFreeNodes.clear();
+  } else {
+    FFreeNodes.push_back(Node);
+  }
+  return Result;
+}
+
+void TActivationAgenda::RotateUp(std::int32_t Node) noexcept {
+  const std::int32_t Parent = At(Node).Parent;
+  const std::int32_t Grand = At(Parent).Parent;
+  if (At(Parent).Left == Node) {
+    const std::int32_t Inner = At(Node).Right;
+    At(Parent).Left = Inner;
+    if (Inner >= 0) At(Inner).Parent = Parent;
+    At(Node).Right = Parent;
+  } else {
+    const std::int32_t Inner = At(Node).Left;
+    At(Parent).Right = Inner;
+    if (Inner >= 0) At(Inner).Parent = Parent;
+    At(Node).Left = Parent;
+  }
+  At(Parent).Parent = Node;
+  At(Node).Parent = Grand;
+  if (Grand < 0)
+    FRoot = Node;
+  else if (At(Grand).Left == Parent)
+    At(Grand).Left = Node;
+  else
+    At(Grand).Right = Node;
+  At(Node).Size = At(Parent).Size;
+  At(Parent).Size = SizeOf(At(Parent).Left) + SizeOf(At(Parent).Right) + 1;
+}
+
+void TActivationAgenda::Claim(TActivation* Activation, std::int32_t Node) noexcept {
+  if (!Activation || Activation->FHolder) return;
+  Activation->FHolder = this;
+  Activation->FHolderEntry = Node;
+}
+
+void TActivationAgenda::Release(TActivation* Activation, std::int32_t Node) noexcept {
+  if (!Activation || Activation->FHolder != static_cast<IActivationHolder*>(this) || Activation->FHolderEntry != Node)
+    return;
+  Activation->FHolder = nullptr;
+  Activation->FHolderEntry = -1;
+}
+
+std::uint32_t TActivationAgenda::NextPriority() noexcept {
+  // xorshift32: cheap, and independent of what the agenda holds.
+  FSeed ^= FSeed << 13;
+  FSeed ^= FSeed >> 17;
+  FSeed ^= FSeed << 5;
+  return FSeed;
 }
 
 // ================================================================ TKBAgenda
