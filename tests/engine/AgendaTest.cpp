@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
+#include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "../matching/ReteTestSupport.h"
@@ -103,6 +107,10 @@ TEST_F(AgendaTest, SalienceIsReadAsEntriesComeInAndStandingEntriesKeepTheirPlace
   Engine.Assert("(d (n 2))");
   EXPECT_EQ(Engine.GetActivation(0)->GetToken()->GetToFactsString(), "f-3");
   EXPECT_EQ(Order(), (TNames{"d", "d", "x"}));
+  // An entry reads as its activation did when it came in.
+  EXPECT_EQ(Engine.GetAgenda()->GetString(1), "10 d : f-1 (1.0000)");
+  EXPECT_EQ(Engine.GetActivation(1)->ToString(), "1 d : f-1 (1.0000)");
+  EXPECT_EQ(Engine.GetAgenda()->ToString(), "1 d : f-3 (1.0000)\r\n10 d : f-1 (1.0000)\r\n5 x : f-2 (1.0000)\r\n");
   // A rebuild places them all anew.
   Engine.SetStrategy(ssBreadthFirst);
   EXPECT_EQ(Order(), (TNames{"x", "d", "d"}));
@@ -182,53 +190,276 @@ TEST_F(AgendaTest, StandingDownInAnotherModuleLeavesTheCurrentOneCurrent) {
   EXPECT_EQ(Order(), TNames{"a"});
 }
 
-// Activations that no node made, placed by a rule of the test's own.
+TEST_F(AgendaTest, TheFiringActivationStoodDownByItsOwnRuleIsFreedOnce) {
+  TRule* A = Rule("a");
+  Rule("b");
+  Activate("b");
+  const std::int32_t Id = Activate("a");
+  std::vector<std::string> Log;
+  Engine.SetWatch(TConstructWatches{cwActivation});
+  Engine.OnPrintOut = [&](TObject*, const std::string&, const std::string& Text) { Log.push_back(Text); };
+  TActivation* Removed = nullptr;
+  Engine.OnRemoveActivation = [&](TObject*, int, TActivation* Activation) { Removed = Activation; };
+  A->OnFire = [&](TObject*, TKBContext*) {
+    // The firing activation goes off the agenda here but stays alive: the
+    // run loop frees it after the rule.
+    Engine.Retract(Id);
+    EXPECT_EQ(Removed, Engine.GetCurrentAgendaItem());
+    EXPECT_EQ(Removed->GetRule(), A);
+    EXPECT_EQ(Order(), TNames{"b"});
+  };
+  EXPECT_EQ(Engine.Run(1), 1);
+  EXPECT_EQ(Order(), TNames{"b"});
+  EXPECT_EQ(Log, TNames{"<== Activation: a : f-2\r\n"});
+}
+
+TEST_F(AgendaTest, EveryTimeReordersAfterEachFiringAndKeepsRetractionWorking) {
+  Engine.Parse("(deftemplate d (slot n))", true);
+  TRule* D = R.Rule("d", R.Pattern("d"));
+  D->SetSalience(CallValue(Call("zz-salience", {})));
+  Rule("x", 5);
+  Rule("y", 3);
+  Salience = 10;
+  Engine.Assert("(d (n 1))");
+  const std::int32_t Kept = Engine.Assert("(d (n 2))");
+  Engine.Assert("(d (n 3))");
+  Activate("x");
+  Activate("y");
+  EXPECT_EQ(Order(), (TNames{"d", "d", "d", "x", "y"}));
+  Salience = 1;
+  // Once the top has fired, the agenda is placed anew with d read at 1.
+  Engine.SetEvalSalience(sEveryTime);
+  EXPECT_EQ(Engine.Run(1), 1);
+  EXPECT_EQ(Order(), (TNames{"x", "y", "d", "d"}));
+  // The clones are what the nodes list now.
+  Engine.Retract(Kept);
+  EXPECT_EQ(Order(), (TNames{"x", "y", "d"}));
+  // Under the default the places stand.
+  Salience = 20;
+  Engine.SetEvalSalience(sActivate);
+  Engine.Assert("(d (n 4))");
+  EXPECT_EQ(Engine.Run(1), 1);
+  EXPECT_EQ(Order(), (TNames{"x", "y", "d"}));
+  // Several firings under sEveryTime keep the copy between them.
+  Engine.SetEvalSalience(sEveryTime);
+  EXPECT_EQ(Engine.Run(), 3);
+  EXPECT_EQ(Engine.GetAgendaCount(), 0);
+}
+
+// ---------------------------------------------------------------- the tree against a vector
+
+// Activations that no node made, placed where the test says.
 class TPlacedAgenda : public TActivationAgenda {
 public:
   int At = -1;
 
 protected:
-  int FindInsertion(TActivation*) override { return At < 0 || At > GetCount() ? -1 : At; }
+  int FindInsertion(TActivation*) override { return At; }
 };
 
-TEST(ActivationAgendaTest, PlacesAreFoundByIdentityThroughAnyInsertionSequence) {
+TActivation* NewActivation(float Strength = 1.0f) { return new TActivation(nullptr, IReteToken(), nullptr, Strength); }
+
+void ExpectSame(const TActivationAgenda& Agenda, const std::vector<TActivation*>& Model) {
+  ASSERT_EQ(Agenda.GetCount(), static_cast<int>(Model.size()));
+  EXPECT_EQ(Agenda.ToArray(), Model);
+  for (int I = 0; I < Agenda.GetCount(); ++I) {
+    ASSERT_EQ(Agenda.GetActivations(I), Model[I]) << I;
+    ASSERT_EQ(Agenda.IndexOfData(Model[I]), I) << I;
+  }
+}
+
+TEST(ActivationAgendaTest, EveryOperationAgreesWithAVectorThroughARandomSequence) {
   TPlacedAgenda Agenda;
-  std::vector<TActivation*> Mirror;
-  // Inserting again and again at the same inner place exhausts the room
-  // between keys many times over.
-  for (int I = 0; I < 200; ++I) {
-    auto* Activation = new TActivation(nullptr, IReteToken(), nullptr, 1.0f);
-    Agenda.At = I % 7 == 0 ? 0 : (I % 5 == 0 ? -1 : 1);
-    const int Index = Agenda.Add(Activation);
-    Mirror.insert(Index >= static_cast<int>(Mirror.size()) ? Mirror.end() : Mirror.begin() + Index, Activation);
+  std::vector<TActivation*> Model;
+  std::mt19937 Random(20261125);
+  auto Pick = [&](int N) { return std::uniform_int_distribution<int>(0, N - 1)(Random); };
+  for (int Step = 0; Step < 4000; ++Step) {
+    const int Count = static_cast<int>(Model.size());
+    const int Choice = Pick(Count < 50 ? 6 : 10);
+    if (Choice < 6) {
+      // Anywhere, at either end, or out of range, which appends.
+      const int Where = Pick(5);
+      Agenda.At = Where == 0 ? 0 : Where == 1 ? -1 : Where == 2 ? Count + 3 : Pick(Count + 1);
+      TActivation* Activation = NewActivation();
+      const int Index = Agenda.Add(Activation);
+      const int Expected = Agenda.At < 0 || Agenda.At > Count ? Count : Agenda.At;
+      ASSERT_EQ(Index, Expected);
+      Model.insert(Model.begin() + Index, Activation);
+    } else if (Choice < 8) {
+      const int Index = Pick(Count);
+      Agenda.Delete(Index);
+      Model.erase(Model.begin() + Index);
+    } else if (Choice == 8) {
+      // Given back unfreed, then freed here; found no more.
+      const int Index = Pick(Count);
+      std::unique_ptr<TActivation> Taken(Agenda.Extract(Index));
+      ASSERT_EQ(Taken.get(), Model[Index]);
+      Model.erase(Model.begin() + Index);
+      EXPECT_EQ(Agenda.IndexOfData(Taken.get()), -1);
+    } else {
+      // An activation freed behind the agenda's back leaves its entry.
+      const int Index = Pick(Count);
+      delete Model[Index];
+      Model.erase(Model.begin() + Index);
+    }
+    if (Step % 97 == 0) ExpectSame(Agenda, Model);
   }
-  Agenda.Exchange(3, 150);
-  std::swap(Mirror[3], Mirror[150]);
-  ASSERT_EQ(Agenda.GetCount(), 200);
-  for (int I = 0; I < 200; ++I) {
-    EXPECT_EQ(Agenda.GetActivations(I), Mirror[I]);
-    EXPECT_EQ(Agenda.IndexOfData(Mirror[I]), I);
-  }
-  EXPECT_EQ(Agenda.GetString(0), "0  :  (1.0000)");
+  ExpectSame(Agenda, Model);
+  EXPECT_THROW(Agenda.Delete(static_cast<int>(Model.size())), EListError);
+  EXPECT_THROW(Agenda.GetActivations(-1), EListError);
+  EXPECT_EQ(Agenda.IndexOfData(nullptr), -1);
 
-  // Extract gives the activation back unfreed and keeps the agenda owning.
-  TActivation* Taken = Agenda.Extract(10);
-  EXPECT_EQ(Agenda.IndexOfData(Taken), -1);
-  EXPECT_EQ(Agenda.IndexOfData(Mirror[11]), 10);
-  EXPECT_TRUE(Agenda.GetFreeData());
+  // A copy shares the activations and finds them by a walk; its text is the
+  // original's. Only one of the two may own them.
+  {
+    TActivationAgenda Copy;
+    Copy.SetFreeData(false);
+    Copy.Assign(&Agenda);
+    ExpectSame(Copy, Model);
+    EXPECT_EQ(Copy.ToString(), Agenda.ToString());
+    Copy.Delete(0);
+    EXPECT_EQ(Copy.IndexOfData(Model[0]), -1);
+    EXPECT_EQ(Copy.IndexOfData(Model[1]), 0);
+  }
+  ExpectSame(Agenda, Model);
+
+  // A replaced activation is not freed, and the entry keeps its text.
+  Model[3]->SetStrength(0.25f);
+  const std::string Text = Agenda.GetString(3);
+  std::unique_ptr<TActivation> Old(Model[3]);
+  Model[3] = NewActivation(0.5f);
+  Agenda.SetActivations(3, Model[3]);
+  ExpectSame(Agenda, Model);
+  EXPECT_EQ(Agenda.IndexOfData(Old.get()), -1);
+  EXPECT_EQ(Agenda.GetString(3), Text);
+  EXPECT_EQ(Text, "0  :  (1.0000)");
+
+  // Emptied entry by entry from the top, the agenda starts over cleanly.
+  while (!Model.empty()) {
+    Agenda.Delete(0);
+    Model.erase(Model.begin());
+  }
   Agenda.At = 0;
-  Agenda.Add(Taken);
-  EXPECT_EQ(Agenda.IndexOfData(Taken), 0);
+  Model.push_back(NewActivation());
+  Agenda.Add(Model.back());
+  ExpectSame(Agenda, Model);
+}
 
-  // A copy shares the activations; only one of the two may own them.
-  TActivationAgenda Copy;
-  Copy.SetFreeData(false);
-  Copy.Assign(&Agenda);
-  EXPECT_EQ(Copy.IndexOfData(Mirror[150]), Agenda.IndexOfData(Mirror[150]));
-  Agenda.Delete(0);
-  EXPECT_THROW(Agenda.Delete(500), EListError);
-  Copy.Delete(0);
-  EXPECT_EQ(Copy.GetActivations(0), Agenda.GetActivations(0));
+TEST(ActivationAgendaTest, EntriesKeepTheTextOfTheirArrivalAndACloneComesBackAtFullStrength) {
+  TActivationAgenda Agenda;
+  TActivation* Activation = NewActivation(0.5f);
+  Agenda.Add(Activation);
+  Activation->SetStrength(0.75f);
+  EXPECT_EQ(Agenda.GetString(0), "0  :  (0.5000)");
+  EXPECT_EQ(Activation->ToString(), "0  :  (0.7500)");
+  EXPECT_EQ(Activation->Clone()->GetStrength(), 1.0f);
+  TStringList<> Lines;
+  Lines.Add("stale");
+  Agenda.GetStrings(Lines);
+  ASSERT_EQ(Lines.GetCount(), 1);
+  EXPECT_EQ(Lines.Get(0), "0  :  (0.5000)");
+  EXPECT_EQ(Lines.GetObject(0), Activation);
+}
+
+// ---------------------------------------------------------------- the engine against a model
+
+// The agenda as a vector, placed by the conflict resolution written out
+// plainly: the ends first, then the bisection, reading each rule's salience
+// as it stands.
+class TModelAgenda {
+public:
+  std::vector<TActivation*> Entries;
+
+  int Place(std::int32_t Salience, TSearchStrategy Strategy) const {
+    const int Count = static_cast<int>(Entries.size());
+    if (Count == 0) return 0;
+    const std::int32_t First = SalienceAt(0);
+    const std::int32_t Last = SalienceAt(Count - 1);
+    if (Strategy == ssDepthFirst) {
+      if (Salience >= First) return 0;
+      if (Salience < Last) return Count;
+    } else {
+      if (Salience <= Last) return Count;
+      if (Salience > First) return 0;
+    }
+    int Lo = 0;
+    int Hi = Count - 1;
+    while (Lo <= Hi) {
+      const int Mid = (Lo + Hi) / 2;
+      if (Salience > SalienceAt(Mid))
+        Hi = Mid - 1;
+      else if (Salience < SalienceAt(Mid))
+        Lo = Mid + 1;
+      else
+        return Mid;
+    }
+    return Hi + 1;
+  }
+
+private:
+  std::int32_t SalienceAt(int Index) const { return Entries[static_cast<std::size_t>(Index)]->GetRule()->GetSalience(); }
+};
+
+TEST_F(AgendaTest, PlacesAgreeWithTheModelThroughRandomAssertionsRetractionsFiringsAndRebuilds) {
+  // Rules of equal and of different saliences, and d, whose salience is read
+  // anew at each of its activations, so that the agenda is not sorted by what
+  // its rules read now.
+  const std::vector<std::pair<const char*, std::int32_t>> Fixed{{"a", 0}, {"b", 0}, {"c", 5}, {"e", 5}, {"f", -3}};
+  for (const auto& [Name, Value] : Fixed) Rule(Name, Value);
+  TRule* D = Rule("d");
+  D->SetSalience(CallValue(Call("zz-salience", {})));
+
+  TModelAgenda Model;
+  Engine.OnAddActivation = [&](TObject*, int Index, TActivation* Activation) {
+    const int Expected = Model.Place(Activation->GetRule()->GetSalience(), Engine.GetStrategy());
+    EXPECT_EQ(Index, Expected);
+    Model.Entries.insert(Model.Entries.begin() + Expected, Activation);
+  };
+  Engine.OnRemoveActivation = [&](TObject*, int Index, TActivation* Activation) {
+    const auto Found = std::find(Model.Entries.begin(), Model.Entries.end(), Activation);
+    ASSERT_NE(Found, Model.Entries.end());
+    EXPECT_EQ(Index, Found - Model.Entries.begin());
+    Model.Entries.erase(Found);
+  };
+
+  std::mt19937 Random(7);
+  auto Pick = [&](int N) { return std::uniform_int_distribution<int>(0, N - 1)(Random); };
+  std::vector<std::int32_t> Facts;
+  int Serial = 0;
+  for (int Step = 0; Step < 1500; ++Step) {
+    const int Choice = Pick(20);
+    if (Choice < 11 || Facts.empty()) {
+      const int Which = Pick(static_cast<int>(Fixed.size()) + 2);
+      const std::string Name = Which >= static_cast<int>(Fixed.size()) ? "d" : Fixed[static_cast<std::size_t>(Which)].first;
+      Salience = Pick(13) - 4;
+      Facts.push_back(Engine.Assert("(" + Name + " " + std::to_string(++Serial) + ")"));
+    } else if (Choice < 17) {
+      const int Index = Pick(static_cast<int>(Facts.size()));
+      Engine.Retract(Facts[static_cast<std::size_t>(Index)]);
+      Facts.erase(Facts.begin() + Index);
+    } else if (Choice < 19) {
+      // The firing takes entry 0, which must be the model's top.
+      if (!Model.Entries.empty()) {
+        const TActivation* Top = Model.Entries.front();
+        EXPECT_EQ(Engine.GetActivation(0), Top);
+        Engine.Run(1);
+      }
+    } else {
+      // A rebuild adds clones from the top of a cleared agenda.
+      Model.Entries.clear();
+      Engine.SetStrategy(Engine.GetStrategy() == ssDepthFirst ? ssBreadthFirst : ssDepthFirst);
+    }
+    ASSERT_EQ(Engine.GetAgendaCount(), static_cast<int>(Model.Entries.size())) << Step;
+    if (Step % 50 == 0) {
+      for (int I = 0; I < Engine.GetAgendaCount(); ++I) ASSERT_EQ(Engine.GetActivation(I), Model.Entries[I]) << Step;
+    }
+  }
+  for (int I = 0; I < Engine.GetAgendaCount(); ++I) {
+    EXPECT_EQ(Engine.GetActivation(I), Model.Entries[I]);
+    EXPECT_EQ(Engine.GetAgenda()->IndexOfData(Model.Entries[I]), I);
+  }
+  Engine.OnAddActivation = nullptr;
+  Engine.OnRemoveActivation = nullptr;
 }
 
 }  // namespace
