@@ -39,8 +39,10 @@ void TActivationAgenda::Clear() { DoClear(); }
 int TActivationAgenda::IndexOfData(const TActivation* Activation) const {
   if (!Activation || FRoot < 0) return -1;
   if (Activation->FHolder == static_cast<const IActivationHolder*>(this)) return RankOf(Activation->FHolderEntry);
-  // Held by another agenda, or by none: a walk of the pool, which is in no
-  // order, so the first entry is the one of least index.
+  if (FUnclaimed == 0) return -1;
+  // Perhaps one of the entries that the activation does not name: a walk of
+  // the pool, which is in no order, so the first entry is the one of least
+  // index.
   int Result = -1;
   for (std::size_t Node = 0; Node < FNodes.size(); ++Node)
     if (FNodes[Node].Size > 0 && FNodes[Node].Data == Activation) {
@@ -54,9 +56,12 @@ TActivation* TActivationAgenda::GetActivations(int Index) const { return At(Sele
 
 void TActivationAgenda::SetActivations(int Index, TActivation* Value) {
   const std::int32_t Node = Select(CheckIndex(Index));
-  Release(At(Node).Data, Node);
+  TActivation* Old = At(Node).Data;
+  if (Old && !Holds(Old, Node)) --FUnclaimed;
+  Release(Old, Node);
   At(Node).Data = Value;
   Claim(Value, Node);
+  if (Value && !Holds(Value, Node)) ++FUnclaimed;
 }
 
 std::vector<TActivation*> TActivationAgenda::ToArray() const {
@@ -126,6 +131,7 @@ void TActivationAgenda::DoClear() {
   FNodes.clear();
   FFreeNodes.clear();
   FRoot = -1;
+  FUnclaimed = 0;
   for (TActivation* Activation : Owned) delete Activation;
 }
 
@@ -225,6 +231,7 @@ std::int32_t TActivationAgenda::InsertNode(int Index, TActivation* Activation, s
     while (At(Node).Parent >= 0 && At(At(Node).Parent).Priority < At(Node).Priority) RotateUp(Node);
   }
   Claim(Activation, Node);
+  if (Activation && !Holds(Activation, Node)) ++FUnclaimed;
   return Node;
 }
 
@@ -247,6 +254,7 @@ TActivation* TActivationAgenda::RemoveNode(std::int32_t Node) noexcept {
     At(Parent).Right = Child;
   for (std::int32_t Above = Parent; Above >= 0; Above = At(Above).Parent) --At(Above).Size;
   TActivation* Result = At(Node).Data;
+  if (Result && !Holds(Result, Node)) --FUnclaimed;
   Release(Result, Node);
   At(Node) = TNode{};
   if (FRoot < 0) {
@@ -291,9 +299,12 @@ void TActivationAgenda::Claim(TActivation* Activation, std::int32_t Node) noexce
   Activation->FHolderEntry = Node;
 }
 
+bool TActivationAgenda::Holds(const TActivation* Activation, std::int32_t Node) const noexcept {
+  return Activation->FHolder == static_cast<const IActivationHolder*>(this) && Activation->FHolderEntry == Node;
+}
+
 void TActivationAgenda::Release(TActivation* Activation, std::int32_t Node) noexcept {
-  if (!Activation || Activation->FHolder != static_cast<IActivationHolder*>(this) || Activation->FHolderEntry != Node)
-    return;
+  if (!Activation || !Holds(Activation, Node)) return;
   Activation->FHolder = nullptr;
   Activation->FHolderEntry = -1;
 }

@@ -18,8 +18,9 @@
 //
 // An activation remembers the agenda that holds it and its node there (the
 // first agenda that takes it in while no other holds it), so that its index
-// and its removal need no search. Another agenda that shares it, as a copy
-// made for a rebuild does, finds it by a walk of its pool.
+// and its removal need no search, and the agenda knows at once that it does
+// not hold an activation that names no entry of its own. Another agenda that
+// shares it, as a copy made for a rebuild does, finds it by a walk of its pool.
 //
 // An entry's text is what the activation's text was when it came in. The
 // salience and strength are kept from that moment; the text itself is built
@@ -57,7 +58,8 @@ public:
   void Delete(int Index);
   // Empties the agenda, then frees the activations when it owns them.
   void Clear();
-  // The index of the first entry that holds the activation; -1 when none does.
+  // The index of the entry that the activation names, else of the first that
+  // holds it; -1 when none does.
   int IndexOfData(const TActivation* Activation) const;
   TActivation* GetActivations(int Index) const;
   // Replaces the entry's activation; the one it held is not freed, and the
@@ -133,12 +135,17 @@ private:
   // The activation remembers this agenda when no other holds it.
   void Claim(TActivation* Activation, std::int32_t Node) noexcept;
   void Release(TActivation* Activation, std::int32_t Node) noexcept;
+  // Whether the activation finds Node of this agenda as its entry.
+  bool Holds(const TActivation* Activation, std::int32_t Node) const noexcept;
   std::uint32_t NextPriority() noexcept;
 
   bool FFreeData = true;
   std::vector<TNode> FNodes;
   std::vector<std::int32_t> FFreeNodes;
   std::int32_t FRoot = -1;
+  // Entries whose activation does not find them: while there are none, an
+  // activation that does not name this agenda is on it nowhere.
+  int FUnclaimed = 0;
   std::uint32_t FSeed = 0x9E3779B9u;
 };
 

@@ -334,6 +334,17 @@ TEST(ActivationAgendaTest, EveryOperationAgreesWithAVectorThroughARandomSequence
   EXPECT_EQ(Agenda.GetString(3), Text);
   EXPECT_EQ(Text, "0  :  (1.0000)");
 
+  // One activation twice: the entry it names answers first; once that one is
+  // out, the other is found by a walk.
+  TActivation* Twice = Model[5];
+  Agenda.At = 1;
+  Agenda.Add(Twice);
+  EXPECT_EQ(Agenda.IndexOfData(Twice), 6);
+  EXPECT_EQ(Agenda.Extract(6), Twice);
+  Model.insert(Model.begin() + 1, Twice);
+  Model.erase(Model.begin() + 6);
+  ExpectSame(Agenda, Model);
+
   // Emptied entry by entry from the top, the agenda starts over cleanly.
   while (!Model.empty()) {
     Agenda.Delete(0);
