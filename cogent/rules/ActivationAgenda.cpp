@@ -38,7 +38,11 @@ void TActivationAgenda::Clear() { DoClear(); }
 
 int TActivationAgenda::IndexOfData(const TActivation* Activation) const {
   if (!Activation || FRoot < 0) return -1;
-  if (Activation->FHolder == static_cast<const IActivationHolder*>(this)) return RankOf(Activation->FHolderEntry);
+  if (Activation->FHolder == static_cast<const IActivationHolder*>(this)) {
+    FCachedNode = Activation->FHolderEntry;
+    FCachedIndex = RankOf(FCachedNode);
+    return FCachedIndex;
+  }
   if (FUnclaimed == 0) return -1;
   // Perhaps one of the entries that the activation does not name: a walk of
   // the pool, which is in no order, so the first entry is the one of least
@@ -132,6 +136,7 @@ void TActivationAgenda::DoClear() {
   FFreeNodes.clear();
   FRoot = -1;
   FUnclaimed = 0;
+  FCachedIndex = -1;
   for (TActivation* Activation : Owned) delete Activation;
 }
 
@@ -149,12 +154,15 @@ int TActivationAgenda::CheckIndex(int Index) const {
 // ---------------------------------------------------------------- the tree
 
 std::int32_t TActivationAgenda::Select(int Index) const noexcept {
+  if (Index == FCachedIndex) return FCachedNode;
+  FCachedIndex = Index;
   std::int32_t Node = FRoot;
   for (;;) {
     const std::int32_t Left = SizeOf(At(Node).Left);
     if (Index < Left) {
       Node = At(Node).Left;
     } else if (Index == Left) {
+      FCachedNode = Node;
       return Node;
     } else {
       Index -= Left + 1;
@@ -193,6 +201,7 @@ std::int32_t TActivationAgenda::Next(std::int32_t Node) const noexcept {
 
 std::int32_t TActivationAgenda::InsertNode(int Index, TActivation* Activation, std::int32_t Salience,
                                            float Strength) {
+  FCachedIndex = -1;
   std::int32_t Node;
   if (!FFreeNodes.empty()) {
     Node = FFreeNodes.back();
@@ -236,6 +245,7 @@ std::int32_t TActivationAgenda::InsertNode(int Index, TActivation* Activation, s
 }
 
 TActivation* TActivationAgenda::RemoveNode(std::int32_t Node) noexcept {
+  FCachedIndex = -1;
   // Down until it has one child at most, keeping the heap on the priorities.
   for (;;) {
     const std::int32_t Left = At(Node).Left;

@@ -143,6 +143,10 @@ private:
   std::vector<TNode> FNodes;
   std::vector<std::int32_t> FFreeNodes;
   std::int32_t FRoot = -1;
+  // The entry last looked up by index or found by identity, until the tree
+  // changes: taking an activation off asks for the same entry several times.
+  mutable int FCachedIndex = -1;
+  mutable std::int32_t FCachedNode = -1;
   // Entries whose activation does not find them: while there are none, an
   // activation that does not name this agenda is on it nowhere.
   int FUnclaimed = 0;
