@@ -230,8 +230,12 @@ void TRunFunction::InitMetaData() {
 
 void TRunFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  (void)EngineOf(Context);
-  throw EKBException(Format(SNotAvailableYet, std::string("run")));
+  TInferenceEngine& Engine = EngineOf(Context);
+  // The limit as written: a literal, not evaluated. The engine itself
+  // refuses a run from inside a rule action.
+  const std::int32_t Fired =
+      FunCall->GetArgumentCount() == 0 ? Engine.Run() : Engine.Run(FunCall->GetArgument(0)->GetAsInteger());
+  Result = IKBValue(new TKBValue(Fired, dtInteger));
 }
 
 void TResetFunction::InitMetaData() {

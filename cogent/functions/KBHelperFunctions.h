@@ -14,7 +14,6 @@ namespace cogent {
 // Our own texts for what the message table does not cover.
 inline constexpr const char* SNoArgumentValue = "Argument %d of %s has no value";
 inline constexpr const char* SNotAvailableYet = "%s is not available yet";
-inline constexpr const char* SNestedRun = "run cannot be called while the engine is running";
 
 // A built-in function: its description is set once, in InitMetaData,
 // through Describe.
