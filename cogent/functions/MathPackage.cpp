@@ -1,5 +1,7 @@
 #include "cogent/functions/MathPackage.h"
 
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 
@@ -27,6 +29,9 @@ namespace {
   RegisterClass<TMaxFunction, TKBUserFunction>();
   RegisterClass<TMinFunction, TKBUserFunction>();
   RegisterClass<TPiFunction, TKBUserFunction>();
+  RegisterClass<TRandomFunction, TKBUserFunction>();
+  RegisterClass<TRandomizeFunction, TKBUserFunction>();
+  RegisterClass<TSeedFunction, TKBUserFunction>();
   return true;
 }();
 
@@ -89,6 +94,19 @@ double Numeric(const IFunCall& FunCall, int Index, TKBContext* Context) {
 
 }  // namespace
 
+// A linear congruential generator; relaxed atomics keep two threads that
+// share it free of data races, not of each other's numbers.
+std::atomic<std::uint32_t> RandomSeed{0};
+
+std::int32_t Random(std::int32_t Range) {
+  if (Range < 1) return 0;
+  std::uint32_t Seed = RandomSeed.load(std::memory_order_relaxed) * 134775813u + 1u;
+  RandomSeed.store(Seed, std::memory_order_relaxed);
+  return static_cast<std::int32_t>((static_cast<std::uint64_t>(Seed) * static_cast<std::uint32_t>(Range)) >> 32);
+}
+
+void SetRandomSeed(std::uint32_t Seed) { RandomSeed.store(Seed, std::memory_order_relaxed); }
+
 std::int32_t TruncToInteger(double Value) {
   Checked(Value);
   const double Whole = std::fmod(std::trunc(Value), 4294967296.0);
@@ -122,6 +140,9 @@ void TMathPackage::CreateFunctions() {
   AddFunction<TMaxFunction>();
   AddFunction<TMinFunction>();
   AddFunction<TPiFunction>();
+  AddFunction<TRandomFunction>();
+  AddFunction<TRandomizeFunction>();
+  AddFunction<TSeedFunction>();
 }
 
 // ---------------------------------------------------------------- arithmetic
@@ -282,6 +303,56 @@ void TPiFunction::InitMetaData() { Describe("PI", "Returns the number pi", "", 0
 void TPiFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   Result = FCPI;
+}
+
+// ---------------------------------------------------------------- random numbers
+
+void TRandomFunction::InitMetaData() {
+  Describe("random",
+           "Returns a random whole number below the high argument, 65536 without one; a low argument is added to it",
+           " [[<low-integer-expression>] <high-integer-expression>]", 0, 2);
+}
+
+void TRandomFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
+  TBuiltInFunction::Call(FunCall, Context, Result);
+  switch (FunCall->GetArgumentCount()) {
+    case 0:
+      Result = NewInteger(Random(65536));
+      break;
+    case 1:
+      Result = NewInteger(Random(Evaluate(FunCall, 0, Context)->GetAsInteger()));
+      break;
+    default: {
+      // The high argument is a span above the low one, not a bound.
+      const std::int64_t Low = Evaluate(FunCall, 0, Context)->GetAsInteger();
+      const std::int64_t Sum = Low + Random(Evaluate(FunCall, 1, Context)->GetAsInteger());
+      Result = NewInteger(static_cast<std::int32_t>(static_cast<std::uint32_t>(Sum)));
+    }
+  }
+}
+
+void TRandomizeFunction::InitMetaData() {
+  Describe("randomize", "Seeds the random numbers with the argument, or from the clock", " [<seed-integer-expression> ]",
+           0, 1);
+}
+
+void TRandomizeFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
+  TBuiltInFunction::Call(FunCall, Context, Result);
+  if (FunCall->GetArgumentCount() > 0)
+    SetRandomSeed(static_cast<std::uint32_t>(Evaluate(FunCall, 0, Context)->GetAsInteger()));
+  else
+    SetRandomSeed(static_cast<std::uint32_t>(std::chrono::system_clock::now().time_since_epoch().count()));
+  Result = FCTrue;
+}
+
+void TSeedFunction::InitMetaData() {
+  Describe("seed", "Seeds the random numbers with the argument", " <integer-expression>", 1, 1);
+}
+
+void TSeedFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
+  TBuiltInFunction::Call(FunCall, Context, Result);
+  SetRandomSeed(static_cast<std::uint32_t>(Evaluate(FunCall, 0, Context)->GetAsInteger()));
+  Result = FCTrue;
 }
 
 }  // namespace cogent

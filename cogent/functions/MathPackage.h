@@ -34,6 +34,15 @@ COGENT_BUILT_IN_FUNCTION(TFloatFunction)
 COGENT_BUILT_IN_FUNCTION(TMaxFunction)
 COGENT_BUILT_IN_FUNCTION(TMinFunction)
 COGENT_BUILT_IN_FUNCTION(TPiFunction)
+COGENT_BUILT_IN_FUNCTION(TRandomFunction)
+COGENT_BUILT_IN_FUNCTION(TRandomizeFunction)
+COGENT_BUILT_IN_FUNCTION(TSeedFunction)
+
+// The one generator of the process, which every engine shares: a whole
+// number from 0 to Range - 1, and 0 for a range below 1. The same seed gives
+// the same sequence.
+std::int32_t Random(std::int32_t Range);
+void SetRandomSeed(std::uint32_t Seed);
 
 // A double as a 32-bit integer: truncated, and wrapped where it does not
 // fit. Raises the host's overflow error for what is no finite number.

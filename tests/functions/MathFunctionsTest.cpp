@@ -72,6 +72,27 @@ TEST(MathFunctions, MaxMinAndSingleArgumentFunctions) {
   EXPECT_EQ(FCPI, Engine.ParseNExecuteFunCall("(PI)"));
 }
 
+TEST(MathFunctions, RandomNumbersRepeatForASeed) {
+  TInferenceEngine Engine;
+  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(seed 42)"));
+  std::vector<std::string> First;
+  for (int I = 0; I < 20; ++I) First.push_back(Eval(Engine, "(random 5 10)"));
+  Eval(Engine, "(randomize 42)");
+  for (int I = 0; I < 20; ++I) EXPECT_EQ(First[static_cast<std::size_t>(I)], Eval(Engine, "(random 5 10)"));
+  for (int I = 0; I < 50; ++I) {
+    // The high argument is a span: 5 to 14.
+    const std::int32_t Value = Engine.ParseNExecuteFunCall("(random 5 10)")->GetAsInteger();
+    EXPECT_GE(Value, 5);
+    EXPECT_LE(Value, 14);
+    const std::int32_t Below = Engine.ParseNExecuteFunCall("(random 3)")->GetAsInteger();
+    EXPECT_GE(Below, 0);
+    EXPECT_LE(Below, 2);
+  }
+  EXPECT_EQ("dtInteger 0", Eval(Engine, "(random 0)"));
+  EXPECT_EQ("dtInteger 2147483647", Eval(Engine, "(random 2147483647 1)"));
+  EXPECT_EQ("Too many arguments for random", ErrorOfCall(Engine, "(random 1 2 3)"));
+}
+
 TEST(PredicateFunctions, KindsAndWholeNumbers) {
   TInferenceEngine Engine;
   EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(numberp 3)"));
