@@ -22,13 +22,13 @@ TKBContext& ContextOf(TKBContext* Context) {
   return *Context;
 }
 
-IKBValue Run(const IFunCall& FunCall, int Index, TKBContext* Context) {
+IKBValue ResolveArgument(const IFunCall& FunCall, int Index, TKBContext* Context) {
   const IKBValue Argument = FunCall->GetArgument(Index);
   return Argument ? Argument->Resolve(Context) : Argument;
 }
 
 IKBValue Evaluate(const IFunCall& FunCall, int Index, TKBContext* Context) {
-  IKBValue Result = Run(FunCall, Index, Context);
+  IKBValue Result = ResolveArgument(FunCall, Index, Context);
   if (!Result) throw EKBException(Format(SNoArgumentValue, Index + 1, FunCall->GetName()));
   return Result;
 }
@@ -37,7 +37,7 @@ bool IsReturning(const TKBContext* Context) noexcept { return Context && Context
 
 bool RunSequence(const IFunCall& FunCall, int From, int To, TKBContext* Context, IKBValue& Result) {
   for (int I = From; I <= To; ++I) {
-    Result = Run(FunCall, I, Context);
+    Result = ResolveArgument(FunCall, I, Context);
     if (IsReturning(Context)) {
       Result = Context->GetReturnValue();
       return true;

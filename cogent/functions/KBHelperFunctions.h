@@ -35,9 +35,9 @@ TKBContext& ContextOf(TKBContext* Context);
 
 // Argument Index resolved in Context. Evaluate refuses an argument that
 // gives no value (a call of a function without a result), since the caller
-// goes on to read it; Run passes whatever comes back.
+// goes on to read it; ResolveArgument passes whatever comes back.
 IKBValue Evaluate(const IFunCall& FunCall, int Index, TKBContext* Context);
-IKBValue Run(const IFunCall& FunCall, int Index, TKBContext* Context);
+IKBValue ResolveArgument(const IFunCall& FunCall, int Index, TKBContext* Context);
 // The arguments From to To (inclusive) run in order into Result; stops at a
 // return, taking its value, and then gives true.
 bool RunSequence(const IFunCall& FunCall, int From, int To, TKBContext* Context, IKBValue& Result);

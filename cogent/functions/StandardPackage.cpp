@@ -295,7 +295,7 @@ void TIfFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& R
   Result = FCFalse;
   // Else is known by its value, after it has been evaluated.
   for (int I = 2; I <= Last; ++I) {
-    IKBValue Value = Run(FunCall, I, Context);
+    IKBValue Value = ResolveArgument(FunCall, I, Context);
     if (IsKeyword(Value, FCElse)) return;
     if (IsReturning(Context)) {
       Result = Context->GetReturnValue();
