@@ -123,33 +123,27 @@ void TInferenceEngine::SetActivation(int Index, TActivation* Value) {
 
 void TInferenceEngine::SetStrategy(TSearchStrategy Value) {
   if (Value == FStrategy) return;
-  if (!FCache.Agenda) {
-    FStrategy = Value;
-    return;
-  }
-  // The current entries move to a copy that appends only; the copy frees
-  // the originals, the agenda gets their clones in the new order.
-  auto Temporary = std::make_unique<TKBAgenda>(nullptr, nullptr);
+  FStrategy = Value;
+  if (FCache.Agenda) SetAgenda(FCache.Agenda);
+}
+
+void TInferenceEngine::CopyAgendaTo(TKBAgenda& Copy) {
+  // The copy takes the entries over and frees them when it goes or is
+  // assigned again; the agenda lets them go without freeing them.
   TKBAgenda* Agenda = FCache.Agenda;
   const bool FreeData = Agenda->GetFreeData();
   const TFinally Restore([Agenda, FreeData] { Agenda->SetFreeData(FreeData); });
   Agenda->SetFreeData(false);
-  Temporary->Assign(Agenda);
-  FStrategy = Value;
-  SetAgenda(Temporary.get());
+  Copy.Assign(Agenda);
 }
 
 void TInferenceEngine::SetAgenda(TKBAgenda* Value) {
   if (!FCache.Agenda || !Value) return;
   if (Value == FCache.Agenda) {
-    // Rebuilding from itself goes through a copy, as a new strategy does.
-    auto Temporary = std::make_unique<TKBAgenda>(nullptr, nullptr);
-    TKBAgenda* Agenda = FCache.Agenda;
-    const bool FreeData = Agenda->GetFreeData();
-    const TFinally Restore([Agenda, FreeData] { Agenda->SetFreeData(FreeData); });
-    Agenda->SetFreeData(false);
-    Temporary->Assign(Agenda);
-    SetAgenda(Temporary.get());
+    // Rebuilding from itself goes through a copy that appends only.
+    TKBAgenda Temporary(nullptr, nullptr);
+    CopyAgendaTo(Temporary);
+    SetAgenda(&Temporary);
     return;
   }
   const std::vector<TActivation*> Entries = Value->ToArray();

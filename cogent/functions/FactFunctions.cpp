@@ -280,14 +280,6 @@ COGENT_NOT_YET(TBatchFunction, "batch", "Runs the commands of the file", " <file
 
 namespace {
 
-struct TFamilyMember {
-  const char* Name;
-  const char* Comment;
-  const char* Arguments;
-  std::int32_t Min;
-  std::int32_t Max;
-};
-
 constexpr TFamilyMember FocusFunctions[] = {
     {"focus", "Pushes the modules on the focus stack, the first on top", "<module-name-expression>+", 1,
      TKBUserFunction::NoArgumentLimit},
@@ -302,17 +294,6 @@ constexpr TFamilyMember CurrentModuleFunctions[] = {
     {"set-current-module", "Makes the module current and returns its name", "<module-name-expression>", 1, 1},
 };
 
-template <class Type, std::size_t N>
-bool FindMember(const TFamilyMember (&Members)[N], const TKBName& Name, Type& Code, const TFamilyMember*& Member) {
-  for (std::size_t I = 0; I < N; ++I)
-    if (Name == Members[I].Name) {
-      Code = static_cast<Type>(I);
-      Member = &Members[I];
-      return true;
-    }
-  return false;
-}
-
 IKBValue ModuleName(const IModule& Module) {
   return Module ? IKBValue(new TKBValue(Module->GetName(), dtAtom)) : FCFalse;
 }
@@ -321,12 +302,7 @@ IKBValue ModuleName(const IModule& Module) {
 
 void TFocusModuleFunction::SetFunctionName(const TKBName& Value) {
   TBuiltInFunction::SetFunctionName(Value);
-  const TFamilyMember* Member = nullptr;
-  if (!FindMember(FocusFunctions, Value, FFunctionType, Member)) return;
-  FComment = Format(CommentFormat, Member->Comment);
-  FArgumentString = Member->Arguments;
-  SetMaxArgumentCount(Member->Max);
-  SetMinArgumentCount(Member->Min);
+  TakeFamilyMember(FocusFunctions, Value, FFunctionType);
 }
 
 void TFocusModuleFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
@@ -361,12 +337,7 @@ void TFocusModuleFunction::Call(const IFunCall& FunCall, TKBContext* Context, IK
 
 void TCurrentModuleFunction::SetFunctionName(const TKBName& Value) {
   TBuiltInFunction::SetFunctionName(Value);
-  const TFamilyMember* Member = nullptr;
-  if (!FindMember(CurrentModuleFunctions, Value, FFunctionType, Member)) return;
-  FComment = Format(CommentFormat, Member->Comment);
-  FArgumentString = Member->Arguments;
-  SetMaxArgumentCount(Member->Max);
-  SetMinArgumentCount(Member->Min);
+  TakeFamilyMember(CurrentModuleFunctions, Value, FFunctionType);
 }
 
 void TCurrentModuleFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {

@@ -3,6 +3,7 @@
 // one call, the way to the engine, and the reading of arguments, which reach
 // a function unevaluated.
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -17,11 +18,36 @@ inline constexpr const char* SNotAvailableYet = "%s is not available yet";
 
 // A built-in function: its description is set once, in InitMetaData,
 // through Describe.
+// One member of a family of functions that share a class and differ by a
+// type code: the code is the member's place in its table.
+struct TFamilyMember {
+  const char* Name;
+  const char* Comment;
+  const char* Arguments;
+  std::int32_t Min;
+  std::int32_t Max;
+};
+
 class TBuiltInFunction : public TKBUserFunction {
 public:
   using TKBUserFunction::TKBUserFunction;
 
 protected:
+  // For a name of the family: its type code, comment, argument string and
+  // limits. Another name leaves everything as it is.
+  template <class Code, std::size_t N>
+  void TakeFamilyMember(const TFamilyMember (&Members)[N], const TKBName& Name, Code& Type) {
+    for (std::size_t I = 0; I < N; ++I)
+      if (Name == Members[I].Name) {
+        Type = static_cast<Code>(I);
+        FComment = Format(CommentFormat, Members[I].Comment);
+        FArgumentString = Members[I].Arguments;
+        SetMaxArgumentCount(Members[I].Max);
+        SetMinArgumentCount(Members[I].Min);
+        return;
+      }
+  }
+
   // Name, comment, argument string and limits; the maximum goes first so
   // that the limits land as given.
   void Describe(const TKBName& Name, const std::string& Comment, const std::string& Arguments, std::int32_t Min,
