@@ -3,8 +3,10 @@
 // from it, and everything that works on facts, rules, the agenda or the
 // network works on the collections of its current module.
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -105,6 +107,14 @@ public:
   void RenameDefinedType(TKBDefinedType* DefinedType, const TKBName& OldName, const TKBName& NewName) override;
   // Takes Template out of every module's table.
   virtual void RemoveDependencies(const IFactTemplate& Template);
+
+  // ------------------------------------------------------------ running
+  // Fires at most MaxNumber rules; gives the number fired. Refused from
+  // inside a rule's action.
+  std::int32_t Run(std::int32_t MaxNumber);
+  std::int32_t Run() { return Run(std::numeric_limits<std::int32_t>::max()); }
+  virtual void BeginInference();
+  virtual void EndInference();
 
   // ------------------------------------------------------------ focus
   virtual void PushFocus(const IModule& Module);
@@ -418,6 +428,12 @@ protected:
   virtual void FuzzyOperation(const IFact& Fact, const IFact& Existing, bool Combine);
 
 private:
+  // The firing loop on the agenda of the focused module, one firing per turn.
+  void FireAgenda(std::int32_t MaxNumber, std::unique_ptr<TKBAgenda>& Temporary);
+  // Fires entry 0 and frees it however the rule ends.
+  void FireTop();
+  // Places every activation of the agenda anew, with saliences evaluated again.
+  void RebuildAgenda(std::unique_ptr<TKBAgenda>& Temporary);
   // Event, trace, off the agenda and freed; Index is the place for the event.
   void RemoveActivation(TActivation* Activation, int Index);
 
@@ -450,6 +466,8 @@ private:
   bool FFactDuplication = false;
   std::int32_t FStatNumRulesFired = 0;
   double FStatRunTime = 0;
+  // The start of the run for the statistics' run time.
+  std::chrono::steady_clock::time_point FRunStarted;
   std::int32_t FStatMaxActivations = 0;
   float FStatMeanActivations = 0;
   float FStatMeanFacts = 0;

@@ -1,5 +1,4 @@
-// The engine's module list, the focus stack, reset and clear, and the
-// routing of output.
+// The engine's module list, reset and clear, and the routing of output.
 
 #include "cogent/common/VXCommon.h"
 #include "cogent/engine/InferenceEngine.h"
@@ -12,8 +11,6 @@
 namespace cogent {
 
 namespace {
-
-constexpr const char* CRLF = "\r\n";
 
 // The list's own check comes after the fact; this one refuses the module
 // before a module of its name is taken away.
@@ -140,49 +137,6 @@ void TInferenceEngine::RemoveDependencies(const IFactTemplate& Template) {
   // Rules, facts and templates that depend on it go too once redefinition exists.
   for (const IModule& Module : FModules->Items())
     if (TFactTemplates* Table = Module ? Module->GetFactTemplates() : nullptr) Table->Forget(Template);
-}
-
-// ---------------------------------------------------------------- focus
-
-void TInferenceEngine::PushFocus(const IModule& Module) {
-  if (!Module || PeekFocus() == Module) return;
-  FFocusStack->ListInsert(0, Module);
-  if (FWatch.Contains(cwFocus) && OnPrintOut) {
-    if (FFocusStack->GetCount() == 1)
-      PrintOut("", "==> Focus " + Module->GetName() + CRLF);
-    else
-      PrintOut("", "==> Focus " + Module->GetName() + " from " + FFocusStack->GetRef(1)->GetName() + CRLF);
-  }
-  if (Module == FCurrentModule)
-    DoChangeCurrentModule();
-  else
-    SetCurrentModule(Module);
-  if (OnPushFocus) OnPushFocus(this, Module);
-}
-
-void TInferenceEngine::PushFocus(const std::string& ModuleName) { PushFocus(FModules->GetModule(ModuleName)); }
-
-IModule TInferenceEngine::PeekFocus() const {
-  return FFocusStack && FFocusStack->GetCount() > 0 ? FFocusStack->Get(0) : IModule();
-}
-
-IModule TInferenceEngine::PopFocus() {
-  if (!FFocusStack || FFocusStack->GetCount() == 0) return nullptr;
-  const IModule Result = FFocusStack->Get(0);
-  FFocusStack->ListDelete(0);
-  const IModule Top = PeekFocus();
-  if (Top)
-    SetCurrentModule(Top);
-  else
-    FHalt = true;
-  if (FWatch.Contains(cwFocus) && OnPrintOut && Result) {
-    if (Top)
-      PrintOut("", "==> Focus " + Result->GetName() + " to " + Top->GetName() + CRLF);
-    else
-      PrintOut("", "<== Focus " + Result->GetName() + CRLF);
-  }
-  if (OnPopFocus) OnPopFocus(this, Result);
-  return Result;
 }
 
 // ---------------------------------------------------------------- reset
