@@ -14,10 +14,15 @@
 
 namespace cogent::programs {
 
-// A file of this folder, read whole.
+// A file of bench/programs, read whole. The build names the source tree; a
+// harness built without it looks beside this header.
 inline std::string ReadProgram(const std::string& FileName) {
+#ifdef COGENT_SOURCE_DIR
+  const std::string Path = std::string(COGENT_SOURCE_DIR) + "/bench/programs/" + FileName;
+#else
   std::string Path = __FILE__;
   Path = Path.substr(0, Path.find_last_of("/\\") + 1) + FileName;
+#endif
   std::ifstream Stream(Path, std::ios::binary);
   if (!Stream) throw std::runtime_error("cannot read " + Path);
   std::ostringstream Text;
