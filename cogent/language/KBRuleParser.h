@@ -136,6 +136,26 @@ private:
   // The grammar of a construct that this parser cannot read yet.
   [[noreturn]] void NotYetReadable(const std::string& Where, const char* What);
 
+  // The parts of a defrule. A slot's constraints are read term by term at
+  // a position that the connectives move.
+  struct TSlotPosition {
+    TKBPattern* Pattern;
+    std::string SlotName;
+    bool MultiSlot;
+    bool Fuzzy;
+    std::int32_t SubIndex;
+    bool Conjunction;
+  };
+  // "(declare property*)" behind its "(": gives the token after it.
+  IStreamToken ParseRuleDeclaration(TRule* Rule);
+  // "(test call)" behind its head.
+  std::unique_ptr<TKBPattern> ParseTestElement(std::int32_t NegatedCount);
+  // A pattern on the template Name, behind its head, up to its ")".
+  std::unique_ptr<TKBPattern> ParseFactPattern(const std::string& Name, std::int32_t NegatedCount,
+                                               TRuleVariables& Variables);
+  // One term, starting with Token, as tests at the position.
+  void ParseConstraintTerm(IStreamToken Token, TSlotPosition& Position, TRuleVariables& Variables);
+
   IKnowledgeBase* FEngine;
   TKBRuleStream* FRuleStream = nullptr;
   TStringList<TSlotArgRecord> FSlotFunctions;

@@ -246,9 +246,13 @@ bool TKBRuleParser::ParseExpression(bool Execute) {
       break;
     }
     case ptRule: {
+      // A rule that does not compile stays out of the table and is freed
+      // here, and with it whatever nodes it had made.
       std::unique_ptr<TRule> Rule = ParseRule();
-      if (Rule) Target.GetRules()->Add(Rule.get());
-      // The rule's id is echoed once rules are numbered as they enter.
+      if (Rule) {
+        Target.GetRules()->Add(Rule.get());
+        Echo = IntToStr(Rule->GetID());
+      }
       Construct = Rule.release();
       break;
     }
@@ -317,7 +321,7 @@ bool TKBRuleParser::ParseExpression(bool Execute) {
       ConstructIntf = Value;
     }
   }
-  if (Kind != ptNone && Kind != ptGlobals && Kind != ptEOF && Kind != ptRule) Target.PrintOut("", Echo + sLineBreak);
+  if (Kind != ptNone && Kind != ptGlobals && Kind != ptEOF) Target.PrintOut("", Echo + sLineBreak);
   if (OnParse) OnParse(this, Kind, Construct, ConstructIntf);
   return !(Value && Value->Equals(FCEOF));
 }
@@ -353,12 +357,6 @@ IFuzzySet TKBRuleParser::ParseFuzzySet(const IFuzzyVariable&) { NotYetReadable("
 IFuzzyVariable TKBRuleParser::ParseFuzzyVariable() { NotYetReadable("ParseFuzzyVariable", "fuzzy variables"); }
 bool TKBRuleParser::ParseGlobalVariables() { NotYetReadable("ParseGlobalVariables", "defglobal"); }
 IModule TKBRuleParser::ParseModule() { NotYetReadable("ParseModule", "defmodule"); }
-std::unique_ptr<TKBPattern> TKBRuleParser::ParsePattern(std::int32_t, TRuleVariables&) {
-  NotYetReadable("ParsePattern", "patterns");
-}
-std::unique_ptr<TRule> TKBRuleParser::ParseRule() { NotYetReadable("ParseRule", "defrule"); }
-void TKBRuleParser::ParseRuleActions(TRule*, TRuleVariables&) { NotYetReadable("ParseRule", "rule actions"); }
-void TKBRuleParser::ParseRulePatterns(TRule*, TRuleVariables&) { NotYetReadable("ParseRulePatterns", "rule patterns"); }
 ISingletonsVector TKBRuleParser::ParseSingletons() { NotYetReadable("ParseFuzzyPoints", "fuzzy points"); }
 
 }  // namespace cogent

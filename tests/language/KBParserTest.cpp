@@ -100,8 +100,9 @@ TEST(KBParserTest, ConstructsReachTheirOperationsAndTheEngine) {
 
   EXPECT_EQ(R.Parser().Calls, (TTexts{"ParseRule r1"}));
   EXPECT_EQ(R.Parsed, (TTexts{"ptFactTemplate", "ptRule", "ptDefType", "ptFunCall", "ptValue", "ptValue", "ptEOF"}));
-  // Without Execute a top-level call is kept as a call value and echoed.
-  EXPECT_EQ(R.Output, "person\r\ncolour\r\n(printout t \"hi\")\r\natom\r\n42\r\n");
+  // A rule echoes its id; without Execute a top-level call is kept as a
+  // call value and echoed.
+  EXPECT_EQ(R.Output, "person\r\n0\r\ncolour\r\n(printout t \"hi\")\r\natom\r\n42\r\n");
   EXPECT_TRUE(Main->GetRules()->ContainsKey("r1"));
 }
 
@@ -229,8 +230,8 @@ TEST(KBParserTest, LongExpressionsAreShortenedInTheMiddle) {
 
 TEST(KBParserTest, ConstructsNotYetReadable) {
   TInferenceEngine Engine;
-  EXPECT_EQ(ErrorOf<EKBParseException>([&] { Engine.Parse("(defrule r (a) => (b))", true); }),
-            "Parsing Error, defrule: not yet readable in ParseRule at line 1:  ( defrule ");
+  EXPECT_EQ(ErrorOf<EKBParseException>([&] { Engine.Parse("(defmodule m)", true); }),
+            "Parsing Error, defmodule: not yet readable in ParseModule at line 1:  ( defmodule ");
 
   // Recovery skips each construct whole, and what can be read is.
   std::string Output;
