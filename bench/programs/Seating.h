@@ -169,8 +169,8 @@ inline void AssertSeating(TInferenceEngine& Engine, const std::vector<TGuest>& G
   for (const TGuest& Guest : Guests) {
     TFactBuilder Fact(Engine, "guest");
     Fact.Set("name", Guest.Name).Set("sex", std::string(1, Guest.Sex)).Set("index", Guest.Index);
-    for (std::size_t H = 0; H < 3; ++H)
-      Fact.Set("h" + std::to_string(H + 1), Guest.Hobbies[H < Guest.Hobbies.size() ? H : 0]);
+    static const char* const Slots[3] = {"h1", "h2", "h3"};
+    for (std::size_t H = 0; H < 3; ++H) Fact.Set(Slots[H], Guest.Hobbies[H < Guest.Hobbies.size() ? H : 0]);
     Fact.Assert();
   }
 }
