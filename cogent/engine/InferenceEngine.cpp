@@ -262,8 +262,6 @@ void TInferenceEngine::SetParserMaxErrors(std::int32_t Value) {
   if (FParser) FParser->SetMaxErrors(Value);
 }
 
-void TInferenceEngine::SetStrategy(TSearchStrategy Value) { FStrategy = Value; }
-
 void TInferenceEngine::SetTypeChecks(TTypeChecks Value) {
   if (Value == FTypeChecks) return;
   FTypeChecks = Value;

@@ -182,6 +182,10 @@ public:
 
   // ------------------------------------------------------------ the current module's collections
   TKBAgenda* GetAgenda() const noexcept { return FCache.Agenda; }
+  // Empties the current agenda and adds a clone of each of Value's
+  // activations from the top, each through AddActivation; the terminal nodes
+  // then list the clones in place of the originals. Value is not changed.
+  virtual void SetAgenda(TKBAgenda* Value);
   TKBDefinedTypes* GetDefinedTypes() const noexcept override { return FCache.DefinedTypes; }
   TFacts* GetFacts() const noexcept { return FCache.Facts; }
   TFactSets* GetFactSets() const noexcept override { return FCache.FactSets; }
@@ -227,6 +231,7 @@ public:
   bool GetResetGlobals() const noexcept { return FResetGlobals; }
   void SetResetGlobals(bool Value) noexcept { FResetGlobals = Value; }
   TSearchStrategy GetStrategy() const noexcept { return FStrategy; }
+  // A new strategy rebuilds the current agenda under it.
   virtual void SetStrategy(TSearchStrategy Value);
   TTypeChecks GetTypeChecks() const noexcept override { return FTypeChecks; }
   void SetTypeChecks(TTypeChecks Value);
@@ -350,15 +355,22 @@ public:
   void RuleChange(TRule* Rule) override;
 
   // ------------------------------------------------------------ agenda
-  // Appends to the current agenda, traces and raises OnAddActivation; a rule
-  // with auto-focus takes the focus to its module.
+  // Evaluates the rule's salience, places the activation on the current
+  // agenda, traces and raises OnAddActivation; a rule with auto-focus takes
+  // the focus to its module.
   void AddActivation(TActivation* Activation) override;
   // Entry Index of the current agenda: event, trace, then freed (or only
   // taken out while it is the one that fires).
   virtual void RemoveActivation(int Index);
   void RemoveActivation(TActivation* Activation) override;
   void RuleFired(TActivation* Activation) override;
+  // The place for a new activation of that salience on the current agenda,
+  // which stands in descending salience: the strategy decides at the ends,
+  // a bisection in between. -1 appends.
+  int SearchSalience(std::int32_t Salience) override;
   TActivation* GetActivation(int Index) const;
+  // Replaces the entry's activation without freeing the old one.
+  void SetActivation(int Index, TActivation* Value);
 
   // ------------------------------------------------------------ construct events
   // The collections call these; each raises its event and nothing more.
@@ -434,8 +446,6 @@ private:
   void FireTop();
   // Places every activation of the agenda anew, with saliences evaluated again.
   void RebuildAgenda(std::unique_ptr<TKBAgenda>& Temporary);
-  // Event, trace, off the agenda and freed; Index is the place for the event.
-  void RemoveActivation(TActivation* Activation, int Index);
 
   void ClearEvents();
   // A fact from its text, resolved in the global context.

@@ -95,7 +95,16 @@ void TInferenceEngine::FireTop() {
 }
 
 void TInferenceEngine::RebuildAgenda(std::unique_ptr<TKBAgenda>& Temporary) {
-  (void)Temporary;  // comes with the ordered agenda
+  if (!FCache.Agenda) return;
+  // The copy holds the originals until the next rebuild or the end of the
+  // run, and frees them; the agenda gets their clones.
+  if (!Temporary) Temporary = std::make_unique<TKBAgenda>(nullptr, nullptr);
+  TKBAgenda* Agenda = FCache.Agenda;
+  const bool FreeData = Agenda->GetFreeData();
+  const TFinally Restore([Agenda, FreeData] { Agenda->SetFreeData(FreeData); });
+  Agenda->SetFreeData(false);
+  Temporary->Assign(Agenda);
+  SetAgenda(Temporary.get());
 }
 
 void TInferenceEngine::BeginInference() {

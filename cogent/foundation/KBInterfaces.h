@@ -166,6 +166,9 @@ public:
   virtual void RemoveActivation(TActivation* Activation) = 0;
   // Tells of the firing, then removes the activation.
   virtual void RuleFired(TActivation* Activation) = 0;
+  // Where an activation of that salience goes on the current agenda; -1
+  // appends.
+  virtual int SearchSalience(std::int32_t Salience) = 0;
   virtual std::int32_t GetFactIdCounter() const noexcept = 0;
   virtual TTypeChecks GetTypeChecks() const noexcept = 0;
 

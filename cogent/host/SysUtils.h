@@ -45,6 +45,14 @@ COGENT_DECLARE_EXCEPTION(EFCreateError, EStreamError)
 COGENT_DECLARE_EXCEPTION(EEncodingError, Exception)
 // The silent exception: it ends work at once and is never reported as an error.
 COGENT_DECLARE_EXCEPTION(EAbort, Exception)
+// Arithmetic: floating point and whole numbers.
+COGENT_DECLARE_EXCEPTION(EMathError, Exception)
+COGENT_DECLARE_EXCEPTION(EZeroDivide, EMathError)
+COGENT_DECLARE_EXCEPTION(EInvalidOp, EMathError)
+COGENT_DECLARE_EXCEPTION(EOverflow, EMathError)
+COGENT_DECLARE_EXCEPTION(EIntError, Exception)
+COGENT_DECLARE_EXCEPTION(EDivByZero, EIntError)
+COGENT_DECLARE_EXCEPTION(EIntOverflow, EIntError)
 
 // The host's own message texts.
 inline constexpr const char* SAssignError = "Cannot assign a %s to a %s";
@@ -64,6 +72,11 @@ inline constexpr const char* SFOpenError = "Cannot open file \"%s\". %s";
 inline constexpr const char* SFCreateError = "Cannot create file \"%s\". %s";
 inline constexpr const char* SInvalidSourceArray = "Invalid source array";
 inline constexpr const char* SStreamSetSize = "Error setting stream size";
+inline constexpr const char* SZeroDivide = "Floating point division by zero";
+inline constexpr const char* SInvalidOp = "Invalid floating point operation";
+inline constexpr const char* SOverflow = "Floating point overflow";
+inline constexpr const char* SDivByZero = "Division by zero";
+inline constexpr const char* SIntOverflow = "Integer overflow";
 inline constexpr const char* SComponentOwnerLoop = "A component cannot own itself or its owner";
 
 // ---------------------------------------------------------------- Format

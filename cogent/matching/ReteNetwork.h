@@ -60,6 +60,19 @@ protected:
 
 // ---------------------------------------------------------------- TActivation
 
+class TActivationAgenda;
+
+// The agenda that holds an activation, as the activation sees it.
+class IActivationHolder {
+public:
+  // The activation is being freed while it still stands there: its entry goes
+  // quietly, without freeing it again.
+  virtual void ActivationFreed(TActivation* Activation) noexcept = 0;
+
+protected:
+  ~IActivationHolder() = default;
+};
+
 // One rule with one token that satisfies all its patterns. The agenda owns
 // an activation once the engine has it; a network without an engine owns its
 // activations itself. The terminal node that made it lists it until it is
@@ -85,16 +98,25 @@ public:
   virtual bool Fire();
   // "10 fire-alarm : f-3, f-7 (1.0000)".
   std::string ToString() const override;
+  // The same with the salience and strength given: an agenda's entry reads as
+  // the activation did when it came in.
+  std::string ToString(std::int32_t Salience, float Strength) const;
   void Assign(TPersistent* Source) override;
 
 private:
   friend class TPatternMatchTerminalNode;
+  friend class TActivationAgenda;
   IReteRule* FRule;
   IReteToken FToken;
   TPatternMatchTerminalNode* FNode;
   float FStrength = 1.0f;
   // Where the node lists it; -1 once it left the list.
   int FListIndex = -1;
+  // The agenda that finds the activation's entry without a search, and the
+  // entry there. The first agenda to take the activation in while no other
+  // holds it sets them; the agenda clears them when the entry goes.
+  IActivationHolder* FHolder = nullptr;
+  std::int32_t FHolderEntry = -1;
 };
 
 // ---------------------------------------------------------------- vocabulary
@@ -367,6 +389,10 @@ public:
   virtual void StandDown(const IReteToken& Token);
   // Forgets the activations without telling anybody.
   void FastClear() noexcept;
+  // Replacement (an activation of this node) takes Original's place in the
+  // list, so that a later retraction stands the replacement down; Original
+  // is left unlisted. Nothing happens when the node does not list Original.
+  void Relist(TActivation* Original, TActivation* Replacement) noexcept;
   // The rule is gone: neither the node nor its activations name it any more.
   void ForgetRule() noexcept;
 

@@ -82,6 +82,7 @@ TActivation::TActivation(IReteRule* ARule, const IReteToken& AToken, TPatternMat
 }
 
 TActivation::~TActivation() {
+  if (FHolder) FHolder->ActivationFreed(this);
   if (FNode) FNode->Forget(this);
 }
 
@@ -99,9 +100,11 @@ bool TActivation::Fire() {
   return true;
 }
 
-std::string TActivation::ToString() const {
-  std::string Result = IntToStr(FRule ? FRule->GetSalience() : 0) + " " + (FRule ? FRule->GetRuleName() : "");
-  Result += " : " + (FToken ? FToken->GetToFactsString() : std::string()) + " (" + Format("%.4f", FStrength) + ")";
+std::string TActivation::ToString() const { return ToString(FRule ? FRule->GetSalience() : 0, FStrength); }
+
+std::string TActivation::ToString(std::int32_t Salience, float Strength) const {
+  std::string Result = IntToStr(Salience) + " " + (FRule ? FRule->GetRuleName() : "");
+  Result += " : " + (FToken ? FToken->GetToFactsString() : std::string()) + " (" + Format("%.4f", Strength) + ")";
   return Result;
 }
 
@@ -817,6 +820,22 @@ void TPatternMatchTerminalNode::FastClear() noexcept {
 }
 
 void TPatternMatchTerminalNode::Forget(TActivation* Activation) noexcept { Unlist(Activation); }
+
+void TPatternMatchTerminalNode::Relist(TActivation* Original, TActivation* Replacement) noexcept {
+  const int Index = IndexOf(Original);
+  if (Index < 0 || !Replacement || Replacement->FNode != this || IndexOf(Replacement) >= 0) return;
+  if (Replacement->FToken != Original->FToken) return;
+  FActivations[static_cast<std::size_t>(Index)] = Replacement;
+  Replacement->FListIndex = Index;
+  Original->FListIndex = -1;
+  // The same token, so the same sort code.
+  auto [First, End] = FByToken.equal_range(Original->FToken ? Original->FToken->GetSortCode() : 0);
+  for (auto It = First; It != End; ++It)
+    if (It->second == Original) {
+      It->second = Replacement;
+      break;
+    }
+}
 
 void TPatternMatchTerminalNode::ForgetRule() noexcept {
   FRule = nullptr;

@@ -1,10 +1,34 @@
 #pragma once
-// The agenda of a module: the activations that wait to fire. It owns them.
-// Ordering by salience and strategy comes with the run loop; until then an
-// activation is appended.
+// The agenda of a module: the activations that wait to fire, highest salience
+// on top (entry 0).
+//
+// Why this is not a plain string list. The engine places a new activation by
+// index: the two ends first, then a bisection that reads the rule salience of
+// the entry in the middle. With one salience under depth-first every new
+// activation goes to index 0, and a flat array moves all the others each time
+// (100,000 activations of one rule took seconds); a string list also built
+// each entry's text on the way in, though a watcher reads it seldom. So the
+// entries stand in an order-statistic tree: a treap ordered by position
+// alone, each node knowing its parent and the size of its subtree. Inserting
+// at an index, reading entry i, taking out a known entry and finding an
+// entry's index each cost O(log n), expected, whatever the order of
+// insertions: the node priorities come from the agenda's own generator, never
+// from the activations. The nodes live in a pool that the agenda reuses, so
+// that an insertion allocates nothing once the pool has grown.
+//
+// An activation remembers the agenda that holds it and its node there (the
+// first agenda that takes it in while no other holds it), so that its index
+// and its removal need no search, and the agenda knows at once that it does
+// not hold an activation that names no entry of its own. Another agenda that
+// shares it, as a copy made for a rebuild does, finds it by a walk of its pool.
+//
+// An entry's text is what the activation's text was when it came in. The
+// salience and strength are kept from that moment; the text itself is built
+// only when somebody asks for it.
 
-#include <list>
-#include <unordered_map>
+#include <cstdint>
+#include <string>
+#include <vector>
 
 #include "cogent/facts/KBModule.h"
 #include "cogent/matching/ReteNetwork.h"
@@ -12,44 +36,142 @@
 namespace cogent {
 
 class IKnowledgeBase;
+class TStrings;
 
-class TKBAgenda : public TPersistent {
+// ---------------------------------------------------------------- TActivationAgenda
+
+class TActivationAgenda : public TPersistent, private IActivationHolder {
 public:
-  TKBAgenda(IKnowledgeBase* AEngine, TModule* AModule) : FEngine(AEngine), FModule(AModule) {}
-  TKBAgenda(const TKBAgenda&) = delete;
-  TKBAgenda& operator=(const TKBAgenda&) = delete;
-  ~TKBAgenda() override { Clear(); }
+  TActivationAgenda() = default;
+  TActivationAgenda(const TActivationAgenda&) = delete;
+  TActivationAgenda& operator=(const TActivationAgenda&) = delete;
+  // Frees its activations when it owns them.
+  ~TActivationAgenda() override;
 
-  IKnowledgeBase* GetEngine() const noexcept { return FEngine; }
-  void SetEngine(IKnowledgeBase* Value) noexcept { FEngine = Value; }
-  TModule* GetModule() const noexcept { return FModule; }
-  int GetCount() const noexcept { return static_cast<int>(FItems.size()); }
-  // Raises EListError for an index out of range. Walks the list.
-  TActivation* GetActivation(int Index) const;
-  // By identity; -1 when absent.
-  int IndexOfData(const TActivation* Activation) const noexcept;
+  int GetCount() const noexcept { return FRoot < 0 ? 0 : FNodes[static_cast<std::size_t>(FRoot)].Size; }
 
-  bool Contains(const TActivation* Activation) const noexcept { return FPlaces.count(Activation) > 0; }
-
-  // Takes the activation over; gives its index.
+  // Puts the activation where FindInsertion says (-1 appends); gives the index.
   int Add(TActivation* Activation);
   // Takes the entry out and hands the activation back, unfreed.
   TActivation* Extract(int Index);
-  // The same, by identity; nil when the agenda does not hold it.
-  TActivation* Extract(const TActivation* Activation);
-  // Takes the entry out, then frees the activation.
+  // Takes the entry out; frees the activation when the agenda owns it.
   void Delete(int Index);
-  // Empties the list first and then frees the activations: each one's
-  // destructor reaches back into the engine and must find the list final.
+  // Empties the agenda, then frees the activations when it owns them.
   void Clear();
+  // The index of the entry that the activation names, else of the first that
+  // holds it; -1 when none does.
+  int IndexOfData(const TActivation* Activation) const;
+  TActivation* GetActivations(int Index) const;
+  // Replaces the entry's activation; the one it held is not freed, and the
+  // entry's text stays.
+  void SetActivations(int Index, TActivation* Value);
+  // The activations from the top.
+  std::vector<TActivation*> ToArray() const;
+
+  bool GetFreeData() const noexcept { return FFreeData; }
+  void SetFreeData(bool Value) noexcept { FFreeData = Value; }
+
+  // "10 fire-alarm : f-3, f-7 (1.0000)", with the salience and strength the
+  // entry came in with.
+  std::string GetString(int Index) const;
+  // Replaces the lines of Strings with the entries' texts, from the top, each
+  // line's object the activation.
+  void GetStrings(TStrings& Strings) const;
+  // The entries' texts, each followed by a line break.
+  std::string ToString() const override;
+
+  // Copies the entries of another agenda in order, texts included; the
+  // activations are shared, not cloned. The agenda's own entries go first,
+  // freed when it owns them.
+  void Assign(TPersistent* Source) override;
+
+protected:
+  // Where a new activation goes; -1 appends.
+  virtual int FindInsertion(TActivation* Activation);
+  // Takes out the entry at a valid index; frees the activation afterwards
+  // when the agenda owns it.
+  virtual void DoDelete(int Index);
+  // Empties the tree first: each activation's destructor may reach back into
+  // the engine, and must find the agenda in its final state.
+  virtual void DoClear();
+
+private:
+  // A node of the tree, or a free node of the pool (Size 0).
+  struct TNode {
+    TActivation* Data = nullptr;
+    std::int32_t Left = -1;
+    std::int32_t Right = -1;
+    std::int32_t Parent = -1;
+    std::int32_t Size = 0;
+    std::uint32_t Priority = 0;
+    // What the entry's text needs of the moment the activation came in.
+    std::int32_t Salience = 0;
+    float Strength = 1.0f;
+  };
+
+  void ActivationFreed(TActivation* Activation) noexcept override;
+
+  int CheckIndex(int Index) const;
+  std::int32_t SizeOf(std::int32_t Node) const noexcept {
+    return Node < 0 ? 0 : FNodes[static_cast<std::size_t>(Node)].Size;
+  }
+  TNode& At(std::int32_t Node) noexcept { return FNodes[static_cast<std::size_t>(Node)]; }
+  const TNode& At(std::int32_t Node) const noexcept { return FNodes[static_cast<std::size_t>(Node)]; }
+
+  // The node of entry Index, which must be valid.
+  std::int32_t Select(int Index) const noexcept;
+  // The index of a node in the tree.
+  int RankOf(std::int32_t Node) const noexcept;
+  // In order, from the top: the first node, and the one after a node (-1 at the end).
+  std::int32_t First() const noexcept;
+  std::int32_t Next(std::int32_t Node) const noexcept;
+
+  // Takes a node from the pool and links it in at Index (0 .. count).
+  std::int32_t InsertNode(int Index, TActivation* Activation, std::int32_t Salience, float Strength);
+  // Unlinks the node, gives it back to the pool and hands its activation back.
+  TActivation* RemoveNode(std::int32_t Node) noexcept;
+  // Lifts a node above its parent, keeping the order.
+  void RotateUp(std::int32_t Node) noexcept;
+  // The activation remembers this agenda when no other holds it.
+  void Claim(TActivation* Activation, std::int32_t Node) noexcept;
+  void Release(TActivation* Activation, std::int32_t Node) noexcept;
+  // Whether the activation finds Node of this agenda as its entry.
+  bool Holds(const TActivation* Activation, std::int32_t Node) const noexcept;
+  std::uint32_t NextPriority() noexcept;
+
+  bool FFreeData = true;
+  std::vector<TNode> FNodes;
+  std::vector<std::int32_t> FFreeNodes;
+  std::int32_t FRoot = -1;
+  // The entry last looked up by index or found by identity, until the tree
+  // changes: taking an activation off asks for the same entry several times.
+  mutable int FCachedIndex = -1;
+  mutable std::int32_t FCachedNode = -1;
+  // Entries whose activation does not find them: while there are none, an
+  // activation that does not name this agenda is on it nowhere.
+  int FUnclaimed = 0;
+  std::uint32_t FSeed = 0x9E3779B9u;
+};
+
+// ---------------------------------------------------------------- TKBAgenda
+
+// The agenda of an engine's module: a new activation is placed by the
+// engine's conflict resolution. Without an engine it only appends.
+class TKBAgenda : public TActivationAgenda {
+public:
+  TKBAgenda(IKnowledgeBase* AEngine, TModule* AModule) : FEngine(AEngine), FModule(AModule) {}
+
+  IKnowledgeBase* GetEngine() const noexcept { return FEngine; }
+  void SetEngine(IKnowledgeBase* Value) noexcept { FEngine = Value; }
+  // The owner, not counted.
+  TModule* GetModule() const noexcept { return FModule; }
+
+protected:
+  int FindInsertion(TActivation* Activation) override;
 
 private:
   IKnowledgeBase* FEngine;
   TModule* FModule;
-  // In order of arrival, with each activation's place, so that standing one
-  // down costs no search.
-  std::list<TActivation*> FItems;
-  std::unordered_map<const TActivation*, std::list<TActivation*>::iterator> FPlaces;
 };
 
 }  // namespace cogent

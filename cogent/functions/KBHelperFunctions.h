@@ -1,0 +1,64 @@
+#pragma once
+// What the built-in functions share: the base that describes a function in
+// one call, the way to the engine, and the reading of arguments, which reach
+// a function unevaluated.
+
+#include <cstdint>
+#include <string>
+
+#include "cogent/engine/InferenceEngine.h"
+#include "cogent/facts/KBPackages.h"
+
+namespace cogent {
+
+// Our own texts for what the message table does not cover.
+inline constexpr const char* SNoArgumentValue = "Argument %d of %s has no value";
+inline constexpr const char* SNotAvailableYet = "%s is not available yet";
+
+// A built-in function: its description is set once, in InitMetaData,
+// through Describe.
+class TBuiltInFunction : public TKBUserFunction {
+public:
+  using TKBUserFunction::TKBUserFunction;
+
+protected:
+  // Name, comment, argument string and limits; the maximum goes first so
+  // that the limits land as given.
+  void Describe(const TKBName& Name, const std::string& Comment, const std::string& Arguments, std::int32_t Min,
+                std::int32_t Max = NoArgumentLimit);
+};
+
+// The engine behind Context; raises _SUnknownEngine when there is none.
+TInferenceEngine& EngineOf(TKBContext* Context);
+// Context itself; raises _SNoContext for a function that needs variables.
+TKBContext& ContextOf(TKBContext* Context);
+
+// Argument Index resolved in Context. Evaluate refuses an argument that
+// gives no value (a call of a function without a result), since the caller
+// goes on to read it; ResolveArgument passes whatever comes back.
+IKBValue Evaluate(const IFunCall& FunCall, int Index, TKBContext* Context);
+IKBValue ResolveArgument(const IFunCall& FunCall, int Index, TKBContext* Context);
+// The arguments From to To (inclusive) run in order into Result; stops at a
+// return, taking its value, and then gives true.
+bool RunSequence(const IFunCall& FunCall, int From, int To, TKBContext* Context, IKBValue& Result);
+bool IsReturning(const TKBContext* Context) noexcept;
+
+// Only FALSE is false.
+inline bool IsFalse(const IKBValue& Value) { return Value && Value->Equals(FCFalse); }
+// The atom of exactly that spelling.
+inline bool IsKeyword(const IKBValue& Value, const IKBValue& Keyword) { return Value && Value->Equals(Keyword); }
+inline const IKBValue& Truth(bool Value) noexcept { return Value ? FCTrue : FCFalse; }
+
+}  // namespace cogent
+
+// Declares a built-in function class that adds nothing but its description
+// and its work.
+#define COGENT_BUILT_IN_FUNCTION(Class)                                                  \
+  class Class : public TBuiltInFunction {                                                \
+  public:                                                                                \
+    using TBuiltInFunction::TBuiltInFunction;                                            \
+                                                                                         \
+  protected:                                                                             \
+    void InitMetaData() override;                                                        \
+    void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) override;  \
+  };
