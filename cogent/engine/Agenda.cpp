@@ -127,14 +127,16 @@ void TInferenceEngine::SetStrategy(TSearchStrategy Value) {
   if (FCache.Agenda) SetAgenda(FCache.Agenda);
 }
 
-void TInferenceEngine::CopyAgendaTo(TKBAgenda& Copy) {
+void TInferenceEngine::RebuildThrough(TKBAgenda& Copy) {
   // The copy takes the entries over and frees them when it goes or is
-  // assigned again; the agenda lets them go without freeing them.
+  // assigned again; the agenda lets them go unfreed while it is rebuilt from
+  // their clones.
   TKBAgenda* Agenda = FCache.Agenda;
   const bool FreeData = Agenda->GetFreeData();
   const TFinally Restore([Agenda, FreeData] { Agenda->SetFreeData(FreeData); });
   Agenda->SetFreeData(false);
   Copy.Assign(Agenda);
+  SetAgenda(&Copy);
 }
 
 void TInferenceEngine::SetAgenda(TKBAgenda* Value) {
@@ -142,8 +144,7 @@ void TInferenceEngine::SetAgenda(TKBAgenda* Value) {
   if (Value == FCache.Agenda) {
     // Rebuilding from itself goes through a copy that appends only.
     TKBAgenda Temporary(nullptr, nullptr);
-    CopyAgendaTo(Temporary);
-    SetAgenda(&Temporary);
+    RebuildThrough(Temporary);
     return;
   }
   const std::vector<TActivation*> Entries = Value->ToArray();

@@ -444,8 +444,9 @@ private:
   void FireAgenda(std::int32_t MaxNumber, std::unique_ptr<TKBAgenda>& Temporary);
   // Fires entry 0 and frees it however the rule ends.
   void FireTop();
-  // Hands the entries of the current agenda over to Copy, unfreed.
-  void CopyAgendaTo(TKBAgenda& Copy);
+  // Hands the entries of the current agenda over to Copy, which frees them
+  // later, and fills the agenda with their clones in the present order.
+  void RebuildThrough(TKBAgenda& Copy);
   // Places every activation of the agenda anew, with saliences evaluated again.
   void RebuildAgenda(std::unique_ptr<TKBAgenda>& Temporary);
 

@@ -99,8 +99,7 @@ void TInferenceEngine::RebuildAgenda(std::unique_ptr<TKBAgenda>& Temporary) {
   // The copy holds the originals until the next rebuild or the end of the
   // run, and frees them; the agenda gets their clones.
   if (!Temporary) Temporary = std::make_unique<TKBAgenda>(nullptr, nullptr);
-  CopyAgendaTo(*Temporary);
-  SetAgenda(Temporary.get());
+  RebuildThrough(*Temporary);
 }
 
 void TInferenceEngine::BeginInference() {
