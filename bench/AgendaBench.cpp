@@ -19,20 +19,12 @@
 #include <vector>
 
 #include "../tests/matching/ReteTestSupport.h"
+#include "BenchSupport.h"
 
 namespace cogent {
 namespace {
 
 using test::Int;
-
-bool CheckCount(benchmark::State& State, const TInferenceEngine& Engine, std::int64_t Expected, const char* When) {
-  const std::int64_t Count = Engine.GetAgendaCount();
-  if (Count == Expected) return true;
-  const std::string Message = std::string("agenda ") + When + ": " + std::to_string(Count) + " activations, " +
-                              std::to_string(Expected) + " expected";
-  State.SkipWithError(Message.c_str());
-  return false;
-}
 
 void BM_AgendaMixedSalience(benchmark::State& State) {
   const std::int32_t K = static_cast<std::int32_t>(State.range(0));
@@ -60,9 +52,9 @@ void BM_AgendaMixedSalience(benchmark::State& State) {
   TReteNetwork* Rete = Engine.GetRete();
   for (auto _ : State) {
     for (const IFact& Fact : Facts) Rete->ProcessToken(IReteToken(new TKBToken(taAdd, Fact)));
-    if (!CheckCount(State, Engine, N, "after the assertions")) break;
+    if (!bench::CheckAgendaCount(State, Engine, N, "after the assertions")) break;
     for (const IFact& Fact : Retractions) Rete->ProcessToken(IReteToken(new TKBToken(taRemove, Fact)));
-    if (!CheckCount(State, Engine, 0, "after the retractions")) break;
+    if (!bench::CheckAgendaCount(State, Engine, 0, "after the retractions")) break;
   }
   State.SetItemsProcessed(State.iterations() * static_cast<std::int64_t>(N));
 }
@@ -92,7 +84,7 @@ void BM_AgendaFireAll(benchmark::State& State) {
   TReteNetwork* Rete = Engine.GetRete();
   for (auto _ : State) {
     for (const IFact& Fact : Facts) Rete->ProcessToken(IReteToken(new TKBToken(taAdd, Fact)));
-    if (!CheckCount(State, Engine, N, "after the assertions")) break;
+    if (!bench::CheckAgendaCount(State, Engine, N, "after the assertions")) break;
     const std::int32_t Fired = Engine.Run();
     if (Fired != N) {
       State.SkipWithError("not every activation fired");

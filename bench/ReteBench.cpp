@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "../tests/matching/ReteTestSupport.h"
+#include "BenchSupport.h"
 
 namespace cogent {
 namespace {
@@ -74,12 +75,7 @@ struct TReteBed {
 
   // False, after reporting, when the agenda does not hold Expected activations.
   bool Check(benchmark::State& State, std::int64_t Expected, const char* When) {
-    const std::int64_t Count = Engine.GetAgendaCount();
-    if (Count == Expected) return true;
-    const std::string Message = std::string("agenda ") + When + ": " + std::to_string(Count) + " activations, " +
-                                std::to_string(Expected) + " expected";
-    State.SkipWithError(Message.c_str());
-    return false;
+    return bench::CheckAgendaCount(State, Engine, Expected, When);
   }
 };
 

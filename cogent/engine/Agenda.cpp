@@ -26,7 +26,7 @@ void TInferenceEngine::AddActivation(TActivation* Activation) {
     delete Activation;
     return;
   }
-  auto* Rule = dynamic_cast<TRule*>(Activation->GetRule());
+  IReteRule* Rule = Activation->GetRule();
   // The place depends on the salience as it is now.
   if (Rule) {
     try {

@@ -52,6 +52,10 @@ public:
   virtual bool GetOneShot() const noexcept = 0;
   virtual bool GetHasFired() const noexcept = 0;
   virtual std::int32_t GetSalience() const noexcept = 0;
+  // Works the salience out anew, as an activation enters the agenda.
+  virtual std::int32_t EvaluateSalience() = 0;
+  // An activation takes the focus to the rule's module.
+  virtual bool GetAutoFocus() const noexcept = 0;
   virtual void Fire(const IReteToken& Token) = 0;
 
 protected:

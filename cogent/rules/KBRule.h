@@ -145,7 +145,7 @@ public:
   IModule FocusModule(bool ModuleMustExist);
 
   // ------------------------------------------------------------ switches
-  bool GetAutoFocus() const noexcept { return FAutoFocus; }
+  bool GetAutoFocus() const noexcept override { return FAutoFocus; }
   void SetAutoFocus(bool Value) noexcept { FAutoFocus = Value; }
   bool GetEnabled() const noexcept override { return FEnabled; }
   void SetEnabled(bool Value) noexcept { FEnabled = Value; }
@@ -166,7 +166,7 @@ public:
   // Resolves the expression in a child of the global context (globals and
   // functions, none of the rule's variables) and gives the new salience.
   // Without an engine only a plain number can be read.
-  virtual std::int32_t EvaluateSalience();
+  std::int32_t EvaluateSalience() override;
 
   // ------------------------------------------------------------ patterns, actions, bindings
   TRulePatternList* GetPatterns() const noexcept { return FPatterns.get(); }
