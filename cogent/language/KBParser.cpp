@@ -24,6 +24,7 @@ void TKBParser::Assign(TPersistent* Source) {
   FAutoRenameCopy = Other->FAutoRenameCopy;
   FIgnoreModuleQualifier = Other->FIgnoreModuleQualifier;
   FPrintModuleQualifiers = Other->FPrintModuleQualifiers;
+  FEcho = Other->FEcho;
   FErrorHandling = Other->FErrorHandling;
   FMaxErrors = Other->FMaxErrors;
 }

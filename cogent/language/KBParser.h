@@ -185,6 +185,11 @@ public:
   void SetIgnoreModuleQualifier(bool Value) noexcept { FIgnoreModuleQualifier = Value; }
   bool GetPrintModuleQualifiers() const noexcept { return FPrintModuleQualifiers; }
   void SetPrintModuleQualifiers(bool Value) noexcept { FPrintModuleQualifiers = Value; }
+  // Each top-level construct's name and each call's result are printed to
+  // standard output as the parse goes. A host running files quietly turns it
+  // off and listens to OnParse when it wants some of it.
+  bool GetEcho() const noexcept { return FEcho; }
+  void SetEcho(bool Value) noexcept { FEcho = Value; }
 
   // ------------------------------------------------------------ events
   TParseEvent OnParse;
@@ -214,6 +219,7 @@ private:
   bool FAutoRenameCopy = false;
   bool FIgnoreModuleQualifier = false;
   bool FPrintModuleQualifiers = true;
+  bool FEcho = true;
 };
 
 // ---------------------------------------------------------------- class references

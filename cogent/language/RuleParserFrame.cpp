@@ -321,7 +321,7 @@ bool TKBRuleParser::ParseExpression(bool Execute) {
       ConstructIntf = Value;
     }
   }
-  if (Kind != ptNone && Kind != ptGlobals && Kind != ptEOF) Target.PrintOut("", Echo + sLineBreak);
+  if (GetEcho() && Kind != ptNone && Kind != ptGlobals && Kind != ptEOF) Target.PrintOut("", Echo + sLineBreak);
   if (OnParse) OnParse(this, Kind, Construct, ConstructIntf);
   return !(Value && Value->Equals(FCEOF));
 }
