@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "cogent/facts/KBPrinter.h"
+#include "cogent/host/Stack.h"
 
 namespace cogent {
 
@@ -21,6 +22,12 @@ TKBContext* AsContext(TObject* Context) {
 }
 
 [[noreturn]] void NoSuchFunction(const std::string& Name) { throw EKBException(Format(_SNoSuchFunction, Name)); }
+
+// Every call the user's text nests (arguments, deffunctions, files that load
+// files) comes through here, so this is where a runaway nesting is stopped.
+void CheckStack(const std::string& Name) {
+  if (StackNearlyExhausted()) throw EKBException(Format(_SCallsTooDeep, Name));
+}
 
 // Registered when the unit starts, so that "PackageFunctions" finds them.
 [[maybe_unused]] const bool ClassesRegistered = [] {
@@ -309,6 +316,7 @@ IKBValue TFunctionCall::Execute(TObject* Context) {
   TKBContext* KBContext = AsContext(Context);
   Bind(KBContext);
   if (!FUserFunction) NoSuchFunction(FName);
+  CheckStack(FName);
   // Both stay alive through the call whatever the function does to tables
   // and rules.
   const IFunCall Self(this);
@@ -320,6 +328,7 @@ IKBValue TFunctionCall::Execute(TObject* Context) {
 
 IKBValue TFunctionCall::SimpleExecute(TKBContext* Context) {
   if (!FUserFunction) NoSuchFunction(FName);
+  CheckStack(FName);
   const IFunCall Self(this);
   const IUserFunction Function(FUserFunction);
   IKBValue Result;

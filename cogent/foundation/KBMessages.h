@@ -120,6 +120,7 @@ inline constexpr const char* _SMultifieldLengthMismatch = "Invalid multifield ar
 inline constexpr const char* _SNoSuchFact = "No Such Fact with ID=%s exists";
 inline constexpr const char* _SNoSuchModule = "No such module with name=%s exists";
 inline constexpr const char* _SNoSuchFunction = "Function is unimplemented or unassigned: %s";
+inline constexpr const char* _SCallsTooDeep = "Calls nested too deeply in %s: the stack is nearly used up";
 // The second sentence is ours; only its first sentence is fixed.
 inline constexpr const char* _SNoReadFunctionWarning = "The %s event has not been implemented or unassigned.\r\nAssign a handler that waits until input is available.";
 inline constexpr const char* _SNoTemplate = "Fact Template is missing";

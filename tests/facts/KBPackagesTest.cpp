@@ -1,6 +1,7 @@
 #include "cogent/facts/KBPackages.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <string>
 #include <vector>
@@ -110,6 +111,44 @@ TEST(KBPackagesTest, HostFunctionsRegisterAndNestedCallsEvaluate) {
   EXPECT_EQ(MakeCall("zz-twice", {Int(1)})->Execute(Context.get()), FCNil);
   delete Twice;
   EXPECT_FALSE(Engine.ContainsUserFunction("zz-twice"));
+}
+
+// A call that calls itself without end runs out of stack: that is an error
+// on the thread's own stack, whatever its size, not a crash.
+TEST(KBPackagesTest, RunawayNestingEndsInAnError) {
+  TInferenceEngine Engine;
+  auto* Again = new TUserFunction(&Engine, "zz-again");
+  int Depth = 0;
+  Again->OnCall = [&](TObject*, const IFunCall& Call, TKBContext* Context, IKBValue& Result) {
+    ++Depth;
+    Result = Call->Execute(Context);
+  };
+  Again->SetEngine(&Engine);
+  const IFunCall Call = MakeCall("zz-again");
+  const auto Run = [&] {
+    Depth = 0;
+    EXPECT_EQ(ErrorOf([&] { Call->Execute(Engine.GetGlobalContext()); }),
+              "Calls nested too deeply in zz-again: the stack is nearly used up");
+    EXPECT_GT(Depth, 100);
+  };
+  Run();
+  pthread_attr_t Attributes;
+  pthread_attr_init(&Attributes);
+  pthread_attr_setstacksize(&Attributes, 512 * 1024);
+  pthread_t Thread;
+  ASSERT_EQ(pthread_create(
+                &Thread, &Attributes,
+                [](void* Work) -> void* {
+                  (*static_cast<decltype(Run)*>(Work))();
+                  return nullptr;
+                },
+                const_cast<void*>(static_cast<const void*>(&Run))),
+            0);
+  pthread_join(Thread, nullptr);
+  pthread_attr_destroy(&Attributes);
+  // The engine goes on as before.
+  Again->OnCall = [](TObject*, const IFunCall&, TKBContext*, IKBValue& Result) { Result = Int(1); };
+  EXPECT_EQ(Call->Execute(Engine.GetGlobalContext())->GetAsInteger(), 1);
 }
 
 TEST(KBPackagesTest, ArgumentCountsAndUnknownFunctions) {
