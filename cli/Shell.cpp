@@ -197,32 +197,33 @@ TShellResult TShell::LoadTokens(TGTextStream& Tokens, const std::string& Name) {
   TGTextStream* const Previous = Parser.GetStream();
   Parser.SetStream(&Tokens);
   const TFinally Restore([&Parser, Previous] { Parser.SetStream(Previous); });
-  for (;;) {
-    std::int32_t Line = Tokens.GetLineNumber();
-    try {
+  TKBContext& Global = *FEngine->GetGlobalContext();
+  // A return at the top level would leave the global context returning, and
+  // every later call would stop after its first step.
+  const TFinally ClearReturn([&Global] { Global.ClearReturnValue(); });
+  std::int32_t Line = 0;
+  const auto Fail = [&](std::int32_t At, const char* Message) {
+    ReportError(Name.empty() ? std::string() : Name + ":" + std::to_string(At), Message);
+    return srError;
+  };
+  try {
+    for (;;) {
       // The line where the expression begins, for an error while it runs.
+      Line = Tokens.GetLineNumber();
       if (RuleTokens != nullptr) {
         const IStreamToken First = RuleTokens->NextToken();
         Line = First->GetLineNumber();
         RuleTokens->PutBackToken(First);
       }
-      const bool More = Parser.ParseExpression(true);
-      // A return at the top level would leave the global context returning,
-      // and every later call would stop after its first step.
-      FEngine->GetGlobalContext()->ClearReturnValue();
-      if (!More) return srDone;
-      continue;
-    } catch (const EAbort&) {
-      return srExit;
-    } catch (const EKBParseException& E) {
-      if (E.GetLineNumber() > 0) Line = E.GetLineNumber();
-      ReportError(Name.empty() ? std::string() : Name + ":" + std::to_string(Line), E.what());
-    } catch (const std::exception& E) {
-      ReportError(Name.empty() ? std::string() : Name + ":" + std::to_string(Line), E.what());
+      if (!Parser.ParseExpression(true)) return srDone;
+      Global.ClearReturnValue();
     }
-    FEngine->GetGlobalContext()->ClearReturnValue();
-    if (RuleTokens != nullptr) RuleTokens->Clear();
-    return srError;
+  } catch (const EAbort&) {
+    return srExit;
+  } catch (const EKBParseException& E) {
+    return Fail(E.GetLineNumber() > 0 ? E.GetLineNumber() : Line, E.what());
+  } catch (const std::exception& E) {
+    return Fail(Line, E.what());
   }
 }
 

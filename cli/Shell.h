@@ -91,6 +91,8 @@ public:
 
   // The four lines of the statistics watch for the last run.
   std::string StatisticsText() const;
+  // Text on the engine's output, after what the engine wrote there.
+  void Print(const std::string& Text) { FOut.Write(Text); }
 
 private:
   // Reads every expression of Tokens; Name and the line of the failing

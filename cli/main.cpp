@@ -106,6 +106,6 @@ int main(int ArgC, char** ArgV) {
     if (Result != srDone) break;
   }
   if (Result == srDone && Options.Interactive) Result = Shell.RunSession(*Input);
-  if (Options.Statistics) std::cout << Shell.StatisticsText();
+  if (Options.Statistics) Shell.Print(Shell.StatisticsText());
   return Result == srError ? 1 : 0;
 }
