@@ -14,8 +14,10 @@ $(BUILD)/Makefile:
 build: $(BUILD)/Makefile
 	cmake --build $(BUILD) -j $(JOBS)
 
+# The example program through the command-line program, with its firings and
+# the facts they assert traced.
 run: build
-	./$(BUILD)/cogent_example
+	./$(BUILD)/cogent --watch rules --watch facts examples/plants.kb
 
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)

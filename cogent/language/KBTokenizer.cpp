@@ -274,11 +274,14 @@ std::string TKBRuleStream::GetLine() {
 
 void TKBRuleStream::ReadString() {
   FText.clear();
+  // A string left open runs to the end of the text; the line where it opens
+  // is the one that tells the reader what to mend.
+  const std::int32_t FirstLine = FLineNumber;
   for (;;) {
     char32_t C = GetChar();
     if (C == U'"') return;
     if (C == U'\\') C = GetChar();
-    if (C == EndOfStream) throw EKBParseException(_SUnterminatedString, FLineNumber);
+    if (C == EndOfStream) throw EKBParseException(_SUnterminatedString, FirstLine);
     UTF8Append(FText, C);
   }
 }

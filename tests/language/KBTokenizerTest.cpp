@@ -133,6 +133,18 @@ TEST(KBTokenizerTest, TokenErrors) {
   EXPECT_EQ(ErrorOf<EKBParseException>([&] { S->NextToken(); }), Expected);
   EXPECT_EQ(S->GetParenthesisLevel(), 0);
 
+  // The error names the line where the string opens, not the end of the text.
+  const auto Open3 = Open("(ok)\n(a \"b\nc\n\nd");
+  Open3->NextToken();
+  Open3->NextToken();
+  Open3->NextToken();
+  try {
+    Open3->NextToken();
+    ADD_FAILURE() << "an open string was accepted";
+  } catch (const EKBParseException& E) {
+    EXPECT_EQ(E.GetLineNumber(), 2);
+  }
+
   TExposedRuleStream Hinted(new TVXStringStream(""), nullptr, true);
   EXPECT_EQ(ErrorOf<EKBParseException>([&] { Hinted.FinishToken(';', ";"); }),
             "Invalid Token hint for parsing token: 59");
