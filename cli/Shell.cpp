@@ -26,16 +26,6 @@ std::string WithLineFeeds(const std::string& Text) {
   return Result;
 }
 
-// The text as the rule language's string literal.
-std::string Quoted(const std::string& Text) {
-  std::string Result = "\"";
-  for (const char C : Text) {
-    if (C == '"' || C == '\\') Result.push_back('\\');
-    Result.push_back(C);
-  }
-  return Result + "\"";
-}
-
 }  // namespace
 
 // ---------------------------------------------------------------- line readers
@@ -131,7 +121,7 @@ void TShell::SetEcho(bool Value) {
   FEngine->GetParser()->SetEcho(Value);
 }
 
-void TShell::Watch(const std::string& Kind) { FEngine->ParseNExecuteFunCall("(watch " + Quoted(Kind) + ")"); }
+void TShell::Watch(const std::string& Kind) { FEngine->ParseNExecuteFunCall("(watch " + QuoteString(Kind) + ")"); }
 
 void TShell::WireEvents() {
   FEngine->OnPrintOut = [this](TObject*, const std::string&, const std::string& Text) { FOut.Write(Text); };
