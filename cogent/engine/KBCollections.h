@@ -209,6 +209,8 @@ protected:
 
 private:
   int FNumInterpreted = 0;
+  // The order of definition of the deffunctions, which copies keep.
+  std::int32_t FNextOrder = 0;
 };
 
 // ---------------------------------------------------------------- variables

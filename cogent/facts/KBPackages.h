@@ -262,6 +262,50 @@ private:
   bool FConstructed = false;
 };
 
+// ---------------------------------------------------------------- TInterpretedFunction
+
+// A deffunction: parameters and a body of statements in the rule language,
+// called like any other function. Calls in the body keep the functions they
+// found, so a recursive function holds itself; it lets go of what its body
+// found when it leaves its last reasoner, which ends such a cycle with the
+// definition.
+class TInterpretedFunction : public TKBUserFunction {
+public:
+  TInterpretedFunction() = default;
+  explicit TInterpretedFunction(const TKBName& AName) : TKBUserFunction(AName) {}
+
+  // Type is dtVariable (binds the argument at its position), dtMultiVariable
+  // (a list of the arguments from its position on) or dtAtom (nil, taking no
+  // argument); any other raises _SInvalidArgType.
+  virtual void AddArgument(const std::string& Name, TKBType Type);
+  virtual void AddStatement(const IFunCall& Statement);
+  // The value itself, a constant or a variable as well as a call.
+  virtual void AddStatement(const IKBValue& Statement);
+  IKBValue GetStatements(int Index) const { return FStatements->Get(Index); }
+  int GetStatementCount() const { return FStatements->GetCount(); }
+  IKBValue GetArguments(int Index) const { return FArguments->Get(Index); }
+  int GetArgumentCount() const { return FArguments->GetCount(); }
+  // The rank of definition among the engine's deffunctions.
+  std::int32_t GetOrder() const noexcept { return FOrder; }
+  void SetOrder(std::int32_t Value) noexcept { FOrder = Value; }
+
+  // What the parameters take; the call itself checks only the variables.
+  std::int32_t GetMinArgumentCount() const override;
+  std::int32_t GetMaxArgumentCount() const override;
+  bool IsInterpreted() const override { return true; }
+  // Calls the body without the framework's count check.
+  virtual IKBValue Execute(const IFunCall& FunCall, TKBContext* Context);
+
+protected:
+  void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) override;
+  void ReasonerNotification(IReasoner* Reasoner, TCollectionNotification Action) override;
+
+private:
+  IValueVector FArguments{new TValueVector()};
+  IValueVector FStatements{new TValueVector()};
+  std::int32_t FOrder = 0;
+};
+
 // ---------------------------------------------------------------- TFunctionCall
 
 // A compiled call: a function name and the raw arguments as written. The
@@ -308,6 +352,9 @@ public:
   // For a caller that has set the function itself: no lookup, and any error
   // comes back as "<name> error: <message>".
   virtual IKBValue SimpleExecute(TKBContext* Context);
+  // Forgets the functions this call and the calls in its arguments found,
+  // so that each looks its function up again by name when next run.
+  void ForgetFunctions();
 
   // ------------------------------------------------------------ comparison and copies
   // Same name and equal arguments in the same order.

@@ -573,4 +573,50 @@ IKBDefinedType TKBRuleParser::ParseDefinedType() {
   return Type;
 }
 
+// ---------------------------------------------------------------- deffunction
+
+IUserFunction TKBRuleParser::ParseFunction() {
+  static const std::string Where = "ParseFunction";
+  TKBRuleStream& Tokens = Stream();
+  std::string Name;
+  std::string Comment;
+  IStreamToken Token = ParseHeader(Name, Comment, true, "deffunction", Where, _SExpectedDefFunction);
+  const Ref<TInterpretedFunction> Function = TKBUserFunction::Create<TInterpretedFunction>(Name);
+
+  if (!Is(Token, '(')) ParseError(Where, _SMissingOpenParens);
+  for (Token = Tokens.NextToken(); Token->GetDataType() == dtVariable || Token->GetDataType() == dtMultiVariable;
+       Token = Tokens.NextToken())
+    Function->AddArgument(Token->GetText(), static_cast<TKBType>(Token->GetDataType()));
+  if (!Is(Token, ')')) ParseError(Where, _SMissingCloseParens);
+
+  // A comment may also follow the parameters; the later one wins.
+  Token = Tokens.NextToken();
+  if (Token->GetDataType() == dtString) {
+    Comment = Token->GetText();
+    Token = Tokens.NextToken();
+  }
+  Function->SetComment(Comment);
+
+  for (; !Is(Token, ')'); Token = Tokens.NextToken()) {
+    switch (Token->GetDataType()) {
+      case '(':
+        Tokens.PutBackToken(Token);
+        Function->AddStatement(ParseFunCall());
+        break;
+      case dtAtom:
+      case dtString:
+      case dtInteger:
+      case dtFloat:
+      case dtVariable:
+      case dtMultiVariable:
+        Function->AddStatement(Token->Value());
+        break;
+      default:
+        ParseError(Where, _SUnexpectedCharacter, Token->IsEOF() ? std::string("EOF") : Token->ToString());
+    }
+  }
+  if (OnParseFunction) OnParseFunction(this, Function);
+  return Function;
+}
+
 }  // namespace cogent

@@ -352,7 +352,6 @@ void TKBRuleParser::NotYetReadable(const std::string& Where, const char* What) {
 }
 
 std::unique_ptr<TFactSet> TKBRuleParser::ParseFactSet() { NotYetReadable("ParseFactSet", "deffacts"); }
-IUserFunction TKBRuleParser::ParseFunction() { NotYetReadable("ParseFunction", "deffunction"); }
 IFuzzySet TKBRuleParser::ParseFuzzySet(const IFuzzyVariable&) { NotYetReadable("ParseFuzzySet", "fuzzy sets"); }
 IFuzzyVariable TKBRuleParser::ParseFuzzyVariable() { NotYetReadable("ParseFuzzyVariable", "fuzzy variables"); }
 bool TKBRuleParser::ParseGlobalVariables() { NotYetReadable("ParseGlobalVariables", "defglobal"); }
