@@ -199,7 +199,7 @@ public:
 
   // ------------------------------------------------------------ engine-wide objects
   TUserFunctions* GetUserFunctions() const noexcept override { return FUserFunctions.get(); }
-  TGlobalVariables* GetGlobalVariables() const noexcept { return FGlobalVariables.get(); }
+  TGlobalVariables* GetGlobalVariables() const noexcept override { return FGlobalVariables.get(); }
   // The root evaluation context: rules, calls and globals start from it.
   TKBContext* GetGlobalContext() const noexcept override { return FGlobalContext.get(); }
   TEngineVariables* GetStorage() const noexcept { return FStorage.get(); }

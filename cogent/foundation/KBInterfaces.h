@@ -50,6 +50,7 @@ class TKBDefinedTypes;
 class TFactSets;
 class TRules;
 class TUserFunctions;
+class TGlobalVariables;
 
 // What the factory builds.
 enum TKBObjectType : std::uint8_t {
@@ -133,6 +134,8 @@ public:
   virtual TFactSets* GetFactSets() const noexcept = 0;
   virtual TRules* GetRules() const noexcept = 0;
   virtual TUserFunctions* GetUserFunctions() const noexcept = 0;
+  // The defglobals: each keeps its expression, evaluated on entry and at reset.
+  virtual TGlobalVariables* GetGlobalVariables() const noexcept = 0;
   virtual TKBPattern* GetInitialFactPattern() const noexcept = 0;
   // The current module's stand-in for "no fact" in a token.
   virtual IFact GetNullFact() const = 0;

@@ -619,4 +619,41 @@ IUserFunction TKBRuleParser::ParseFunction() {
   return Function;
 }
 
+// ---------------------------------------------------------------- deffacts and defglobal
+
+std::unique_ptr<TFactSet> TKBRuleParser::ParseFactSet() {
+  static const std::string Where = "ParseFactSet";
+  TKBRuleStream& Tokens = Stream();
+  std::string Name;
+  std::string Comment;
+  std::string Module;
+  IStreamToken Token = ParseHeader(Name, Comment, Module, true, "deffacts", Where, _SExpectedDeffacts);
+  // Built apart from the engine, so that nothing is asserted while it grows.
+  auto FactSet = std::make_unique<TFactSet>(GetOwner(), Module, Name);
+  FactSet->SetComment(Comment);
+  for (; Is(Token, '('); Token = Tokens.NextToken()) {
+    Tokens.PutBackToken(Token);
+    FactSet->AddFact(ParseFact());
+  }
+  if (!Is(Token, ')')) ParseError(Where, _SMissingCloseParens);
+  if (OnParseFactSet) OnParseFactSet(this, FactSet.get());
+  return FactSet;
+}
+
+bool TKBRuleParser::ParseGlobalVariables() {
+  static const std::string Where = "ParseGlobalVariables";
+  TKBRuleStream& Tokens = Stream();
+  ReadKeyword(*this, Tokens, "defglobal", Where, _SExpectedDefGlobal);
+  TGlobalVariables* Globals = Engine().GetGlobalVariables();
+  for (IStreamToken Token = Tokens.NextToken(); !Is(Token, ')'); Token = Tokens.NextToken()) {
+    if (Token->IsEOF()) ParseError(Where, _SUnexpectedEOF);
+    Tokens.PutBackToken(Token);
+    std::string Name;
+    const IKBValue Value = ParseVariable(Name);
+    // Kept as written: the table evaluates it now and again at each reset.
+    if (Globals != nullptr) Globals->Put(Name, Value);
+  }
+  return true;
+}
+
 }  // namespace cogent

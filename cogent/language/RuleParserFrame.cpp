@@ -351,10 +351,8 @@ void TKBRuleParser::NotYetReadable(const std::string& Where, const char* What) {
   ParseError(Where, "%s: not yet readable", std::string(What));
 }
 
-std::unique_ptr<TFactSet> TKBRuleParser::ParseFactSet() { NotYetReadable("ParseFactSet", "deffacts"); }
 IFuzzySet TKBRuleParser::ParseFuzzySet(const IFuzzyVariable&) { NotYetReadable("ParseFuzzySet", "fuzzy sets"); }
 IFuzzyVariable TKBRuleParser::ParseFuzzyVariable() { NotYetReadable("ParseFuzzyVariable", "fuzzy variables"); }
-bool TKBRuleParser::ParseGlobalVariables() { NotYetReadable("ParseGlobalVariables", "defglobal"); }
 IModule TKBRuleParser::ParseModule() { NotYetReadable("ParseModule", "defmodule"); }
 ISingletonsVector TKBRuleParser::ParseSingletons() { NotYetReadable("ParseFuzzyPoints", "fuzzy points"); }
 

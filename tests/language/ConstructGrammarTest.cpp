@@ -367,5 +367,34 @@ TEST(ConstructGrammarTest, Errors) {
   }
 }
 
+// Fact sets are read apart from the engine and asserted at reset; globals
+// keep their expressions, which a reset evaluates again.
+TEST(ConstructGrammarTest, FactSetsAndGlobals) {
+  TInferenceEngine Engine;
+  int Calls = 0;
+  AddConstant(Engine, "zz-five", Int(5), Calls);
+  Engine.Parse("(deffacts start \"first things\" (item apple) (count 3)) (defglobal ?*x* = 1 ?*y* = (zz-five))", true);
+  ASSERT_EQ(Engine.GetFactSets()->GetCount(), 1);
+  const TFactSet* Start = Engine.GetFactSets()->GetItem(0);
+  EXPECT_EQ(Start->GetComment(), "first things");
+  EXPECT_EQ(Start->GetCount(), 2);
+  EXPECT_EQ(Engine.GetFactCount(), 1);  // the initial fact alone
+  EXPECT_EQ(Engine.ParseValue("?*y*")->Resolve(Engine.GetGlobalContext())->GetAsInteger(), 5);
+  EXPECT_EQ(Calls, 1);
+  Engine.ParseNExecuteFunCall("(bind ?*x* 7)");
+  Engine.Reset();
+  EXPECT_EQ(Engine.GetFactCount(), 3);
+  EXPECT_EQ(Engine.ParseValue("?*x*")->Resolve(Engine.GetGlobalContext())->GetAsInteger(), 1);
+  EXPECT_EQ(Calls, 2);
+
+  EXPECT_NE(ErrorOf([&] { Engine.Parse("(deffacts bad (item) 3)", true); }).find("Expected \")\" in ParseFactSet"),
+            std::string::npos);
+  EXPECT_NE(ErrorOf([&] { Engine.Parse("(defglobal ?*z* = )", true); }).find("Expected value missing"),
+            std::string::npos);
+  EXPECT_NE(ErrorOf([&] { Engine.Parse("(defglobal ?*z* = 1", true); }).find("ParseGlobalVariables"),
+            std::string::npos);
+  EXPECT_EQ(Engine.GetFactSets()->GetCount(), 1);
+}
+
 }  // namespace
 }  // namespace cogent

@@ -237,9 +237,9 @@ TEST(KBParserTest, ConstructsNotYetReadable) {
   std::string Output;
   Engine.OnPrintOut = [&](TObject*, const std::string&, const std::string& Text) { Output += Text; };
   Engine.SetParserErrorHandling(ehRaiseAllAtEnd);
-  EXPECT_EQ(ErrorOf<EKBParseException>([&] { Engine.Parse("(deffacts t (a))\n(foo (bar))\nbaz", true); }),
+  EXPECT_EQ(ErrorOf<EKBParseException>([&] { Engine.Parse("(defmodule t (export ?ALL))\n(foo (bar))\nbaz", true); }),
             "Errors parsing stream:\r\n"
-            "Parsing Error, deffacts: not yet readable in ParseFactSet at line 1:  ( deffacts \r\n"
+            "Parsing Error, defmodule: not yet readable in ParseModule at line 1:  ( defmodule \r\n"
             "Parsing Error, Function is unimplemented or unassigned: foo in Parse at line 2:  ( foo ( bar ) ) \r\n");
   EXPECT_EQ(Output, "baz\r\n");
 }
