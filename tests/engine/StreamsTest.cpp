@@ -77,6 +77,11 @@ TEST(StreamsTest, ReadingFromNamedStreamsAndHandlers) {
   TMemoryStream Plain;
   Engine.GetIOStreams()->Add("plain", new TGTextStream(&Plain));
   EXPECT_EQ(ErrorOf([&] { Engine.ReadToken("plain"); }), "Invalid class typecast");
+
+  // Streams are never shared: the other engine would free them a second time.
+  TInferenceEngine Other;
+  Other.GetIOStreams()->Assign(Engine.GetIOStreams());
+  EXPECT_EQ(Other.GetIOStreams()->GetCount(), 0);
   Engine.GetIOStreams()->Clear();
 }
 
