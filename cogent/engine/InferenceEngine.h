@@ -18,6 +18,7 @@
 #include "cogent/foundation/KBInterfaces.h"
 #include "cogent/fuzzy/VXFuzzyLogic.h"
 #include "cogent/language/KBParser.h"
+#include "cogent/language/KBTokenizer.h"
 #include "cogent/host/SyncObjs.h"
 #include "cogent/values/KBValue.h"
 
@@ -165,14 +166,30 @@ public:
   // owns; without Duplicates a fact shared by modules comes once.
   virtual std::unique_ptr<TFacts> GetFacts(bool Duplicates) const;
 
-  // ------------------------------------------------------------ text
+  // ------------------------------------------------------------ text in and out
+  // "" and "t" name the standard device: the capture or OnPrintOut for
+  // output, the batch stream or OnReadLine / OnReadToken for input. Any other
+  // name is a stream of IOStreams.
   void PrintOut(const std::string& Text) { PrintOut("", Text); }
-  // To the named stream, or for "" and "t" to the capture or OnPrintOut.
   void PrintOut(const std::string& OutID, const std::string& Text) override;
+  // A named stream gives "" at its end; a line of the batch is echoed.
+  virtual std::string ReadLine(const std::string& InID);
+  // One token, and the rest of its line is dropped. A named stream must be a
+  // tokenizer (EInvalidCast otherwise); a token of the batch is echoed.
+  virtual IStreamToken ReadToken(const std::string& InID);
+  // Parses the stream line by line with the top-level calls run; while it
+  // runs, standard input comes from the lines that follow. Batches nest, and
+  // the input stream is the one before also when a line raises.
+  virtual bool Batch(TStream& Stream, TEncoding* Encoding);
+  // Raises the file stream's error when the file cannot be opened.
+  bool Batch(const std::string& FileName, TEncoding* Encoding);
   // The capture stream takes the place of OnPrintOut for standard output;
   // the engine owns it until StopCapture. The encoding serves the preamble.
   virtual bool StartCapture(TStream* Stream, TEncoding* Encoding);
+  // Creates (or empties) the file; false, and no error, when that fails.
+  bool StartCapture(const std::string& FileName, TEncoding* Encoding);
   bool StopCapture();
+  TKBTokenizerStream* GetInputStream() const noexcept { return FInputStream.get(); }
   std::string PrettyPrint(const IFact& Fact) const;
   std::string PrettyPrint(const TFact& Fact) const override;
   std::string PrettyPrint(const IFunCall& FunCall) const;
@@ -250,6 +267,23 @@ public:
   float GetStatMeanActivations() const noexcept { return FStatMeanActivations; }
   float GetStatMeanFacts() const noexcept { return FStatMeanFacts; }
   std::int32_t GetStatMaxFacts() const noexcept { return FStatMaxFacts; }
+
+  // ------------------------------------------------------------ loading and saving
+  // The file forms open the file (a save creates or empties it) and raise the
+  // file stream's error when that fails. Loading parses with the top-level
+  // calls run and clears nothing first; the parser's stream is the same
+  // afterwards, also when the text raises.
+  virtual void LoadFromStream(TStream& Stream, TEncoding* Encoding);
+  void LoadFromFile(const std::string& FileName, TEncoding* Encoding);
+  // Asserts a bare list of facts.
+  virtual void LoadFacts(TStream& Stream, TEncoding* Encoding);
+  void LoadFacts(const std::string& FileName, TEncoding* Encoding);
+  // The current module's facts, one a line, after the encoding's preamble;
+  // with a template name only the facts of that template (case counts).
+  virtual void SaveFacts(TStream& Stream, TEncoding* Encoding);
+  void SaveFacts(const std::string& FileName, TEncoding* Encoding);
+  virtual void SaveFacts(TStream& Stream, const std::string& TemplateName, TEncoding* Encoding);
+  void SaveFacts(const std::string& FileName, const std::string& TemplateName, TEncoding* Encoding);
 
   // ------------------------------------------------------------ parsing
   // The one parser, an instance of ParserType. Writing assigns into it.
@@ -455,8 +489,12 @@ private:
   IFact ReadFact(const std::string& Text);
   // Forgets the collections of the current module.
   void ClearModuleCache() noexcept;
-  // Lends the parser a tokenizer on AString for Operation, and takes it back.
+  // Lends the parser a tokenizer on AString (or on Stream) for Operation,
+  // and takes it back.
   void ParseFrame(const std::string& AString, TEncoding* Encoding, const std::function<void(TKBParser&)>& Operation);
+  void ParseFrame(TStream& Stream, TEncoding* Encoding, const std::function<void(TKBParser&)>& Operation);
+  // The current module's facts, or only those of *TemplateName.
+  void WriteFacts(TStream& Stream, const std::string* TemplateName, TEncoding* Encoding);
 
   std::string FModuleText;
   std::unique_ptr<TCriticalSection> FCriticalSection;
@@ -491,6 +529,8 @@ private:
   std::int32_t FParserMaxErrors = 0;
   TErrorHandling FParserErrorHandling = ehRaiseImmediate;
   std::unique_ptr<TStream> FOutputStream;
+  // Set only while a batch runs.
+  std::unique_ptr<TKBTokenizerStream> FInputStream;
   TFuzzyInferenceMethod FFuzzyInferenceMethod{};
   TFuzzyCorrelationMethod FFuzzyCorrelationMethod{};
   bool FFuzzyAutoTerms = false;

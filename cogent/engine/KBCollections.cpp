@@ -617,6 +617,11 @@ void TIOStreams::Remove(const std::string& Key) {
   TVXStringObjectHashTable<TGTextStream*>::Remove(Key);
 }
 
+void TIOStreams::Assign(TPersistent* Source) {
+  if (dynamic_cast<TIOStreams*>(Source)) return;
+  TVXStringObjectHashTable<TGTextStream*>::Assign(Source);
+}
+
 void TIOStreams::Clear() {
   // Every stream goes, whoever was meant to own it.
   const bool Saved = FFreeStream;

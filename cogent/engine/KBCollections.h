@@ -246,6 +246,8 @@ public:
   void Add(const std::string& Key, TGTextStream* Stream);
   void Remove(const std::string& Key);
   void Clear() override;
+  // Another stream table gives nothing: each stream has one owner.
+  void Assign(TPersistent* Source) override;
 
 protected:
   void DoAdd(std::int32_t HashCode, std::int32_t Index, const std::string& Key, TGTextStream* const& Value) override;

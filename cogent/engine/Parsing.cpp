@@ -77,7 +77,12 @@ std::unique_ptr<TGTextStream> TInferenceEngine::NewTokenizer(const std::string& 
 void TInferenceEngine::ParseFrame(const std::string& AString, TEncoding* Encoding,
                                   const std::function<void(TKBParser&)>& Operation) {
   TVXStringStream Source(AString, Encoding);
-  const std::unique_ptr<TGTextStream> Tokenizer = NewTokenizer(&Source, Encoding);
+  ParseFrame(Source, Encoding, Operation);
+}
+
+void TInferenceEngine::ParseFrame(TStream& Stream, TEncoding* Encoding,
+                                  const std::function<void(TKBParser&)>& Operation) {
+  const std::unique_ptr<TGTextStream> Tokenizer = NewTokenizer(&Stream, Encoding);
   TKBParser& Parser = *FParser;
   TGTextStream* const Previous = Parser.GetStream();
   Parser.SetStream(Tokenizer.get());

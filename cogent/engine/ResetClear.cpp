@@ -1,4 +1,4 @@
-// The engine's module list, reset and clear, and the routing of output.
+// The engine's module list, reset and clear.
 
 #include "cogent/common/VXCommon.h"
 #include "cogent/engine/InferenceEngine.h"
@@ -244,37 +244,6 @@ void TInferenceEngine::ResetGlobalVariable(const std::string& Name, const IKBVal
     }
   }
   FGlobalContext->AddGlobalBinding(Name, Current);
-}
-
-// ---------------------------------------------------------------- output
-
-void TInferenceEngine::PrintOut(const std::string& OutID, const std::string& Text) {
-  if (!OutID.empty() && OutID != "t") {
-    TGTextStream* Stream = nullptr;
-    if (FIOStreams && FIOStreams->TryGetValue(OutID, Stream) && Stream) {
-      Stream->Put(Text);
-      return;
-    }
-    if (!OnPrintOut) throw EKBException(Format(_SNoSuchFunction, "printout"));
-    // A handler is there but the name isn't: the text goes nowhere.
-    return;
-  }
-  if (FOutputStream) {
-    WriteStringToStream(*FOutputStream, Text, static_cast<TEncoding*>(nullptr));
-    return;
-  }
-  if (OnPrintOut) OnPrintOut(this, OutID, Text);
-}
-
-bool TInferenceEngine::StartCapture(TStream* Stream, TEncoding* Encoding) {
-  if (Stream != FOutputStream.get()) FOutputStream.reset(Stream);
-  if (Stream) WritePreambleToStream(*Stream, Encoding);
-  return true;
-}
-
-bool TInferenceEngine::StopCapture() {
-  FOutputStream.reset();
-  return true;
 }
 
 }  // namespace cogent

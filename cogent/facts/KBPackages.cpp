@@ -9,15 +9,13 @@ namespace cogent {
 
 namespace {
 
-// The host's message for a cast that does not fit.
-constexpr const char* SInvalidCast = "Invalid class typecast";
 // The host's message for a class name that nobody registered.
 constexpr const char* SClassNotFound = "Class %s not found";
 
 TKBContext* AsContext(TObject* Context) {
   if (!Context) return nullptr;
   auto* Result = dynamic_cast<TKBContext*>(Context);
-  if (!Result) throw EConvertError(SInvalidCast);
+  if (!Result) throw EInvalidCast(SInvalidCast);
   return Result;
 }
 

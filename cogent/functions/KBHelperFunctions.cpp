@@ -1,5 +1,8 @@
 #include "cogent/functions/KBHelperFunctions.h"
 
+#include <string_view>
+#include <vector>
+
 namespace cogent {
 
 void TBuiltInFunction::Describe(const TKBName& Name, const std::string& Comment, const std::string& Arguments,
@@ -44,6 +47,88 @@ bool RunSequence(const IFunCall& FunCall, int From, int To, TKBContext* Context,
     }
   }
   return false;
+}
+
+// ---------------------------------------------------------------- RuleFormat
+
+namespace {
+
+// What may stand between "%" and the type character.
+constexpr std::string_view DirectiveFlags = "%-0123456789.";
+
+// An argument that no directive takes.
+std::string LooseText(const TKBValue& Value) {
+  switch (Value.GetDType()) {
+    case dtString:
+      return Value.GetAsString();
+    case dtFactId:
+    case dtExternalAddress:
+      return IntToStr(Value.GetAsInteger());
+    case dtList:
+      return "(" + Value.GetToString() + ")";
+    default:
+      return Value.GetToString();
+  }
+}
+
+// Puts Value into the first directive of Result, or appends it when there
+// is none. Gives false when the directive was a line break, which leaves
+// Value for the next directive.
+bool TakeArgument(std::string& Result, const TKBValue& Value) {
+  // Always from the start: a "%" that an earlier argument brought in counts.
+  const std::size_t P = Result.find('%');
+  if (P == std::string::npos) {
+    Result += ' ';
+    Result += LooseText(Value);
+    return true;
+  }
+  // The last character is the type, whatever it is; a "%" at the very end
+  // has none.
+  std::size_t Q = P + 1;
+  while (Q + 1 < Result.size() && DirectiveFlags.find(Result[Q]) != std::string_view::npos) ++Q;
+  const char Type = Q < Result.size() ? Result[Q] : '\0';
+  if (Q == P + 1 && Type == 'n') {
+    Result.replace(P, 2, sLineBreak);
+    return false;
+  }
+  std::vector<TVarRec> Filled;
+  switch (Type) {
+    case 's':
+      Filled.emplace_back(Value.GetToString());
+      break;
+    case 'd':
+    case 'u':
+    case 'x':
+      Filled.emplace_back(Value.GetAsInteger());
+      break;
+    case 'e':
+    case 'f':
+    case 'g':
+    case 'm':
+      Filled.emplace_back(Value.GetAsFloat());
+      break;
+    case 'p':
+      Filled.emplace_back(Value.GetAsExternalAddress());
+      break;
+    default:
+      return true;
+  }
+  Result = FormatV(std::string_view(Result).substr(0, Q + 1), Filled) + Result.substr(Q + 1);
+  return true;
+}
+
+}  // namespace
+
+std::string RuleFormat(const std::string& AFormat, const IValueVector& Arguments) {
+  std::string Result = AFormat;
+  const int Count = Arguments ? Arguments->GetCount() : 0;
+  for (int I = 0; I < Count; ++I) {
+    const IKBValue& Value = Arguments->GetRef(I);
+    if (!Value) continue;
+    while (!TakeArgument(Result, *Value)) {
+    }
+  }
+  return StringReplaceAll(Result, "%n", sLineBreak);
 }
 
 }  // namespace cogent

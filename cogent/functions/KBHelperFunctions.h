@@ -75,6 +75,14 @@ inline bool IsFalse(const IKBValue& Value) { return Value && Value->Equals(FCFal
 inline bool IsKeyword(const IKBValue& Value, const IKBValue& Keyword) { return Value && Value->Equals(Keyword); }
 inline const IKBValue& Truth(bool Value) noexcept { return Value ? FCTrue : FCFalse; }
 
+// The formatter of format and str-format. Each argument in turn takes the
+// first directive of the text as it stands by then ("%" ["-"] [width]
+// ["." prec] type, d u x e f g m p s), which the host's Format fills in; an
+// argument left without a directive is appended after a blank. A plain "%n"
+// is a line break and takes no argument; a directive of another type uses
+// its argument up and stays as it is. Directives without an argument stay.
+std::string RuleFormat(const std::string& AFormat, const IValueVector& Arguments);
+
 }  // namespace cogent
 
 // Declares a built-in function class that adds nothing but its description

@@ -133,6 +133,18 @@ void TStandardPackage::CreateFunctions() {
   AddFunction<TClearStorageFunction>();
   AddFunction<TDoBackwardChainingFunction>();
   AddFunction<TVersionFunction>();
+
+  AddFunction<TOpenFunction>();
+  AddFunction<TCloseFunction>();
+  AddFunction<TReadFunction>();
+  AddFunction<TReadLineFunction>();
+  AddFunction<TPrintOutFunction>();
+  AddFunction<TFormatFunction>();
+  AddFunction<TDribbleOnFunction>();
+  AddFunction<TDribbleOffFunction>();
+  AddFunction<TRemoveFunction>();
+  AddFunction<TRenameFunction>();
+  AddFunction<TStrFormatFunction>();
 }
 
 // ---------------------------------------------------------------- logic

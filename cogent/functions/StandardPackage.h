@@ -1,6 +1,7 @@
 #pragma once
-// The standard package: the control forms of the rule language and the
-// functions through which rules change working memory and steer the engine.
+// The standard package: the control forms of the rule language, the
+// functions through which rules change working memory and steer the engine,
+// and those that move text in and out.
 
 #include <cstdint>
 #include <string>
@@ -67,6 +68,20 @@ COGENT_BUILT_IN_FUNCTION(TFetchFunction)
 COGENT_BUILT_IN_FUNCTION(TClearStorageFunction)
 COGENT_BUILT_IN_FUNCTION(TDoBackwardChainingFunction)
 COGENT_BUILT_IN_FUNCTION(TVersionFunction)
+
+// Text in and out through logical names, and files.
+COGENT_BUILT_IN_FUNCTION(TOpenFunction)
+COGENT_BUILT_IN_FUNCTION(TCloseFunction)
+COGENT_BUILT_IN_FUNCTION(TReadFunction)
+COGENT_BUILT_IN_FUNCTION(TReadLineFunction)
+COGENT_BUILT_IN_FUNCTION(TPrintOutFunction)
+COGENT_BUILT_IN_FUNCTION(TFormatFunction)
+COGENT_BUILT_IN_FUNCTION(TDribbleOnFunction)
+COGENT_BUILT_IN_FUNCTION(TDribbleOffFunction)
+COGENT_BUILT_IN_FUNCTION(TRemoveFunction)
+COGENT_BUILT_IN_FUNCTION(TRenameFunction)
+// A string function; it moves to the string package when that package comes.
+COGENT_BUILT_IN_FUNCTION(TStrFormatFunction)
 
 enum TFocusModuleFunctionType : std::uint8_t {
   fmfFocus,

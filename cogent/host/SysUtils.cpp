@@ -5,7 +5,9 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <limits>
+#include <system_error>
 
 namespace cogent {
 
@@ -858,6 +860,28 @@ std::string StringReplaceAll(std::string_view S, std::string_view From, std::str
   }
   Result.append(S.substr(Pos));
   return Result;
+}
+
+// ================================================================ files
+
+bool FileExists(const std::string& FileName) {
+  std::error_code Error;
+  return std::filesystem::is_regular_file(FileName, Error);
+}
+
+bool DeleteFile(const std::string& FileName) {
+  std::error_code Error;
+  // The file system would also take an empty directory; a file is asked for.
+  if (std::filesystem::is_directory(std::filesystem::symlink_status(FileName, Error))) return false;
+  return std::filesystem::remove(FileName, Error);
+}
+
+bool RenameFile(const std::string& OldName, const std::string& NewName) {
+  std::error_code Error;
+  // The system's rename replaces a file that is there; the host's refuses.
+  if (std::filesystem::exists(std::filesystem::symlink_status(NewName, Error))) return false;
+  std::filesystem::rename(OldName, NewName, Error);
+  return !Error;
 }
 
 }  // namespace cogent

@@ -43,6 +43,8 @@ COGENT_DECLARE_EXCEPTION(EWriteError, EStreamError)
 COGENT_DECLARE_EXCEPTION(EFOpenError, EStreamError)
 COGENT_DECLARE_EXCEPTION(EFCreateError, EStreamError)
 COGENT_DECLARE_EXCEPTION(EEncodingError, Exception)
+// A class check that failed: an object is not of the class the caller needs.
+COGENT_DECLARE_EXCEPTION(EInvalidCast, Exception)
 // The silent exception: it ends work at once and is never reported as an error.
 COGENT_DECLARE_EXCEPTION(EAbort, Exception)
 // Arithmetic: floating point and whole numbers.
@@ -77,6 +79,7 @@ inline constexpr const char* SInvalidOp = "Invalid floating point operation";
 inline constexpr const char* SOverflow = "Floating point overflow";
 inline constexpr const char* SDivByZero = "Division by zero";
 inline constexpr const char* SIntOverflow = "Integer overflow";
+inline constexpr const char* SInvalidCast = "Invalid class typecast";
 inline constexpr const char* SComponentOwnerLoop = "A component cannot own itself or its owner";
 
 // ---------------------------------------------------------------- Format
@@ -232,6 +235,15 @@ std::string Trim(std::string_view S);
 std::string TrimLeft(std::string_view S);
 std::string TrimRight(std::string_view S);
 std::string StringReplaceAll(std::string_view S, std::string_view From, std::string_view To);
+
+// ---------------------------------------------------------------- files
+
+// A file that is there and is no directory; links are followed.
+bool FileExists(const std::string& FileName);
+// False when the file could not be deleted, also when it isn't there.
+bool DeleteFile(const std::string& FileName);
+// False when the file could not be renamed, also when NewName exists.
+bool RenameFile(const std::string& OldName, const std::string& NewName);
 
 inline constexpr const char* sLineBreak = "\r\n";
 

@@ -2,6 +2,7 @@
 // Helpers shared by the engine layer's tests.
 
 #include <string>
+#include <vector>
 
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBPackages.h"
@@ -21,6 +22,20 @@ class TInterpretedStub : public TKBUserFunction {
 public:
   using TKBUserFunction::TKBUserFunction;
   bool IsInterpreted() const override { return true; }
+};
+
+// Standard output gathered as one text with the ids it came under; the
+// parser's echo is off, so that only what a program prints shows.
+struct TConsole {
+  explicit TConsole(TInferenceEngine& Engine) {
+    Engine.GetParser()->SetEcho(false);
+    Engine.OnPrintOut = [this](TObject*, const std::string& Id, const std::string& Text) {
+      Ids.push_back(Id);
+      Output += Text;
+    };
+  }
+  std::string Output;
+  std::vector<std::string> Ids;
 };
 
 }  // namespace cogent::test

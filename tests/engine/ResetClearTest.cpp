@@ -16,10 +16,6 @@ namespace {
 
 using namespace test;
 
-std::string Text(const TMemoryStream& Stream) {
-  return std::string(reinterpret_cast<const char*>(Stream.Memory()), static_cast<std::size_t>(Stream.Bytes().size()));
-}
-
 class TCountingRule : public TRule {
 public:
   TCountingRule(TComponent* AOwner, const std::string& Name) : TRule(AOwner) { SetRuleName(Name); }
@@ -141,34 +137,6 @@ TEST(ResetClearTest, ClearOfAModuleThenOfAllLeavesOneEmptyMainModule) {
   EXPECT_TRUE(Engine.GetGlobalVariables()->ContainsKey("*x*"));
   EXPECT_EQ(Engine.GetStorage()->GetCount(), 0);
   EXPECT_EQ(Engine.GetIOStreams()->GetCount(), 0);
-}
-
-TEST(ResetClearTest, PrintOutRouting) {
-  TMemoryStream Named;  // outlives the engine, whose stream table writes into it
-  TInferenceEngine Engine;
-  std::vector<std::string> Log;
-
-  // Nothing is listening: standard output goes nowhere, a named one is an error.
-  Engine.PrintOut("", "lost");
-  EXPECT_EQ(ErrorOf([&] { Engine.PrintOut("nope", "x"); }), "Function is unimplemented or unassigned: printout");
-
-  Engine.OnPrintOut = [&](TObject*, const std::string& Id, const std::string& Text) { Log.push_back(Id + "|" + Text); };
-  Engine.PrintOut("t", "there");
-  Engine.PrintOut("nope", "x");  // a handler but no such stream: dropped
-  EXPECT_EQ(Log, (std::vector<std::string>{"t|there"}));
-
-  Engine.GetIOStreams()->Add("out", new TGTextStream(&Named));
-  Engine.PrintOut("out", "to a stream");
-  EXPECT_EQ(Text(Named), "to a stream");
-
-  auto* Capture = new TMemoryStream();
-  EXPECT_TRUE(Engine.StartCapture(Capture, nullptr));
-  Engine.PrintOut("", "one ");
-  Engine.PrintOut("t", "two");
-  EXPECT_EQ(Text(*Capture), "one two");
-  EXPECT_TRUE(Engine.StopCapture());
-  Engine.PrintOut("back");
-  EXPECT_EQ(Log, (std::vector<std::string>{"t|there", "|back"}));
 }
 
 }  // namespace
