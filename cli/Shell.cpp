@@ -253,17 +253,4 @@ TShellResult TShell::RunSession(TLineReader& Reader) {
   }
 }
 
-std::string TShell::StatisticsText() const {
-  const TInferenceEngine& Engine = *FEngine;
-  const std::int32_t Fired = Engine.GetStatNumRulesFired();
-  const double RunTime = Engine.GetStatRunTime();
-  std::string Text = std::to_string(Fired) + " rules fired.     Run time is " + Format("%.4f", RunTime) + " seconds\n";
-  Text += (RunTime == 0 ? std::to_string(Fired) : Format("%.4f", Fired / RunTime)) + " rules per second\n";
-  Text += Format("%.4f", static_cast<double>(Engine.GetStatMeanFacts())) + " mean number of facts (" +
-          std::to_string(Engine.GetStatMaxFacts()) + " maximum)\n";
-  Text += Format("%.4f", static_cast<double>(Engine.GetStatMeanActivations())) + " mean number of activations (" +
-          std::to_string(Engine.GetStatMaxActivations()) + " maximum)\n";
-  return Text;
-}
-
 }  // namespace cogent

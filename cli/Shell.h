@@ -89,8 +89,6 @@ public:
   // constructs are silent, errors are reported and the session goes on.
   TShellResult RunSession(TLineReader& Reader);
 
-  // The four lines of the statistics watch for the last run.
-  std::string StatisticsText() const;
   // Text on the engine's output, after what the engine wrote there.
   void Print(const std::string& Text) { FOut.Write(Text); }
 

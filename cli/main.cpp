@@ -23,7 +23,8 @@ constexpr const char* Usage =
     "                     while files load\n"
     "      --watch KIND   trace KIND before loading: facts, rules, activations,\n"
     "                     compilations, statistics, focus or all; repeatable\n"
-    "      --statistics   print the run statistics at exit\n"
+    "      --statistics   print the statistics of each run as it ends (rules\n"
+    "                     fired, run time, facts and activations)\n"
     "      --help         print this help and exit\n"
     "      --version      print the engine's version and exit\n"
     "\n"
@@ -35,7 +36,6 @@ struct TOptions {
   std::vector<std::string> Watches;
   bool Interactive = false;
   bool Echo = false;
-  bool Statistics = false;
 };
 
 // False after a bad option, which has been reported.
@@ -52,7 +52,9 @@ bool ReadOptions(int ArgC, char** ArgV, TOptions& Options, bool& Done) {
     } else if (Arg == "--echo") {
       Options.Echo = true;
     } else if (Arg == "--statistics") {
-      Options.Statistics = true;
+      // The engine gathers the figures of a run only while it is to print
+      // them: its statistics lines at the end of each run are the report.
+      Options.Watches.emplace_back("statistics");
     } else if (Arg == "--watch" || Arg.rfind("--watch=", 0) == 0) {
       if (Arg == "--watch") {
         if (I + 1 >= ArgC) {
@@ -106,6 +108,5 @@ int main(int ArgC, char** ArgV) {
     if (Result != srDone) break;
   }
   if (Result == srDone && Options.Interactive) Result = Shell.RunSession(*Input);
-  if (Options.Statistics) Shell.Print(Shell.StatisticsText());
   return Result == srError ? 1 : 0;
 }

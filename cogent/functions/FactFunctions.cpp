@@ -258,23 +258,69 @@ void TClearFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue
   Result = FCTrue;
 }
 
-// Files: the engine cannot load or save knowledge yet.
-#define COGENT_NOT_YET(Class, Name, Comment, Arguments, Min, Max)                    \
-  void Class::InitMetaData() { Describe(Name, Comment, Arguments, Min, Max); }       \
-  void Class::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) { \
-    TBuiltInFunction::Call(FunCall, Context, Result);                                \
-    (void)EngineOf(Context);                                                         \
-    throw EKBException(Format(SNotAvailableYet, std::string(Name)));                 \
+// ---------------------------------------------------------------- files
+
+namespace {
+
+std::string FileNameOf(const IFunCall& FunCall, TKBContext* Context) {
+  return Evaluate(FunCall, 0, Context)->GetAsString();
+}
+
+}  // namespace
+
+void TLoadFunction::InitMetaData() { Describe("load", "Reads the constructs of the file", " <filename>", 1, 1); }
+
+void TLoadFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
+  TBuiltInFunction::Call(FunCall, Context, Result);
+  EngineOf(Context).LoadFromFile(FileNameOf(FunCall, Context), TEncoding::Default());
+  Result = FCTrue;
+}
+
+// Writing a whole knowledge base needs the printed form of every construct.
+void TSaveFunction::InitMetaData() { Describe("save", "Writes the constructs to the file", " <filename>", 1, 1); }
+
+void TSaveFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
+  TBuiltInFunction::Call(FunCall, Context, Result);
+  (void)EngineOf(Context);
+  throw EKBException(Format(SNotAvailableYet, std::string("save")));
+}
+
+void TLoadFactsFunction::InitMetaData() {
+  Describe("load-facts", "Asserts the facts of the file", " <filename>", 1, 1);
+}
+
+void TLoadFactsFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
+  TBuiltInFunction::Call(FunCall, Context, Result);
+  EngineOf(Context).LoadFacts(FileNameOf(FunCall, Context), TEncoding::Default());
+  Result = FCTrue;
+}
+
+void TSaveFactsFunction::InitMetaData() {
+  Describe("save-facts", "Writes the facts, or those of the templates named, to the file",
+           " <file-name> [<fact-template-name>+]", 1, NoArgumentLimit);
+}
+
+void TSaveFactsFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
+  TBuiltInFunction::Call(FunCall, Context, Result);
+  TInferenceEngine& Engine = EngineOf(Context);
+  const std::string FileName = FileNameOf(FunCall, Context);
+  if (FunCall->GetArgumentCount() == 1) {
+    Engine.SaveFacts(FileName, nullptr);
+  } else {
+    // One file, the templates' facts one after the other.
+    TFileStream Stream(FileName, fmCreate);
+    for (int I = 1; I < FunCall->GetArgumentCount(); ++I)
+      Engine.SaveFacts(Stream, Evaluate(FunCall, I, Context)->GetAsString(), nullptr);
   }
+  Result = FCTrue;
+}
 
-COGENT_NOT_YET(TLoadFunction, "load", "Reads the constructs of the file", " <filename>", 1, 1)
-COGENT_NOT_YET(TSaveFunction, "save", "Writes the constructs to the file", " <filename>", 1, 1)
-COGENT_NOT_YET(TLoadFactsFunction, "load-facts", "Asserts the facts of the file", " <filename>", 1, 1)
-COGENT_NOT_YET(TSaveFactsFunction, "save-facts", "Writes the facts, or those of the templates named, to the file",
-               " <file-name> [<fact-template-name>+]", 1, NoArgumentLimit)
-COGENT_NOT_YET(TBatchFunction, "batch", "Runs the commands of the file", " <filename>", 1, 1)
+void TBatchFunction::InitMetaData() { Describe("batch", "Runs the commands of the file", " <filename>", 1, 1); }
 
-#undef COGENT_NOT_YET
+void TBatchFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
+  TBuiltInFunction::Call(FunCall, Context, Result);
+  Result = EngineOf(Context).Batch(FileNameOf(FunCall, Context), TEncoding::Default()) ? FCTrue : FCFalse;
+}
 
 // ---------------------------------------------------------------- focus and modules
 

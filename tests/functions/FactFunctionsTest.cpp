@@ -114,7 +114,7 @@ TEST(FactFunctions, GetSlotValueGivesACopy) {
   EXPECT_EQ("No such slot name: \"y\"", ErrorOfCall(Engine, "(get-slot-value 1 y)"));
 }
 
-TEST(FactFunctions, ResetClearAndTheFilesNotYetThere) {
+TEST(FactFunctions, ResetAndClear) {
   TInferenceEngine Engine;
   Engine.Assert("(a 1)");
   EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(store k 1)") == "dtInteger 1" ? "dtAtom TRUE" : "no");
@@ -125,9 +125,37 @@ TEST(FactFunctions, ResetClearAndTheFilesNotYetThere) {
   EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(clear)"));
   EXPECT_EQ("nil", Eval(Engine, "(fetch k)"));
   EXPECT_TRUE(Engine.ContainsUserFunction("clear"));
-  EXPECT_EQ("load is not available yet", ErrorOfCall(Engine, "(load \"x.clp\")"));
-  EXPECT_EQ("save-facts is not available yet", ErrorOfCall(Engine, "(save-facts \"x\" a b)"));
-  EXPECT_EQ("Too few arguments for batch", ErrorOfCall(Engine, "(batch)"));
+}
+
+// Facts written by template and read back; rule text and commands from files.
+TEST(FactFunctions, Files) {
+  test::TTempFolder Folder;
+  const std::string Saved = Folder / "facts.txt";
+  const std::string Picked = Folder / "some.txt";
+  TInferenceEngine Engine;
+  Engine.Parse("(assert (a 1) (b 2) (a 3))", true);
+  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(save-facts \"" + Saved + "\")"));
+  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(save-facts \"" + Picked + "\" a nosuch b)"));
+  EXPECT_EQ(test::ReadFile(Picked), "(a 1 )\r\n(a 3 )\r\n(b 2 )\r\n");
+  Eval(Engine, "(reset)");
+  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(load-facts \"" + Picked + "\")"));
+  EXPECT_EQ("f-0 (Initial-Fact)\nf-1 (a 1 )\nf-2 (a 3 )\nf-3 (b 2 )\n", Facts(Engine));
+
+  const std::string Rules = Folder / "rules.kb";
+  test::WriteFile(Rules, "(defrule r (a ?x) => (assert (seen ?x)))\n(run)\n");
+  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(load \"" + Rules + "\")"));
+  EXPECT_NE(Facts(Engine).find("(seen 3 )"), std::string::npos);
+  // A file that loads itself ends in an error, not a crash.
+  const std::string Loop = Folder / "loop.kb";
+  test::WriteFile(Loop, "(load \"" + Loop + "\")\n");
+  EXPECT_NE(ErrorOfCall(Engine, "(load \"" + Loop + "\")").find("nested too deeply"), std::string::npos);
+
+  const std::string Commands = Folder / "commands.bat";
+  test::WriteFile(Commands, "(assert (batched))\n");
+  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(batch \"" + Commands + "\")"));
+  EXPECT_NE(Facts(Engine).find("(batched)"), std::string::npos);
+  EXPECT_NE(ErrorOfCall(Engine, "(load \"" + Folder / "missing.kb" + "\")"), "");
+  EXPECT_EQ("save is not available yet", ErrorOfCall(Engine, "(save \"" + Saved + "\")"));
 }
 
 TEST(FactFunctions, FocusStackAndCurrentModule) {
