@@ -14,10 +14,10 @@ $(BUILD)/Makefile:
 build: $(BUILD)/Makefile
 	cmake --build $(BUILD) -j $(JOBS)
 
-# The example program through the command-line program, with its firings and
-# the facts they assert traced.
+# The example program through the command-line program: the advice it
+# prints for each plant.
 run: build
-	./$(BUILD)/cogent --watch rules --watch facts examples/plants.kb
+	./$(BUILD)/cogent examples/plants.kb
 
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
