@@ -118,7 +118,7 @@ void TAssertStringFunction::Call(const IFunCall& FunCall, TKBContext* Context, I
   TBuiltInFunction::Call(FunCall, Context, Result);
   TInferenceEngine& Engine = EngineOf(Context);
   std::int32_t Id = -1;
-  for (int I = 0; I < FunCall->GetArgumentCount(); ++I) Id = Engine.Assert(Evaluate(FunCall, I, Context)->GetAsString());
+  for (int I = 0; I < FunCall->GetArgumentCount(); ++I) Id = Engine.Assert(TextOf(FunCall, I, Context));
   Result = FactIdValue(Id);
 }
 
@@ -153,7 +153,7 @@ void TRetractStringFunction::InitMetaData() {
 void TRetractStringFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   TInferenceEngine& Engine = EngineOf(Context);
-  for (int I = 0; I < FunCall->GetArgumentCount(); ++I) Engine.Retract(Evaluate(FunCall, I, Context)->GetAsString());
+  for (int I = 0; I < FunCall->GetArgumentCount(); ++I) Engine.Retract(TextOf(FunCall, I, Context));
   Result = FCTrue;
 }
 
@@ -215,7 +215,7 @@ void TGetSlotValueFunction::Call(const IFunCall& FunCall, TKBContext* Context, I
   }
   if (!Fact) throw EKBException(Format(_SNoSuchFact, Source->GetToString()));
   const std::string Name =
-      FunCall->GetArgumentCount() > 1 ? Evaluate(FunCall, 1, Context)->GetAsString() : std::string(SDefaultSlotName);
+      FunCall->GetArgumentCount() > 1 ? TextOf(FunCall, 1, Context) : std::string(SDefaultSlotName);
   const IKBValue Value = Fact->GetValue(Name);
   Result = Value ? Value->Clone() : FCNil;
 }
@@ -260,19 +260,11 @@ void TClearFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue
 
 // ---------------------------------------------------------------- files
 
-namespace {
-
-std::string FileNameOf(const IFunCall& FunCall, TKBContext* Context) {
-  return Evaluate(FunCall, 0, Context)->GetAsString();
-}
-
-}  // namespace
-
 void TLoadFunction::InitMetaData() { Describe("load", "Reads the constructs of the file", " <filename>", 1, 1); }
 
 void TLoadFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  EngineOf(Context).LoadFromFile(FileNameOf(FunCall, Context), TEncoding::Default());
+  EngineOf(Context).LoadFromFile(TextOf(FunCall, 0, Context), TEncoding::Default());
   Result = FCTrue;
 }
 
@@ -291,7 +283,7 @@ void TLoadFactsFunction::InitMetaData() {
 
 void TLoadFactsFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  EngineOf(Context).LoadFacts(FileNameOf(FunCall, Context), TEncoding::Default());
+  EngineOf(Context).LoadFacts(TextOf(FunCall, 0, Context), TEncoding::Default());
   Result = FCTrue;
 }
 
@@ -303,14 +295,14 @@ void TSaveFactsFunction::InitMetaData() {
 void TSaveFactsFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   TInferenceEngine& Engine = EngineOf(Context);
-  const std::string FileName = FileNameOf(FunCall, Context);
+  const std::string FileName = TextOf(FunCall, 0, Context);
   if (FunCall->GetArgumentCount() == 1) {
     Engine.SaveFacts(FileName, nullptr);
   } else {
     // One file, the templates' facts one after the other.
     TFileStream Stream(FileName, fmCreate);
     for (int I = 1; I < FunCall->GetArgumentCount(); ++I)
-      Engine.SaveFacts(Stream, Evaluate(FunCall, I, Context)->GetAsString(), nullptr);
+      Engine.SaveFacts(Stream, TextOf(FunCall, I, Context), nullptr);
   }
   Result = FCTrue;
 }
@@ -319,7 +311,7 @@ void TBatchFunction::InitMetaData() { Describe("batch", "Runs the commands of th
 
 void TBatchFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  Result = EngineOf(Context).Batch(FileNameOf(FunCall, Context), TEncoding::Default()) ? FCTrue : FCFalse;
+  Result = EngineOf(Context).Batch(TextOf(FunCall, 0, Context), TEncoding::Default()) ? FCTrue : FCFalse;
 }
 
 // ---------------------------------------------------------------- focus and modules
@@ -358,7 +350,7 @@ void TFocusModuleFunction::Call(const IFunCall& FunCall, TKBContext* Context, IK
     case fmfFocus:
       // The last goes first, so that the first ends on top.
       for (int I = FunCall->GetArgumentCount() - 1; I >= 0; --I)
-        Engine.PushFocus(Evaluate(FunCall, I, Context)->GetAsString());
+        Engine.PushFocus(TextOf(FunCall, I, Context));
       Result = FCTrue;
       break;
     case fmfClearFocusStack:
@@ -390,7 +382,7 @@ void TCurrentModuleFunction::Call(const IFunCall& FunCall, TKBContext* Context, 
   TBuiltInFunction::Call(FunCall, Context, Result);
   TInferenceEngine& Engine = EngineOf(Context);
   if (FFunctionType == cmfSetCurrentModule) {
-    const std::string Name = Evaluate(FunCall, 0, Context)->GetAsString();
+    const std::string Name = TextOf(FunCall, 0, Context);
     if (Engine.GetModules()->IndexOf(Name) < 0) throw EKBException(Format(_SNoSuchModule, Name));
     Engine.SetCurrentModule(Engine.GetModules()->GetModule(Name));
   }
@@ -407,7 +399,7 @@ void TWatchFunction::InitMetaData() {
 void TWatchFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   TInferenceEngine& Engine = EngineOf(Context);
-  const std::string Word = Evaluate(FunCall, 0, Context)->GetAsString();
+  const std::string Word = TextOf(FunCall, 0, Context);
   TConstructWatches Watches;
   if (!WatchesOf(Word, Watches)) throw EKBException(Format(_SCannotWatch, Word));
   Engine.SetWatch(Engine.GetWatch() + Watches);
@@ -467,7 +459,7 @@ void TStoreFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue
   Result = Evaluate(FunCall, 1, Context);
   // nil stores an entry without a value, and gives none.
   if (Result == FCNil) Result = nullptr;
-  Engine.GetStorage()->Put(Evaluate(FunCall, 0, Context)->GetAsString(), Result);
+  Engine.GetStorage()->Put(TextOf(FunCall, 0, Context), Result);
 }
 
 void TFetchFunction::InitMetaData() {
@@ -506,7 +498,7 @@ void TDoBackwardChainingFunction::Call(const IFunCall& FunCall, TKBContext* Cont
   TBuiltInFunction::Call(FunCall, Context, Result);
   TInferenceEngine& Engine = EngineOf(Context);
   for (int I = 0; I < FunCall->GetArgumentCount(); ++I) {
-    const std::string Name = Evaluate(FunCall, I, Context)->GetAsString();
+    const std::string Name = TextOf(FunCall, I, Context);
     if (Name == STestCE || Name == "not") throw EKBException(Format(_SBackChainCE, Name));
     IFactTemplate Template = Engine.FindFactTemplate(Name);
     if (!Template) Template = Engine.CreateFactTemplate(Name);

@@ -25,10 +25,6 @@ namespace {
   return true;
 }();
 
-std::string TextOf(const IFunCall& FunCall, int Index, TKBContext* Context) {
-  return Evaluate(FunCall, Index, Context)->GetAsString();
-}
-
 // The logical name of read and readline: none means the console.
 std::string InputName(const IFunCall& FunCall, TKBContext* Context) {
   return FunCall->GetArgumentCount() > 0 ? TextOf(FunCall, 0, Context) : std::string();

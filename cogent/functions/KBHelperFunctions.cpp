@@ -36,6 +36,10 @@ IKBValue Evaluate(const IFunCall& FunCall, int Index, TKBContext* Context) {
   return Result;
 }
 
+std::string TextOf(const IFunCall& FunCall, int Index, TKBContext* Context) {
+  return Evaluate(FunCall, Index, Context)->GetAsString();
+}
+
 bool IsReturning(const TKBContext* Context) noexcept { return Context && Context->GetReturning(); }
 
 bool RunSequence(const IFunCall& FunCall, int From, int To, TKBContext* Context, IKBValue& Result) {

@@ -64,6 +64,8 @@ TKBContext& ContextOf(TKBContext* Context);
 // goes on to read it; ResolveArgument passes whatever comes back.
 IKBValue Evaluate(const IFunCall& FunCall, int Index, TKBContext* Context);
 IKBValue ResolveArgument(const IFunCall& FunCall, int Index, TKBContext* Context);
+// Argument Index evaluated and read as text.
+std::string TextOf(const IFunCall& FunCall, int Index, TKBContext* Context);
 // The arguments From to To (inclusive) run in order into Result; stops at a
 // return, taking its value, and then gives true.
 bool RunSequence(const IFunCall& FunCall, int From, int To, TKBContext* Context, IKBValue& Result);

@@ -342,7 +342,7 @@ void TForEachFunction::InitMetaData() {
 
 void TForEachFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  const std::string Name = Evaluate(FunCall, 0, Context)->GetAsString();
+  const std::string Name = TextOf(FunCall, 0, Context);
   const IValueVector List = Evaluate(FunCall, 1, Context)->GetAsList();
   TKBContext& Variables = ContextOf(Context);
   Result = FCNil;
@@ -399,7 +399,7 @@ void TThrowFunction::InitMetaData() {
 
 void TThrowFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  throw Exception(Evaluate(FunCall, 0, Context)->GetAsString());
+  throw Exception(TextOf(FunCall, 0, Context));
 }
 
 void TReturnFunction::InitMetaData() {
@@ -441,7 +441,7 @@ void TExtractGlobalFunction::Call(const IFunCall& FunCall, TKBContext* Context, 
     Result = Evaluate(FunCall, 0, Context);
     return;
   }
-  const TBinding* Binding = ContextOf(Context).FindBinding(Evaluate(FunCall, 0, Context)->GetAsString());
+  const TBinding* Binding = ContextOf(Context).FindBinding(TextOf(FunCall, 0, Context));
   Result = Binding && Binding->GetValue() ? Binding->GetValue() : FCNil;
 }
 
