@@ -466,10 +466,8 @@ void TUserFunctions::DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBN
   if (Key != Function->GetFunctionName())
     throw EKBException(Format(_SWrongFunctionName, Key, Function->GetFunctionName()));
   TVXStringHashTable<IUserFunction>::DoAdd(HashCode, Index, Key, Function);
-  if (Function->IsInterpreted()) {
-    ++FNumInterpreted;
-    static_cast<TInterpretedFunction*>(Function.get())->SetOrder(FNextOrder++);
-  }
+  if (Function->IsInterpreted()) ++FNumInterpreted;
+  if (auto* Interpreted = dynamic_cast<TInterpretedFunction*>(Function.get())) Interpreted->SetOrder(FNextOrder++);
   if (!FEngine) return;
   Function->AddReasoner(FEngine);
   FEngine->AddFunction(Function);

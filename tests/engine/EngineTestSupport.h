@@ -17,13 +17,6 @@ inline IModule AddModule(TInferenceEngine& Engine, const std::string& Name) {
   return Module;
 }
 
-// Stands for a function defined in the rule language, which Clear takes away.
-class TInterpretedStub : public TKBUserFunction {
-public:
-  using TKBUserFunction::TKBUserFunction;
-  bool IsInterpreted() const override { return true; }
-};
-
 // Standard output gathered as one text with the ids it came under; the
 // parser's echo is off, so that only what a program prints shows.
 struct TConsole {

@@ -229,7 +229,7 @@ TEST(KBCollectionsTest, UserFunctionsKnowTheirEngine) {
   const int BaseInterpreted = Functions->GetNumInterpreted();
 
   const IUserFunction Plain(new TKBUserFunction("zz-plain"));
-  const IUserFunction Defined(new TInterpretedStub("zz-defined"));
+  const IUserFunction Defined(new TInterpretedFunction("zz-defined"));
   EXPECT_EQ(ErrorOf([&] { Functions->Put("zz-other", Plain); }), "Function names do not match: zz-other and zz-plain");
   EXPECT_EQ(Functions->GetCount(), Base);
 

@@ -101,7 +101,7 @@ TEST(ResetClearTest, ClearOfAModuleThenOfAllLeavesOneEmptyMainModule) {
   Engine.Assert(Person->NewFact(), false);
   Engine.GetRules()->Add(new TCountingRule(&Engine, "r"));
   const IUserFunction Plain(new TKBUserFunction("zz-plain"));
-  const IUserFunction Defined(new TInterpretedStub("zz-defined"));
+  const IUserFunction Defined(new TInterpretedFunction("zz-defined"));
   Engine.GetUserFunctions()->Add(Plain);
   Engine.GetUserFunctions()->Add(Defined);
   Engine.GetStorage()->Put("kept", FCTrue);
