@@ -468,7 +468,8 @@ void TUserFunctions::DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBN
   TVXStringHashTable<IUserFunction>::DoAdd(HashCode, Index, Key, Function);
   if (Function->IsInterpreted()) {
     ++FNumInterpreted;
-    static_cast<TInterpretedFunction*>(Function.get())->SetOrder(FNextOrder++);
+    // A host's own interpreted function need not be one of ours.
+    if (auto* Interpreted = dynamic_cast<TInterpretedFunction*>(Function.get())) Interpreted->SetOrder(FNextOrder++);
   }
   if (!FEngine) return;
   Function->AddReasoner(FEngine);
