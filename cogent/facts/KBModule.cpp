@@ -100,10 +100,14 @@ IModule TModuleImportExport::GetImportModule() const {
 
 namespace {
 
-// Whether the export declaration lets Name out, for an exporter's Shared and
-// Names.
+// Whether an export of Shared and Names lets Name out. Construct names are
+// exact, unlike the list's own IndexOf.
 bool Exports(TSharedConstructs Shared, const TStrings& Names, const std::string& Name) {
-  return Shared == mkbAll || (Shared == mkbCustom && Names.IndexOf(Name) >= 0);
+  if (Shared == mkbAll) return true;
+  if (Shared != mkbCustom) return false;
+  for (int I = 0; I < Names.GetCount(); ++I)
+    if (Names.Get(I) == Name) return true;
+  return false;
 }
 
 template <class TTable>

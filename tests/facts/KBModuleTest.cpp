@@ -202,6 +202,7 @@ TEST(KBModuleTest, ImportTakesWhatTheExporterOwnsAndLetsOut) {
   const IModule A = AddModule(Engine, "A");
   A->GetExportItems()->GetFactTemplates().Add("shared");
   A->GetExportItems()->GetFactTemplates().Add("missing");  // never defined: skipped
+  A->GetExportItems()->GetFactTemplates().Add("PRIVATE");  // names are exact
   Engine.SetCurrentModule(A);
   const IFactTemplate Shared = Engine.CreateFactTemplate("shared");
   Engine.CreateFactTemplate("private");
