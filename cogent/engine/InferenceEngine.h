@@ -160,7 +160,7 @@ public:
   IFact GetFactPending(int Index) const;
   virtual void BeginFactModify(const IFact& Fact);
   virtual std::int32_t EndFactModify(const IFact& Fact);
-  void AddFactToModule(const IFact& Fact, const IModule& Module);
+  void AddFactToModule(const IFact& Fact, const IModule& Module) override;
   void RemoveFactFromModule(int Index, const IFact& Fact, const IModule& Module);
   // The facts of every module in module order, in a plain list the caller
   // owns; without Duplicates a fact shared by modules comes once.

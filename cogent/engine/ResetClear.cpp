@@ -1,5 +1,7 @@
 // The engine's module list, reset and clear.
 
+#include <algorithm>
+
 #include "cogent/common/VXCommon.h"
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBPackages.h"
@@ -13,9 +15,10 @@ namespace cogent {
 namespace {
 
 // The list's own check comes after the fact; this one refuses the module
-// before a module of its name is taken away.
-void CheckImportOrder(const TModules& Modules, const IModule& Module) {
-  if (!Modules.GetEnforceImportOrder() || Module->GetImportModuleCount() == 0) return;
+// before a module of its name is taken away. Every import must name another
+// module that stays, placed before the new one: so imports never form a cycle.
+void CheckImports(const TModules& Modules, const IModule& Module) {
+  if (Module->GetImportModuleCount() == 0) return;
   std::vector<IModule> Future;
   for (const IModule& Item : Modules)
     if (Item && Item->GetName() != Module->GetName()) Future.push_back(Item);
@@ -24,9 +27,13 @@ void CheckImportOrder(const TModules& Modules, const IModule& Module) {
   for (int I = 0; I < Module->GetImportModuleCount(); ++I) {
     const IModuleImport Import = Module->GetImportModule(I);
     if (!Import) continue;
-    for (std::size_t J = NewIndex + 1; J < Future.size(); ++J)
-      if (Future[J]->GetName() == Import->GetName())
-        throw EKBException(Format(_SInvalidModuleDependency, Module->GetName(), Import->GetName()));
+    const std::string& Exporter = Import->GetModule();
+    if (Exporter == Module->GetName()) throw EKBException(Format(_SModuleImportsItself, Exporter));
+    const auto Found = std::find_if(Future.begin(), Future.end(),
+                                    [&](const IModule& Item) { return Item->GetName() == Exporter; });
+    if (Found == Future.end()) throw EKBException(Format(_SNoSuchModule, Exporter));
+    if (Modules.GetEnforceImportOrder() && static_cast<std::size_t>(Found - Future.begin()) > NewIndex)
+      throw EKBException(Format(_SInvalidModuleDependency, Module->GetName(), Exporter));
   }
 }
 
@@ -36,7 +43,7 @@ void CheckImportOrder(const TModules& Modules, const IModule& Module) {
 
 int TInferenceEngine::AddModule(const IModule& Module) {
   if (!Module) return -1;
-  CheckImportOrder(*FModules, Module);
+  CheckImports(*FModules, Module);
   const int Existing = FModules->IndexOf(Module->GetName());
   if (Existing >= 0) RemoveModule(FModules->Get(Existing));
 
@@ -59,7 +66,13 @@ int TInferenceEngine::AddModule(const IModule& Module) {
   FIsModuleOp = nullptr;
 
   Module->Prepare();
-  // The module's imports take effect here once modules import constructs.
+  try {
+    Module->ImportConstructs();
+  } catch (...) {
+    // A clash in the importer's tables: the module does not stay half imported.
+    RemoveModule(Module);
+    throw;
+  }
   if (OnAddModule) OnAddModule(this, Module);
   return Index;
 }

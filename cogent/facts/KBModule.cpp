@@ -57,6 +57,160 @@ IModule FocusModuleNamed(IKnowledgeBase& Engine, const std::string& Name, bool M
   return Current;
 }
 
+// ---------------------------------------------------------------- TModuleImportExport
+
+TModuleImportExport::TModuleImportExport(TModule* AOwnerModule, std::string AModuleName)
+    : FModule(std::move(AModuleName)), FOwnerModule(AOwnerModule) {
+  FDefinedTypes.SetOnChange([this](TObject* Sender) { ImportsExportsChanged(Sender); });
+  FFactTemplates.SetOnChange([this](TObject* Sender) { ImportsExportsChanged(Sender); });
+}
+
+void TModuleImportExport::ImportsExportsChanged(TObject* Sender) {
+  const auto Settle = [](const TStrings& Names, TSharedConstructs& Shared) {
+    if (Names.GetCount() > 0)
+      Shared = mkbCustom;
+    else if (Shared == mkbCustom)
+      Shared = mkbNone;
+  };
+  if (Sender == &FDefinedTypes) Settle(FDefinedTypes, FDefinedTypesShared);
+  if (Sender == &FFactTemplates) Settle(FFactTemplates, FFactTemplatesShared);
+}
+
+void TModuleImportExport::SetDefinedTypesShared(TSharedConstructs Value) {
+  FDefinedTypesShared = Value;
+  if (Value != mkbCustom) FDefinedTypes.Clear();
+}
+
+void TModuleImportExport::SetFactTemplatesShared(TSharedConstructs Value) {
+  FFactTemplatesShared = Value;
+  if (Value != mkbCustom) FFactTemplates.Clear();
+}
+
+void TModuleImportExport::SetDefinedTypes(TStrings* Value) { FDefinedTypes.Assign(Value); }
+
+void TModuleImportExport::SetFactTemplates(TStrings* Value) { FFactTemplates.Assign(Value); }
+
+IModule TModuleImportExport::GetImportModule() const {
+  if (!FOwnerModule) return nullptr;
+  const IKnowledgeBase* Engine = KnowledgeBaseOf(FOwnerModule->GetEngine());
+  const TModules* Modules = Engine ? Engine->GetModules() : nullptr;
+  if (!Modules || Modules->IndexOf(FModule) < 0) return nullptr;
+  return Modules->GetModule(FModule);
+}
+
+namespace {
+
+// Whether an export of Shared and Names lets Name out. Construct names are
+// exact, unlike the list's own IndexOf.
+bool Exports(TSharedConstructs Shared, const TStrings& Names, const std::string& Name) {
+  if (Shared == mkbAll) return true;
+  if (Shared != mkbCustom) return false;
+  for (int I = 0; I < Names.GetCount(); ++I)
+    if (Names.Get(I) == Name) return true;
+  return false;
+}
+
+template <class TTable>
+std::vector<std::pair<std::string, typename TTable::TItem>> Entries(const TTable& Table) {
+  std::vector<std::pair<std::string, typename TTable::TItem>> Result;
+  for (const auto& Entry : Table) Result.emplace_back(Entry.Key, Entry.Value);
+  return Result;
+}
+
+// Adds into Into what the exporter's table From lets out and the import asks
+// for. Only constructs at home in the exporter pass.
+template <class TTable>
+void ImportTable(const TTable& From, TTable& Into, const TModule* Exporter, TSharedConstructs Exported,
+                 const TStrings& ExportedNames, TSharedConstructs Imported, const TStrings& ImportedNames) {
+  if (Exported == mkbNone || (Exported == mkbCustom && ExportedNames.GetCount() == 0)) return;
+  switch (Imported) {
+    case mkbNone:
+      return;
+    case mkbAll:
+      // A snapshot: adding into a table may raise events that change others.
+      for (const auto& [Name, Item] : Entries(From))
+        if (Item && Item->GetModuleObject() == Exporter && Exports(Exported, ExportedNames, Name)) Into.Add(Item);
+      return;
+    case mkbCustom:
+      for (int I = 0; I < ImportedNames.GetCount(); ++I) {
+        const std::string Name = ImportedNames.Get(I);
+        typename TTable::TItem Item;
+        if (Exports(Exported, ExportedNames, Name) && From.TryGetValue(Name, Item) && Item &&
+            Item->GetModuleObject() == Exporter)
+          Into.Add(Item);
+      }
+      return;
+  }
+}
+
+// The constructs that Into no longer imports from the table From.
+template <class TTable>
+void ReleaseTable(const TTable& From, TModule* Owner, TSharedConstructs Imported, const TStrings& ImportedNames) {
+  if (Imported == mkbAll) {
+    for (const auto& Item : From.GetValues().ToArray())
+      if (Item) Item->RemoveImportModule(Owner);
+  } else if (Imported == mkbCustom) {
+    for (int I = 0; I < ImportedNames.GetCount(); ++I) {
+      typename TTable::TItem Item;
+      if (From.TryGetValue(ImportedNames.Get(I), Item) && Item) Item->RemoveImportModule(Owner);
+    }
+  }
+}
+
+}  // namespace
+
+void TModuleImportExport::ImportConstructs() {
+  const IModule Exporter = GetImportModule();
+  if (!Exporter) throw EKBException(Format(_SNoSuchModule, FModule));
+  IKnowledgeBase* Engine = KnowledgeBaseOf(FOwnerModule->GetEngine());
+  TFocusBack Focus(Engine->GetCurrentModule(), IModule(FOwnerModule));
+  const TModuleImportExport& Exported = *Exporter->GetExportItems();
+
+  if (TKBDefinedTypes* Types = Engine->GetDefinedTypes(); Types && Exporter->GetDefinedTypes())
+    ImportTable(*Exporter->GetDefinedTypes(), *Types, Exporter.get(), Exported.FDefinedTypesShared,
+                Exported.FDefinedTypes, FDefinedTypesShared, FDefinedTypes);
+  if (TFactTemplates* Templates = Engine->GetFactTemplates(); Templates && Exporter->GetFactTemplates())
+    ImportTable(*Exporter->GetFactTemplates(), *Templates, Exporter.get(), Exported.FFactTemplatesShared,
+                Exported.FFactTemplates, FFactTemplatesShared, FFactTemplates);
+
+  if (FFactTemplatesShared == mkbNone || !Exporter->GetFacts()) return;
+  const TFacts& Facts = *Exporter->GetFacts();
+  std::vector<IFact> Snapshot;
+  for (int I = 0; I < Facts.GetCount(); ++I) Snapshot.push_back(Facts.Get(I));
+  for (const IFact& Fact : Snapshot) {
+    const IFactTemplate Template = Fact ? Fact->GetTemplate() : nullptr;
+    if (Template && Template->GetModuleObject() == Exporter.get() && Template->IndexOfImportModule(FOwnerModule) > -1)
+      Engine->AddFactToModule(Fact, nullptr);
+  }
+}
+
+void TModuleImportExport::Release() {
+  const IModule Exporter = GetImportModule();
+  if (!Exporter) return;
+  if (const TKBDefinedTypes* Types = Exporter->GetDefinedTypes())
+    ReleaseTable(*Types, FOwnerModule, FDefinedTypesShared, FDefinedTypes);
+  if (const TFactTemplates* Templates = Exporter->GetFactTemplates())
+    ReleaseTable(*Templates, FOwnerModule, FFactTemplatesShared, FFactTemplates);
+}
+
+void TModuleImportExport::Assign(const IInterface& Source) {
+  const IModuleImport Other = Source.As<TModuleImportExport>();
+  if (!Other) throw EKBException(_SUnknownValueInterface);
+  if (Other.get() == this) return;
+  // The shares first: the lists then settle them as they did in the source.
+  FDefinedTypesShared = Other->FDefinedTypesShared;
+  FFactTemplatesShared = Other->FFactTemplatesShared;
+  FDefinedTypes.Assign(&Other->FDefinedTypes);
+  FFactTemplates.Assign(&Other->FFactTemplates);
+  FModule = Other->FModule;
+}
+
+IInterface TModuleImportExport::CloneInterface() const {
+  IModuleImport Copy(new TModuleImportExport(FOwnerModule, FModule));
+  Copy->Assign(IInterface(IModuleImport(const_cast<TModuleImportExport*>(this))));
+  return Copy;
+}
+
 // ---------------------------------------------------------------- TModule
 
 TModule::TModule(TComponent* AEngine, bool AIsMain) : FIsMain(AIsMain), FEngine(AEngine) {
@@ -175,11 +329,7 @@ void TModule::AddImport(const IModuleImport& Import) {
   if (Import) FImportModules.push_back(Import);
 }
 
-IModuleImport TModule::AddImport(const std::string& Name) {
-  IModuleImport Import(new TModuleImportExport(this, Name));
-  AddImport(Import);
-  return Import;
-}
+IModuleImport TModule::AddImport(const std::string& Name) { return IModuleImport(new TModuleImportExport(this, Name)); }
 
 void TModule::ClearImports() {
   std::vector<IModuleImport> Imports;
@@ -212,7 +362,7 @@ int TModule::IndexOfImport(const IModuleImport& Import) const {
 
 int TModule::IndexOfImport(const std::string& Name) const {
   for (std::size_t I = 0; I < FImportModules.size(); ++I)
-    if (FImportModules[I]->GetName() == Name) return static_cast<int>(I);
+    if (FImportModules[I]->GetModule() == Name) return static_cast<int>(I);
   return -1;
 }
 
@@ -225,17 +375,27 @@ void TModule::Assign(const IInterface& Source) {
 
 void TModule::AssignModuleDefinition(const IModule& Source) {
   if (!Source || Source.get() == this) return;
+  ClearImports();
   SetName(Source->FName);
   FComment = Source->FComment;
-  ClearImports();
-  for (const IModuleImport& Import : Source->FImportModules) AddImport(Import->GetName());
-  FExportItems->SetName(Source->FExportItems->GetName());
+  FExportItems->Assign(IInterface(Source->FExportItems));
+  for (const IModuleImport& Import : Source->FImportModules) {
+    IModuleImport Copy(new TModuleImportExport(this, Import->GetModule()));
+    Copy->Assign(IInterface(Import));
+    AddImport(Copy);
+  }
 }
 
-bool TModule::Equals(const IInterface& Other) const {
-  const IModule Module = Other.As<TModule>();
-  return Module && (Module.get() == this || Module->FName == FName);
+void TModule::ImportConstructs() {
+  IKnowledgeBase* Engine = KnowledgeBaseOf(FEngine);
+  if (!Engine) return;
+  TFocusBack Focus(Engine->GetCurrentModule(), IModule(this));
+  // A declaration may be taken away while another one imports.
+  const std::vector<IModuleImport> Imports = FImportModules;
+  for (const IModuleImport& Import : Imports) Import->ImportConstructs();
 }
+
+bool TModule::Equals(const IInterface& Other) const { return Other.get() == this; }
 
 }  // namespace cogent
 
@@ -302,8 +462,8 @@ void TModules::Notify(const IModule& Item, TListNotification Action) {
     const int Index = IndexOf(Item);
     for (int I = 0; I < Item->GetImportModuleCount(); ++I) {
       const IModuleImport Import = Item->GetImportModule(I);
-      if (Import && IndexOf(Import->GetName()) > Index)
-        throw EKBException(Format(_SInvalidModuleDependency, Item->GetName(), Import->GetName()));
+      if (Import && IndexOf(Import->GetModule()) > Index)
+        throw EKBException(Format(_SInvalidModuleDependency, Item->GetName(), Import->GetModule()));
     }
     return;
   }

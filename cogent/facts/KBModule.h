@@ -15,6 +15,7 @@
 #include "cogent/common/VXNexus.h"
 #include "cogent/foundation/KBConsts.h"
 #include "cogent/foundation/KBInterfaces.h"
+#include "cogent/foundation/VXStringList.h"
 #include "cogent/values/KBModuleConstruct.h"
 
 namespace cogent {
@@ -27,8 +28,6 @@ class TFactTemplates;
 class TReteNetwork;
 class TRules;
 class TKBPattern;
-template <class T>
-class TStringList;
 using TFactsPending = TStringList<IInterface>;
 
 // The construct collections of a module, written once for the module that
@@ -75,24 +74,61 @@ struct TModuleCache : TModuleCollectionsOf<TBorrowedPtr> {
   IFact NullFact;
 };
 
-// One export or import declaration of a module. What it shares, and how an
-// import takes effect, grows with module import and export.
-class TModuleImportExport : public TPersistent, public TRefCounted {
+// One export or import declaration of a module. An export declaration has
+// no module name; an import names the exporting module. Each kind of
+// construct is shared not at all, wholly, or by the names in its list; the
+// lists decide the share as they change.
+class TModuleImportExport : public TPersistent, public TRefCounted, public ICloneable {
 public:
-  TModuleImportExport(TModule* AModule, std::string AName) : FModule(AModule), FName(std::move(AName)) {}
+  TModuleImportExport(TModule* AOwnerModule, std::string AModuleName);
 
-  TModule* GetModule() const noexcept { return FModule; }
-  const std::string& GetName() const noexcept { return FName; }
-  void SetName(const std::string& Value) { FName = Value; }
-  // Lets go of what the declaration imported.
-  virtual void Release() {}
+  TSharedConstructs GetDefinedTypesShared() const noexcept { return FDefinedTypesShared; }
+  // mkbNone and mkbAll empty the name list.
+  void SetDefinedTypesShared(TSharedConstructs Value);
+  TStrings& GetDefinedTypes() noexcept { return FDefinedTypes; }
+  const TStrings& GetDefinedTypes() const noexcept { return FDefinedTypes; }
+  void SetDefinedTypes(TStrings* Value);
+  TSharedConstructs GetFactTemplatesShared() const noexcept { return FFactTemplatesShared; }
+  void SetFactTemplatesShared(TSharedConstructs Value);
+  TStrings& GetFactTemplates() noexcept { return FFactTemplates; }
+  const TStrings& GetFactTemplates() const noexcept { return FFactTemplates; }
+  void SetFactTemplates(TStrings* Value);
+
+  // The exporter's name; empty in an export declaration.
+  const std::string& GetModule() const noexcept { return FModule; }
+  TModule* GetOwnerModule() const noexcept { return FOwnerModule; }
+  // The exporter among the engine's modules; nil without owner, engine or
+  // module of that name.
+  IModule GetImportModule() const;
+  // Enters what the exporter shares with this declaration into the owner's
+  // tables: types, templates, then the exporter's facts of the imported
+  // templates, which run through the owner's network. Only constructs at home
+  // in the exporter pass, so nothing is passed on.
+  virtual void ImportConstructs();
+  // The imported constructs no longer count the owner among their modules.
+  virtual void Release();
+
+  void Assign(const IInterface& Source) override;
+  using TPersistent::Assign;
+  IInterface CloneInterface() const override;
+  bool Equals(const IInterface& Other) const override { return Other.get() == this; }
+  std::intptr_t GetTag() const override { return FTag; }
+  void SetTag(std::intptr_t Value) override { FTag = Value; }
 
 protected:
   ~TModuleImportExport() override = default;
 
 private:
-  TModule* FModule;
-  std::string FName;
+  // The change event of both lists.
+  void ImportsExportsChanged(TObject* Sender);
+
+  TSharedConstructs FDefinedTypesShared = mkbNone;
+  TSharedConstructs FFactTemplatesShared = mkbNone;
+  TStringList<> FDefinedTypes;
+  TStringList<> FFactTemplates;
+  std::string FModule;
+  TModule* FOwnerModule;
+  std::intptr_t FTag = 0;
 };
 
 class TModule : public TPersistent, public TRefCounted, public ICloneable {
@@ -124,6 +160,7 @@ public:
   int GetImportModuleCount() const noexcept { return static_cast<int>(FImportModules.size()); }
   IModuleImport GetImportModule(int Index) const;
   void AddImport(const IModuleImport& Import);
+  // A new declaration for that exporter, not yet entered.
   IModuleImport AddImport(const std::string& Name);
   void ClearImports();
   void DeleteImport(int Index);
@@ -145,10 +182,13 @@ public:
   IFact GetNullFact() const;
   TKBPattern* GetInitialFactPattern() const noexcept { return FInitialFactPattern.get(); }
 
+  // Copies the definition and the tag; the knowledge stays this module's.
   void Assign(const IInterface& Source) override;
   using TPersistent::Assign;
-  // Copies name, comment and declarations.
+  // Copies name, comment and declarations, not the knowledge.
   virtual void AssignModuleDefinition(const IModule& Source);
+  // Lets each import declaration take effect, in order.
+  virtual void ImportConstructs();
   // A module gets no clone: its copy is made by Assign on a new module.
   IInterface CloneInterface() const override { return nullptr; }
   bool Equals(const IInterface& Other) const override;

@@ -160,6 +160,9 @@ public:
   // Queues a fact to assert (or retract) once the propagation under way is
   // done: the network never changes working memory in the middle of a token.
   virtual void AddPendingFact(const IFact& Fact, bool Assert) = 0;
+  // Enters the fact into the module's facts (the current module's for nil)
+  // and runs it through that module's network; the module stays focused.
+  virtual void AddFactToModule(const IFact& Fact, const IModule& Module) = 0;
 
   // ------------------------------------------------------------ agenda
   // The agenda takes the activation over.

@@ -98,6 +98,7 @@ inline constexpr const char* _SUnsharedFactTemplateType = "Fact Template, \"%s\"
 inline constexpr const char* _SMissingModuleExportID = "Missing module export keyword (?ALL, ?NONE, deftype, or deftemplate): \"%s\"";
 inline constexpr const char* _SBadNameList = "Invalid name in defmodule name list: \"%s\"";
 inline constexpr const char* _SModuleNotExist = "Module does not exist: \"%s\"";
+inline constexpr const char* _SModuleImportsItself = "Module \"%s\" cannot import from itself";
 inline constexpr const char* _SInvalidCallType = "Invalid Call Type: %s";
 inline constexpr const char* _SInvalidTokenAction = "Invalid Token Action";
 inline constexpr const char* _SInvalidTokenHint = "Invalid Token hint for parsing token: %s";

@@ -656,4 +656,93 @@ bool TKBRuleParser::ParseGlobalVariables() {
   return true;
 }
 
+// ---------------------------------------------------------------- defmodule
+
+void TKBRuleParser::ParseNameList(TStrings& Strings) {
+  static const std::string Where = "ParseNameList";
+  TKBRuleStream& Tokens = Stream();
+  IStreamToken Token = Tokens.NextToken();
+  for (; !Is(Token, ')') && !Token->IsEOF(); Token = Tokens.NextToken()) {
+    if (!IsAtom(Token) && Token->GetDataType() != dtString) ParseError(Where, _SBadNameList, Token->ToString());
+    Strings.Add(Token->GetText());
+  }
+  Tokens.PutBackToken(Token);
+}
+
+namespace {
+
+bool IsVariable(const IStreamToken& Token, const char* Text) {
+  return Token->GetDataType() == dtVariable && Token->GetText() == Text;
+}
+
+}  // namespace
+
+IModule TKBRuleParser::ParseModule() {
+  static const std::string Where = "ParseModule";
+  TKBRuleStream& Tokens = Stream();
+  const IKnowledgeBase& Target = Engine();
+  std::string Name;
+  std::string Comment;
+  IStreamToken Token = ParseHeader(Name, Comment, true, "defmodule", Where, _SExpectedDefModule);
+  const bool IsMain = Name == MainModuleName;
+  // The main module is declared again in place; any other name is refused
+  // while its module stands, so that a definition never throws knowledge away.
+  if (!IsMain && NameTaken(Target, ptDefModule, Name)) ParseError(Where, _SDuplicateModuleNames, Name);
+  const IModule Module(new TModule(GetOwner(), IsMain));
+  Module->SetName(Name);
+  Module->SetComment(Comment);
+
+  for (; Is(Token, '('); Token = Tokens.NextToken()) {
+    const IStreamToken Keyword = Tokens.NextToken();
+    const bool IsExport = IsAtom(Keyword) && Keyword->GetText() == "export";
+    if (!IsExport && !(IsAtom(Keyword) && Keyword->GetText() == "import"))
+      ParseError(Where, _SInvalidModulekeyword, Keyword->ToString());
+
+    IModuleImport Declaration = Module->GetExportItems();
+    if (!IsExport) {
+      const IStreamToken Exporter = Tokens.NextToken();
+      const std::string ExporterName = Exporter->GetText();
+      if (!IsAtom(Exporter) || !NameTaken(Target, ptDefModule, ExporterName))
+        ParseError(Where, _SModuleNotExist, Exporter->ToString());
+      // Every module stands after the modules it imports from, and the main
+      // module stands first.
+      if (ExporterName == Name) ParseError(Where, _SModuleImportsItself, Name);
+      if (IsMain) ParseError(Where, _SInvalidModuleDependency, Name, ExporterName);
+      const int Existing = Module->IndexOfImport(ExporterName);
+      Declaration = Existing >= 0 ? Module->GetImportModule(Existing)
+                                  : IModuleImport(new TModuleImportExport(Module.get(), ExporterName));
+    }
+
+    const IStreamToken Share = Tokens.NextToken();
+    if (IsVariable(Share, "ALL") || IsVariable(Share, "NONE")) {
+      const TSharedConstructs Shared = IsVariable(Share, "ALL") ? mkbAll : mkbNone;
+      Declaration->SetDefinedTypesShared(Shared);
+      Declaration->SetFactTemplatesShared(Shared);
+    } else {
+      const bool IsType = IsAtom(Share) && Share->GetText() == "deftype";
+      if (!IsType && !(IsAtom(Share) && Share->GetText() == "deftemplate"))
+        ParseError(Where, _SMissingModuleExportID, Share->ToString());
+      const IStreamToken Names = Tokens.NextToken();
+      if (IsVariable(Names, "ALL") || IsVariable(Names, "NONE")) {
+        const TSharedConstructs Shared = IsVariable(Names, "ALL") ? mkbAll : mkbNone;
+        if (IsType)
+          Declaration->SetDefinedTypesShared(Shared);
+        else
+          Declaration->SetFactTemplatesShared(Shared);
+      } else if (IsAtom(Names)) {
+        Tokens.PutBackToken(Names);
+        ParseNameList(IsType ? Declaration->GetDefinedTypes() : Declaration->GetFactTemplates());
+      } else {
+        ParseError(Where, _SMissingModuleExportID, Names->ToString());
+      }
+    }
+
+    if (!IsExport && Module->IndexOfImport(Declaration) < 0) Module->AddImport(Declaration);
+    if (!Is(Tokens.NextToken(), ')')) ParseError(Where, _SMissingCloseParens);
+  }
+  if (!Is(Token, ')')) ParseError(Where, _SMissingCloseParens);
+  if (OnParseModule) OnParseModule(this, Module);
+  return Module;
+}
+
 }  // namespace cogent

@@ -114,6 +114,8 @@ public:
   // "(allowed-... item*)" into the type's allowed lists. Returns the closing
   // token.
   IStreamToken ParseAllowedEnumerations(const IKBDefinedType& DefinedType);
+  // Atoms and strings up to ")" or the end, which is put back, into Strings.
+  void ParseNameList(TStrings& Strings);
 
   // Which functions take facts or slot pairs as arguments.
   const TStringList<TSlotArgRecord>& GetSlotFunctions() const noexcept { return FSlotFunctions; }

@@ -298,9 +298,17 @@ bool TKBRuleParser::ParseExpression(bool Execute) {
       break;
     }
     case ptDefModule: {
-      const IModule Module = ParseModule();
-      if (Module) {
+      IModule Module = ParseModule();
+      if (Module && Module->IsMain() && Target.GetModules()->IndexOf(Module->GetName()) >= 0) {
+        // The main module takes the new declaration and keeps its knowledge;
+        // others import from it, and it imports nothing.
+        const IModule Main = Target.GetModules()->GetModule(Module->GetName());
+        Main->AssignModuleDefinition(Module);
+        Module = Main;
+      } else if (Module) {
         Target.AddModule(Module);
+      }
+      if (Module) {
         Target.SetCurrentModule(Module);
         Echo = Module->GetName();
       }
@@ -353,7 +361,6 @@ void TKBRuleParser::NotYetReadable(const std::string& Where, const char* What) {
 
 IFuzzySet TKBRuleParser::ParseFuzzySet(const IFuzzyVariable&) { NotYetReadable("ParseFuzzySet", "fuzzy sets"); }
 IFuzzyVariable TKBRuleParser::ParseFuzzyVariable() { NotYetReadable("ParseFuzzyVariable", "fuzzy variables"); }
-IModule TKBRuleParser::ParseModule() { NotYetReadable("ParseModule", "defmodule"); }
 ISingletonsVector TKBRuleParser::ParseSingletons() { NotYetReadable("ParseFuzzyPoints", "fuzzy points"); }
 
 }  // namespace cogent

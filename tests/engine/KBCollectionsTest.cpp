@@ -308,15 +308,17 @@ TEST(KBCollectionsTest, ModuleListOperationsAreEngineOperations) {
   EXPECT_EQ(Engine.GetCurrentModule(), nullptr);
   EXPECT_EQ(Log, (std::vector<std::string>{"add A", "remove A", "add A", "remove A", "remove MAIN", "clear"}));
 
-  // Imports must come earlier in the list, though one not in it yet is no
-  // error; a module that breaks the order is refused before anything changes.
+  // Imports must name modules earlier in the list; a module that breaks the
+  // order is refused before anything changes.
   Engine.Clear();
   IModule X(new TModule(&Engine, false));
   X->SetName("X");
-  X->AddImport("Y");
+  X->AddImport(X->AddImport("Y"));
+  EXPECT_EQ(ErrorOf([&] { Engine.AddModule(X); }), "No such module with name=Y exists");
+  X->ClearImports();
   Engine.AddModule(X);
   IModule NewMain(new TModule(&Engine, true));
-  NewMain->AddImport("X");
+  NewMain->AddImport(NewMain->AddImport("X"));
   EXPECT_EQ(ErrorOf([&] { Modules->Add(NewMain); }),
             "Invalid module dependency.  Module \"MAIN\" imports module \"X\" which is later in the module list");
   EXPECT_EQ(Modules->ToNamesString(","), "MAIN,X");

@@ -398,3 +398,73 @@ TEST(ConstructGrammarTest, FactSetsAndGlobals) {
 
 }  // namespace
 }  // namespace cogent
+
+namespace cogent {
+namespace {
+
+TEST(ConstructGrammarTest, Modules) {
+  TInferenceEngine Engine;
+  Engine.Parse(
+      "(defmodule MAIN \"main\" (export deftemplate reading \"level\"))"
+      "(deftemplate reading (slot v)) (deftemplate level (slot v)) (deftemplate hidden)"
+      "(defmodule SENSE \"reads\" (import MAIN deftemplate ?ALL) (import MAIN deftype x) (export ?ALL))"
+      "(deftemplate alarm)",
+      true);
+  const IModule Main = Engine.GetModules()->GetModule("MAIN");
+  const IModule Sense = Engine.GetModules()->GetModule("SENSE");
+  // The main module takes a declaration in place and keeps its knowledge.
+  EXPECT_EQ(Engine.GetModules()->ToNamesString(","), "MAIN,SENSE");
+  EXPECT_EQ(Main->GetComment(), "main");
+  EXPECT_TRUE(Main->GetFactTemplates()->ContainsKey("reading"));
+  EXPECT_EQ(Main->GetExportItems()->GetFactTemplates().GetText(), "reading\r\nlevel\r\n");
+  // The new module is current, and one import of a module gathers its statements.
+  EXPECT_EQ(Engine.GetCurrentModule(), Sense);
+  EXPECT_EQ(Sense->GetComment(), "reads");
+  ASSERT_EQ(Sense->GetImportModuleCount(), 1);
+  const IModuleImport Import = Sense->GetImportModule(0);
+  EXPECT_EQ(Import->GetFactTemplatesShared(), mkbAll);
+  EXPECT_EQ(Import->GetDefinedTypesShared(), mkbCustom);
+  EXPECT_EQ(Sense->GetExportItems()->GetDefinedTypesShared(), mkbAll);
+  EXPECT_EQ(Sense->GetFactTemplates()->Get("reading"), Main->GetFactTemplates()->Get("reading"));
+  EXPECT_TRUE(Sense->GetFactTemplates()->ContainsKey("level"));
+  EXPECT_FALSE(Sense->GetFactTemplates()->ContainsKey("hidden"));
+  EXPECT_TRUE(Sense->GetFactTemplates()->ContainsKey("alarm"));
+}
+
+TEST(ConstructGrammarTest, ModuleErrorsLeaveTheModulesAsTheyWere) {
+  TInferenceEngine Engine;
+  Engine.Parse("(defmodule A (export ?ALL)) (defmodule B (import A deftemplate x y))", true);
+  const std::pair<const char*, const char*> Cases[] = {
+      {"(defmodule C (import Z ?ALL))",
+       "Parsing Error, Module does not exist: \"Z\" in ParseModule at line 1:  ( defmodule C ( import Z "},
+      {"(defmodule A)", "Parsing Error, Module Name already exists: \"A\" in ParseModule at line 1:  ( defmodule A ) "},
+      {"(defmodule MAIN (import MAIN ?ALL))",
+       "Parsing Error, Module \"MAIN\" cannot import from itself in ParseModule at line 1:  ( defmodule MAIN ( import "
+       "MAIN "},
+      {"(defmodule MAIN (import A ?ALL))",
+       "Parsing Error, Invalid module dependency.  Module \"MAIN\" imports module \"A\" which is later in the module "
+       "list in ParseModule at line 1:  ( defmodule MAIN ( import A "},
+      {"(defmodule C (export NONE))",
+       "Parsing Error, Missing module export keyword (?ALL, ?NONE, deftype, or deftemplate): \"NONE\" in ParseModule "
+       "at line 1:  ( defmodule C ( export NONE "},
+      {"(defmodule C (export deftype 1))",
+       "Parsing Error, Missing module export keyword (?ALL, ?NONE, deftype, or deftemplate): \"1\" in ParseModule at "
+       "line 1:  ( defmodule C ( export deftype 1 "},
+      {"(defmodule C (import A deftemplate x 1))",
+       "Parsing Error, Invalid name in defmodule name list: \"1\" in ParseNameList at line 1:  ( defmodule C ( import "
+       "A deftemplate x 1 "},
+      {"(defmodule C (imports A))",
+       "Parsing Error, Invalid defmodule keyword: \"imports\" in ParseModule at line 1:  ( defmodule C ( imports "},
+      {"(defmodule C (export ?ALL)",
+       "Parsing Error, Expected \")\" in ParseModule at line 1:  ( defmodule C ( export ?ALL ) EOF "},
+      {"(defmodule C (export ?ALL x))",
+       "Parsing Error, Expected \")\" in ParseModule at line 1:  ( defmodule C ( export ?ALL x "},
+  };
+  for (const auto& [Text, Message] : Cases) {
+    EXPECT_EQ(ErrorOf<EKBParseException>([&] { Engine.Parse(Text, true); }), Message) << Text;
+    EXPECT_EQ(Engine.GetModules()->ToNamesString(","), "MAIN,A,B") << Text;
+  }
+}
+
+}  // namespace
+}  // namespace cogent

@@ -230,16 +230,17 @@ TEST(KBParserTest, LongExpressionsAreShortenedInTheMiddle) {
 
 TEST(KBParserTest, ConstructsNotYetReadable) {
   TInferenceEngine Engine;
-  EXPECT_EQ(ErrorOf<EKBParseException>([&] { Engine.Parse("(defmodule m)", true); }),
-            "Parsing Error, defmodule: not yet readable in ParseModule at line 1:  ( defmodule ");
+  EXPECT_EQ(ErrorOf<EKBParseException>([&] { Engine.Parse("(deftype t extends (type FUZZY))", true); }),
+            "Parsing Error, fuzzy variables: not yet readable in ParseFuzzyVariable at line 1:  ( deftype t extends ( "
+            "type FUZZY ) ");
 
   // Recovery skips each construct whole, and what can be read is.
   std::string Output;
   Engine.OnPrintOut = [&](TObject*, const std::string&, const std::string& Text) { Output += Text; };
   Engine.SetParserErrorHandling(ehRaiseAllAtEnd);
-  EXPECT_EQ(ErrorOf<EKBParseException>([&] { Engine.Parse("(defmodule t (export ?ALL))\n(foo (bar))\nbaz", true); }),
+  EXPECT_EQ(ErrorOf<EKBParseException>([&] { Engine.Parse("(defmodule t (export NONE))\n(foo (bar))\nbaz", true); }),
             "Errors parsing stream:\r\n"
-            "Parsing Error, defmodule: not yet readable in ParseModule at line 1:  ( defmodule \r\n"
+            "Parsing Error, Missing module export keyword (?ALL, ?NONE, deftype, or deftemplate): \"NONE\" in ParseModule at line 1:  ( defmodule t ( export NONE \r\n"
             "Parsing Error, Function is unimplemented or unassigned: foo in Parse at line 2:  ( foo ( bar ) ) \r\n");
   EXPECT_EQ(Output, "baz\r\n");
 }
