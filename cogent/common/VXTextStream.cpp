@@ -263,6 +263,7 @@ char32_t TGTextStream::GetChar() {
   // Long histories are cut in halves, so that keeping it stays cheap.
   if (FHistory.size() >= 2 * HistoryDepth) FHistory.erase(0, HistoryDepth);
   FHistory.push_back(C);
+  if (FRecording) FRecord.push_back(C);
   FLastChar = FCurrentChar;
   FCurrentChar = C;
   return C;
@@ -272,10 +273,20 @@ void TGTextStream::PutBack(char32_t C) {
   if (C == EndOfStream) return;
   FPutBack.push_back(C);
   if (!FHistory.empty()) FHistory.pop_back();
+  if (FRecording && !FRecord.empty()) FRecord.pop_back();
   const std::size_t Size = FHistory.size();
   FCurrentChar = Size > 0 ? FHistory[Size - 1] : 0;
   FLastChar = Size > 1 ? FHistory[Size - 2] : 0;
   if (C == CR || (C == LF && FCurrentChar != CR)) --FLineNumber;
+}
+
+std::string TGTextStream::StopRecording() {
+  FRecording = false;
+  std::string Text;
+  Text.reserve(FRecord.size());
+  for (const char32_t C : FRecord) UTF8Append(Text, C);
+  FRecord.clear();
+  return Text;
 }
 
 std::string TGTextStream::GetLine() {

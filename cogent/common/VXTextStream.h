@@ -120,6 +120,11 @@ public:
   // Nothing put back and nothing left in the stream.
   virtual bool IsEof();
 
+  // While recording, the characters given are kept as UTF-8; those put back
+  // are taken off again. Stopping gives the text and ends the recording.
+  void StartRecording() { FRecording = true; FRecord.clear(); }
+  std::string StopRecording();
+
   // The encoding in use, decided on the first call that needs it.
   TEncoding* GetEncoding();
   TStream* GetStream() const noexcept { return FStream; }
@@ -145,6 +150,8 @@ protected:
 
 private:
   std::u32string FHistory;  // characters given, the last one at the back
+  std::u32string FRecord;
+  bool FRecording = false;
   enum TDecoder : std::uint8_t { dcUTF8, dcUTF16LE, dcUTF16BE, dcSingleByte };
 
   void ResolveEncoding();

@@ -106,8 +106,44 @@ public:
   // when another template has NewName.
   void RenameFactTemplate(TFactTemplate* Template, const TKBName& OldName, const TKBName& NewName) override;
   void RenameDefinedType(TKBDefinedType* DefinedType, const TKBName& OldName, const TKBName& NewName) override;
-  // Takes Template out of every module's table.
+
+  // ------------------------------------------------------------ dependents of templates and types
+  // What a redefinition took away, as text: a fact with the fact as data, a
+  // rule without data.
+  using TDependents = TStringList<IInterface>;
+  // Whether a value, call or rule refers to Template: a fact of it, a call
+  // with such an argument, a rule with a pattern of it or such an action.
+  static bool IsDependent(const IKBValue& Value, const IFactTemplate& Template);
+  static bool IsDependent(const IFunCall& Call, const IFactTemplate& Template);
+  static bool IsDependent(const TRule& Rule, const IFactTemplate& Template);
+  // Takes Template, its facts and the rules matching it out of every module
+  // that shares it.
   virtual void RemoveDependencies(const IFactTemplate& Template);
+  // The same for one module.
+  virtual void RemoveDependencies(const IModule& Module, const IFactTemplate& Template);
+  // The same in the current module for a redefinition, writing down the
+  // facts and the rules (IsDependent) that it takes away.
+  virtual void RemoveDependencies(const IFactTemplate& Template, TDependents& Dependents);
+  // Before the current module's templates go: its own leave the modules that
+  // imported them; its facts, rules, network and pending facts go.
+  virtual void RemoveDependencies();
+  // Takes DefType and the templates that use it out of every module.
+  virtual void RemoveDependencies(const IKBDefinedType& DefType);
+  virtual void RemoveDependencies(const IModule& Module, const IKBDefinedType& DefType);
+  // Before the current module's types go: its own leave the modules that
+  // imported them, and its templates go.
+  virtual void RemoveTypeDependencies();
+  // Reads the dependents again: facts are asserted anew, rules compiled
+  // anew. All are tried; the first error is raised at the end.
+  virtual void UpdateDependencies(const TDependents& Dependents);
+  virtual void UpdateDependentFact(const IFact& OldFact, const IFact& NewFact);
+  // The tables call these once New has taken Old's place in the current
+  // module. Under the same name the dependents follow New in every module
+  // that shares Old; under another name they go.
+  virtual void ReplaceTemplate(const IFactTemplate& Old, const IFactTemplate& New);
+  virtual void ReplaceDefinedType(const IKBDefinedType& Old, const IKBDefinedType& New);
+  // The current module's own templates that use Old are defined anew with New.
+  virtual void ReplaceTypesInFactTemplates(const IKBDefinedType& Old, const IKBDefinedType& New);
 
   // ------------------------------------------------------------ running
   // Fires at most MaxNumber rules; gives the number fired. Refused from
@@ -544,6 +580,11 @@ private:
   IModule FIsModuleOp;
   // The current module's collections, owned by the module.
   TModuleCache FCache;
+  static bool HasPatternOf(const TRule& Rule, const IFactTemplate& Template);
+  // Takes the pending facts and facts of Template out of the current module
+  // (writing the facts down when Dependents is given) and makes its fact
+  // sets read theirs again.
+  void RemoveFactsOf(const IFactTemplate& Template, TDependents* Dependents);
   IModule FCurrentModule;
 
   friend class TFacts;

@@ -230,8 +230,10 @@ typename TSharedConstructTable<T>::TItem TSharedConstructTable<T>::Remove(const 
 template <class T>
 void TSharedConstructTable<T>::Clear() {
   if (this->GetCount() == 0) return;
-  // What depends on the constructs (rules, facts, other modules) is taken
-  // away here once redefinition exists.
+  if (FEngine) {
+    const TFocusBack Back(FEngine->GetCurrentModule(), IModule(FModule));
+    Clearing();
+  }
   const std::vector<TItem> Items = this->GetValues().ToArray();
   TVXStringHashTable<TItem>::Clear();
   for (const TItem& Item : Items)
@@ -250,18 +252,34 @@ void TSharedConstructTable<T>::Clear(TConstructScope Scope) {
 }
 
 template <class T>
-void TSharedConstructTable<T>::Replace(const TItem& Old, const TItem& New) {
-  if (!Old || !New || Old == New) return;
-  const auto Found = std::find_if(this->begin(), this->end(), [&Old](const auto& Item) { return Item.Value == Old; });
-  if (Found == this->end()) return;
-  const TKBName Key = (*Found).Key;
+typename TSharedConstructTable<T>::TItem TSharedConstructTable<T>::Replace(const TItem& Old, const TItem& NewItem) {
+  if (!NewItem || Old == NewItem) return NewItem;
+  const TItem New = Admit(NewItem);
   const TKBName NewKey = TSharedConstructKind<T>::Name(*New);
-  if (NewKey != Key && this->ContainsKey(NewKey))
+  TKBName OldKey;
+  if (Old) {
+    const auto Found = std::find_if(this->begin(), this->end(), [&Old](const auto& Item) { return Item.Value == Old; });
+    if (Found == this->end()) return New;
+    OldKey = (*Found).Key;
+  }
+  TItem Other;
+  if (this->TryGetValue(NewKey, Other) && Other != Old)
     throw EKBException(Format(TSharedConstructKind<T>::DuplicateMessage, NewKey));
-  if (NewKey != Key) this->ExtractPair(Key);
+  if (Old) {
+    if (FEngine) Leaving(Old);
+    this->ExtractPair(OldKey);
+    LetGo(Old);
+  }
   PutEntry(NewKey, New);
-  LetGo(Old);
   TakeIn(New);
+  if (!FEngine) return New;
+  Added(New);
+  if (Old) {
+    // The table's module is where the dependents are worked through first.
+    const TFocusBack Back(FEngine->GetCurrentModule(), IModule(FModule));
+    Replaced(Old, New);
+  }
+  return New;
 }
 
 template <class T>
@@ -293,7 +311,10 @@ template class TSharedConstructTable<TKBDefinedType>;
 
 void TFactTemplates::DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, const IFactTemplate& Value) {
   if (!Value) return;
-  const IFactTemplate Template(Value);
+  Enter(HashCode, Index, Key, Admit(Value));
+}
+
+IFactTemplate TFactTemplates::Admit(const IFactTemplate& Template) {
   // An ordered fact keeps its fields in the one multislot.
   if (Template->GetSlotCount() == 0) Template->AddMultiSlot(SDefaultSlotName, FCNilList);
   if (FEngine && FEngine->GetModules() && FEngine->GetModules()->GetCount() > 1) {
@@ -302,7 +323,7 @@ void TFactTemplates::DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBN
       if (const IKBDefinedType Unshared = Types->FindUnsharedType(Template))
         throw EKBException(Format(_SUnsharedFactTemplateType, Template->GetTemplateName(), Unshared->GetName()));
   }
-  Enter(HashCode, Index, Key, Template);
+  return Template;
 }
 
 void TFactTemplates::Added(const IFactTemplate& Template) { FEngine->AddFactTemplate(Template); }
@@ -311,6 +332,12 @@ void TFactTemplates::Removing(const IFactTemplate& Template) {
   FEngine->RemoveFactTemplate(Template);
   FEngine->RemoveDependencies(Template);
 }
+
+void TFactTemplates::Leaving(const IFactTemplate& Template) { FEngine->RemoveFactTemplate(Template); }
+
+void TFactTemplates::Replaced(const IFactTemplate& Old, const IFactTemplate& New) { FEngine->ReplaceTemplate(Old, New); }
+
+void TFactTemplates::Clearing() { FEngine->RemoveDependencies(); }
 
 void TFactTemplates::Cleared() { FEngine->ClearFactTemplates(); }
 
@@ -337,12 +364,17 @@ void TKBDefinedTypes::Added(const IKBDefinedType& DefType) { FEngine->AddDefined
 
 void TKBDefinedTypes::Removing(const IKBDefinedType& DefType) {
   FEngine->RemoveDefinedType(DefType);
-  // What depends on the type follows it out once redefinition exists; for
-  // now that is the tables of the modules that share it.
-  if (const TModules* Modules = FEngine->GetModules())
-    for (const IModule& Module : *Modules)
-      if (TKBDefinedTypes* Types = Module ? Module->GetDefinedTypes() : nullptr) Types->Forget(DefType);
+  FEngine->RemoveDependencies(DefType);
 }
+
+void TKBDefinedTypes::Leaving(const IKBDefinedType& DefType) { FEngine->RemoveDefinedType(DefType); }
+
+void TKBDefinedTypes::Replaced(const IKBDefinedType& Old, const IKBDefinedType& New) {
+  FEngine->ReplaceDefinedType(Old, New);
+  Old->SetReasoner(nullptr);
+}
+
+void TKBDefinedTypes::Clearing() { FEngine->RemoveTypeDependencies(); }
 
 void TKBDefinedTypes::Cleared() { FEngine->ClearDefinedTypes(); }
 

@@ -70,8 +70,9 @@ public:
   TItem Remove(const TKBName& Key);
   void Clear() override;
   void Clear(TConstructScope Scope);
-  // Puts New in the place of Old in this table.
-  void Replace(const TItem& Old, const TItem& New);
+  // Puts New in the place of Old (or, without Old, under its name) and,
+  // with an engine, lets Old's dependents follow it. Gives New.
+  TItem Replace(const TItem& Old, const TItem& New);
   int GetImportCount() const noexcept { return FImportCount; }
   int GetLocalsCount() const noexcept { return this->GetCount() - FImportCount; }
   // Parents before their children; LocalsToString only the module's own.
@@ -83,10 +84,17 @@ protected:
   void DoSetValue(std::int32_t Index, const TItem& Value) override;
   // Where the DoAdd of a kind ends: the entry, the bookkeeping, the event.
   void Enter(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, const TItem& Item);
+  // What a construct needs before it enters the table (DoAdd and Replace).
+  virtual TItem Admit(const TItem& Item) { return Item; }
   // The engine hears of a removal and takes away what depends on Item.
   virtual void Removing(const TItem& Item) = 0;
-  // The engine hears of an addition, of the emptied table.
+  // The engine hears of an addition, of a construct leaving for another.
   virtual void Added(const TItem& Item) = 0;
+  virtual void Leaving(const TItem& Item) = 0;
+  // New stands where Old stood; what depended on Old follows.
+  virtual void Replaced(const TItem& Old, const TItem& New) = 0;
+  // What depends on the constructs goes before they do; then the event.
+  virtual void Clearing() = 0;
   virtual void Cleared() = 0;
   // Takes Item out if this table holds it, with the bookkeeping.
   bool Forget(const TItem& Item);
@@ -110,11 +118,15 @@ public:
   using TSharedConstructTable<TFactTemplate>::TSharedConstructTable;
 
 protected:
+  void DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, const IFactTemplate& Value) override;
   // A template without slots gets the multislot "__Data"; with several
   // modules its defined types must be known here.
-  void DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, const IFactTemplate& Value) override;
+  IFactTemplate Admit(const IFactTemplate& Template) override;
   void Added(const IFactTemplate& Template) override;
   void Removing(const IFactTemplate& Template) override;
+  void Leaving(const IFactTemplate& Template) override;
+  void Replaced(const IFactTemplate& Old, const IFactTemplate& New) override;
+  void Clearing() override;
   void Cleared() override;
 };
 
@@ -129,6 +141,9 @@ protected:
   void DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, const IKBDefinedType& Value) override;
   void Added(const IKBDefinedType& DefType) override;
   void Removing(const IKBDefinedType& DefType) override;
+  void Leaving(const IKBDefinedType& DefType) override;
+  void Replaced(const IKBDefinedType& Old, const IKBDefinedType& New) override;
+  void Clearing() override;
   void Cleared() override;
 };
 

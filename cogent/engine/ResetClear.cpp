@@ -108,50 +108,6 @@ void TInferenceEngine::RemoveModule(const IModule& Module) {
   }
 }
 
-void TInferenceEngine::RenameFactTemplate(TFactTemplate* Template, const TKBName& OldName, const TKBName& NewName) {
-  if (!Template || OldName == NewName) return;
-  const IFactTemplate Renamed(Template);
-  // Every table that holds the template must take the new name before any changes.
-  std::vector<TFactTemplates*> Tables;
-  for (const IModule& Module : *FModules) {
-    TFactTemplates* Table = Module ? Module->GetFactTemplates() : nullptr;
-    IFactTemplate Stored;
-    if (!Table || !Table->TryGetValue(OldName, Stored) || Stored != Renamed) continue;
-    IFactTemplate Other;
-    if (Table->TryGetValue(NewName, Other) && Other != Renamed)
-      throw EKBException(Format(_SDuplicateTemplateNames, NewName));
-    Tables.push_back(Table);
-  }
-  // Rules and facts that name the template follow it here once redefinition exists.
-  for (TFactTemplates* Table : Tables) Table->Rekey(Renamed, OldName, NewName);
-}
-
-void TInferenceEngine::RenameDefinedType(TKBDefinedType* DefinedType, const TKBName& OldName, const TKBName& NewName) {
-  if (!DefinedType || OldName == NewName) return;
-  // A type that no table holds may be held by nobody at all, so it is
-  // compared by address and taken by handle only once a table has it.
-  IKBDefinedType Renamed;
-  std::vector<TKBDefinedTypes*> Tables;
-  for (const IModule& Module : *FModules) {
-    TKBDefinedTypes* Table = Module ? Module->GetDefinedTypes() : nullptr;
-    IKBDefinedType Stored;
-    if (!Table || !Table->TryGetValue(OldName, Stored) || Stored.get() != DefinedType) continue;
-    IKBDefinedType Other;
-    if (Table->TryGetValue(NewName, Other) && Other != Stored)
-      throw EKBException(Format(_SDuplicateDefTypeNames, NewName));
-    Renamed = Stored;
-    Tables.push_back(Table);
-  }
-  for (TKBDefinedTypes* Table : Tables) Table->Rekey(Renamed, OldName, NewName);
-}
-
-void TInferenceEngine::RemoveDependencies(const IFactTemplate& Template) {
-  if (!Template) return;
-  // Rules, facts and templates that depend on it go too once redefinition exists.
-  for (const IModule& Module : FModules->Items())
-    if (TFactTemplates* Table = Module ? Module->GetFactTemplates() : nullptr) Table->Forget(Template);
-}
-
 // ---------------------------------------------------------------- reset
 
 void TInferenceEngine::Reset() {

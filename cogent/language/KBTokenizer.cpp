@@ -408,6 +408,7 @@ void TKBRuleStream::PrepareSExp() {
   FToString.SetDataString({});
   FTempStack.clear();
   std::int32_t Level = 0;
+  StartRecording();
   try {
     for (;;) {
       IStreamToken Token = BuildNextToken();
@@ -421,8 +422,23 @@ void TKBRuleStream::PrepareSExp() {
     }
   } catch (...) {
     FTempStack.clear();
+    FExpressionSource = StopRecording();
     throw;
   }
+  FExpressionSource = StopRecording();
+  // Blanks and comment lines before the expression are not part of it.
+  std::size_t Start = 0;
+  while (Start < FExpressionSource.size()) {
+    const char C = FExpressionSource[Start];
+    if (C == ';')
+      while (Start < FExpressionSource.size() && FExpressionSource[Start] != '\n' && FExpressionSource[Start] != '\r')
+        ++Start;
+    else if (static_cast<unsigned char>(C) <= 32)
+      ++Start;
+    else
+      break;
+  }
+  FExpressionSource.erase(0, Start);
   while (!FTempStack.empty()) {
     FStack.push_back(std::move(FTempStack.back()));
     FTempStack.pop_back();

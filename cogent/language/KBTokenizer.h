@@ -148,6 +148,9 @@ public:
   void SetEngine(TComponent* Value);
   // Open parentheses among the tokens handed out.
   std::int32_t GetParenthesisLevel() const noexcept { return FParenthesisLevel; }
+  // The top-level expression last read ahead, as written, without the
+  // blanks and comments before it.
+  const std::string& GetExpressionSource() const noexcept { return FExpressionSource; }
 
 protected:
   // Reads one token from the characters.
@@ -172,6 +175,7 @@ private:
   std::int32_t FParenthesisLevel = 0;
   std::vector<IStreamToken> FTempStack;
   std::string FWhiteSpace;
+  std::string FExpressionSource;
   std::unique_ptr<TComponentNexus> FOwnerNexus;
   std::int64_t FSymbolIndex = 0;  // for wildcards without an engine
 };
