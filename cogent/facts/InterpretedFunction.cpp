@@ -68,6 +68,10 @@ void TInterpretedFunction::Call(const IFunCall& FunCall, TKBContext* Context, IK
   const IValueVector Parameters = FArguments;
   const IValueVector Statements = FStatements;
   const std::unique_ptr<TKBContext> Local = Context->Push();
+  // Called from a pattern's test, an argument is a reference into the token
+  // under test; it must find that token and fact as a built-in's would.
+  Local->SetToken(Context->GetToken());
+  Local->SetFact(Context->GetFact());
   struct TPopGuard {
     TKBContext& Local;
     ~TPopGuard() { Local.Pop(); }

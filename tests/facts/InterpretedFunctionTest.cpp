@@ -91,5 +91,19 @@ TEST_F(InterpretedFunctionTest, RecursionRunsAndItsCycleEndsWithTheDefinition) {
   EXPECT_EQ(Even->GetRefCount(), 1);
 }
 
+TEST_F(InterpretedFunctionTest, PatternTestsPassTheirMatchedValues) {
+  // In a pattern the arguments are references into the token under test.
+  Define(
+      "(deffunction even (?n) (= (mod ?n 2) 0))"
+      "(defrule in-slot (n ?v&:(even ?v)) => )"
+      "(defrule in-test (n ?v) (n ?w&~?v) (test (even (+ ?v ?w))) => )");
+  Engine.Reset();
+  Engine.Assert("(n 1)");
+  Engine.Assert("(n 2)");
+  Engine.Assert("(n 3)");
+  // (n 2) alone, and the pairs 1 and 3 both ways round.
+  EXPECT_EQ(Engine.Run(), 3);
+}
+
 }  // namespace
 }  // namespace cogent
