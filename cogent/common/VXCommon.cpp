@@ -160,4 +160,26 @@ std::string IndentString(int Level) {
   return Level > 0 ? std::string(static_cast<std::size_t>(Level) * 3, ' ') : std::string();
 }
 
+std::string WrapText(const std::string& Line, const std::string& Break, std::size_t Column) {
+  std::string Result;
+  std::size_t Start = 0;
+  while (UTF8Length(std::string_view(Line).substr(Start)) > Column) {
+    // The last blank within the column, else the first one after it.
+    std::size_t Cut = std::string::npos;
+    std::size_t Characters = 0;
+    for (std::size_t I = Start; I < Line.size(); ++I) {
+      if ((static_cast<unsigned char>(Line[I]) & 0xC0) != 0x80) ++Characters;
+      if (Line[I] == ' ') {
+        if (Characters <= Column || Cut == std::string::npos) Cut = I;
+        if (Characters > Column) break;
+      }
+    }
+    if (Cut == std::string::npos || Cut + 1 >= Line.size()) break;
+    Result += Line.substr(Start, Cut + 1 - Start) + Break;
+    Start = Cut + 1;
+  }
+  return Result + Line.substr(Start);
+}
+
+
 }  // namespace cogent

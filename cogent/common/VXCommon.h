@@ -89,5 +89,8 @@ void WritePreambleToStream(TStream& Stream, TEncoding* Encoding);
 void WriteStringToStream(TStream& Stream, std::string_view S, TEncoding* Encoding);
 // The indent of pretty-printed text, Level steps deep.
 std::string IndentString(int Level = 1);
+// Breaks Line at blanks so that no piece passes Column characters where a
+// blank allows; Break goes between the pieces, the blank ends the piece.
+std::string WrapText(const std::string& Line, const std::string& Break, std::size_t Column);
 
 }  // namespace cogent

@@ -8,29 +8,6 @@ namespace cogent {
 
 namespace {
 
-// Breaks Line at blanks so that no piece passes Column characters where a
-// blank allows; Break goes between the pieces, the blank ends the piece.
-std::string WrapText(const std::string& Line, const std::string& Break, std::size_t Column) {
-  std::string Result;
-  std::size_t Start = 0;
-  while (UTF8Length(std::string_view(Line).substr(Start)) > Column) {
-    // The last blank within the column, else the first one after it.
-    std::size_t Cut = std::string::npos;
-    std::size_t Characters = 0;
-    for (std::size_t I = Start; I < Line.size(); ++I) {
-      if ((static_cast<unsigned char>(Line[I]) & 0xC0) != 0x80) ++Characters;
-      if (Line[I] == ' ') {
-        if (Characters <= Column || Cut == std::string::npos) Cut = I;
-        if (Characters > Column) break;
-      }
-    }
-    if (Cut == std::string::npos || Cut + 1 >= Line.size()) break;
-    Result += Line.substr(Start, Cut + 1 - Start) + Break;
-    Start = Cut + 1;
-  }
-  return Result + Line.substr(Start);
-}
-
 // Each line of Text wrapped, every line led by ";; " and an indent.
 std::string CommentBlock(const std::string& Text) {
   const std::string Lead = std::string(";; ") + IndentString(1);

@@ -1,5 +1,7 @@
 #include "cogent/language/KBParser.h"
 
+#include "cogent/common/VXCommon.h"
+
 namespace cogent {
 
 std::string EnumName(TParsedType V) {
@@ -46,6 +48,43 @@ void TKBParser::ClearEvents() {
   OnParseFuzzyVariable = nullptr;
   OnParseSingletons = nullptr;
   OnParseModule = nullptr;
+}
+
+namespace {
+
+struct TConstructHelp {
+  TParsedType Kind;
+  const char* Comment;
+  const char* Syntax;
+};
+
+constexpr TConstructHelp ConstructHelp[] = {
+    {ptRule, _SRuleComment, _SRuleSyntax},
+    {ptFactSet, _SFactSetComment, _SFactSetSyntax},
+    {ptFactTemplate, _SDefTemplateComment, _SFactTemplateSyntax},
+    {ptFunction, _SUserFunctionComment, _SUserFunctionSyntax},
+    {ptGlobals, _SDefGlobalComment, _SDefGlobalSyntax},
+    {ptDefType, _SDefTypeComment, _SDefinedTypeSyntax},
+    {ptDefModule, _SModuleComment, _SModuleSyntax},
+};
+
+}  // namespace
+
+std::string TKBParser::PrettyPrint(TParsedType ParsedType) {
+  for (const TConstructHelp& Help : ConstructHelp) {
+    if (Help.Kind != ParsedType) continue;
+    const std::string Text = GetConstructName(ParsedType) + " " + _SFunctionKeyword + sLineBreak + sLineBreak +
+                             WrapText(Help.Comment, sLineBreak, static_cast<std::size_t>(WrapTextColumn)) +
+                             sLineBreak + sLineBreak + _SSyntax + sLineBreak + Help.Syntax;
+    // Every line, the first too, is a comment line.
+    std::string Result = ";; ";
+    for (std::size_t I = 0; I < Text.size(); ++I) {
+      Result += Text[I];
+      if (Text[I] == '\n') Result += ";; ";
+    }
+    return Result;
+  }
+  return {};
 }
 
 TParsedType TKBParser::FindConstructType(const std::string& Name) {

@@ -126,6 +126,9 @@ public:
   virtual TParsedType GetConstructType() = 0;
   // The construct keyword of a kind; empty for the kinds without one.
   virtual std::string GetConstructName(TParsedType ParsedType) = 0;
+  // The help of a construct, every line a ";; " comment: its keyword, what
+  // it is for and its syntax. Empty for the kinds without a keyword.
+  virtual std::string PrettyPrint(TParsedType ParsedType);
 
   // The whole stream, constructs registered with the engine as they close.
   virtual bool Parse(bool Execute) = 0;

@@ -113,19 +113,19 @@ std::string TKBRuleParser::GetSyntaxStatement(const IUserFunction& Function) {
 std::string TKBRuleParser::GetConstructName(TParsedType ParsedType) {
   switch (ParsedType) {
     case ptRule:
-      return "defrule";
+      return _SRuleKeyword;
     case ptFactSet:
-      return "deffacts";
+      return _SFactSetKeyword;
     case ptFactTemplate:
-      return "deftemplate";
+      return _SFactTemplateKeyword;
     case ptFunction:
-      return "deffunction";
+      return _SUserFunctionKeyword;
     case ptGlobals:
-      return "defglobal";
+      return _SDefGlobalKeyword;
     case ptDefType:
-      return "deftype";
+      return _SDefinedTypeKeyword;
     case ptDefModule:
-      return "defmodule";
+      return _SModuleKeyword;
     default:
       return {};
   }

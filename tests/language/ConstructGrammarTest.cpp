@@ -468,3 +468,29 @@ TEST(ConstructGrammarTest, ModuleErrorsLeaveTheModulesAsTheyWere) {
 
 }  // namespace
 }  // namespace cogent
+
+namespace cogent {
+namespace {
+
+TEST(ConstructGrammarTest, ConstructHelpIsCommentText) {
+  TInferenceEngine Engine;
+  TKBParser& Parser = *Engine.GetParser();
+  EXPECT_EQ(Parser.PrettyPrint(ptValue), "");
+  const std::string FactSets = Parser.PrettyPrint(ptFactSet);
+  EXPECT_TRUE(FactSets.starts_with(";; deffacts function\r\n;; \r\n;; Fact sets, or deffacts, define "));
+  EXPECT_TRUE(FactSets.ends_with(";; \r\n;; Syntax:\r\n;; (deffacts <name> [\"comment\"] <fact>*)"));
+  // Wrapped at the column, and no line escapes the comment.
+  for (TParsedType Kind : {ptRule, ptFactTemplate, ptFunction, ptGlobals, ptDefType, ptDefModule}) {
+    const std::string Help = Parser.PrettyPrint(Kind);
+    ASSERT_FALSE(Help.empty());
+    std::size_t Start = 0;
+    while (Start < Help.size()) {
+      const std::size_t End = std::min(Help.find("\r\n", Start), Help.size());
+      EXPECT_EQ(Help.compare(Start, 3, ";; "), 0) << Help.substr(Start, End - Start);
+      Start = End + 2;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace cogent
