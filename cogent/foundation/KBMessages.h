@@ -173,6 +173,7 @@ inline constexpr const char* _SUndefinedFuzzyVariable = "fuzzy variable is not d
 inline constexpr const char* _SFuzzyDefinitionError = "Invalid attempt to modify fuzzy type in fact template slot, fuzzy types cannot be modified";
 inline constexpr const char* _SPatternMatchError = " for pattern match = ";
 inline constexpr const char* _SInitModuleAgain = "Module has already been initialized";
+inline constexpr const char* _SWildcardParameterNotLast = "A wildcard parameter must be the last one; %s follows it";
 
 
 // The help of each construct: its keyword, what it is for, its syntax.

@@ -585,8 +585,13 @@ IUserFunction TKBRuleParser::ParseFunction() {
 
   if (!Is(Token, '(')) ParseError(Where, _SMissingOpenParens);
   for (Token = Tokens.NextToken(); Token->GetDataType() == dtVariable || Token->GetDataType() == dtMultiVariable;
-       Token = Tokens.NextToken())
+       Token = Tokens.NextToken()) {
+    // A wildcard takes all the arguments left, so nothing may follow it.
+    const int Count = Function->GetArgumentCount();
+    if (Count > 0 && Function->GetArguments(Count - 1)->GetDType() == dtMultiVariable)
+      ParseError(Where, _SWildcardParameterNotLast, Token->ToString());
     Function->AddArgument(Token->GetText(), static_cast<TKBType>(Token->GetDataType()));
+  }
   if (!Is(Token, ')')) ParseError(Where, _SMissingCloseParens);
 
   // A comment may also follow the parameters; the later one wins.
@@ -645,14 +650,19 @@ bool TKBRuleParser::ParseGlobalVariables() {
   TKBRuleStream& Tokens = Stream();
   ReadKeyword(*this, Tokens, "defglobal", Where, _SExpectedDefGlobal);
   TGlobalVariables* Globals = Engine().GetGlobalVariables();
+  // The globals are defined once all of them have been read, so that a
+  // definition that does not read defines none.
+  std::vector<std::pair<std::string, IKBValue>> Read;
   for (IStreamToken Token = Tokens.NextToken(); !Is(Token, ')'); Token = Tokens.NextToken()) {
     if (Token->IsEOF()) ParseError(Where, _SUnexpectedEOF);
     Tokens.PutBackToken(Token);
     std::string Name;
-    const IKBValue Value = ParseVariable(Name);
-    // Kept as written: the table evaluates it now and again at each reset.
-    if (Globals != nullptr) Globals->Put(Name, Value);
+    IKBValue Value = ParseVariable(Name);
+    Read.emplace_back(std::move(Name), std::move(Value));
   }
+  // Kept as written: the table evaluates each now and again at each reset.
+  if (Globals != nullptr)
+    for (const auto& [Name, Value] : Read) Globals->Put(Name, Value);
   return true;
 }
 
