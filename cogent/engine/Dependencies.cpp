@@ -27,6 +27,42 @@ std::vector<IModule> ImportModulesOf(const T& Construct) {
   return Modules;
 }
 
+// Takes Construct, which Home owns, out of the modules that imported it:
+// each removes it from its table (TableOf), which takes its dependents there
+// along, or, not holding it, is only struck from its list.
+template <class T, class F>
+void LeaveImporters(const IModule& Home, const Ref<T>& Construct, const TKBName& Name, F TableOf) {
+  Construct->RemoveImportModule(Home.get());
+  while (Construct->GetImportModuleCount() > 0) {
+    const IModule Importer = Construct->GetImportModule(0);
+    const TFocusBack Back(Home, Importer);
+    auto* Table = TableOf(*Importer);
+    Ref<T> Stored;
+    if (Table && Table->TryGetValue(Name, Stored) && Stored == Construct)
+      Table->Remove(Name);
+    else
+      Construct->RemoveImportModule(Importer.get());
+  }
+}
+
+// Puts New in Old's place in every module that still lists Old; each
+// replacement works through that module's dependents.
+template <class T, class F>
+void ReplaceInImporters(const IModule& Current, const Ref<T>& Old, const Ref<T>& New, F TableOf) {
+  while (Old->GetImportModuleCount() > 0) {
+    const IModule Module = Old->GetImportModule(0);
+    const TFocusBack Back(Current, Module);
+    auto* Table = TableOf(*Module);
+    if (Table && Table->ContainsValue(Old))
+      Table->Replace(Old, New);
+    else
+      Old->RemoveImportModule(Module.get());
+  }
+}
+
+TFactTemplates* TemplatesOf(TModule& Module) { return Module.GetFactTemplates(); }
+TKBDefinedTypes* TypesOf(TModule& Module) { return Module.GetDefinedTypes(); }
+
 }  // namespace
 
 // ---------------------------------------------------------------- renaming
@@ -183,18 +219,7 @@ void TInferenceEngine::RemoveDependencies() {
         RemoveDependencies(Here, Template);
         continue;
       }
-      // A template of this module leaves the modules that imported it.
-      Template->RemoveImportModule(Here.get());
-      while (Template->GetImportModuleCount() > 0) {
-        const IModule Importer = Template->GetImportModule(0);
-        const TFocusBack Back(FCurrentModule, Importer);
-        IFactTemplate Stored;
-        if (FCache.FactTemplates && FCache.FactTemplates->TryGetValue(Template->GetTemplateName(), Stored) &&
-            Stored == Template)
-          FCache.FactTemplates->Remove(Template->GetTemplateName());
-        else
-          Template->RemoveImportModule(Importer.get());
-      }
+      LeaveImporters(Here, Template, Template->GetTemplateName(), TemplatesOf);
     }
   }
   if (FCache.FactsPending) FCache.FactsPending->Clear();
@@ -242,23 +267,13 @@ void TInferenceEngine::ReplaceTemplate(const IFactTemplate& Old, const IFactTemp
   if (!Old || !New) return;
   if (Old->GetTemplateName() != New->GetTemplateName()) {
     RemoveDependencies(Old);
-    for (const IModule& Module : ImportModulesOf(*Old)) {
-      const TFocusBack Back(FCurrentModule, Module);
-      if (FCache.FactTemplates) FCache.FactTemplates->Replace(Old, New);
-    }
+    ReplaceInImporters(FCurrentModule, Old, New, TemplatesOf);
     return;
   }
   TDependents Dependents;
   RemoveDependencies(Old, Dependents);
   // Each module that shares the template works through its own dependents.
-  while (Old->GetImportModuleCount() > 0) {
-    const IModule Module = Old->GetImportModule(0);
-    const TFocusBack Back(FCurrentModule, Module);
-    if (FCache.FactTemplates && FCache.FactTemplates->ContainsValue(Old))
-      FCache.FactTemplates->Replace(Old, New);
-    else
-      Old->RemoveImportModule(Module.get());
-  }
+  ReplaceInImporters(FCurrentModule, Old, New, TemplatesOf);
   // The module's own initial and null facts stand on templates of their own.
   const TKBPattern* Initial = FCache.InitialFactPattern;
   const IFact Null = FCache.NullFact;
@@ -290,17 +305,8 @@ void TInferenceEngine::RemoveTypeDependencies() {
   if (Types && FModules->GetCount() > 1) {
     const IModule Here = FCurrentModule;
     for (const IKBDefinedType& DefType : Types->GetValues().ToArray()) {
-      if (!DefType || DefType->GetModuleObject() != Here.get()) continue;
-      DefType->RemoveImportModule(Here.get());
-      while (DefType->GetImportModuleCount() > 0) {
-        const IModule Importer = DefType->GetImportModule(0);
-        const TFocusBack Back(FCurrentModule, Importer);
-        IKBDefinedType Stored;
-        if (FCache.DefinedTypes && FCache.DefinedTypes->TryGetValue(DefType->GetName(), Stored) && Stored == DefType)
-          FCache.DefinedTypes->Remove(DefType->GetName());
-        else
-          DefType->RemoveImportModule(Importer.get());
-      }
+      if (DefType && DefType->GetModuleObject() == Here.get())
+        LeaveImporters(Here, DefType, DefType->GetName(), TypesOf);
     }
   }
   if (FCache.FactTemplates) FCache.FactTemplates->Clear();
@@ -316,14 +322,7 @@ void TInferenceEngine::ReplaceDefinedType(const IKBDefinedType& Old, const IKBDe
   }
   ReplaceTypesInFactTemplates(Old, New);
   Old->RemoveImportModule(FCurrentModule.get());
-  while (Old->GetImportModuleCount() > 0) {
-    const IModule Module = Old->GetImportModule(0);
-    const TFocusBack Back(FCurrentModule, Module);
-    if (FCache.DefinedTypes && FCache.DefinedTypes->ContainsValue(Old))
-      FCache.DefinedTypes->Replace(Old, New);
-    else
-      Old->RemoveImportModule(Module.get());
-  }
+  ReplaceInImporters(FCurrentModule, Old, New, TypesOf);
 }
 
 void TInferenceEngine::ReplaceTypesInFactTemplates(const IKBDefinedType& Old, const IKBDefinedType& New) {
