@@ -1,5 +1,6 @@
 // Template slots and fact templates.
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -253,7 +254,14 @@ IInterfaceIterator TFactTemplateSlots::GetIterator() const { return IInterfaceIt
 
 // ================================================================ TFactTemplate
 
-TFactTemplate::TFactTemplate(TPersistent* AOwner) : FOwner(AOwner), FEngine(KnowledgeBaseOf(AOwner)) {
+namespace {
+// Serials of template layouts, unique across all templates of the process.
+std::atomic<std::uint64_t> LayoutSerials{0};
+std::uint64_t NewLayoutSerial() noexcept { return ++LayoutSerials; }
+}  // namespace
+
+TFactTemplate::TFactTemplate(TPersistent* AOwner)
+    : FOwner(AOwner), FEngine(KnowledgeBaseOf(AOwner)), FSerial(NewLayoutSerial()) {
   FFactSlotNames.SetSorted(true);
   FFactSlotNames.SetCaseSensitive(true);
   if (IKnowledgeBase* Engine = GetEngine()) SetModule(Engine->GetCurrentModule().get());
@@ -317,6 +325,47 @@ std::int32_t TFactTemplate::GetHashCode() const {
 void TFactTemplate::MarkStale() noexcept {
   FNeedIsFuzzy = true;
   FNeedHashCode = true;
+  FNeedPositions = true;
+}
+
+void TFactTemplate::UpdatePositions() const {
+  if (!FNeedPositions) return;
+  const std::size_t Known = FPositions.size();
+  for (const auto& Item : FFactSlots) FPositions.try_emplace(Item.Key, static_cast<int>(FPositions.size()));
+  if (FPositions.size() != Known) FSerial = NewLayoutSerial();
+  FSlotAt.assign(FPositions.size(), nullptr);
+  for (const auto& Item : FFactSlots) FSlotAt[static_cast<std::size_t>(FPositions.at(Item.Key))] = Item.Value.get();
+  FSortedPositions.clear();
+  for (int I = 0; I < FFactSlotNames.GetCount(); ++I)
+    FSortedPositions.push_back(FPositions.at(FFactSlotNames.GetString(I)));
+  FNeedPositions = false;
+}
+
+int TFactTemplate::GetPositionCount() const {
+  UpdatePositions();
+  return static_cast<int>(FSlotAt.size());
+}
+
+int TFactTemplate::PositionOf(const TKBName& Name) const {
+  UpdatePositions();
+  const auto Found = FPositions.find(Name);
+  return Found == FPositions.end() ? -1 : Found->second;
+}
+
+TFactSlot* TFactTemplate::SlotAt(int Position) const {
+  UpdatePositions();
+  return Position >= 0 && static_cast<std::size_t>(Position) < FSlotAt.size() ? FSlotAt[static_cast<std::size_t>(Position)]
+                                                                               : nullptr;
+}
+
+const std::vector<int>& TFactTemplate::GetSortedPositions() const {
+  UpdatePositions();
+  return FSortedPositions;
+}
+
+std::uint64_t TFactTemplate::GetSerial() const {
+  UpdatePositions();
+  return FSerial;
 }
 
 void TFactTemplate::UpdateOrdered() {
@@ -450,9 +499,8 @@ void TFactTemplate::NewSlotName(TFactSlot* Slot, TKBName& Name) {
   FFactSlotNames.Add(Name);
   const IFactSlot Old = FFactSlots.Put(Name, Held);
   if (Old && Old.get() != Slot) ReleaseSlot(Old);
-  FNeedHashCode = true;
   // The slot may have replaced another one of that name.
-  FNeedIsFuzzy = true;
+  MarkStale();
   UpdateOrdered();
 }
 

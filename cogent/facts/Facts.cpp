@@ -13,60 +13,33 @@ namespace cogent {
 
 namespace {
 
-// Walks a fact's table by position; Element picks what each entry gives. A
-// counted owner, when there is one, is held so that the table cannot go while
-// the iterator lives.
-template <class TElement, TElement (*Element)(const TFactValues&, std::int32_t)>
-class TValuesIterator final : public TCustomIterator<TElement> {
+// Walks a snapshot of a fact's values or names, taken when it is made.
+template <class TElement>
+class TSnapshotIterator final : public TCustomIterator<TElement> {
 public:
-  TValuesIterator(const TFactValues* ATable, IInterface AKeepAlive)
-      : FTable(ATable), FKeepAlive(std::move(AKeepAlive)) {}
-  TElement CurrentElement() const override { return Element(*FTable, FIndex); }
-  int GetCount() const override { return FTable->GetCount(); }
-  bool HasMoreElements() const override { return FIndex + 1 < FTable->GetCount(); }
-  TElement NextElement() override {
-    TElement Result = Element(*FTable, FIndex + 1);
-    ++FIndex;
-    return Result;
-  }
+  explicit TSnapshotIterator(std::vector<TElement> AItems) : FItems(std::move(AItems)) {}
+  TElement CurrentElement() const override { return FItems[static_cast<std::size_t>(FIndex)]; }
+  int GetCount() const override { return static_cast<int>(FItems.size()); }
+  bool HasMoreElements() const override { return FIndex + 1 < GetCount(); }
+  TElement NextElement() override { return FItems[static_cast<std::size_t>(++FIndex)]; }
   void Reset() override { FIndex = -1; }
 
 private:
-  const TFactValues* FTable;
-  IInterface FKeepAlive;
+  std::vector<TElement> FItems;
   std::int32_t FIndex = -1;
 };
-
-IInterface ItemAt(const TFactValues& Table, std::int32_t Index) { return Table.GetItemByIndex(Index).Item; }
-std::string KeyAt(const TFactValues& Table, std::int32_t Index) { return Table.GetKeyByIndex(Index); }
-
-using TItemIterator = TValuesIterator<IInterface, ItemAt>;
-using TKeyIterator = TValuesIterator<std::string, KeyAt>;
 
 IKBValue CloneDefault(const IFactSlot& Slot) {
   const IKBValue Default = Slot->GetSlotDefault();
   return Default ? Default->Clone() : FCNil;
 }
 
-// The entry's slot belongs to a template of that name; the owner is asked
-// first, so that the usual case compares no text.
-bool SlotOfTemplate(const IFactSlot& Slot, const TFactTemplate& Template) {
-  const TFactTemplate* Owner = Slot->GetOwner();
-  if (Owner == &Template) return true;
-  return Owner ? Owner->GetTemplateName() == Template.GetTemplateName() : Template.GetTemplateName().empty();
-}
-
-// A handle for an object that is already held by one, or nothing for one
-// that is not (so that dropping the handle cannot free it).
-IInterface KeepAlive(const TRefCounted* Object) {
-  return Object->GetRefCount() > 0 ? IInterface(const_cast<TRefCounted*>(Object)) : IInterface();
+IKBValue CloneDefault(const TFactSlot& Slot) {
+  const IKBValue Default = Slot.GetSlotDefault();
+  return Default ? Default->Clone() : FCNil;
 }
 
 }  // namespace
-
-// ================================================================ TFactValues
-
-IInterfaceIterator TFactValues::GetIterator() const { return IInterfaceIterator(new TItemIterator(this, nullptr)); }
 
 // ================================================================ TFact
 
@@ -76,42 +49,54 @@ TFact::TFact(const IFactTemplate& ATemplate, const IFact& ASource) : FTemplate(A
 
 IKnowledgeBase* TFact::TemplateEngine() const noexcept { return FTemplate ? FTemplate->GetEngine() : nullptr; }
 
+const IKBValue& TFact::ValueAt(int Position, const TFactSlot& Slot) const {
+  const auto Index = static_cast<std::size_t>(Position);
+  if (Index >= FValues.size()) FValues.resize(static_cast<std::size_t>(FTemplate->GetPositionCount()));
+  IKBValue& Value = FValues[Index];
+  if (!Value) Value = CloneDefault(Slot);
+  return Value;
+}
+
 IKBValue TFact::GetValue(const TKBName& Name) const {
   if (!FTemplate) throw EKBException(_SNoTemplate);
-  TFactValueHashtableEntry Entry;
-  if (FValues.ContainsKey(Name, Entry)) return Entry.Item;
-  IFactSlot Slot;
-  if (!FTemplate->ContainsSlot(Name, Slot)) throw EKBException(Format(_SInvalidSlotName, Name));
-  IKBValue Value = CloneDefault(Slot);
-  FValues.Add(Name, TFactValueHashtableEntry{Value, Slot});
-  return Value;
+  return GetValueAt(FTemplate->PositionOf(Name), Name);
+}
+
+IKBValue TFact::GetValue(const TSlotRef& Ref) const {
+  if (!FTemplate) throw EKBException(_SNoTemplate);
+  return GetValueAt(Ref.PositionIn(*FTemplate), Ref.GetName());
+}
+
+IKBValue TFact::GetValueAt(int Position, const TKBName& Name) const {
+  // A value once entered is kept, also when its slot has left the template since.
+  if (Position >= 0 && static_cast<std::size_t>(Position) < FValues.size() && FValues[static_cast<std::size_t>(Position)])
+    return FValues[static_cast<std::size_t>(Position)];
+  const TFactSlot* Slot = FTemplate->SlotAt(Position);
+  if (!Slot) throw EKBException(Format(_SInvalidSlotName, Name));
+  return ValueAt(Position, *Slot);
 }
 
 IKBValue TFact::ContainsKey(const TKBName& Name) const {
   if (!FTemplate) throw EKBException(_SNoTemplate);
-  TFactValueHashtableEntry Entry;
-  const bool Found = FValues.ContainsKey(Name, Entry);
-  if (Found && Entry.Slot && SlotOfTemplate(Entry.Slot, *FTemplate)) return Entry.Item;
-  IFactSlot Slot;
-  if (!FTemplate->ContainsSlot(Name, Slot)) return nullptr;
-  if (Found) {
-    FValues.PutItem(Name, TFactValueHashtableEntry{Entry.Item, Slot});
-    return Entry.Item;
-  }
-  IKBValue Value = CloneDefault(Slot);
-  FValues.Add(Name, TFactValueHashtableEntry{Value, Slot});
-  return Value;
+  const int Position = FTemplate->PositionOf(Name);
+  const TFactSlot* Slot = FTemplate->SlotAt(Position);
+  return Slot ? ValueAt(Position, *Slot) : nullptr;
+}
+
+IKBValue TFact::ContainsKey(const TSlotRef& Ref) const {
+  if (!FTemplate) throw EKBException(_SNoTemplate);
+  const int Position = Ref.PositionIn(*FTemplate);
+  const TFactSlot* Slot = FTemplate->SlotAt(Position);
+  return Slot ? ValueAt(Position, *Slot) : nullptr;
 }
 
 void TFact::SetValue(const TKBName& Name, const IKBValue& Value) {
   if (!FTemplate) throw EKBException(_SNoTemplate);
   const IKnowledgeBase* Engine = TemplateEngine();
   const bool Dynamic = Engine && Engine->GetTypeChecks().Contains(tcDynamic);
-  TFactValueHashtableEntry Entry;
-  const bool Found = FValues.ContainsKey(Name, Entry);
-  IFactSlot Slot = Entry.Slot;
-  if (!Found || (Dynamic && (!Slot || !SlotOfTemplate(Slot, *FTemplate))))
-    if (!FTemplate->ContainsSlot(Name, Slot)) throw EKBException(Format(_SInvalidSlotName, Name));
+  const int Position = FTemplate->PositionOf(Name);
+  TFactSlot* const Slot = FTemplate->SlotAt(Position);
+  if (!Slot) throw EKBException(Format(_SInvalidSlotName, Name));
   IKBValue Stored = Value ? Value : FCNil;
   // Everything is checked before anything changes, the caller's value included.
   if (Dynamic && !Slot->IsValid(Stored)) {
@@ -131,7 +116,9 @@ void TFact::SetValue(const TKBName& Name, const IKBValue& Value) {
       throw EKBException(Slot->GetInvalidValueString(Stored));
     }
   }
-  FValues.AddOrSetValue(Name, TFactValueHashtableEntry{Stored, Slot});
+  const auto Index = static_cast<std::size_t>(Position);
+  if (Index >= FValues.size()) FValues.resize(static_cast<std::size_t>(FTemplate->GetPositionCount()));
+  FValues[Index] = std::move(Stored);
   Changed();
 }
 
@@ -139,43 +126,37 @@ void TFact::SetTemplate(const IFactTemplate& Value) {
   if (Value == FTemplate) return;
   Changed();
   if (!Value) {
-    FValues.Clear();
+    FValues.clear();
     FTemplate = nullptr;
     return;
   }
-  if (FTemplate) {
-    const TStringList<>& Names = FTemplate->GetSlotNames();
-    for (int I = 0; I < Names.GetCount(); ++I) {
-      const std::string& Name = Names.GetString(I);
-      TFactValueHashtableEntry Entry;
-      if (!FValues.ContainsKey(Name, Entry)) continue;
-      IFactSlot Slot;
-      if (Value->ContainsSlot(Name, Slot))
-        FValues.PutItem(Name, TFactValueHashtableEntry{Entry.Item, Slot});
-      else
-        FValues.Remove(Name);
+  // The values of the slots both templates have stay; the others take the
+  // new template's defaults.
+  std::vector<IKBValue> Values(static_cast<std::size_t>(Value->GetPositionCount()));
+  for (const int Position : Value->GetSortedPositions()) {
+    const TFactSlot* Slot = Value->SlotAt(Position);
+    IKBValue& Target = Values[static_cast<std::size_t>(Position)];
+    if (FTemplate) {
+      const int Old = FTemplate->PositionOf(Slot->GetName());
+      if (FTemplate->SlotAt(Old) && static_cast<std::size_t>(Old) < FValues.size())
+        Target = FValues[static_cast<std::size_t>(Old)];
     }
+    if (!Target) Target = CloneDefault(*Slot);
   }
   FTemplate = Value;
-  const TStringList<>& Names = FTemplate->GetSlotNames();
-  for (int I = 0; I < Names.GetCount(); ++I) {
-    const std::string& Name = Names.GetString(I);
-    if (!FValues.ContainsKey(Name)) FValues.Add(Name, TFactValueHashtableEntry{CloneDefault(FTemplate->GetSlot(Name)), nullptr});
-  }
+  FValues = std::move(Values);
 }
 
-std::vector<std::pair<std::string, IKBValue>> TFact::CloneValues(const TFact& Source) {
-  std::vector<std::pair<std::string, IKBValue>> Result;
-  Result.reserve(static_cast<std::size_t>(Source.FValues.GetCount()));
-  for (const auto& Item : Source.FValues)
-    Result.emplace_back(Item.Key, Item.Value.Item ? Item.Value.Item->Clone() : FCNil);
+std::vector<IKBValue> TFact::CloneValues(const TFact& Source) {
+  std::vector<IKBValue> Result;
+  Result.reserve(Source.FValues.size());
+  for (const IKBValue& Value : Source.FValues) Result.push_back(Value ? Value->Clone() : nullptr);
   return Result;
 }
 
-void TFact::ReplaceValues(std::vector<std::pair<std::string, IKBValue>>&& Values) {
+void TFact::ReplaceValues(std::vector<IKBValue>&& Values) {
   Changed();
-  FValues.Clear();
-  for (auto& [Name, Value] : Values) FValues.PutItem(Name, TFactValueHashtableEntry{std::move(Value), nullptr});
+  FValues = std::move(Values);
 }
 
 void TFact::AssignValues(const IFact& Source) {
@@ -187,21 +168,31 @@ void TFact::AssignValues(const IFact& Source) {
   ReplaceValues(CloneValues(*Source));
 }
 
-IInterfaceIterator TFact::GetSlotValues() const { return IInterfaceIterator(new TItemIterator(&FValues, KeepAlive(this))); }
+IInterfaceIterator TFact::GetSlotValues() const {
+  std::vector<IInterface> Values;
+  for (const IKBValue& Value : FValues)
+    if (Value) Values.emplace_back(Value);
+  return IInterfaceIterator(new TSnapshotIterator<IInterface>(std::move(Values)));
+}
 
-IStringIterator TFact::GetSlotNames() const { return IStringIterator(new TKeyIterator(&FValues, KeepAlive(this))); }
+IStringIterator TFact::GetSlotNames() const {
+  std::vector<std::string> Names;
+  for (std::size_t I = 0; I < FValues.size(); ++I)
+    if (FValues[I])
+      if (const TFactSlot* Slot = FTemplate->SlotAt(static_cast<int>(I))) Names.push_back(Slot->GetName());
+  return IStringIterator(new TSnapshotIterator<std::string>(std::move(Names)));
+}
 
 bool TFact::Equals(const IFact& Other) const {
   if (!Other) return false;
   if (Other.get() == this) return true;
   if (Other->FTemplate != FTemplate) return false;
   if (!FTemplate) return true;
-  const TStringList<>& Names = FTemplate->GetSlotNames();
-  for (int I = 0; I < Names.GetCount(); ++I) {
-    const std::string& Name = Names.GetString(I);
+  for (const int Position : FTemplate->GetSortedPositions()) {
+    const TFactSlot& Slot = *FTemplate->SlotAt(Position);
     // Fuzzy slots are left out, so that fuzzy facts can combine.
-    if (FTemplate->GetSlot(Name)->IsFuzzy()) continue;
-    if (!GetValue(Name)->Equals(Other->GetValue(Name))) return false;
+    if (Slot.IsFuzzy()) continue;
+    if (!ValueAt(Position, Slot)->Equals(Other->ValueAt(Position, Slot))) return false;
   }
   return true;
 }
@@ -213,11 +204,10 @@ std::int32_t TFact::GetHashCode() const {
   std::int32_t Hash = static_cast<std::int32_t>(std::hash<const void*>()(FTemplate.get()));
   if (FTemplate) {
     const bool Fuzzy = FTemplate->IsFuzzy();
-    const TStringList<>& Names = FTemplate->GetSlotNames();
-    for (int I = 0; I < Names.GetCount(); ++I) {
-      const std::string& Name = Names.GetString(I);
-      if (Fuzzy && FTemplate->GetSlot(Name)->IsFuzzy()) continue;
-      const IKBValue Value = GetValue(Name);
+    for (const int Position : FTemplate->GetSortedPositions()) {
+      const TFactSlot& Slot = *FTemplate->SlotAt(Position);
+      if (Fuzzy && Slot.IsFuzzy()) continue;
+      const IKBValue& Value = ValueAt(Position, Slot);
       if (Value->GetDType() != dtList) {
         Hash = HashCombine(Hash, Value->GetHashCode());
         continue;
@@ -274,17 +264,19 @@ void TFact::AssignFact(const TFact& Source, bool ThroughSetValue) {
   }
   if (!Source.FTemplate) {
     Changed();
-    FValues.Clear();
+    FValues.clear();
     FTemplate = nullptr;
   } else if (ThroughSetValue) {
     // Filled on a scratch fact, so that a refused value changes nothing here.
     const IFact Scratch(new TFact(Source.FTemplate));
-    for (const auto& Item : Source.FValues)
-      Scratch->SetValue(Item.Key, Item.Value.Item ? Item.Value.Item->Clone() : nullptr);
-    std::vector<std::pair<std::string, IKBValue>> Values;
-    for (const auto& Item : Scratch->FValues) Values.emplace_back(Item.Key, Item.Value.Item);
+    for (std::size_t I = 0; I < Source.FValues.size(); ++I) {
+      const IKBValue& Value = Source.FValues[I];
+      if (!Value) continue;
+      const TFactSlot* Slot = Source.FTemplate->SlotAt(static_cast<int>(I));
+      if (Slot) Scratch->SetValue(Slot->GetName(), Value->Clone());
+    }
     FTemplate = Source.FTemplate;
-    ReplaceValues(std::move(Values));
+    ReplaceValues(std::move(Scratch->FValues));
   } else {
     auto Values = CloneValues(Source);
     FTemplate = Source.FTemplate;

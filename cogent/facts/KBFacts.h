@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -139,6 +140,19 @@ public:
   bool ContainsSlot(const TKBName& Name, IFactSlot& Slot) const;
   // The first slot constrained by that very type, else nil.
   IFactSlot ContainsType(const IKBDefinedType& DefinedType) const;
+
+  // Slots by position. A slot name keeps the position it first had for the
+  // template's life, so that facts and compiled tests can hold positions;
+  // the serial changes whenever a name takes a new position, so that a
+  // position looked up for a name may be kept under the serial.
+  int GetPositionCount() const;
+  // -1 for a name no slot of the template has had.
+  int PositionOf(const TKBName& Name) const;
+  // The slot that has the position now, or nil.
+  TFactSlot* SlotAt(int Position) const;
+  // The positions of the slots in sorted name order.
+  const std::vector<int>& GetSortedPositions() const;
+  std::uint64_t GetSerial() const;
   virtual void RemoveSlot(const TKBName& Name);
   virtual void ClearSlots();
 
@@ -173,6 +187,8 @@ private:
   friend class TFactSlot;
   void UpdateOrdered();
   void MarkStale() noexcept;
+  // Brings the positions up to date with the slots.
+  void UpdatePositions() const;
   // Clears the owner of a slot that leaves this template.
   void ReleaseSlot(const IFactSlot& Slot) noexcept;
 
@@ -191,21 +207,40 @@ private:
   mutable bool FNeedHashCode = true;
   mutable std::int32_t FHashCode = 0;
   TStringList<> FFactSlotNames;
+  mutable bool FNeedPositions = true;
+  mutable std::uint64_t FSerial;
+  mutable std::unordered_map<TKBName, int> FPositions;
+  mutable std::vector<TFactSlot*> FSlotAt;
+  mutable std::vector<int> FSortedPositions;
+};
+
+// A slot named once and read in many facts, as compiled tests do: its
+// position is looked up once per template and kept.
+class TSlotRef {
+public:
+  explicit TSlotRef(TKBName AName = {}) : FName(std::move(AName)) {}
+  const TKBName& GetName() const noexcept { return FName; }
+  void SetName(const TKBName& Value) {
+    FName = Value;
+    FSerial = 0;
+  }
+  // -1 when Template has never had the slot.
+  int PositionIn(const TFactTemplate& Template) const {
+    const std::uint64_t Serial = Template.GetSerial();
+    if (Serial != FSerial) {
+      FPosition = Template.PositionOf(FName);
+      FSerial = Serial;
+    }
+    return FPosition;
+  }
+
+private:
+  TKBName FName;
+  mutable std::uint64_t FSerial = 0;
+  mutable int FPosition = -1;
 };
 
 // ---------------------------------------------------------------- TFact
-
-struct TFactValueHashtableEntry {
-  IKBValue Item;
-  IFactSlot Slot;  // nil: not yet looked up
-};
-
-class TFactValues : public TVXStringHashTable<TFactValueHashtableEntry> {
-public:
-  TFactValues() : TVXStringHashTable<TFactValueHashtableEntry>(11) {}
-  // Over the values in table order.
-  IInterfaceIterator GetIterator() const;
-};
 
 // One item of working memory. Slot values are filled in lazily from the
 // template's defaults as they are read.
@@ -224,12 +259,15 @@ public:
   // The slot's value, entered from the default on first reading; raises
   // _SInvalidSlotName for a slot the template lacks.
   IKBValue GetValue(const TKBName& Name) const;
+  IKBValue GetValue(const TSlotRef& Slot) const;
   // The slot's value like GetValue, or nil for a slot the template lacks.
   IKBValue ContainsKey(const TKBName& Name) const;
+  IKBValue ContainsKey(const TSlotRef& Slot) const;
   // Shares Value; under dynamic type checks converts or refuses it.
   virtual void SetValue(const TKBName& Name, const IKBValue& Value);
   // Takes clones of Source's values; both must have the same template.
   virtual void AssignValues(const IFact& Source);
+  // The values read or set so far, and their slot names, by position.
   IInterfaceIterator GetSlotValues() const;
   IStringIterator GetSlotNames() const;
 
@@ -260,13 +298,19 @@ private:
   bool AssignAcrossEngines(const TFact& Source);
   // Both Assign forms; ThroughSetValue is the persistent one.
   void AssignFact(const TFact& Source, bool ThroughSetValue);
-  static std::vector<std::pair<std::string, IKBValue>> CloneValues(const TFact& Source);
-  // Empties the table and enters Values, each with a nil slot.
-  void ReplaceValues(std::vector<std::pair<std::string, IKBValue>>&& Values);
+  // Clones of the values by position.
+  static std::vector<IKBValue> CloneValues(const TFact& Source);
+  // Values by the positions of the fact's template.
+  void ReplaceValues(std::vector<IKBValue>&& Values);
+  // The value at the position of Slot, entered from its default on first reading.
+  const IKBValue& ValueAt(int Position, const TFactSlot& Slot) const;
+  // GetValue of the slot at Position, called Name.
+  IKBValue GetValueAt(int Position, const TKBName& Name) const;
 
   void Changed() noexcept { FHashValid = false; }
 
-  mutable TFactValues FValues;
+  // By the template's slot positions; nil where not read or set yet.
+  mutable std::vector<IKBValue> FValues;
   mutable std::int32_t FHashCode = 0;
   mutable bool FHashValid = false;
   std::int32_t FID = -1;

@@ -33,7 +33,7 @@ bool SameValue(const IKBValue& A, const IKBValue& B) {
 
 // The item at SubIndex of a multislot's list, the whole value for NoSubIndex;
 // nil for a position the list lacks.
-IKBValue SlotItem(const IFact& Fact, const TKBName& Slot, std::int32_t SubIndex) {
+IKBValue SlotItem(const IFact& Fact, const TSlotRef& Slot, std::int32_t SubIndex) {
   IKBValue Value = Fact->GetValue(Slot);
   if (SubIndex == NoSubIndex || !Value || Value->GetDType() != dtList) return SubIndex == NoSubIndex ? Value : nullptr;
   const IValueVector List = Value->GetAsList();
@@ -89,7 +89,7 @@ TKBJoinTest::TKBJoinTest(TSlotTestType AType, const TKBName& ALeftIndex, std::in
       FJoinTestType(tstMultiSlot) {}
 
 std::unique_ptr<TKBSlotTest> TKBJoinTest::Clone() const {
-  auto Result = std::make_unique<TKBJoinTest>(FSlotTestType, FLeftIndex, FRightIndex, FTokenIndex);
+  auto Result = std::make_unique<TKBJoinTest>(FSlotTestType, GetLeftIndex(), GetRightIndex(), FTokenIndex);
   Result->Assign(const_cast<TKBJoinTest*>(this));
   return Result;
 }
@@ -97,7 +97,7 @@ std::unique_ptr<TKBSlotTest> TKBJoinTest::Clone() const {
 bool TKBJoinTest::Equals(const TKBSlotTest* Test) const {
   if (!TKBSlotTest::Equals(Test)) return false;
   const auto* Other = static_cast<const TKBJoinTest*>(Test);
-  return Other->FLeftIndex == FLeftIndex && Other->FRightIndex == FRightIndex &&
+  return Other->GetLeftIndex() == GetLeftIndex() && Other->GetRightIndex() == GetRightIndex() &&
          Other->FLeftSubIndex == FLeftSubIndex && Other->FRightSubIndex == FRightSubIndex &&
          Other->FTokenIndex == FTokenIndex && Other->FJoinTestType == FJoinTestType;
 }
@@ -120,9 +120,9 @@ bool TKBJoinTest::Test(const TKBToken& LeftToken, const IFact& Right) const {
 
 std::string TKBJoinTest::ToString() const {
   std::string Result = TKBSlotTest::ToString() + " " + EnumName(FJoinTestType) + " TokenIdx: " + IntToStr(FTokenIndex);
-  Result += " Left: " + FLeftIndex;
+  Result += " Left: " + GetLeftIndex();
   if (FJoinTestType == tstMultiSlot) Result += " " + IntToStr(FLeftSubIndex);
-  Result += " Right: " + FRightIndex;
+  Result += " Right: " + GetRightIndex();
   if (FJoinTestType == tstMultiSlot) Result += " " + IntToStr(FRightSubIndex);
   return Result;
 }

@@ -66,8 +66,8 @@ public:
               std::int32_t ARightSubIndex, std::int32_t ATokenIndex);
 
   std::int32_t GetRightSubIndex() const noexcept { return FRightSubIndex; }
-  const TKBName& GetRightIndex() const noexcept { return FRightIndex; }
-  const TKBName& GetLeftIndex() const noexcept { return FLeftIndex; }
+  const TKBName& GetRightIndex() const noexcept { return FRightIndex.GetName(); }
+  const TKBName& GetLeftIndex() const noexcept { return FLeftIndex.GetName(); }
   std::int32_t GetTokenIndex() const noexcept { return FTokenIndex; }
   std::int32_t GetLeftSubIndex() const noexcept { return FLeftSubIndex; }
   TJoinTestType GetJoinTestType() const noexcept { return FJoinTestType; }
@@ -84,8 +84,8 @@ public:
 
 private:
   std::int32_t FRightSubIndex = NoSubIndex;
-  TKBName FRightIndex;
-  TKBName FLeftIndex;
+  TSlotRef FRightIndex;
+  TSlotRef FLeftIndex;
   std::int32_t FTokenIndex = 0;
   std::int32_t FLeftSubIndex = NoSubIndex;
   TJoinTestType FJoinTestType = tstSlot;

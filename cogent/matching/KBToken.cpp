@@ -139,7 +139,7 @@ TKBTokenTree::TTokens* TKBTokenTree::Bucket(std::int32_t Key, bool Create) {
 
 TKBTokenTree::TTokens* TKBTokenTree::GetTokens(std::int32_t Key) { return Bucket(Key, !FAllowNilBucket); }
 
-std::int32_t TKBTokenTree::GetValueKey(const TFact* Fact, const TKBName& Slot, std::int32_t SubIndex) {
+std::int32_t TKBTokenTree::GetValueKey(const TFact* Fact, const TSlotRef& Slot, std::int32_t SubIndex) {
   if (!Fact) return 0;
   const IKBValue Value = Fact->ContainsKey(Slot);
   if (!Value) return 0;
@@ -155,7 +155,7 @@ std::int32_t TKBTokenTree::GetKey(const TKBToken& Token) const {
   if (FKeyByParent) return Token.GetParent() ? AbsKey(Token.GetParent()->GetSortCode()) : 0;
   if (FUseHashCode) return AbsKey(Token.GetSortCode());
   const IFact& Fact = Token.GetFacts(FTokenIndex);
-  if (FFactIndex.empty()) return Fact ? AbsKey(Fact->GetID()) : 0;
+  if (FFactIndex.GetName().empty()) return Fact ? AbsKey(Fact->GetID()) : 0;
   return GetValueKey(Fact.get(), FFactIndex, FSubIndex);
 }
 

@@ -120,12 +120,12 @@ public:
   // The hash of a fact's slot value, or of item SubIndex of it (NoSubIndex
   // for the whole value), never negative. A fact without the slot or the item
   // keys as 0, which only puts it in bucket 0: the tests decide a match.
-  static std::int32_t GetValueKey(const TFact* Fact, const TKBName& Slot, std::int32_t SubIndex);
+  static std::int32_t GetValueKey(const TFact* Fact, const TSlotRef& Slot, std::int32_t SubIndex);
 
   std::string ToString() const override;
 
   bool GetUseHashCode() const noexcept { return FUseHashCode; }
-  const TKBName& GetFactIndex() const noexcept { return FFactIndex; }
+  const TKBName& GetFactIndex() const noexcept { return FFactIndex.GetName(); }
   std::int32_t GetSubIndex() const noexcept { return FSubIndex; }
   std::int32_t GetHash() const noexcept { return FHash; }
   std::int32_t GetTokenIndex() const noexcept { return FTokenIndex; }
@@ -149,7 +149,7 @@ private:
   void Grow();
 
   bool FUseHashCode;
-  TKBName FFactIndex;
+  TSlotRef FFactIndex;
   std::int32_t FSubIndex;
   std::int32_t FHash;
   std::int32_t FTokenIndex;

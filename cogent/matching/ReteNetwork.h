@@ -249,8 +249,8 @@ private:
   TPatternMatchTest FPatternMatchTest = pmtUnknown;
   // The arguments as read by the test, worked out once.
   bool FIsCall = false;
-  std::string FSlot;
-  std::string FSlot2;
+  TSlotRef FSlot;
+  TSlotRef FSlot2;
   std::int32_t FNumber1 = 0;  // position, length or first sub index
   std::int32_t FNumber2 = NoSubIndex;
 };

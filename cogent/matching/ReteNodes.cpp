@@ -187,13 +187,13 @@ void TPatternMatchNode::SetPatternMatchTest(TPatternMatchTest Test, const TNodeA
     if (const auto* N = std::get_if<std::int32_t>(&Args[I])) return *N;
     return Default;
   };
-  FSlot = Text(0);
+  FSlot.SetName(Text(0));
   if (Test == pmtTestSlotValueEqual || Test == pmtTestSlotValueNotEqual) {
-    FSlot2 = Text(1);
+    FSlot2.SetName(Text(1));
     FNumber1 = Number(2, NoSubIndex);
     FNumber2 = Number(3, NoSubIndex);
   } else {
-    FSlot2.clear();
+    FSlot2.SetName({});
     FNumber1 = Number(1, NoSubIndex);
     FNumber2 = NoSubIndex;
   }
@@ -321,7 +321,7 @@ bool TPatternMatchNode::PassMultiField(const IReteToken& Token) {
     for (std::int32_t K = P + R; K < N; ++K) Shaped->Add(List->GetRef(K));
     const IFact Clone = Fact->Clone();
     Clone->SetID(Fact->GetID());
-    Clone->SetValue(FSlot, IKBValue(new TKBValue(Shaped)));
+    Clone->SetValue(FSlot.GetName(), IKBValue(new TKBValue(Shaped)));
     TReteNode::CallChildren(IReteToken(new TKBToken(IReteToken(), Clone, Token->GetTag(), Token->GetStrength())));
   }
   return true;
