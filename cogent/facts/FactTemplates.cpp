@@ -341,21 +341,10 @@ void TFactTemplate::UpdatePositions() const {
   FNeedPositions = false;
 }
 
-int TFactTemplate::GetPositionCount() const {
-  UpdatePositions();
-  return static_cast<int>(FSlotAt.size());
-}
-
 int TFactTemplate::PositionOf(const TKBName& Name) const {
   UpdatePositions();
   const auto Found = FPositions.find(Name);
   return Found == FPositions.end() ? -1 : Found->second;
-}
-
-TFactSlot* TFactTemplate::SlotAt(int Position) const {
-  UpdatePositions();
-  return Position >= 0 && static_cast<std::size_t>(Position) < FSlotAt.size() ? FSlotAt[static_cast<std::size_t>(Position)]
-                                                                               : nullptr;
 }
 
 const std::vector<int>& TFactTemplate::GetSortedPositions() const {
@@ -363,10 +352,6 @@ const std::vector<int>& TFactTemplate::GetSortedPositions() const {
   return FSortedPositions;
 }
 
-std::uint64_t TFactTemplate::GetSerial() const {
-  UpdatePositions();
-  return FSerial;
-}
 
 void TFactTemplate::UpdateOrdered() {
   FOrdered = FFactSlots.GetCount() < 2 && FFactSlots.ContainsKey(SDefaultSlotName);

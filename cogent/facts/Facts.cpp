@@ -50,9 +50,8 @@ TFact::TFact(const IFactTemplate& ATemplate, const IFact& ASource) : FTemplate(A
 IKnowledgeBase* TFact::TemplateEngine() const noexcept { return FTemplate ? FTemplate->GetEngine() : nullptr; }
 
 const IKBValue& TFact::ValueAt(int Position, const TFactSlot& Slot) const {
-  const auto Index = static_cast<std::size_t>(Position);
-  if (Index >= FValues.size()) FValues.resize(static_cast<std::size_t>(FTemplate->GetPositionCount()));
-  IKBValue& Value = FValues[Index];
+  CoverPositions();
+  IKBValue& Value = FValues[static_cast<std::size_t>(Position)];
   if (!Value) Value = CloneDefault(Slot);
   return Value;
 }
@@ -62,15 +61,17 @@ IKBValue TFact::GetValue(const TKBName& Name) const {
   return GetValueAt(FTemplate->PositionOf(Name), Name);
 }
 
-IKBValue TFact::GetValue(const TSlotRef& Ref) const {
+IKBValue TFact::GetValue(const TSlotRef& Ref) const { return GetValueRef(Ref); }
+
+const IKBValue& TFact::GetValueRef(const TSlotRef& Ref) const {
   if (!FTemplate) throw EKBException(_SNoTemplate);
   return GetValueAt(Ref.PositionIn(*FTemplate), Ref.GetName());
 }
 
-IKBValue TFact::GetValueAt(int Position, const TKBName& Name) const {
+const IKBValue& TFact::GetValueAt(int Position, const TKBName& Name) const {
+  CoverPositions();
   // A value once entered is kept, also when its slot has left the template since.
-  if (Position >= 0 && static_cast<std::size_t>(Position) < FValues.size() && FValues[static_cast<std::size_t>(Position)])
-    return FValues[static_cast<std::size_t>(Position)];
+  if (Position >= 0 && FValues[static_cast<std::size_t>(Position)]) return FValues[static_cast<std::size_t>(Position)];
   const TFactSlot* Slot = FTemplate->SlotAt(Position);
   if (!Slot) throw EKBException(Format(_SInvalidSlotName, Name));
   return ValueAt(Position, *Slot);
@@ -83,11 +84,14 @@ IKBValue TFact::ContainsKey(const TKBName& Name) const {
   return Slot ? ValueAt(Position, *Slot) : nullptr;
 }
 
-IKBValue TFact::ContainsKey(const TSlotRef& Ref) const {
+IKBValue TFact::ContainsKey(const TSlotRef& Ref) const { return ContainsKeyRef(Ref); }
+
+const IKBValue& TFact::ContainsKeyRef(const TSlotRef& Ref) const {
+  static const IKBValue None;
   if (!FTemplate) throw EKBException(_SNoTemplate);
   const int Position = Ref.PositionIn(*FTemplate);
   const TFactSlot* Slot = FTemplate->SlotAt(Position);
-  return Slot ? ValueAt(Position, *Slot) : nullptr;
+  return Slot ? ValueAt(Position, *Slot) : None;
 }
 
 void TFact::SetValue(const TKBName& Name, const IKBValue& Value) {
@@ -116,9 +120,8 @@ void TFact::SetValue(const TKBName& Name, const IKBValue& Value) {
       throw EKBException(Slot->GetInvalidValueString(Stored));
     }
   }
-  const auto Index = static_cast<std::size_t>(Position);
-  if (Index >= FValues.size()) FValues.resize(static_cast<std::size_t>(FTemplate->GetPositionCount()));
-  FValues[Index] = std::move(Stored);
+  CoverPositions();
+  FValues[static_cast<std::size_t>(Position)] = std::move(Stored);
   Changed();
 }
 

@@ -145,14 +145,25 @@ public:
   // template's life, so that facts and compiled tests can hold positions;
   // the serial changes whenever a name takes a new position, so that a
   // position looked up for a name may be kept under the serial.
-  int GetPositionCount() const;
+  int GetPositionCount() const {
+    if (FNeedPositions) UpdatePositions();
+    return static_cast<int>(FSlotAt.size());
+  }
   // -1 for a name no slot of the template has had.
   int PositionOf(const TKBName& Name) const;
   // The slot that has the position now, or nil.
-  TFactSlot* SlotAt(int Position) const;
+  TFactSlot* SlotAt(int Position) const {
+    if (FNeedPositions) UpdatePositions();
+    return Position >= 0 && static_cast<std::size_t>(Position) < FSlotAt.size()
+               ? FSlotAt[static_cast<std::size_t>(Position)]
+               : nullptr;
+  }
   // The positions of the slots in sorted name order.
   const std::vector<int>& GetSortedPositions() const;
-  std::uint64_t GetSerial() const;
+  std::uint64_t GetSerial() const {
+    if (FNeedPositions) UpdatePositions();
+    return FSerial;
+  }
   virtual void RemoveSlot(const TKBName& Name);
   virtual void ClearSlots();
 
@@ -260,6 +271,11 @@ public:
   // _SInvalidSlotName for a slot the template lacks.
   IKBValue GetValue(const TKBName& Name) const;
   IKBValue GetValue(const TSlotRef& Slot) const;
+  // The same without a count of their own, for tests that only compare: a
+  // reference that holds while the fact does not change.
+  const IKBValue& GetValueRef(const TSlotRef& Slot) const;
+  // Nil for a slot the template lacks.
+  const IKBValue& ContainsKeyRef(const TSlotRef& Slot) const;
   // The slot's value like GetValue, or nil for a slot the template lacks.
   IKBValue ContainsKey(const TKBName& Name) const;
   IKBValue ContainsKey(const TSlotRef& Slot) const;
@@ -305,7 +321,13 @@ private:
   // The value at the position of Slot, entered from its default on first reading.
   const IKBValue& ValueAt(int Position, const TFactSlot& Slot) const;
   // GetValue of the slot at Position, called Name.
-  IKBValue GetValueAt(int Position, const TKBName& Name) const;
+  const IKBValue& GetValueAt(int Position, const TKBName& Name) const;
+  // Room for every position of the template, so that a reference to one
+  // value stays good while others are entered.
+  void CoverPositions() const {
+    const auto Count = static_cast<std::size_t>(FTemplate->GetPositionCount());
+    if (FValues.size() < Count) FValues.resize(Count);
+  }
 
   void Changed() noexcept { FHashValid = false; }
 

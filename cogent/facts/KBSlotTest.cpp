@@ -112,7 +112,7 @@ bool TKBJoinTest::Test(const TKBToken& LeftToken, const IFact& Right) const {
   if (!Left || !Right) return true;
   bool Result;
   if (FJoinTestType == tstSlot)
-    Result = SameValue(Left->GetValue(FLeftIndex), Right->GetValue(FRightIndex));
+    Result = SameValue(Left->GetValueRef(FLeftIndex), Right->GetValueRef(FRightIndex));
   else
     Result = SameValue(SlotItem(Left, FLeftIndex, FLeftSubIndex), SlotItem(Right, FRightIndex, FRightSubIndex));
   return FSlotTestType == sttNotEquals ? !Result : Result;

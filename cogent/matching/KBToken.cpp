@@ -141,7 +141,7 @@ TKBTokenTree::TTokens* TKBTokenTree::GetTokens(std::int32_t Key) { return Bucket
 
 std::int32_t TKBTokenTree::GetValueKey(const TFact* Fact, const TSlotRef& Slot, std::int32_t SubIndex) {
   if (!Fact) return 0;
-  const IKBValue Value = Fact->ContainsKey(Slot);
+  const IKBValue& Value = Fact->ContainsKeyRef(Slot);
   if (!Value) return 0;
   if (SubIndex == NoSubIndex) return AbsKey(Value->GetHashCode());
   if (Value->GetDType() != dtList) return 0;

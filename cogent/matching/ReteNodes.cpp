@@ -267,7 +267,7 @@ bool TPatternMatchNode::RunTest(const IReteToken& Token) {
       return true;
     case pmtTestEqual:
     case pmtTestNotEqual: {
-      const IKBValue Slot = Fact->ContainsKey(FSlot);
+      const IKBValue& Slot = Fact->ContainsKeyRef(FSlot);
       return Slot && TestValue(Token, Slot, FPatternMatchTest == pmtTestNotEqual);
     }
     case pmtTestSlotValueEqual:
@@ -285,7 +285,7 @@ bool TPatternMatchNode::RunTest(const IReteToken& Token) {
       return Item && TestValue(Token, Item, FPatternMatchTest == pmtTestMultiSlotNotEqual);
     }
     case pmtTestMultiSlotLength: {
-      const IKBValue Slot = Fact->ContainsKey(FSlot);
+      const IKBValue& Slot = Fact->ContainsKeyRef(FSlot);
       if (!Slot || Slot->GetDType() != dtList) return false;
       const IValueVector List = Slot->GetAsList();
       if ((List ? List->GetCount() : 0) != FNumber1) return false;
