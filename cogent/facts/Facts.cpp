@@ -63,7 +63,7 @@ IKBValue TFact::GetValue(const TKBName& Name) const {
 
 IKBValue TFact::GetValue(const TSlotRef& Ref) const { return GetValueRef(Ref); }
 
-const IKBValue& TFact::GetValueRef(const TSlotRef& Ref) const {
+const IKBValue& TFact::GetValueRefSlowly(const TSlotRef& Ref) const {
   if (!FTemplate) throw EKBException(_SNoTemplate);
   return GetValueAt(Ref.PositionIn(*FTemplate), Ref.GetName());
 }

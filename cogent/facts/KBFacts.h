@@ -273,7 +273,13 @@ public:
   IKBValue GetValue(const TSlotRef& Slot) const;
   // The same without a count of their own, for tests that only compare: a
   // reference that holds while the fact does not change.
-  const IKBValue& GetValueRef(const TSlotRef& Slot) const;
+  const IKBValue& GetValueRef(const TSlotRef& Slot) const {
+    if (FTemplate) {
+      const auto Position = static_cast<std::size_t>(Slot.PositionIn(*FTemplate));
+      if (Position < FValues.size() && FValues[Position]) return FValues[Position];
+    }
+    return GetValueRefSlowly(Slot);
+  }
   // Nil for a slot the template lacks.
   const IKBValue& ContainsKeyRef(const TSlotRef& Slot) const;
   // The slot's value like GetValue, or nil for a slot the template lacks.
@@ -320,6 +326,7 @@ private:
   void ReplaceValues(std::vector<IKBValue>&& Values);
   // The value at the position of Slot, entered from its default on first reading.
   const IKBValue& ValueAt(int Position, const TFactSlot& Slot) const;
+  const IKBValue& GetValueRefSlowly(const TSlotRef& Slot) const;
   // GetValue of the slot at Position, called Name.
   const IKBValue& GetValueAt(int Position, const TKBName& Name) const;
   // Room for every position of the template, so that a reference to one
