@@ -99,6 +99,29 @@ TEST(FactTest, ValuesAreFilledLazilySharedOnSetAndKeptAcrossTemplates) {
   EXPECT_EQ(ErrorOf([&] { IFact(new TFact())->GetValue("a"); }), "Fact Template is missing");
 }
 
+TEST(FactTest, SlotPositionsOutliveChangesOfTheTemplate) {
+  const IFactTemplate T = Person();
+  const IFact Fact(new TFact(T));
+  Fact->SetValue("age", Int(42));
+  const TSlotRef Age("age");
+  const TSlotRef Height("height");
+  EXPECT_EQ(Fact->GetValue(Age)->GetAsInteger(), 42);
+  EXPECT_EQ(Fact->ContainsKey(Height), nullptr);
+
+  // A slot added after the fact was made reads its default through a
+  // reference that had found nothing before.
+  T->AddSlot("height", Int(170));
+  EXPECT_EQ(Fact->ContainsKey(Height)->GetAsInteger(), 170);
+  EXPECT_EQ(Fact->GetValueRef(Age)->GetAsInteger(), 42);
+
+  // A slot taken away and given back keeps its place, and the fact its value.
+  T->RemoveSlot("age");
+  EXPECT_EQ(Fact->ContainsKey(Age), nullptr);
+  EXPECT_EQ(ErrorOf([&] { Fact->SetValue("age", Int(1)); }), "No such slot name: \"age\"");
+  T->AddSlot("age", Int(0));
+  EXPECT_EQ(Fact->GetValue("age")->GetAsInteger(), 42);
+}
+
 TEST_F(KBFactsTest, DynamicChecksGuardValuesAndDefaults) {
   Engine.SetTypeChecks(TTypeChecks{tcDynamic});
   const IFactTemplate T = Template("reading", &Engine);
