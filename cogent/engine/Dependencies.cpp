@@ -60,6 +60,21 @@ void ReplaceInImporters(const IModule& Current, const Ref<T>& Old, const Ref<T>&
   }
 }
 
+// Takes out of Rules each rule that Depends picks; with Dependents, the
+// source of each goes there first to be read again.
+template <class F>
+void RemoveRules(TRules* Rules, F Depends, TStringList<IInterface>* Dependents) {
+  if (!Rules) return;
+  std::vector<std::pair<TKBName, TRule*>> Picked;
+  for (const auto& Item : *Rules) {
+    if (!Item.Value || !Depends(*Item.Value)) continue;
+    // A rule built in code has no source and cannot be read again.
+    if (Dependents && !Item.Value->GetSource().empty()) Dependents->Add(Item.Value->GetSource());
+    Picked.emplace_back(Item.Key, Item.Value);
+  }
+  for (const auto& [Name, Rule] : Picked) Rules->Remove(Name, Rule);
+}
+
 TFactTemplates* TemplatesOf(TModule& Module) { return Module.GetFactTemplates(); }
 TKBDefinedTypes* TypesOf(TModule& Module) { return Module.GetDefinedTypes(); }
 
@@ -181,12 +196,7 @@ void TInferenceEngine::RemoveDependencies(const IModule& Module, const IFactTemp
   if (!Module || !Template) return;
   const TFocusBack Back(FCurrentModule, Module);
   RemoveFactsOf(Template, nullptr);
-  if (TRules* Rules = FCache.Rules) {
-    std::vector<std::pair<TKBName, TRule*>> Matching;
-    for (const auto& Item : *Rules)
-      if (Item.Value && HasPatternOf(*Item.Value, Template)) Matching.emplace_back(Item.Key, Item.Value);
-    for (const auto& [Name, Rule] : Matching) Rules->Remove(Name, Rule);
-  }
+  RemoveRules(FCache.Rules, [&Template](const TRule& Rule) { return HasPatternOf(Rule, Template); }, nullptr);
   // Taken out quietly: the removal that brought us here is under way.
   if (TFactTemplates* Templates = FCache.FactTemplates; !Templates || !Templates->Forget(Template))
     Template->RemoveImportModule(Module.get());
@@ -195,17 +205,7 @@ void TInferenceEngine::RemoveDependencies(const IModule& Module, const IFactTemp
 void TInferenceEngine::RemoveDependencies(const IFactTemplate& Template, TDependents& Dependents) {
   if (!Template) return;
   RemoveFactsOf(Template, &Dependents);
-  if (TRules* Rules = FCache.Rules) {
-    std::vector<std::pair<TKBName, TRule*>> Matching;
-    for (const auto& Item : *Rules) {
-      if (!Item.Value || !IsDependent(*Item.Value, Template)) continue;
-      // A rule made without text (by a host, not read) cannot be read again.
-      const std::string& Text = Item.Value->GetText();
-      if (!Text.empty()) Dependents.Add(Text);
-      Matching.emplace_back(Item.Key, Item.Value);
-    }
-    for (const auto& [Name, Rule] : Matching) Rules->Remove(Name, Rule);
-  }
+  RemoveRules(FCache.Rules, [&Template](const TRule& Rule) { return IsDependent(Rule, Template); }, &Dependents);
   Template->RemoveImportModule(FCurrentModule.get());
 }
 

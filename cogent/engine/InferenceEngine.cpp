@@ -210,8 +210,9 @@ void TInferenceEngine::DoChangeCurrentModule() {
   if (OnChangeCurrentModule) OnChangeCurrentModule(this);
 }
 
-void TInferenceEngine::RenameModule(const std::string&, const std::string&) {
-  // Constructs that name the module by text follow it here once they exist.
+void TInferenceEngine::RenameModule(const std::string& OldName, const std::string& NewName) {
+  if (OldName == NewName || !FModules || FModules->IndexOf(OldName) < 0) return;
+  if (FModules->IndexOf(NewName) >= 0) throw EKBException(Format(_SDuplicateModuleNames, NewName));
 }
 
 // ---------------------------------------------------------------- properties

@@ -268,15 +268,11 @@ typename TSharedConstructTable<T>::TItem TSharedConstructTable<T>::Replace(const
   if (Old) {
     if (FEngine) Leaving(Old);
     this->ExtractPair(OldKey);
-    if (Old->GetModuleObject() != FModule) --FImportCount;
   }
   // Old stays listed with this module until its dependents here are written
   // down, so that a retraction of its facts reaches every module that shares them.
   const TFinally LetOldGo([this, &Old] {
-    if (Old) {
-      Old->RemoveImportModule(FModule);
-      if (FModule && Old->GetModuleObject() == FModule) Old->SetModule(nullptr);
-    }
+    if (Old) LetGo(Old);
   });
   PutEntry(NewKey, New);
   TakeIn(New);

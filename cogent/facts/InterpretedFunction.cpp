@@ -4,6 +4,7 @@
 #include "cogent/facts/KBContext.h"
 #include "cogent/facts/KBPackages.h"
 #include "cogent/foundation/KBMessages.h"
+#include "cogent/host/Guards.h"
 
 namespace cogent {
 
@@ -72,10 +73,7 @@ void TInterpretedFunction::Call(const IFunCall& FunCall, TKBContext* Context, IK
   // under test; it must find that token and fact as a built-in's would.
   Local->SetToken(Context->GetToken());
   Local->SetFact(Context->GetFact());
-  struct TPopGuard {
-    TKBContext& Local;
-    ~TPopGuard() { Local.Pop(); }
-  } const Pop{*Local};
+  const TFinally Pop([&Local] { Local->Pop(); });
 
   // Each argument is evaluated where the parameters before it are bound.
   for (int I = 0; I < Parameters->GetCount(); ++I) {

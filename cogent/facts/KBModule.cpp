@@ -315,9 +315,9 @@ void TModule::SetName(const std::string& Value) {
   if (Value == FName) return;
   if (FIsMain != (Value == MainModuleName)) throw EKBException(_SModuleMAINReserved);
   CheckKBName(Value);
-  const std::string OldName = FName;
+  // The engine may refuse the name; then the module keeps its own.
+  if (IKnowledgeBase* Engine = KnowledgeBaseOf(FEngine)) Engine->RenameModule(FName, Value);
   FName = Value;
-  if (IKnowledgeBase* Engine = KnowledgeBaseOf(FEngine)) Engine->RenameModule(OldName, Value);
 }
 
 IModuleImport TModule::GetImportModule(int Index) const {
@@ -380,7 +380,7 @@ void TModule::AssignModuleDefinition(const IModule& Source) {
   FComment = Source->FComment;
   FExportItems->Assign(IInterface(Source->FExportItems));
   for (const IModuleImport& Import : Source->FImportModules) {
-    IModuleImport Copy(new TModuleImportExport(this, Import->GetModule()));
+    const IModuleImport Copy = AddImport(Import->GetModule());
     Copy->Assign(IInterface(Import));
     AddImport(Copy);
   }

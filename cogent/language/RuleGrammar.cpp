@@ -75,7 +75,7 @@ std::unique_ptr<TRule> TKBRuleParser::ParseRule() {
     if (!Is(Tokens.NextToken(), ')')) ParseError(Where, _SMissingCloseParens);
     // A redefinition of what the rule depends on compiles the rule again
     // from the text it was read from.
-    Rule->SetText(Tokens.GetExpressionSource());
+    Rule->SetSource(Tokens.GetExpressionSource());
     if (OnParseRule) OnParseRule(this, Rule.get());
   } catch (...) {
     Rule->EndUpdate();

@@ -565,6 +565,7 @@ void TRule::Assign(TPersistent* Source) {
     SetPatterns(*Rule->FPatterns);
     SetActions(*Rule->FActions);
     SetSalience(Rule->FSalienceValue);
+    FSource = Rule->FSource;
   } else {
     IKnowledgeBase* Host = Engine();
     if (!Host) throw EKBException(_SUnknownEngine);

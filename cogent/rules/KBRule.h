@@ -223,6 +223,10 @@ public:
   // The rule text read from a component stream, until Reload.
   const std::string& GetText() const noexcept { return FText; }
   void SetText(const std::string& Value) { FText = Value; }
+  // The text the rule was read from, empty for a rule built in code; a
+  // redefinition of what the rule depends on compiles it again from this.
+  const std::string& GetSource() const noexcept { return FSource; }
+  void SetSource(const std::string& Value) { FSource = Value; }
   // Rebuilds the rule from its stream text and enters it in its table.
   virtual void Reload();
 
@@ -255,6 +259,7 @@ private:
   TComponent* FEngine = nullptr;
   std::string FCompilation;
   std::string FText;
+  std::string FSource;
   std::int32_t FUpdateCount = 0;
   bool FOneShot = false;
   bool FHasFired = false;

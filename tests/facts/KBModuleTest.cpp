@@ -129,6 +129,17 @@ TEST(KBModuleTest, NamesEqualsAndImports) {
   EXPECT_FALSE(M->Equals(IInterface(Main)));
   EXPECT_FALSE(M->Equals(nullptr));
   EXPECT_EQ(ErrorOf([&] { M->Assign(IInterface(test::Int(1))); }), "Unknown interface supplied to engine value");
+
+  // A module of the engine may not take the name of another one.
+  IModule First(new TModule(&Engine, false));
+  First->SetName("FIRST");
+  Engine.AddModule(First);
+  IModule Second(new TModule(&Engine, false));
+  Second->SetName("SECOND");
+  Engine.AddModule(Second);
+  EXPECT_EQ(ErrorOf([&] { Second->SetName("FIRST"); }), "Module Name already exists: \"FIRST\"");
+  EXPECT_EQ(Second->GetName(), "SECOND");
+  EXPECT_EQ(Engine.GetModules()->IndexOf("SECOND"), 2);
 }
 
 class TShared : public TModuleConstruct {};
