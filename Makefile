@@ -35,6 +35,7 @@ $(BENCH_BUILD)/Makefile:
 bench: $(BENCH_BUILD)/Makefile
 	cmake --build $(BENCH_BUILD) -j $(JOBS)
 	./$(BENCH_BUILD)/cogent_bench $(BENCH_ARGS)
+	./$(BENCH_BUILD)/cogent_targets $(TARGETS)
 
 clean:
 	rm -rf $(BUILD) $(SANITIZE_BUILD) $(BENCH_BUILD)

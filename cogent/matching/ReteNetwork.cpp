@@ -132,6 +132,15 @@ const std::vector<TReteNode*>& TReteNetwork::RootsFor(const TFactTemplate& Templ
 
 void TReteNetwork::ForgetNode(TReteNode* Node) noexcept {
   RemoveRoot(Node);
+  if (const auto Shared = FSharedKeys.find(Node); Shared != FSharedKeys.end()) {
+    const auto [First, Last] = FSharedNodes.equal_range(Shared->second);
+    for (auto It = First; It != Last; ++It)
+      if (It->second.Node == Node) {
+        FSharedNodes.erase(It);
+        break;
+      }
+    FSharedKeys.erase(Shared);
+  }
   // A node that leaves by other ways than RemoveRule leaves the rule lists.
   for (auto& [Rule, Entry] : FRuleNodes) {
     TRuleNodes& Nodes = Entry.Nodes;
@@ -169,6 +178,8 @@ void TReteNetwork::Clear() {
   for (auto& [Rule, Entry] : FRuleNodes)
     if (Entry.Component) Entry.Component->RemoveFreeNotification(this);
   FRuleNodes.clear();
+  FSharedNodes.clear();
+  FSharedKeys.clear();
   FRoots.Clear();
   FRootsByTemplate.clear();
   ++FRootsGeneration;
@@ -234,22 +245,44 @@ IKBValue TReteNetwork::Evaluate(const IKBValue& Call, IReteRule* Rule) {
   return IKBValue(new TKBValue(Compiled));
 }
 
+namespace {
+
+// What a one-input node is filed under: its parent, its test and the kind of
+// its value. Value hashes are those of equality, so equal tests meet.
+std::size_t ShareKey(const TReteNode* Parent, TPatternMatchTest Test, const TNodeArgsArray& Args,
+                     const IKBValue& Value, bool AsFuzzy) {
+  std::size_t Key = std::hash<const void*>()(Parent) * 31 + static_cast<std::size_t>(Test);
+  for (const TNodeArg& Arg : Args) Key = Key * 31 + std::hash<TNodeArg>()(Arg);
+  const std::size_t ValueKey =
+      !Value ? 0 : AsFuzzy ? 0x9e3779b9u : static_cast<std::uint32_t>(Value->GetHashCode()) + 1;
+  return Key * 31 + ValueKey;
+}
+
+}  // namespace
+
+TPatternMatchNode* TReteNetwork::FindSuccessor(TReteNode* Parent, TPatternMatchTest Test, const TNodeArgsArray& Args,
+                                                const IKBValue& Value) const {
+  const bool Fuzzy = Value && Value->GetDType() == dtFuzzy;
+  if (Fuzzy) {
+    // A fuzzy value may equal a node's crisp one: every candidate is asked.
+    for (const auto& [Key, Entry] : FSharedNodes)
+      if (Entry.Parent == Parent && Entry.Node->Equals(Test, Value, Args)) return Entry.Node;
+    return nullptr;
+  }
+  for (const bool AsFuzzy : {false, true}) {
+    const auto [First, Last] = FSharedNodes.equal_range(ShareKey(Parent, Test, Args, Value, AsFuzzy));
+    for (auto It = First; It != Last; ++It)
+      if (It->second.Parent == Parent && It->second.Node->Equals(Test, Value, Args)) return It->second.Node;
+    if (!Value) break;
+  }
+  return nullptr;
+}
+
 TPatternMatchNode* TReteNetwork::CreateSuccessor(TCompilation& C, TReteNode* Parent, TPatternMatchTest Test,
                                                  const TNodeArgsArray& Args, const IKBValue& Value) {
   // Inside a one-input node the fact under test is the token's only fact.
   CleanUpBinding(Value);
-  auto Search = [&](TGGraphNode* Candidate) -> TPatternMatchNode* {
-    auto* Node = dynamic_cast<TPatternMatchNode*>(Candidate);
-    return Node && Node->Equals(Test, Value, Args) ? Node : nullptr;
-  };
-  TPatternMatchNode* Found = nullptr;
-  if (Parent) {
-    for (int I = 0; I < Parent->GetChildCount() && !Found; ++I) Found = Search(Parent->GetChildEdge(I)->GetToNode());
-  } else {
-    for (TGGraphNode* Root : FRoots)
-      if ((Found = Search(Root))) break;
-  }
-  if (Found) {
+  if (TPatternMatchNode* Found = FindSuccessor(Parent, Test, Args, Value)) {
     Found->SetRuleUseCount(Found->GetRuleUseCount() + 1);
     C.RuleNodes->push_back(Found);
     if (Parent) C.Account += "=1";
@@ -262,6 +295,9 @@ TPatternMatchNode* TReteNetwork::CreateSuccessor(TCompilation& C, TReteNode* Par
   AddNode(std::move(Made));
   C.RuleNodes->push_back(Node);
   if (Parent) Parent->LinkTo(Node, ctSingle);
+  const std::size_t Key = ShareKey(Parent, Test, Args, Value, Value && Value->GetDType() == dtFuzzy);
+  FSharedNodes.emplace(Key, TShared{Parent, Node});
+  FSharedKeys.emplace(Node, Key);
   C.Account += "+1";
   return Node;
 }

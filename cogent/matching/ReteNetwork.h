@@ -530,6 +530,9 @@ private:
   void RemoveRoot(TReteNode* Node) noexcept;
   // The roots that facts of Template can pass, worked out on first use.
   const std::vector<TReteNode*>& RootsFor(const TFactTemplate& Template);
+  // The one-input successor of Parent equal to the test, or none.
+  TPatternMatchNode* FindSuccessor(TReteNode* Parent, TPatternMatchTest Test, const TNodeArgsArray& Args,
+                                   const IKBValue& Value) const;
 
   IKnowledgeBase* FEngine;
   TModule* FModule;
@@ -550,6 +553,16 @@ private:
     TRuleNodes Nodes;
   };
   std::unordered_map<const IReteRule*, TRuleEntry> FRuleNodes;
+  // The one-input nodes by parent and test, so that a rule finds the node it
+  // shares without asking every child of the parent: a network of many
+  // rules reads in time that grows as its rules do. Fuzzy values, which
+  // equal crisp ones by their membership, are filed under one key of their own.
+  struct TShared {
+    TReteNode* Parent;
+    TPatternMatchNode* Node;
+  };
+  std::unordered_multimap<std::size_t, TShared> FSharedNodes;
+  std::unordered_map<const TReteNode*, std::size_t> FSharedKeys;
   std::int32_t FHashKey = 101;
   float FMinActivationStrength = 0.0f;
   TReteNodeClass FNodeJoinClass;
