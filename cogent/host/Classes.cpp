@@ -115,11 +115,13 @@ void TPersistent::AssignError(TPersistent* Source) {
 
 namespace {
 
+// Searched from the back, where the latest additions stand: components are
+// mostly taken away last first.
 template <class T>
 bool EraseOne(std::vector<T*>& List, const T* Item) {
-  const auto It = std::find(List.begin(), List.end(), Item);
-  if (It == List.end()) return false;
-  List.erase(It);
+  const auto It = std::find(List.rbegin(), List.rend(), Item);
+  if (It == List.rend()) return false;
+  List.erase(std::next(It).base());
   return true;
 }
 
@@ -172,6 +174,7 @@ void TComponent::InsertComponent(TComponent* AComponent) {
     if (O == AComponent) throw EInvalidOperation(SComponentOwnerLoop);
   if (AComponent->FOwner) AComponent->FOwner->RemoveComponent(AComponent);
   FComponents.push_back(AComponent);
+  if (AComponent->FHearsSiblings) FListeners.push_back(AComponent);
   AComponent->FOwner = this;
   if (FComponentState.Contains(csDesigning)) AComponent->SetDesigning(true);
   NotifyAll(AComponent, opInsert);
@@ -180,6 +183,7 @@ void TComponent::InsertComponent(TComponent* AComponent) {
 void TComponent::RemoveComponent(TComponent* AComponent) {
   if (!AComponent || AComponent->FOwner != this) return;
   EraseOne(FComponents, AComponent);
+  EraseOne(FListeners, AComponent);
   AComponent->FOwner = nullptr;
   NotifyAll(AComponent, opRemove);
 }
@@ -192,6 +196,7 @@ void TComponent::DestroyComponents() {
       RemoveComponent(Instance);
     } else {
       FComponents.pop_back();
+      EraseOne(FListeners, Instance);
       Instance->FOwner = nullptr;
     }
     delete Instance;
@@ -212,6 +217,12 @@ void TComponent::RemoveFreeNotification(TComponent* AComponent) {
   if (!AComponent) return;
   EraseOne(FFreeNotifies, AComponent);
   EraseOne(AComponent->FFreeNotifies, this);
+}
+
+void TComponent::HearNoSiblings() {
+  if (!FHearsSiblings) return;
+  FHearsSiblings = false;
+  if (FOwner) EraseOne(FOwner->FListeners, this);
 }
 
 void TComponent::SetName(const std::string& NewName) { FName = NewName; }
@@ -251,6 +262,7 @@ void TComponent::Notification(TComponent* AComponent, TOperation Operation) {
   if (Operation == opRemove && AComponent) {
     RemoveFreeNotification(AComponent);
     EraseOne(FComponents, AComponent);
+    EraseOne(FListeners, AComponent);
   }
 }
 
@@ -259,14 +271,14 @@ void TComponent::Loaded() { FComponentState.Exclude(csLoading); }
 void TComponent::NotifyAll(TComponent* AComponent, TOperation Operation) {
   Notification(AComponent, Operation);
   // Last first; a notification may shrink the list.
-  std::size_t I = FComponents.size();
+  std::size_t I = FListeners.size();
   while (I > 0) {
     --I;
-    if (I >= FComponents.size()) {
-      if (FComponents.empty()) break;
-      I = FComponents.size() - 1;
+    if (I >= FListeners.size()) {
+      if (FListeners.empty()) break;
+      I = FListeners.size() - 1;
     }
-    FComponents[I]->Notification(AComponent, Operation);
+    FListeners[I]->Notification(AComponent, Operation);
   }
 }
 

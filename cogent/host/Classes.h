@@ -134,7 +134,8 @@ using TComponentState = TSet<TComponentStateItem>;
 // (one that others watch is first removed with notification, the rest are
 // just unlinked); then the owner removes it, which tells the owner and the
 // owner's other components. Insertion tells the owner and all its components,
-// the new one included, Notification(C, opInsert).
+// the new one included, Notification(C, opInsert). A component that calls
+// HearNoSiblings is left out of what its owner tells its components.
 class TComponent : public TPersistent {
 public:
   explicit TComponent(TComponent* AOwner);
@@ -177,6 +178,11 @@ public:
   void Destroying();
 
 protected:
+  // For a component that learns of the components it cares for through
+  // FreeNotification alone: it no longer hears of every sibling that comes
+  // and goes, which in an owner of many components costs time in
+  // proportion to them at each insertion and removal.
+  void HearNoSiblings();
   // The base drops AComponent on opRemove from the free-notification links
   // and from the owned components; overrides call it.
   virtual void Notification(TComponent* AComponent, TOperation Operation);
@@ -192,7 +198,10 @@ private:
   std::intptr_t FTag = 0;
   TComponentState FComponentState;
   std::vector<TComponent*> FComponents;
+  // The owned components that hear of their siblings, in insertion order.
+  std::vector<TComponent*> FListeners;
   std::vector<TComponent*> FFreeNotifies;
+  bool FHearsSiblings = true;
 };
 
 // Destroys a component (or any object) held by a plain pointer; nil is fine.

@@ -189,6 +189,9 @@ TRule::TRule(TComponent* AOwner)
       FSalienceValue(new TKBValue(0, dtInteger)),
       FActions(std::make_unique<TRuleActionList>(this)),
       FPatterns(std::make_unique<TRulePatternList>(this)) {
+  // A rule hears of its engine by free notification; a program of many rules
+  // would otherwise tell each one of every other.
+  HearNoSiblings();
   TComponent* Found = KnowledgeBaseOf(AOwner) ? AOwner : nullptr;
   if (!Found && AOwner && AOwner->GetComponentState().Contains(csDesigning))
     for (int I = 0; I < AOwner->GetComponentCount() && !Found; ++I)

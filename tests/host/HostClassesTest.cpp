@@ -27,6 +27,7 @@ public:
     if (AOwner) AOwner->InsertComponent(this);
   }
   explicit TRecorder(TComponent* AOwner) : TComponent(AOwner) {}
+  using TComponent::HearNoSiblings;
   ~TRecorder() override {
     Destroying();
     Log("~" + GetName());
@@ -119,6 +120,24 @@ TEST(ComponentTest, OwnershipAndInsertNotifications) {
   EXPECT_EQ(Owner->GetComponentCount(), 0);
   EXPECT_EQ(B->GetOwner(), &Other);
   EXPECT_EQ(Log, (TLog{"O remove B", "P insert B", "B insert B"}));
+  delete Owner;
+}
+
+TEST(ComponentTest, AComponentThatHearsNoSiblingsStillHearsWhatItWatches) {
+  TLog Log;
+  auto* Owner = new TRecorder(nullptr, "O", &Log);
+  auto* Deaf = new TRecorder(Owner, "D", &Log);
+  Deaf->HearNoSiblings();
+  auto* A = new TRecorder(Owner, "A", &Log);
+  auto* B = new TRecorder(Owner, "B", &Log);
+  Deaf->FreeNotification(B);
+  Log.clear();
+  delete A;
+  EXPECT_EQ(Log, (TLog{"~A", "O remove A dying", "B remove A dying"}));
+  Log.clear();
+  delete B;
+  EXPECT_EQ(Log, (TLog{"~B", "D remove B dying", "O remove B dying"}));
+  EXPECT_EQ(Owner->GetComponentCount(), 1);
   delete Owner;
 }
 
