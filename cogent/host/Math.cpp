@@ -85,11 +85,12 @@ double SolveRate(Function&& F, double Guess, const char* Operation) {
     const double Slope = (F(Rate + H) - F(Rate - H)) / (2 * H);
     if (!std::isfinite(Slope) || Slope == 0) break;
     double Step = Value / Slope;
-    int Halvings = 0;
-    while (!(Rate - Step > -1) && Halvings++ < 60) Step /= 2;
+    if (std::fabs(Step) <= 1e-12 * std::max(1.0, std::fabs(Rate))) return CheckFloat(Rate - Step);
+    // A step held back is no sign of convergence: a rate that runs toward
+    // -1 has no root to find there.
+    for (int Halvings = 0; !(Rate - Step > -1) && Halvings < 60; ++Halvings) Step /= 2;
     if (!(Rate - Step > -1)) break;
     Rate -= Step;
-    if (std::fabs(Step) <= 1e-12 * std::max(1.0, std::fabs(Rate))) return CheckFloat(Rate);
   }
   throw EInvalidArgument(Format(SNoConvergence, Operation));
 }
