@@ -84,7 +84,10 @@ double SumOverPoints(const IFunCall& FunCall, TKBContext* Context, Step&& Apply)
     return (Value ? Value : IKBValue(new TKBValue()))->GetAsNumeric();
   };
   double Sum = 0.0;
-  for (int I = 0; I < Count; ++I) Sum = CheckFloat(Sum + Apply(Coordinate(First, I) - Coordinate(Second, I)));
+  for (int I = 0; I < Count; ++I) {
+    const double A = Coordinate(First, I);
+    Sum = CheckFloat(Sum + Apply(A - Coordinate(Second, I)));
+  }
   return Sum;
 }
 

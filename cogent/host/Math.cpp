@@ -118,8 +118,10 @@ double FutureValue(double Rate, std::int32_t NPeriods, double Payment, double Pr
 
 double PresentValue(double Rate, std::int32_t NPeriods, double Payment, double FutureValue, TPaymentTime PaymentTime) {
   CheckRate(Rate, "PresentValue");
-  const double Paid = Payment * (1 + Rate * Weight(PaymentTime)) * AnnuityFactor(Rate, NPeriods);
-  return FloatDivide(-(FutureValue + Paid), Growth(Rate, NPeriods));
+  // Discounted by (1 + r)^-n rather than divided by (1 + r)^n, so that a
+  // long annuity gives its finite value and not infinity over infinity.
+  const double Paid = Payment * (1 + Rate * Weight(PaymentTime)) * -AnnuityFactor(Rate, -static_cast<double>(NPeriods));
+  return CheckFloat(-(FutureValue * Growth(Rate, -static_cast<double>(NPeriods)) + Paid));
 }
 
 double Payment(double Rate, std::int32_t NPeriods, double PresentValue, double FutureValue, TPaymentTime PaymentTime) {
@@ -194,7 +196,7 @@ double SYDDepreciation(double Cost, double Salvage, std::int32_t Life, std::int3
   CheckPeriod(Period, Life, "SYDDepreciation");
   // In double: the sum of the digits of a long life does not fit 32 bits.
   const double Digits = static_cast<double>(Life) * (static_cast<double>(Life) + 1) / 2;
-  return CheckFloat((Cost - Salvage) * (static_cast<double>(Life) - Period + 1) / Digits);
+  return CheckFloat((Cost - Salvage) * ((static_cast<double>(Life) - Period + 1) / Digits));
 }
 
 double DoubleDecliningBalance(double Cost, double Salvage, std::int32_t Life, std::int32_t Period) {
