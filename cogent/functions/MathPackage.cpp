@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "cogent/host/Math.h"
+
 namespace cogent {
 
 namespace {
@@ -35,23 +37,7 @@ namespace {
   return true;
 }();
 
-// A floating-point result as the host's arithmetic reports it: infinity is
-// an overflow, NaN an invalid operation.
-double Checked(double Value) {
-  if (std::isnan(Value)) throw EInvalidOp(SInvalidOp);
-  if (std::isinf(Value)) throw EOverflow(SOverflow);
-  return Value;
-}
-
-double Quotient(double Dividend, double Divisor) {
-  if (Divisor == 0) {
-    if (Dividend == 0 || std::isnan(Dividend)) throw EInvalidOp(SInvalidOp);
-    throw EZeroDivide(SZeroDivide);
-  }
-  return Checked(Dividend / Divisor);
-}
-
-IKBValue NewFloat(double Value) { return IKBValue(new TKBValue(Checked(Value))); }
+IKBValue NewFloat(double Value) { return IKBValue(new TKBValue(CheckFloat(Value))); }
 IKBValue NewInteger(std::int32_t Value) { return IKBValue(new TKBValue(Value, dtInteger)); }
 
 bool IsFloat(const IKBValue& Value) { return Value->GetDType() == dtFloat; }
@@ -65,7 +51,7 @@ IKBValue Fold(const IFunCall& FunCall, TKBContext* Context, bool StartWithFirst,
   for (int I = 0; I < FunCall->GetArgumentCount(); ++I) {
     const IKBValue Value = Evaluate(FunCall, I, Context);
     const double Number = Value->GetAsNumeric();
-    Accumulator = I == 0 && StartWithFirst ? Number : Checked(Apply(Accumulator, Number));
+    Accumulator = I == 0 && StartWithFirst ? Number : CheckFloat(Apply(Accumulator, Number));
     Float = Float || IsFloat(Value);
   }
   return Float ? NewFloat(Accumulator) : NewInteger(TruncToInteger(Accumulator));
@@ -108,7 +94,7 @@ std::int32_t Random(std::int32_t Range) {
 void SetRandomSeed(std::uint32_t Seed) { RandomSeed.store(Seed, std::memory_order_relaxed); }
 
 std::int32_t TruncToInteger(double Value) {
-  Checked(Value);
+  CheckFloat(Value);
   const double Whole = std::fmod(std::trunc(Value), 4294967296.0);
   const auto Bits = static_cast<std::uint32_t>(static_cast<std::int64_t>(Whole < 0 ? Whole + 4294967296.0 : Whole));
   return static_cast<std::int32_t>(Bits);
@@ -183,7 +169,8 @@ void TDivideFunction::InitMetaData() {
 void TDivideFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   double Accumulator = Numeric(FunCall, 0, Context);
-  for (int I = 1; I < FunCall->GetArgumentCount(); ++I) Accumulator = Quotient(Accumulator, Numeric(FunCall, I, Context));
+  for (int I = 1; I < FunCall->GetArgumentCount(); ++I)
+    Accumulator = FloatDivide(Accumulator, Numeric(FunCall, I, Context));
   Result = NewFloat(Accumulator);
 }
 
@@ -260,11 +247,9 @@ void TAbsFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& 
   }
 
 COGENT_FLOAT_FUNCTION(TExpFunction, "exp", "Returns e raised to the power of the argument", std::exp(X))
-COGENT_FLOAT_FUNCTION(TLogFunction, "log", "Returns the natural logarithm of the argument",
-                      X == 0 ? throw EZeroDivide(SZeroDivide) : std::log(X))
-COGENT_FLOAT_FUNCTION(TLog10Function, "log10", "Returns the logarithm to base 10 of the argument",
-                      X == 0 ? throw EZeroDivide(SZeroDivide) : std::log10(X))
-COGENT_FLOAT_FUNCTION(TSqrtFunction, "sqrt", "Returns the square root of the argument", std::sqrt(X))
+COGENT_FLOAT_FUNCTION(TLogFunction, "log", "Returns the natural logarithm of the argument", Ln(X))
+COGENT_FLOAT_FUNCTION(TLog10Function, "log10", "Returns the logarithm to base 10 of the argument", Log10(X))
+COGENT_FLOAT_FUNCTION(TSqrtFunction, "sqrt", "Returns the square root of the argument", Sqrt(X))
 COGENT_FLOAT_FUNCTION(TRoundFunction, "round", "Returns the argument rounded to the nearest whole number, halves to "
                                                "the even one, as a float", std::nearbyint(X))
 COGENT_FLOAT_FUNCTION(TFloatFunction, "float", "Returns the argument as a float", X)

@@ -93,40 +93,38 @@ TEST(MathFunctions, RandomNumbersRepeatForASeed) {
   EXPECT_EQ("Too many arguments for random", ErrorOfCall(Engine, "(random 1 2 3)"));
 }
 
-TEST(PredicateFunctions, KindsAndWholeNumbers) {
+TEST(MathFunctions, WholeNumbersAtTheEdgesOf32Bits) {
   TInferenceEngine Engine;
-  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(numberp 3)"));
-  EXPECT_EQ("dtAtom FALSE", Eval(Engine, "(numberp \"3\")"));
-  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(lexemep \"3\")"));
-  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(symbolp a)"));
-  EXPECT_EQ("dtAtom FALSE", Eval(Engine, "(stringp a)"));
-  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(floatp 1.5)"));
-  EXPECT_EQ("dtAtom FALSE", Eval(Engine, "(integerp 1.5)"));
-  EXPECT_EQ("dtAtom FALSE", Eval(Engine, "(evenp 3.9)"));
-  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(oddp -3)"));
-  EXPECT_EQ("dtAtom dtInteger", Eval(Engine, "(get-type 3)"));
-  SetVariable(Engine, "l", List({}));
-  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(multifieldp ?l)"));
-  EXPECT_EQ("dtAtom dtList", Eval(Engine, "(get-type ?l)"));
-  IUserFunction Numberp;
-  ASSERT_TRUE(Engine.ContainsUserFunction("numberp", Numberp));
-  EXPECT_EQ("Returns TRUE if the argument is of the following type(s): Integer, Float.  If the argument is any other "
-            "type, FALSE is returned",
-            Numberp->GetComment());
-  EXPECT_EQ("Too many arguments for numberp", ErrorOfCall(Engine, "(numberp 1 2)"));
-}
-
-TEST(PredicateFunctions, PackagesReloadTheirFunctionsByClassName) {
-  TInferenceEngine Engine;
-  TUserPackage* Package = nullptr;
-  for (int I = 0; I < Engine.GetComponentCount(); ++I)
-    if (Engine.GetComponent(I)->ClassName() == "TPredicatePackage") Package = dynamic_cast<TUserPackage*>(Engine.GetComponent(I));
-  ASSERT_TRUE(Package);
-  const std::string Saved = Package->GetPackageFunctions();
-  Package->SetPackageFunctions(Saved);
-  EXPECT_EQ(Saved, Package->GetPackageFunctions());
-  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(numberp 1.5)"));
-  EXPECT_EQ("dtAtom FALSE", Eval(Engine, "(stringp 1.5)"));
+  // Sums and products are taken in double and wrap only when stored.
+  EXPECT_EQ("dtInteger 2147483647", Eval(Engine, "(- -2147483648 1)"));
+  EXPECT_EQ("dtInteger -2147483648", Eval(Engine, "(* -1 -2147483648)"));
+  EXPECT_EQ("dtInteger -2", Eval(Engine, "(* 2147483647 2)"));
+  EXPECT_EQ("dtInteger 2147483647", Eval(Engine, "(- (+ 2147483647 1) 1)"));
+  EXPECT_EQ("dtInteger 1", Eval(Engine, "(+ 2147483647 2147483647 2147483647 2147483647 5)"));
+  EXPECT_EQ("dtFloat 2147483648.0000", Eval(Engine, "(+ 2147483647 1.0)"));
+  EXPECT_EQ("dtInteger -2147483648", Eval(Engine, "(max -2147483648 -2147483648.5)"));
+  EXPECT_EQ("dtInteger 2147483647", Eval(Engine, "(div 2147483647 1)"));
+  EXPECT_EQ("dtInteger -2147483648", Eval(Engine, "(div -2147483648 1)"));
+  EXPECT_EQ("dtInteger -1", Eval(Engine, "(mod -2147483647 2)"));
+  EXPECT_EQ("dtInteger -2147483648", Eval(Engine, "(integer -2147483648.9)"));
+  EXPECT_EQ("Integer overflow", ErrorOfCall(Engine, "(abs -2147483648)"));
+  EXPECT_EQ("dtInteger 2147483647", Eval(Engine, "(abs -2147483647)"));
+  // What a whole number cannot hold is no integer reading.
+  EXPECT_EQ("Not a integer type.  Value (2147483648.0000) is a dtFloat type",
+            ErrorOfCall(Engine, "(integer 2147483648.0)"));
+  // A literal too long for 32 bits is read as a float.
+  EXPECT_EQ("Not a integer type.  Value (3000000000.0000) is a dtFloat type",
+            ErrorOfCall(Engine, "(div 3000000000 2)"));
+  EXPECT_EQ("Floating point overflow", ErrorOfCall(Engine, "(+ 1.0e308 1.0e308)"));
+  EXPECT_EQ("Floating point overflow", ErrorOfCall(Engine, "(** 10 400)"));
+  EXPECT_EQ("Floating point overflow", ErrorOfCall(Engine, "(exp 1000)"));
+  EXPECT_EQ("Invalid floating point operation", ErrorOfCall(Engine, "(** -8 0.5)"));
+  EXPECT_EQ("Invalid floating point operation", ErrorOfCall(Engine, "(log -1)"));
+  EXPECT_EQ("Floating point division by zero", ErrorOfCall(Engine, "(log10 0)"));
+  EXPECT_EQ("dtFloat -3.0000", Eval(Engine, "(round -3.4)"));
+  EXPECT_EQ("dtFloat -4.0000", Eval(Engine, "(round -3.5)"));
+  EXPECT_EQ("dtFloat 0.0000", Eval(Engine, "(round 0.5)"));
+  EXPECT_EQ("dtFloat 3.0000", Eval(Engine, "(round \"2.7\")"));
 }
 
 }  // namespace cogent::test
