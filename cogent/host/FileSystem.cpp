@@ -77,12 +77,10 @@ bool IsWithin(const fs::path& Inner, const fs::path& Outer) {
   if (Error) return false;
   const fs::path B = fs::weakly_canonical(Outer, Error);
   if (Error) return false;
-  auto I = A.begin();
-  for (auto J = B.begin(); J != B.end(); ++J, ++I) {
-    if (J->empty()) continue;  // the empty element behind a trailing delimiter
-    if (I == A.end() || *I != *J) return false;
-  }
-  return true;
+  // "." for the same place, a path that climbs out for another, nothing
+  // across roots.
+  const fs::path Relative = A.lexically_normal().lexically_relative(B.lexically_normal());
+  return !Relative.empty() && *Relative.begin() != "..";
 }
 
 // The last "." or delimiter, npos when there is neither.
