@@ -134,6 +134,21 @@ void TStandardPackage::CreateFunctions() {
   AddFunction<TDoBackwardChainingFunction>();
   AddFunction<TVersionFunction>();
 
+  AddFunction<TCreateMFFunction>();
+  AddFunction<TDeleteMFFunction>();
+  AddFunction<TExplodeMFFunction>();
+  AddFunction<TFirstMFFunction>();
+  AddFunction<TImplodeMFFunction>();
+  AddFunction<TInsertMFFunction>();
+  AddFunction<TLengthMFFunction>();
+  AddFunction<TMemberFunction>();
+  AddFunction<TMemberMFFunction>();
+  AddFunction<TNthMFFunction>();
+  AddFunction<TReplaceMFFunction>();
+  AddFunction<TRestMFFunction>();
+  AddFunction<TSubSeqMFFunction>();
+  AddFunction<TSubSetpMFFunction>();
+
   AddFunction<TOpenFunction>();
   AddFunction<TCloseFunction>();
   AddFunction<TReadFunction>();
@@ -145,6 +160,19 @@ void TStandardPackage::CreateFunctions() {
   AddFunction<TRemoveFunction>();
   AddFunction<TRenameFunction>();
   AddFunction<TStrFormatFunction>();
+
+  for (const char* Name : {"get-home-path", "get-documents-path", "get-temp-path"})
+    AddFunction<TPathFunction>(TKBName(Name));
+  for (const char* Name : {"get-os-name", "get-os-architecture", "get-os-platform", "get-os-build-version",
+                           "get-os-major-version", "get-os-minor-version"})
+    AddFunction<TOSVersionFunction>(TKBName(Name));
+  for (const char* Name : {"is-file-exists", "copy-file", "delete-file", "move-file", "rename-file", "get-file-ext",
+                           "get-filename", "get-file-path", "change-file-ext", "change-file-path"})
+    AddFunction<TFileFunction>(TKBName(Name));
+  for (const char* Name : {"get-current-dir", "set-current-dir", "get-files", "get-dirs", "get-parent-dir",
+                           "get-root-dir", "is-dir-empty", "is-dir-exists", "create-dir", "copy-dir", "move-dir",
+                           "delete-dir", "dir-delim"})
+    AddFunction<TDirectoryFunction>(TKBName(Name));
 }
 
 // ---------------------------------------------------------------- logic

@@ -69,6 +69,23 @@ COGENT_BUILT_IN_FUNCTION(TClearStorageFunction)
 COGENT_BUILT_IN_FUNCTION(TDoBackwardChainingFunction)
 COGENT_BUILT_IN_FUNCTION(TVersionFunction)
 
+// Lists: each result is a new list whose items are copies, so that no result
+// shares a value with its source. Positions count from 0.
+COGENT_BUILT_IN_FUNCTION(TCreateMFFunction)
+COGENT_BUILT_IN_FUNCTION(TDeleteMFFunction)
+COGENT_BUILT_IN_FUNCTION(TExplodeMFFunction)
+COGENT_BUILT_IN_FUNCTION(TFirstMFFunction)
+COGENT_BUILT_IN_FUNCTION(TImplodeMFFunction)
+COGENT_BUILT_IN_FUNCTION(TInsertMFFunction)
+COGENT_BUILT_IN_FUNCTION(TLengthMFFunction)
+COGENT_BUILT_IN_FUNCTION(TMemberFunction)
+COGENT_BUILT_IN_FUNCTION(TMemberMFFunction)
+COGENT_BUILT_IN_FUNCTION(TNthMFFunction)
+COGENT_BUILT_IN_FUNCTION(TReplaceMFFunction)
+COGENT_BUILT_IN_FUNCTION(TRestMFFunction)
+COGENT_BUILT_IN_FUNCTION(TSubSeqMFFunction)
+COGENT_BUILT_IN_FUNCTION(TSubSetpMFFunction)
+
 // Text in and out through logical names, and files.
 COGENT_BUILT_IN_FUNCTION(TOpenFunction)
 COGENT_BUILT_IN_FUNCTION(TCloseFunction)
@@ -125,6 +142,125 @@ protected:
 
 private:
   TCurrentModuleFunctionType FFunctionType = cmfGetCurrentModule;
+};
+
+// The file system and the operating system. Each family is one class whose
+// type code, set by the name or by the property, decides what it does.
+
+enum TPathFunctionType : std::uint8_t { pftGetHomePath, pftGetDocumentsPath, pftGetTempPath };
+
+// get-home-path, get-documents-path, get-temp-path.
+class TPathFunction : public TBuiltInFunction {
+public:
+  TPathFunction();
+  explicit TPathFunction(const TKBName& AName) { SetFunctionName(AName); }
+
+  TPathFunctionType GetPathFunctionType() const noexcept { return FPathFunctionType; }
+  // Also sets the comment, the arguments and the limits of the code.
+  void SetPathFunctionType(TPathFunctionType Value);
+  // A name of the family also sets the type; another leaves it as it is.
+  void SetFunctionName(const TKBName& Value) override;
+
+protected:
+  void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) override;
+
+private:
+  TPathFunctionType FPathFunctionType = pftGetHomePath;
+};
+
+enum TOSVersionFunctionType : std::uint8_t {
+  osvGetOSName,
+  osvGetOSArchitecture,
+  osvGetOSPlatform,
+  osvGetOSBuildVersion,
+  osvGetOSMajorVersion,
+  osvGetOSMinorVersion
+};
+
+// get-os-name, get-os-architecture, get-os-platform, get-os-build-version,
+// get-os-major-version, get-os-minor-version.
+class TOSVersionFunction : public TBuiltInFunction {
+public:
+  TOSVersionFunction();
+  explicit TOSVersionFunction(const TKBName& AName) { SetFunctionName(AName); }
+
+  TOSVersionFunctionType GetOSVersionFunctionType() const noexcept { return FOSVersionFunctionType; }
+  void SetOSVersionFunctionType(TOSVersionFunctionType Value);
+  void SetFunctionName(const TKBName& Value) override;
+
+protected:
+  void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) override;
+
+private:
+  TOSVersionFunctionType FOSVersionFunctionType = osvGetOSName;
+};
+
+enum TFileFunctionType : std::uint8_t {
+  fftIsFileExists,
+  fftCopyFile,
+  fftDeleteFile,
+  fftMoveFile,
+  fftRenameFile,
+  fftGetFileExt,
+  fftGetFilename,
+  fftGetFilePath,
+  fftReplaceFileExt,
+  fftReplaceFilePath
+};
+
+// is-file-exists, copy-file, delete-file, move-file, rename-file,
+// get-file-ext, get-filename, get-file-path, change-file-ext,
+// change-file-path. What changes files answers FALSE when it fails.
+class TFileFunction : public TBuiltInFunction {
+public:
+  TFileFunction();
+  explicit TFileFunction(const TKBName& AName) { SetFunctionName(AName); }
+
+  TFileFunctionType GetFileFunctionType() const noexcept { return FFileFunctionType; }
+  void SetFileFunctionType(TFileFunctionType Value);
+  void SetFunctionName(const TKBName& Value) override;
+
+protected:
+  void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) override;
+
+private:
+  TFileFunctionType FFileFunctionType = fftIsFileExists;
+};
+
+enum TDirectoryFunctionType : std::uint8_t {
+  dftGetCurrentDir,
+  dftSetCurrentDir,
+  dftGetFiles,
+  dftGetDirs,
+  dftGetParentDir,
+  dftGetRootDir,
+  dftIsDirEmpty,
+  dftIsDirExists,
+  dftCreateDir,
+  dftCopyDir,
+  dftMoveDir,
+  dftDeleteDir,
+  dftDirDelim
+};
+
+// get-current-dir, set-current-dir, get-files, get-dirs, get-parent-dir,
+// get-root-dir, is-dir-empty, is-dir-exists, create-dir, copy-dir, move-dir,
+// delete-dir, dir-delim. What changes directories answers FALSE when it
+// fails.
+class TDirectoryFunction : public TBuiltInFunction {
+public:
+  TDirectoryFunction();
+  explicit TDirectoryFunction(const TKBName& AName) { SetFunctionName(AName); }
+
+  TDirectoryFunctionType GetDirectoryFunctionType() const noexcept { return FDirectoryFunctionType; }
+  void SetDirectoryFunctionType(TDirectoryFunctionType Value);
+  void SetFunctionName(const TKBName& Value) override;
+
+protected:
+  void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) override;
+
+private:
+  TDirectoryFunctionType FDirectoryFunctionType = dftGetCurrentDir;
 };
 
 }  // namespace cogent

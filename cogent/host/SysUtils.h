@@ -245,6 +245,98 @@ bool DeleteFile(const std::string& FileName);
 // False when the file could not be renamed, also when NewName exists.
 bool RenameFile(const std::string& OldName, const std::string& NewName);
 
+// ---------------------------------------------------------------- file system
+// The operations below raise EInOutError, or one of its kinds, with a
+// message of ours when the system refuses; none leaves a half-written file
+// or directory behind: a copy is made under a scratch name beside the target
+// and renamed into place only when it is whole.
+
+COGENT_DECLARE_EXCEPTION(EInOutError, Exception)
+COGENT_DECLARE_EXCEPTION(EDirectoryNotFoundException, EInOutError)
+COGENT_DECLARE_EXCEPTION(EFileNotFoundException, EInOutError)
+
+inline constexpr const char* SPathEmpty = "The path is empty";
+inline constexpr const char* SDirectoryNotFound = "Directory \"%s\" not found";
+inline constexpr const char* SFileNotFound = "File \"%s\" not found";
+inline constexpr const char* SPathExists = "\"%s\" exists already";
+// The operation, the path and the system's reason.
+inline constexpr const char* SPathError = "Cannot %s \"%s\". %s";
+inline constexpr const char* SNoHomePath = "The user has no home directory";
+
+#ifdef _WIN32
+inline constexpr char PathDelim = '\\';
+#else
+inline constexpr char PathDelim = '/';
+#endif
+// The characters that end a directory part of a path on this platform.
+bool IsPathDelimiter(char C) noexcept;
+
+// Path text alone; no file is looked at.
+// The extension with its dot, "" when the name has none.
+std::string ExtractFileExt(std::string_view FileName);
+// The name behind the last delimiter.
+std::string ExtractFileName(std::string_view FileName);
+// Everything up to and including the last delimiter.
+std::string ExtractFilePath(std::string_view FileName);
+// The extension (given with its dot) replaced, or added where there is none.
+std::string ChangeFileExt(std::string_view FileName, std::string_view Extension);
+// The file name under Path; an empty Path leaves the bare name.
+std::string ChangeFilePath(std::string_view FileName, std::string_view Path);
+std::string IncludeTrailingPathDelimiter(std::string_view Path);
+// Whole-name wildcard match: "*" any run of characters, "?" one character
+// (a code point); case counts.
+bool MatchesMask(std::string_view Name, std::string_view Mask);
+
+// Places of the user and of the system.
+std::string GetHomePath();
+std::string GetDocumentsPath();
+std::string GetTempPath();
+
+// Files. Source must be a file; an existing target is refused unless
+// Overwrite is asked for.
+void CopyFile(const std::string& Source, const std::string& Dest, bool Overwrite);
+// Renames, or copies and deletes across devices; an existing target is refused.
+void MoveFile(const std::string& Source, const std::string& Dest);
+
+// Directories.
+std::string GetCurrentDir();
+void SetCurrentDir(const std::string& Dir);
+bool DirectoryExists(const std::string& Dir);  // links are followed
+// The entries directly in Dir whose names match Mask ("" for all), in the
+// order the system lists them, each as Dir joined with its name.
+std::vector<std::string> GetFiles(const std::string& Dir, std::string_view Mask);
+std::vector<std::string> GetDirectories(const std::string& Dir, std::string_view Mask);
+bool IsDirectoryEmpty(const std::string& Dir);
+// Path text: the directory above Path ("" above a root), and the root of Path
+// made absolute.
+std::string GetParentDirectory(const std::string& Path);
+std::string GetDirectoryRoot(const std::string& Path);
+// Every missing directory on the way is made.
+void ForceDirectories(const std::string& Dir);
+// Copies or moves the tree to Dest, which must not exist.
+void CopyDirectory(const std::string& Source, const std::string& Dest);
+void MoveDirectory(const std::string& Source, const std::string& Dest);
+// Without Recursive only an empty directory goes.
+void DeleteDirectory(const std::string& Dir, bool Recursive);
+
+// ---------------------------------------------------------------- the operating system
+
+enum TArchitecture : std::uint8_t { arIntelX86, arIntelX64, arARM32, arARM64, arUnknown };
+enum TPlatform : std::uint8_t { pfWindows, pfMacOS, pfiOS, pfAndroid, pfWinRT, pfLinux, pfUnknown };
+const char* GetArchitectureName(TArchitecture Value) noexcept;  // "arIntelX64"
+const char* GetPlatformName(TPlatform Value) noexcept;          // "pfLinux"
+
+// What the running system says of itself, read once.
+class TOSVersion {
+public:
+  static const std::string& GetName();  // descriptive, such as the distribution's name
+  static TArchitecture GetArchitecture() noexcept;
+  static TPlatform GetPlatform() noexcept;
+  static std::int32_t GetMajor();
+  static std::int32_t GetMinor();
+  static std::int32_t GetBuild();
+};
+
 inline constexpr const char* sLineBreak = "\r\n";
 
 }  // namespace cogent
