@@ -120,9 +120,9 @@ void TStrIndexFunction::InitMetaData() {
 
 void TStrIndexFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  const std::string Part = CheckedText(FunCall, 0, Context);
+  const std::string Needle = CheckedText(FunCall, 0, Context);
   // Both texts are whole code points, so a match of bytes starts on one.
-  const std::size_t Position = UTF8Pos(Part, CheckedText(FunCall, 1, Context));
+  const std::size_t Position = UTF8Pos(Needle, CheckedText(FunCall, 1, Context));
   Result = Position == 0 ? FCFalse
                          : IKBValue(new TKBValue(static_cast<std::int32_t>(std::min<std::size_t>(Position, INT32_MAX)),
                                                  dtInteger));

@@ -13,8 +13,9 @@ constexpr const char* TypeKindNames[] = {"tkUnknown", "tkInteger", "tkChar",    
                                          "tkLString", "tkWString", "tkVariant",   "tkArray",       "tkRecord",
                                          "tkInterface", "tkInt64", "tkDynArray", "tkUString"};
 
-// Tables are filled at start-up and read afterwards; a table's entries never
-// move once the class has stopped publishing, since each lives in a list.
+// Tables are filled at start-up and read afterwards. Each entry is allocated
+// on its own, so the pointers that lookups hand out stay valid while a
+// table grows.
 struct TPropertyRegistry {
   std::mutex Lock;
   std::unordered_map<TClass, std::vector<std::unique_ptr<TPropInfo>>> Tables;
@@ -74,7 +75,9 @@ int IndexOfName(const TPropInfo& Prop, std::string_view Name) {
   return -1;
 }
 
-bool IsCodePoint(std::int64_t Value) { return Value >= 0 && Value <= 0x10FFFF && !(Value >= 0xD800 && Value <= 0xDFFF); }
+bool IsCodePoint(std::int64_t Value) {
+  return Value >= 0 && Value <= 0x10FFFF && !(Value >= 0xD800 && Value <= 0xDFFF);
+}
 
 }  // namespace
 

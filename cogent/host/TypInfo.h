@@ -127,7 +127,8 @@ public:
 
   template <class G, class S>
   PublishedProperties& Integer(std::string Name, G Get, S Set) {
-    return Ordinal(std::move(Name), tkInteger, {}, Get, Set, [](std::int64_t V) { return static_cast<std::int32_t>(V); });
+    return Ordinal(std::move(Name), tkInteger, {}, Get, Set,
+                   [](std::int64_t V) { return static_cast<std::int32_t>(V); });
   }
   template <class G, class S>
   PublishedProperties& Int64(std::string Name, G Get, S Set) {
