@@ -7,5 +7,6 @@
 #include "cogent/facts/KBModule.h"
 #include "cogent/foundation/KBConsts.h"
 #include "cogent/foundation/VXCollections.h"
+#include "cogent/host/TypInfo.h"
 #include "cogent/values/KBFuzzyLogic.h"
 #include "cogent/values/KBValue.h"

@@ -123,12 +123,27 @@ bool TakeArgument(std::string& Result, const TKBValue& Value) {
 
 }  // namespace
 
+bool IsValidUTF8(std::string_view Text) noexcept {
+  std::size_t Pos = 0;
+  while (Pos < Text.size()) {
+    const std::size_t Start = Pos;
+    // The decoder steps one byte over a bad sequence and gives U+FFFD, which
+    // written out properly takes three.
+    if (UTF8Decode(Text, Pos) == U'\uFFFD' && Pos - Start != 3) return false;
+  }
+  return true;
+}
+
 std::string RuleFormat(const std::string& AFormat, const IValueVector& Arguments) {
+  // Widths and precisions count characters, so the text must be whole ones.
+  if (!IsValidUTF8(AFormat)) throw EKBException(SInvalidFormatUTF8);
   std::string Result = AFormat;
   const int Count = Arguments ? Arguments->GetCount() : 0;
   for (int I = 0; I < Count; ++I) {
     const IKBValue& Value = Arguments->GetRef(I);
     if (!Value) continue;
+    if (KBStringTypes.Contains(Value->GetDType()) && !IsValidUTF8(Value->GetAsString()))
+      throw EKBException(SInvalidFormatUTF8);
     while (!TakeArgument(Result, *Value)) {
     }
   }

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBPackages.h"
@@ -15,6 +16,8 @@ namespace cogent {
 // Our own texts for what the message table does not cover.
 inline constexpr const char* SNoArgumentValue = "Argument %d of %s has no value";
 inline constexpr const char* SNotAvailableYet = "%s is not available yet";
+inline constexpr const char* SInvalidUTF8 = "Invalid UTF-8 text given to %s";
+inline constexpr const char* SInvalidFormatUTF8 = "Invalid UTF-8 text to format";
 
 // A built-in function: its description is set once, in InitMetaData,
 // through Describe.
@@ -83,7 +86,13 @@ inline const IKBValue& Truth(bool Value) noexcept { return Value ? FCTrue : FCFa
 // argument left without a directive is appended after a blank. A plain "%n"
 // is a line break and takes no argument; a directive of another type uses
 // its argument up and stays as it is. Directives without an argument stay.
+// Text that is no valid UTF-8, in the format or in an argument of a text
+// kind, raises SInvalidFormatUTF8.
 std::string RuleFormat(const std::string& AFormat, const IValueVector& Arguments);
+
+// Whether Text is well-formed UTF-8: no stray or missing continuation bytes,
+// no overlong forms, surrogates or code points beyond U+10FFFF.
+bool IsValidUTF8(std::string_view Text) noexcept;
 
 }  // namespace cogent
 

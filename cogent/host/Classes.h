@@ -204,6 +204,22 @@ private:
   bool FHearsSiblings = true;
 };
 
+// ---------------------------------------------------------------- TBasicAction
+
+// A command that a host component carries out. Execute fires OnExecute and
+// tells whether there was a handler to run.
+class TBasicAction : public TComponent {
+public:
+  explicit TBasicAction(TComponent* AOwner) : TComponent(AOwner) {}
+  virtual bool Execute() {
+    if (!OnExecute) return false;
+    OnExecute(this);
+    return true;
+  }
+
+  TNotifyEvent OnExecute;
+};
+
 // Destroys a component (or any object) held by a plain pointer; nil is fine.
 template <class T>
 void FreeAndNil(T*& AObject) {

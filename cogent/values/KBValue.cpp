@@ -16,6 +16,13 @@ namespace cogent {
 
 namespace {
 
+// Stops watching a borrowed component without telling it anything: the
+// value may be letting go while the component is being destroyed.
+void Unwatch(TObject* Object, std::unique_ptr<TKBValueNexus>& Nexus) {
+  if (auto* Component = dynamic_cast<TComponent*>(Object)) Component->RemoveFreeNotification(Nexus.get());
+  Nexus.reset();
+}
+
 // "%.4f" without the process locale; a negative value that rounds to zero
 // prints as zero.
 std::string FloatText(double Value) {
@@ -130,6 +137,7 @@ TKBValue::TKBValue(TObject* AObject, bool Owned) {
   } else {
     FKBType = dtObject;
     FValue.VInteger = PointerCell(AObject);
+    WatchObject();
   }
 }
 
@@ -150,6 +158,8 @@ void TKBValue::Changing(TKBType) {
     FValue.VInteger = 0;
     FKBType = dtNone;
     if (!(Component && Component->GetComponentState().Contains(csDestroying))) delete Object;
+  } else if (FNexus) {
+    Unwatch(CellPointer<TObject>(FValue.VInteger), FNexus);
   } else if (IsInterfaceKind(FKBType)) {
     FValue.VInterface = nullptr;
     FKBType = dtNone;
@@ -213,6 +223,15 @@ void TKBValue::Disown(TObject* Object) {
 void TKBValue::SetAsObject(TObject* Value) {
   Disown(Value);  // storing the owned object again must not free it
   StoreInteger(dtObject, PointerCell(Value));
+  WatchObject();
+}
+
+void TKBValue::WatchObject() {
+  if (FKBType != dtObject || FNexus) return;
+  auto* Component = dynamic_cast<TComponent*>(CellPointer<TObject>(FValue.VInteger));
+  if (!Component || Component->GetComponentState().Contains(csDestroying)) return;
+  FNexus = std::make_unique<TKBValueNexus>(this, false);
+  Component->FreeNotification(FNexus.get());
 }
 
 void TKBValue::SetAsOwnedObject(TObject* Value) {
@@ -222,7 +241,7 @@ void TKBValue::SetAsOwnedObject(TObject* Value) {
   FValue.VInteger = PointerCell(Value);
   // The nexus marks the object as owned; a component also tells it when it
   // is freed elsewhere.
-  FNexus = std::make_unique<TKBValueNexus>(this);
+  FNexus = std::make_unique<TKBValueNexus>(this, true);
   if (auto* Component = dynamic_cast<TComponent*>(Value)) Component->FreeNotification(FNexus.get());
   Changed();
 }
@@ -236,9 +255,16 @@ void TKBValue::Reset() {
 }
 
 void TKBValue::Notification(TComponent* AComponent, TOperation Operation) {
-  if (Operation == opRemove && FKBType == dtObject &&
-      CellPointer<TObject>(FValue.VInteger) == static_cast<TObject*>(AComponent))
+  if (Operation != opRemove || FKBType != dtObject ||
+      CellPointer<TObject>(FValue.VInteger) != static_cast<TObject*>(AComponent))
+    return;
+  if (IsOwningObject()) {
     Reset();
+  } else {
+    // Borrowed: the value stays an object value, now holding nil.
+    FNexus.reset();
+    FValue.VInteger = 0;
+  }
 }
 
 // ---------------------------------------------------------------- getters
@@ -539,6 +565,7 @@ void TKBValue::Assign(TPersistent* Source) {
       FValue.VExtended = Value->FValue.VExtended;
     else
       FValue.VInteger = Value->FValue.VInteger;
+    WatchObject();
   }
   FTag = Value->FTag;
   Changed();
@@ -574,6 +601,7 @@ void TKBValue::Assign(const IInterface& Source) {
       FValue.VExtended = Value->FValue.VExtended;
     else
       FValue.VInteger = Value->FValue.VInteger;
+    WatchObject();
   }
   Changed();
 }

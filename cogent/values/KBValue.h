@@ -28,16 +28,19 @@ protected:
   ~ISingletonsParser() = default;
 };
 
-// Hears the removal of a component that a value owns.
+// Hears the removal of the component that a value holds: one it owns, or
+// one it only borrows, which it lets go of so that it never dangles.
 class TKBValueNexus : public TComponent {
 public:
-  explicit TKBValueNexus(TKBValue* AKBValue) : TComponent(nullptr), FKBValue(AKBValue) {}
+  TKBValueNexus(TKBValue* AKBValue, bool AOwns) : TComponent(nullptr), FKBValue(AKBValue), FOwns(AOwns) {}
+  bool GetOwns() const noexcept { return FOwns; }
 
 protected:
   void Notification(TComponent* AComponent, TOperation Operation) override;
 
 private:
   TKBValue* FKBValue;
+  bool FOwns;
 };
 
 using TKBValueChangeEvent = std::function<void(const IKBValue& Value)>;
@@ -76,7 +79,7 @@ public:
 
   // ------------------------------------------------------------ state
   TKBType GetDType() const noexcept { return FKBType; }
-  bool IsOwningObject() const noexcept { return FKBType == dtObject && FNexus != nullptr; }
+  bool IsOwningObject() const noexcept { return FKBType == dtObject && FNexus && FNexus->GetOwns(); }
   const TKBValueChangeEvent& GetOnChange() const noexcept { return FOnChange; }
   void SetOnChange(TKBValueChangeEvent Value) { FOnChange = std::move(Value); }
   std::intptr_t GetTag() const override { return FTag; }
@@ -172,12 +175,15 @@ private:
   TObject* CopyOwnedObject(const TKBValue& Source) const;
   // Gives up ownership of Object, if it is the owned one, without freeing it.
   void Disown(TObject* Object);
+  // A borrowed component is watched: when it is freed, by whoever, the
+  // value holds nil instead.
+  void WatchObject();
   IKBValue Self() const { return IKBValue(const_cast<TKBValue*>(this)); }
 
   TKBValueRec FValue;
   TKBType FKBType = dtNone;
   std::intptr_t FTag = 0;
-  // Present exactly while the value owns its object.
+  // Present while the value owns its object or watches a borrowed component.
   std::unique_ptr<TKBValueNexus> FNexus;
   TKBValueChangeEvent FOnChange;
 };

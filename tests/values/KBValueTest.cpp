@@ -252,6 +252,36 @@ TEST(KBValueTest, OwnedComponents) {
   EXPECT_EQ(ErrorOf([&] { Unique->Clone(); }), "Uncloneable value.  Value owned an object of &s class type");
 }
 
+TEST(KBValueTest, BorrowedComponentsAreLetGo) {
+  // Freed elsewhere, a borrowed component leaves every value that held it,
+  // copies included, holding nil.
+  auto* Thing = new TOwnedThing(nullptr);
+  IKBValue V(new TKBValue(Thing, false));
+  IKBValue Copy = V->Clone();
+  IKBValue Set(new TKBValue());
+  Set->SetAsObject(Thing);
+  delete Thing;
+  for (const IKBValue& Held : {V, Copy, Set}) {
+    EXPECT_EQ(Held->GetDType(), dtObject);
+    EXPECT_EQ(Held->GetAsObject(), nullptr);
+    EXPECT_EQ(Held->GetToString(), "");
+  }
+
+  // A value that lets go first leaves nothing behind in the component, also
+  // when the component itself holds the value and goes with it.
+  struct TSelfHolder : TComponent {
+    TSelfHolder() : TComponent(nullptr) { Self = IKBValue(new TKBValue(this, false)); }
+    ~TSelfHolder() override {
+      Destroying();
+      Self = nullptr;
+    }
+    IKBValue Self;
+  };
+  auto* Holder = new TSelfHolder;
+  { IKBValue Other(new TKBValue(Holder, false)); }
+  delete Holder;
+}
+
 TEST(KBValueTest, PointerKindsShareTheCell) {
   int Dummy = 0;
   IKBValue Address(new TKBValue());
