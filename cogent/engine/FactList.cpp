@@ -2,6 +2,7 @@
 // caches that find a fact by its content without scanning working memory.
 
 #include <algorithm>
+#include <bit>
 
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/engine/KBCollections.h"
@@ -26,14 +27,77 @@ TFacts::TFacts(TInferenceEngine* AEngine, TModule* AModule) : TKBEngineBound(AEn
 
 TFacts::~TFacts() = default;
 
+// ---------------------------------------------------------------- hash index
+
+std::size_t TFactHashIndex::Home(std::int32_t Hash) const noexcept {
+  // The high bits of a Fibonacci product: neighbouring hash codes scatter.
+  return static_cast<std::size_t>((static_cast<std::uint64_t>(static_cast<std::uint32_t>(Hash)) *
+                                   0x9E3779B97F4A7C15ULL) >> FShift) & FMask;
+}
+
+void TFactHashIndex::Clear() noexcept {
+  std::vector<TEntry>().swap(FEntries);
+  FMask = FCount = FUsed = 0;
+  FShift = 64;
+}
+
+void TFactHashIndex::Reserve(std::size_t Count) {
+  if (Count * 2 > FEntries.size()) Rebuild(Count);
+}
+
+void TFactHashIndex::Rebuild(std::size_t Count) {
+  // At most half full, removed entries left behind.
+  const std::size_t Capacity = std::bit_ceil(std::max<std::size_t>(16, Count * 2));
+  std::vector<TEntry> Old;
+  Old.swap(FEntries);
+  FEntries.resize(Capacity);
+  FMask = Capacity - 1;
+  FShift = 64 - std::countr_zero(Capacity);
+  FCount = FUsed = 0;
+  for (const TEntry& Entry : Old)
+    if (Entry.State == esFull) Add(Entry.Hash, Entry.Fact);
+}
+
+void TFactHashIndex::Add(std::int32_t Hash, TFact* Fact) {
+  if ((FUsed + 1) * 2 > FEntries.size()) Rebuild(FCount + 1);
+  std::size_t I = Home(Hash);
+  while (FEntries[I].State == esFull) I = (I + 1) & FMask;
+  if (FEntries[I].State == esEmpty) ++FUsed;
+  FEntries[I] = {Fact, Hash, esFull};
+  ++FCount;
+}
+
+bool TFactHashIndex::Remove(std::int32_t Hash, const TFact* Fact) noexcept {
+  if (FEntries.empty()) return false;
+  for (std::size_t I = Home(Hash);; I = (I + 1) & FMask) {
+    TEntry& Entry = FEntries[I];
+    if (Entry.State == esEmpty) return false;
+    if (Entry.State == esFull && Entry.Fact == Fact) {
+      Entry = {nullptr, 0, esRemoved};
+      --FCount;
+      return true;
+    }
+  }
+}
+
+bool TFactHashIndex::RemoveAnywhere(const TFact* Fact) noexcept {
+  for (TEntry& Entry : FEntries)
+    if (Entry.State == esFull && Entry.Fact == Fact) {
+      Entry = {nullptr, 0, esRemoved};
+      --FCount;
+      return true;
+    }
+  return false;
+}
+
 // ---------------------------------------------------------------- caches
 
 void TFacts::CreateCache() {
-  FCache.reserve(static_cast<std::size_t>(std::max(GetCount(), 101)));
+  FCache.Reserve(static_cast<std::size_t>(GetCount()));
   for (const IFact& Fact : *this) CacheAdd(Fact);
 }
 
-void TFacts::FreeCache() { std::unordered_multimap<std::int32_t, TFact*>().swap(FCache); }
+void TFacts::FreeCache() { FCache.Clear(); }
 
 void TFacts::SetCacheHashCodes(bool Value) {
   if (Value == FCacheHashCodes) return;
@@ -45,20 +109,13 @@ void TFacts::SetCacheHashCodes(bool Value) {
 }
 
 void TFacts::CacheAdd(const IFact& Fact) {
-  if (FCacheHashCodes && Fact) FCache.emplace(Fact->GetHashCode(), Fact.get());
+  if (FCacheHashCodes && Fact) FCache.Add(Fact->GetHashCode(), Fact.get());
 }
 
 void TFacts::CacheRemove(const IFact& Fact) {
   if (!FCacheHashCodes || !Fact) return;
-  const auto Erase = [this, &Fact](auto First, auto Last) {
-    const auto It = std::find_if(First, Last, [&Fact](const auto& Entry) { return Entry.second == Fact.get(); });
-    if (It == Last) return false;
-    FCache.erase(It);
-    return true;
-  };
-  const auto [First, Last] = FCache.equal_range(Fact->GetHashCode());
   // A value changed in place under the fact moved its hash: find it the long way.
-  if (!Erase(First, Last)) Erase(FCache.begin(), FCache.end());
+  if (!FCache.Remove(Fact->GetHashCode(), Fact.get())) FCache.RemoveAnywhere(Fact.get());
 }
 
 // ---------------------------------------------------------------- list work
@@ -133,7 +190,7 @@ int TFacts::Remove(const IInterface& Item) {
 }
 
 void TFacts::Clear() {
-  FCache.clear();
+  FCache.Clear();
   TInterfaceListPersistent<TFact>::Clear();
   FMaxID = 0;
   if (FEngine) FEngine->RetractFacts();
@@ -179,9 +236,9 @@ int TFacts::FindFact(const IFact& AFact) const {
   if (!AFact) return -1;
   if (!FPreserveIDs && FCacheHashCodes) {
     const TFact* Found = nullptr;
-    auto [First, Last] = FCache.equal_range(AFact->GetHashCode());
-    for (auto It = First; It != Last; ++It)
-      if ((!Found || It->second->GetID() < Found->GetID()) && AFact->Equals(IFact(It->second))) Found = It->second;
+    FCache.ForEach(AFact->GetHashCode(), [&](TFact* Candidate) {
+      if ((!Found || Candidate->GetID() < Found->GetID()) && AFact->Equals(IFact(Candidate))) Found = Candidate;
+    });
     return Found ? IndexOf(IFact(const_cast<TFact*>(Found))) : -1;
   }
   const auto& List = Items();

@@ -275,6 +275,45 @@ private:
 
 // ---------------------------------------------------------------- TFacts
 
+// Facts under their hash codes, for finding a fact by content: open
+// addressing with linear probing in one flat table, so that a look-up reads
+// one run of neighbouring entries instead of chasing a node per fact.
+class TFactHashIndex {
+public:
+  void Clear() noexcept;
+  void Reserve(std::size_t Count);
+  void Add(std::int32_t Hash, TFact* Fact);
+  // False when Fact is not filed under Hash.
+  bool Remove(std::int32_t Hash, const TFact* Fact) noexcept;
+  // For a fact whose hash moved since it was filed.
+  bool RemoveAnywhere(const TFact* Fact) noexcept;
+  template <class TVisit>
+  void ForEach(std::int32_t Hash, TVisit&& Visit) const {
+    if (FEntries.empty()) return;
+    for (std::size_t I = Home(Hash);; I = (I + 1) & FMask) {
+      const TEntry& Entry = FEntries[I];
+      if (Entry.State == esEmpty) return;
+      if (Entry.State == esFull && Entry.Hash == Hash) Visit(Entry.Fact);
+    }
+  }
+
+private:
+  enum TEntryState : std::uint8_t { esEmpty, esFull, esRemoved };
+  struct TEntry {
+    TFact* Fact = nullptr;
+    std::int32_t Hash = 0;
+    TEntryState State = esEmpty;
+  };
+  std::size_t Home(std::int32_t Hash) const noexcept;
+  void Rebuild(std::size_t Capacity);
+  std::vector<TEntry> FEntries;
+  std::size_t FMask = 0;
+  std::size_t FCount = 0;  // full entries
+  std::size_t FUsed = 0;   // full and removed ones
+  int FShift = 64;
+};
+
+
 // The facts of one module in ascending id order, with caches that find a
 // fact by content. A host may use it as a plain list: adding asserts,
 // deleting retracts.
@@ -335,7 +374,7 @@ private:
   // Every fact under its hash while FCacheHashCodes is on, fuzzy facts too
   // (their hash leaves the fuzzy slots out, as their equality does). A hash
   // only narrows the search: Equals decides.
-  std::unordered_multimap<std::int32_t, TFact*> FCache;
+  TFactHashIndex FCache;
 };
 
 }  // namespace cogent

@@ -29,11 +29,6 @@ private:
   std::int32_t FIndex = -1;
 };
 
-IKBValue CloneDefault(const IFactSlot& Slot) {
-  const IKBValue Default = Slot->GetSlotDefault();
-  return Default ? Default->Clone() : FCNil;
-}
-
 IKBValue CloneDefault(const TFactSlot& Slot) {
   const IKBValue Default = Slot.GetSlotDefault();
   return Default ? Default->Clone() : FCNil;
