@@ -332,13 +332,11 @@ void TRule::SetSalience(const IKBValue& Value) {
 
 std::int32_t TRule::EvaluateSalience() {
   if (!FSalienceValue) return FSalience;
+  // A number needs no context; anything else waits for an engine.
+  const TKBType Kind = FSalienceValue->GetDType();
+  if (Kind == dtInteger || Kind == dtFloat) return FSalience = FSalienceValue->GetAsInteger();
   IKnowledgeBase* Host = Engine();
-  if (!Host) {
-    // A number needs no context; anything else waits for an engine.
-    const TKBType Kind = FSalienceValue->GetDType();
-    if (Kind == dtInteger || Kind == dtFloat) FSalience = FSalienceValue->GetAsInteger();
-    return FSalience;
-  }
+  if (!Host) return FSalience;
   // The expression stays: it is read again at each evaluation, and a new
   // value only moves the agenda's order, never the rule's nodes, so the
   // network is not told.
