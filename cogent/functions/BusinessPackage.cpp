@@ -25,16 +25,6 @@ namespace {
   return true;
 }();
 
-IKBValue NewFloat(double Value) { return IKBValue(new TKBValue(Value)); }
-
-double Numeric(const IFunCall& FunCall, int Index, TKBContext* Context) {
-  return Evaluate(FunCall, Index, Context)->GetAsNumeric();
-}
-
-std::int32_t Integer(const IFunCall& FunCall, int Index, TKBContext* Context) {
-  return Evaluate(FunCall, Index, Context)->GetAsInteger();
-}
-
 // The last argument, the payment time, is read before all others.
 TPaymentTime PaymentTimeOf(const IFunCall& FunCall, TKBContext* Context) {
   return StrToPaymentTime(TextOf(FunCall, FunCall->GetArgumentCount() - 1, Context));
@@ -91,10 +81,10 @@ void TDoubleDecliningBalanceFunction::InitMetaData() {
 
 void TDoubleDecliningBalanceFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  const double Cost = Numeric(FunCall, 0, Context);
-  const double Salvage = Numeric(FunCall, 1, Context);
-  const std::int32_t Life = Integer(FunCall, 2, Context);
-  const std::int32_t Period = Integer(FunCall, 3, Context);
+  const double Cost = NumberOf(FunCall, 0, Context);
+  const double Salvage = NumberOf(FunCall, 1, Context);
+  const std::int32_t Life = IntegerOf(FunCall, 2, Context);
+  const std::int32_t Period = IntegerOf(FunCall, 3, Context);
   Result = NewFloat(DoubleDecliningBalance(Cost, Salvage, Life, Period));
 }
 
@@ -105,9 +95,9 @@ void TSLNDepreciationFunction::InitMetaData() {
 
 void TSLNDepreciationFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  const double Cost = Numeric(FunCall, 0, Context);
-  const double Salvage = Numeric(FunCall, 1, Context);
-  Result = NewFloat(SLNDepreciation(Cost, Salvage, Integer(FunCall, 2, Context)));
+  const double Cost = NumberOf(FunCall, 0, Context);
+  const double Salvage = NumberOf(FunCall, 1, Context);
+  Result = NewFloat(SLNDepreciation(Cost, Salvage, IntegerOf(FunCall, 2, Context)));
 }
 
 void TSYDDepreciationFunction::InitMetaData() {
@@ -119,10 +109,10 @@ void TSYDDepreciationFunction::InitMetaData() {
 
 void TSYDDepreciationFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  const double Cost = Numeric(FunCall, 0, Context);
-  const double Salvage = Numeric(FunCall, 1, Context);
-  const std::int32_t Life = Integer(FunCall, 2, Context);
-  const std::int32_t Period = Integer(FunCall, 3, Context);
+  const double Cost = NumberOf(FunCall, 0, Context);
+  const double Salvage = NumberOf(FunCall, 1, Context);
+  const std::int32_t Life = IntegerOf(FunCall, 2, Context);
+  const std::int32_t Period = IntegerOf(FunCall, 3, Context);
   Result = NewFloat(SYDDepreciation(Cost, Salvage, Life, Period));
 }
 
@@ -139,10 +129,10 @@ void TFutureValueFunction::InitMetaData() {
 void TFutureValueFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   const TPaymentTime PaymentTime = PaymentTimeOf(FunCall, Context);
-  const double Rate = Numeric(FunCall, 0, Context);
-  const std::int32_t NPeriods = Integer(FunCall, 1, Context);
-  const double Paid = Numeric(FunCall, 2, Context);
-  const double Present = Numeric(FunCall, 3, Context);
+  const double Rate = NumberOf(FunCall, 0, Context);
+  const std::int32_t NPeriods = IntegerOf(FunCall, 1, Context);
+  const double Paid = NumberOf(FunCall, 2, Context);
+  const double Present = NumberOf(FunCall, 3, Context);
   Result = NewFloat(FutureValue(Rate, NPeriods, Paid, Present, PaymentTime));
 }
 
@@ -157,10 +147,10 @@ void TPresentValueFunction::InitMetaData() {
 void TPresentValueFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   const TPaymentTime PaymentTime = PaymentTimeOf(FunCall, Context);
-  const double Rate = Numeric(FunCall, 0, Context);
-  const std::int32_t NPeriods = Integer(FunCall, 1, Context);
-  const double Paid = Numeric(FunCall, 2, Context);
-  const double Future = Numeric(FunCall, 3, Context);
+  const double Rate = NumberOf(FunCall, 0, Context);
+  const std::int32_t NPeriods = IntegerOf(FunCall, 1, Context);
+  const double Paid = NumberOf(FunCall, 2, Context);
+  const double Future = NumberOf(FunCall, 3, Context);
   Result = NewFloat(PresentValue(Rate, NPeriods, Paid, Future, PaymentTime));
 }
 
@@ -175,10 +165,10 @@ void TPaymentFunction::InitMetaData() {
 void TPaymentFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   const TPaymentTime PaymentTime = PaymentTimeOf(FunCall, Context);
-  const double Rate = Numeric(FunCall, 0, Context);
-  const std::int32_t NPeriods = Integer(FunCall, 1, Context);
-  const double Present = Numeric(FunCall, 2, Context);
-  const double Future = Numeric(FunCall, 3, Context);
+  const double Rate = NumberOf(FunCall, 0, Context);
+  const std::int32_t NPeriods = IntegerOf(FunCall, 1, Context);
+  const double Present = NumberOf(FunCall, 2, Context);
+  const double Future = NumberOf(FunCall, 3, Context);
   Result = NewFloat(Payment(Rate, NPeriods, Present, Future, PaymentTime));
 }
 
@@ -193,10 +183,10 @@ void TNumberOfPeriodsFunction::InitMetaData() {
 void TNumberOfPeriodsFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   const TPaymentTime PaymentTime = PaymentTimeOf(FunCall, Context);
-  const double Rate = Numeric(FunCall, 0, Context);
-  const double Paid = Numeric(FunCall, 1, Context);
-  const double Present = Numeric(FunCall, 2, Context);
-  const double Future = Numeric(FunCall, 3, Context);
+  const double Rate = NumberOf(FunCall, 0, Context);
+  const double Paid = NumberOf(FunCall, 1, Context);
+  const double Present = NumberOf(FunCall, 2, Context);
+  const double Future = NumberOf(FunCall, 3, Context);
   Result = NewFloat(NumberOfPeriods(Rate, Paid, Present, Future, PaymentTime));
 }
 
@@ -211,10 +201,10 @@ void TInterestRateFunction::InitMetaData() {
 void TInterestRateFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   const TPaymentTime PaymentTime = PaymentTimeOf(FunCall, Context);
-  const std::int32_t NPeriods = Integer(FunCall, 0, Context);
-  const double Paid = Numeric(FunCall, 1, Context);
-  const double Present = Numeric(FunCall, 2, Context);
-  const double Future = Numeric(FunCall, 3, Context);
+  const std::int32_t NPeriods = IntegerOf(FunCall, 0, Context);
+  const double Paid = NumberOf(FunCall, 1, Context);
+  const double Present = NumberOf(FunCall, 2, Context);
+  const double Future = NumberOf(FunCall, 3, Context);
   Result = NewFloat(InterestRate(NPeriods, Paid, Present, Future, PaymentTime));
 }
 
@@ -229,11 +219,11 @@ void TInterestPaymentFunction::InitMetaData() {
 void TInterestPaymentFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   const TPaymentTime PaymentTime = PaymentTimeOf(FunCall, Context);
-  const double Rate = Numeric(FunCall, 0, Context);
-  const std::int32_t Period = Integer(FunCall, 1, Context);
-  const std::int32_t NPeriods = Integer(FunCall, 2, Context);
-  const double Present = Numeric(FunCall, 3, Context);
-  const double Future = Numeric(FunCall, 4, Context);
+  const double Rate = NumberOf(FunCall, 0, Context);
+  const std::int32_t Period = IntegerOf(FunCall, 1, Context);
+  const std::int32_t NPeriods = IntegerOf(FunCall, 2, Context);
+  const double Present = NumberOf(FunCall, 3, Context);
+  const double Future = NumberOf(FunCall, 4, Context);
   Result = NewFloat(InterestPayment(Rate, Period, NPeriods, Present, Future, PaymentTime));
 }
 
@@ -248,11 +238,11 @@ void TPeriodPaymentFunction::InitMetaData() {
 void TPeriodPaymentFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   const TPaymentTime PaymentTime = PaymentTimeOf(FunCall, Context);
-  const double Rate = Numeric(FunCall, 0, Context);
-  const std::int32_t Period = Integer(FunCall, 1, Context);
-  const std::int32_t NPeriods = Integer(FunCall, 2, Context);
-  const double Present = Numeric(FunCall, 3, Context);
-  const double Future = Numeric(FunCall, 4, Context);
+  const double Rate = NumberOf(FunCall, 0, Context);
+  const std::int32_t Period = IntegerOf(FunCall, 1, Context);
+  const std::int32_t NPeriods = IntegerOf(FunCall, 2, Context);
+  const double Present = NumberOf(FunCall, 3, Context);
+  const double Future = NumberOf(FunCall, 4, Context);
   Result = NewFloat(PeriodPayment(Rate, Period, NPeriods, Present, Future, PaymentTime));
 }
 
@@ -266,7 +256,7 @@ void TNetPresentValueFunction::InitMetaData() {
 void TNetPresentValueFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   const TPaymentTime PaymentTime = PaymentTimeOf(FunCall, Context);
-  const double Rate = Numeric(FunCall, 0, Context);
+  const double Rate = NumberOf(FunCall, 0, Context);
   Result = NewFloat(NetPresentValue(Rate, CashFlows(FunCall, 1, Context), PaymentTime));
 }
 
@@ -278,7 +268,7 @@ void TInternalRateOfReturnFunction::InitMetaData() {
 
 void TInternalRateOfReturnFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  const double Guess = Numeric(FunCall, 0, Context);
+  const double Guess = NumberOf(FunCall, 0, Context);
   Result = NewFloat(InternalRateOfReturn(Guess, CashFlows(FunCall, 1, Context)));
 }
 

@@ -81,9 +81,6 @@ constexpr TFamilyMember DirectoryFunctions[] = {
     {"dir-delim", "Returns the delimiter between directories in a path", "", 0, 0},
 };
 
-IKBValue NewString(const std::string& Text) { return IKBValue(new TKBValue(Text, dtString)); }
-IKBValue NewAtom(const std::string& Text) { return IKBValue(new TKBValue(Text, dtAtom)); }
-IKBValue NewInteger(std::int32_t Value) { return IKBValue(new TKBValue(Value, dtInteger)); }
 
 // A host enumeration's value name without its two-letter prefix.
 IKBValue EnumerationAtom(const char* Name) {

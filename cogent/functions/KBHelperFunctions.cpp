@@ -3,6 +3,8 @@
 #include <string_view>
 #include <vector>
 
+#include "cogent/host/Math.h"
+
 namespace cogent {
 
 void TBuiltInFunction::Describe(const TKBName& Name, const std::string& Comment, const std::string& Arguments,
@@ -39,6 +41,20 @@ IKBValue Evaluate(const IFunCall& FunCall, int Index, TKBContext* Context) {
 std::string TextOf(const IFunCall& FunCall, int Index, TKBContext* Context) {
   return Evaluate(FunCall, Index, Context)->GetAsString();
 }
+
+double NumberOf(const IFunCall& FunCall, int Index, TKBContext* Context) {
+  return Evaluate(FunCall, Index, Context)->GetAsNumeric();
+}
+
+std::int32_t IntegerOf(const IFunCall& FunCall, int Index, TKBContext* Context) {
+  return Evaluate(FunCall, Index, Context)->GetAsInteger();
+}
+
+IValueVector ListOf(const IFunCall& FunCall, int Index, TKBContext* Context) {
+  return Evaluate(FunCall, Index, Context)->GetAsList();
+}
+
+IKBValue NewFloat(double Value) { return IKBValue(new TKBValue(CheckFloat(Value))); }
 
 bool IsReturning(const TKBContext* Context) noexcept { return Context && Context->GetReturning(); }
 

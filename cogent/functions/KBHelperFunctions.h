@@ -67,8 +67,20 @@ TKBContext& ContextOf(TKBContext* Context);
 // goes on to read it; ResolveArgument passes whatever comes back.
 IKBValue Evaluate(const IFunCall& FunCall, int Index, TKBContext* Context);
 IKBValue ResolveArgument(const IFunCall& FunCall, int Index, TKBContext* Context);
-// Argument Index evaluated and read as text.
+// Argument Index evaluated and read as text, as a number, as an integer or
+// as a list.
 std::string TextOf(const IFunCall& FunCall, int Index, TKBContext* Context);
+double NumberOf(const IFunCall& FunCall, int Index, TKBContext* Context);
+std::int32_t IntegerOf(const IFunCall& FunCall, int Index, TKBContext* Context);
+IValueVector ListOf(const IFunCall& FunCall, int Index, TKBContext* Context);
+
+// New result values. A float that is no finite number raises the host's
+// invalid-operation or overflow error instead of becoming a value.
+IKBValue NewFloat(double Value);
+inline IKBValue NewInteger(std::int32_t Value) { return IKBValue(new TKBValue(Value, dtInteger)); }
+inline IKBValue NewString(const std::string& Text) { return IKBValue(new TKBValue(Text, dtString)); }
+inline IKBValue NewAtom(const std::string& Text) { return IKBValue(new TKBValue(Text, dtAtom)); }
+inline IKBValue NewList(const IValueVector& Items) { return IKBValue(new TKBValue(Items)); }
 // The arguments From to To (inclusive) run in order into Result; stops at a
 // return, taking its value, and then gives true.
 bool RunSequence(const IFunCall& FunCall, int From, int To, TKBContext* Context, IKBValue& Result);

@@ -26,16 +26,6 @@ namespace {
   return true;
 }();
 
-IValueVector ListOf(const IFunCall& FunCall, int Index, TKBContext* Context) {
-  return Evaluate(FunCall, Index, Context)->GetAsList();
-}
-
-std::int32_t IntegerOf(const IFunCall& FunCall, int Index, TKBContext* Context) {
-  return Evaluate(FunCall, Index, Context)->GetAsInteger();
-}
-
-IKBValue NewList(const IValueVector& Items) { return IKBValue(new TKBValue(Items)); }
-
 // A copy of the value with a vector of its own where it is a list; a clone
 // would share the vector.
 IKBValue OwnCopy(const IKBValue& Value) { return IKBValue(new TKBValue(Value)); }

@@ -37,8 +37,6 @@ namespace {
   return true;
 }();
 
-IKBValue NewFloat(double Value) { return IKBValue(new TKBValue(CheckFloat(Value))); }
-IKBValue NewInteger(std::int32_t Value) { return IKBValue(new TKBValue(Value, dtInteger)); }
 
 bool IsFloat(const IKBValue& Value) { return Value->GetDType() == dtFloat; }
 
@@ -74,9 +72,6 @@ IKBValue Extreme(const IFunCall& FunCall, TKBContext* Context, Better&& IsBetter
   return Float ? NewFloat(Best) : NewInteger(TruncToInteger(Best));
 }
 
-double Numeric(const IFunCall& FunCall, int Index, TKBContext* Context) {
-  return Evaluate(FunCall, Index, Context)->GetAsNumeric();
-}
 
 }  // namespace
 
@@ -168,9 +163,9 @@ void TDivideFunction::InitMetaData() {
 
 void TDivideFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  double Accumulator = Numeric(FunCall, 0, Context);
+  double Accumulator = NumberOf(FunCall, 0, Context);
   for (int I = 1; I < FunCall->GetArgumentCount(); ++I)
-    Accumulator = FloatDivide(Accumulator, Numeric(FunCall, I, Context));
+    Accumulator = FloatDivide(Accumulator, NumberOf(FunCall, I, Context));
   Result = NewFloat(Accumulator);
 }
 
@@ -212,8 +207,8 @@ void TExptFunction::InitMetaData() {
 
 void TExptFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  const double Base = Numeric(FunCall, 0, Context);
-  Result = NewFloat(std::pow(Base, Numeric(FunCall, 1, Context)));
+  const double Base = NumberOf(FunCall, 0, Context);
+  Result = NewFloat(std::pow(Base, NumberOf(FunCall, 1, Context)));
 }
 
 void TAbsFunction::InitMetaData() {
@@ -242,7 +237,7 @@ void TAbsFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& 
   void Class::InitMetaData() { Describe(Name, Comment, " <numeric-expression>", 1, 1); } \
   void Class::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {     \
     TBuiltInFunction::Call(FunCall, Context, Result);                                    \
-    const double X = Numeric(FunCall, 0, Context);                                       \
+    const double X = NumberOf(FunCall, 0, Context);                                       \
     Result = NewFloat(Expression);                                                       \
   }
 

@@ -55,13 +55,8 @@ constexpr double Pi = std::numbers::pi;
 constexpr double HalfPi = 1.5707963267948966;
 
 // Outside its domain a function gives what the arithmetic gives: a division
-// by zero, or an invalid operation or overflow for a NaN or an infinity.
-IKBValue NewFloat(double Value) { return IKBValue(new TKBValue(CheckFloat(Value))); }
-
-double Numeric(const IFunCall& FunCall, int Index, TKBContext* Context) {
-  return Evaluate(FunCall, Index, Context)->GetAsNumeric();
-}
-
+// by zero, or, through NewFloat, an invalid operation or overflow for a NaN
+// or an infinity.
 double Reciprocal(double Value) { return FloatDivide(1, Value); }
 
 // The inverse of a reciprocal function takes the absolute value, and a
@@ -148,7 +143,7 @@ void TTrigonometryPackage::CreateFunctions() {
   void Class::InitMetaData() { Describe(Name, Comment, " <numeric-expression>", 1, 1); } \
   void Class::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {     \
     TBuiltInFunction::Call(FunCall, Context, Result);                                    \
-    const double X = Numeric(FunCall, 0, Context);                                       \
+    const double X = NumberOf(FunCall, 0, Context);                                       \
     Result = NewFloat(Expression);                                                       \
   }
 
@@ -214,8 +209,8 @@ void TATan2Function::InitMetaData() {
 void TATan2Function::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
   // Y, the second argument, is evaluated first.
-  const double Y = Numeric(FunCall, 1, Context);
-  Result = NewFloat(std::atan2(Y, Numeric(FunCall, 0, Context)));
+  const double Y = NumberOf(FunCall, 1, Context);
+  Result = NewFloat(std::atan2(Y, NumberOf(FunCall, 0, Context)));
 }
 
 void THypotenuseFunction::InitMetaData() {
@@ -225,8 +220,8 @@ void THypotenuseFunction::InitMetaData() {
 
 void THypotenuseFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  const double X = Numeric(FunCall, 0, Context);
-  Result = NewFloat(std::hypot(X, Numeric(FunCall, 1, Context)));
+  const double X = NumberOf(FunCall, 0, Context);
+  Result = NewFloat(std::hypot(X, NumberOf(FunCall, 1, Context)));
 }
 
 // ---------------------------------------------------------------- distances
