@@ -1,3 +1,11 @@
+// GCC 12 takes the release of a counted handle in a destroyed vector for a
+// delete at an offset into the object, the counted base not being the first
+// base; the sanitized build checks that the objects are freed whole. The
+// warning is placed in the header, so this stands before the includes.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wfree-nonheap-object"
+#endif
+
 #include "cogent/fuzzy/VXFuzzyPlot.h"
 
 #include <gtest/gtest.h>
@@ -15,13 +23,6 @@
 #include <vector>
 
 #include "cogent/host/SysUtils.h"
-
-// GCC 12 takes the release of a counted handle in a destroyed vector for a
-// delete at an offset into the object, the counted base not being the first
-// base; the sanitized build checks that the objects are freed whole.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wfree-nonheap-object"
-#endif
 
 using namespace cogent;
 
