@@ -138,6 +138,30 @@ std::vector<std::string> FuzzyPlotLines(const std::vector<IFuzzySet>& Sets, cons
   return Lines;
 }
 
+void FuzzyPlotLimits(const std::vector<IFuzzySet>& Sets, const TFuzzyVariable* Variable,
+                     std::optional<TFzyFloat> Low, std::optional<TFzyFloat> High, TFzyFloat& PlotLow,
+                     TFzyFloat& PlotHigh) {
+  if (Variable) {
+    PlotLow = Low ? std::max(*Low, Variable->GetUniverseLow()) : Variable->GetUniverseLow();
+    PlotHigh = High ? std::min(*High, Variable->GetUniverseHigh()) : Variable->GetUniverseHigh();
+    return;
+  }
+  bool HavePoints = false;
+  TFzyFloat Least = 0.0;
+  TFzyFloat Greatest = 1.0;
+  for (const IFuzzySet& Set : Sets) {
+    if (!Set || Set->GetPointCount() == 0) continue;
+    // The points are sorted by x.
+    const TFzyFloat First = Set->GetPoints().front().X;
+    const TFzyFloat Last = Set->GetPoints().back().X;
+    Least = HavePoints ? std::min(Least, First) : First;
+    Greatest = HavePoints ? std::max(Greatest, Last) : Last;
+    HavePoints = true;
+  }
+  PlotLow = Low ? *Low : Least;
+  PlotHigh = High ? *High : Greatest;
+}
+
 // ---------------------------------------------------------------- geometry
 
 void FuzzyPictureRange(TFzyFloat Low, TFzyFloat High, TFzyFloat& From, TFzyFloat& To) noexcept {

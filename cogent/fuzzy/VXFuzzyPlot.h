@@ -4,6 +4,7 @@
 // document.
 
 #include <iosfwd>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,16 @@ inline constexpr char32_t FuzzyPlotDefaultChar = U'*';
 // skipped.
 std::vector<std::string> FuzzyPlotLines(const std::vector<IFuzzySet>& Sets, const TFuzzyVariable* Variable,
                                         TFzyFloat Low, TFzyFloat High, const std::string& PlotChars);
+
+// The limits of a plot from the limits asked for, where given: with a
+// variable a given Low is raised to the low end of its universe and a given
+// High lowered to the high end, and a limit not given is that end itself.
+// Without a variable a given limit stands as it is, and one not given is the
+// least or the greatest x of the points of the sets (0 and 1 when they have
+// none). Nil sets are skipped.
+void FuzzyPlotLimits(const std::vector<IFuzzySet>& Sets, const TFuzzyVariable* Variable,
+                     std::optional<TFzyFloat> Low, std::optional<TFzyFloat> High, TFzyFloat& PlotLow,
+                     TFzyFloat& PlotHigh);
 
 // ---------------------------------------------------------------- SVG
 

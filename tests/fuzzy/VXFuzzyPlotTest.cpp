@@ -340,6 +340,33 @@ TEST(FuzzyPlotTest, DegenerateLimitsAndSetsStayInTheGrid) {
   for (std::size_t I = 2; I <= 22; ++I) EXPECT_EQ(UTF8Length(NaN[I]), 54U) << I;
 }
 
+TEST(FuzzyPlotTest, LimitsStayInsideTheUniverseOrSpanTheSets) {
+  const IFuzzyVariable Variable = MakeVariable("v");
+  Variable->SetUniverse(0.0, 100.0);
+  const std::vector<IFuzzySet> Sets{MakeSet("a", {{-20.0, 0.0}, {30.0, 1.0}}), nullptr,
+                                    MakeSet("b", {{10.0, 1.0}, {250.0, 0.0}}), MakeSet("c", {})};
+  TFzyFloat Low = -1;
+  TFzyFloat High = -1;
+  FuzzyPlotLimits(Sets, Variable.get(), -50.0, 80.0, Low, High);
+  EXPECT_EQ(Low, 0.0);
+  EXPECT_EQ(High, 80.0);
+  FuzzyPlotLimits(Sets, Variable.get(), 20.0, 500.0, Low, High);
+  EXPECT_EQ(Low, 20.0);
+  EXPECT_EQ(High, 100.0);
+  FuzzyPlotLimits(Sets, Variable.get(), std::nullopt, std::nullopt, Low, High);
+  EXPECT_EQ(Low, 0.0);
+  EXPECT_EQ(High, 100.0);
+  FuzzyPlotLimits(Sets, nullptr, std::nullopt, 40.0, Low, High);
+  EXPECT_EQ(Low, -20.0);
+  EXPECT_EQ(High, 40.0);
+  FuzzyPlotLimits(Sets, nullptr, -500.0, std::nullopt, Low, High);
+  EXPECT_EQ(Low, -500.0);
+  EXPECT_EQ(High, 250.0);
+  FuzzyPlotLimits({}, nullptr, std::nullopt, std::nullopt, Low, High);
+  EXPECT_EQ(Low, 0.0);
+  EXPECT_EQ(High, 1.0);
+}
+
 // ---------------------------------------------------------------- SVG
 
 TEST(FuzzyPlotTest, XMLReaderRefusesWhatIsNotWellFormed) {
