@@ -258,14 +258,17 @@ void WriteSVG(std::ostream& Out, const std::vector<const TFuzzySet*>& Sets, cons
   TFzyFloat To;
   FuzzyPictureRange(Axis.Low, Axis.High, From, To);
   const double MidX = (TLayout::Left + TLayout::Right) / 2;
+  // A long legend makes the picture taller rather than leave it.
+  const double Height =
+      std::max(TLayout::Height, TLayout::Top + 10 + static_cast<double>(Sets.size()) * 20 + 10);
 
   Out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
       << "<svg xmlns=\"http://www.w3.org/2000/svg\" version=\"1.1\" width=\"" << Coordinate(TLayout::Width)
-      << "\" height=\"" << Coordinate(TLayout::Height) << "\" viewBox=\"0 0 " << Coordinate(TLayout::Width) << ' '
-      << Coordinate(TLayout::Height) << "\" font-family=\"sans-serif\" font-size=\"12\">\n"
+      << "\" height=\"" << Coordinate(Height) << "\" viewBox=\"0 0 " << Coordinate(TLayout::Width) << ' '
+      << Coordinate(Height) << "\" font-family=\"sans-serif\" font-size=\"12\">\n"
       << "  <title>" << XMLEscape(Axis.Title) << "</title>\n"
       << "  <rect class=\"background\" x=\"0\" y=\"0\" width=\"" << Coordinate(TLayout::Width) << "\" height=\""
-      << Coordinate(TLayout::Height) << "\" fill=\"white\"/>\n";
+      << Coordinate(Height) << "\" fill=\"white\"/>\n";
   Text(Out, "title", TLayout::Width / 2, 28, "middle", Axis.Title, " font-size=\"16\"");
 
   // Membership from 0 at the bottom to 1 at the top, with a faint grid.

@@ -59,7 +59,7 @@ struct TFuzzyPictureAxis {
 
 // The geometry of a picture, in SVG user units: the plot area lies between
 // Left and Right, membership 1 at Top and 0 at Bottom; the legend stands to
-// the right of it.
+// the right of it, and the picture grows taller for a legend of many sets.
 struct TFuzzyPictureLayout {
   static constexpr double Width = 640.0;
   static constexpr double Height = 400.0;

@@ -452,6 +452,18 @@ TEST(FuzzyPlotTest, DegenerateSetsGiveValidPictures) {
   EXPECT_EQ(To, 1.0);
   FuzzyPictureRange(1e300, 1e300, From, To);
   EXPECT_LT(From, To);
+  // Many sets: the palette starts again, and the legend stays on the page.
+  std::vector<IFuzzySet> Many;
+  for (int I = 0; I < 25; ++I) Many.push_back(MakeSet("s" + std::to_string(I), {{I * 4.0, 1.0}}));
+  std::ostringstream Crowd;
+  WriteFuzzySetsSVG(Crowd, Many, {0.0, 100.0, "", ""});
+  const auto Crowded = ReadXML(Crowd.str());
+  const auto Legends = Crowded->All("text", "legend");
+  ASSERT_EQ(Legends.size(), 25U);
+  EXPECT_EQ(Crowded->All("polyline")[12]->Attr("stroke"), FuzzyPicturePalette[2]);
+  EXPECT_LT(StrToFloat(Legends.back()->Attr("y")), StrToFloat(Crowded->Attr("height")));
+  EXPECT_EQ(Crowded->Attr("viewBox"), "0 0 640.00 " + Crowded->Attr("height"));
+
   std::ostringstream Point;
   WriteFuzzySetsSVG(Point, {Crisp}, {20.0, 20.0, "u", ""});
   ExpectCurve(*ReadXML(Point.str())->All("polyline")[0], {{19.0, 0.0}, {20.0, 0.0}, {20.0, 1.0}, {21.0, 1.0}}, 19.0,
