@@ -55,7 +55,9 @@ TFzyFloat CheckedMembership(TFzyFloat X, TFzyFloat Y) {
 // Cuts to 0..1; NaN, which no operation should give, counts as 0.
 TFzyFloat Clamp01(TFzyFloat Y) noexcept { return Y > 0.0 ? (Y < 1.0 ? Y : 1.0) : 0.0; }
 
-TFzyFloat Lerp(TFzyFloat A, TFzyFloat B, TFzyFloat T) noexcept { return T >= 1.0 ? B : A + (B - A) * T; }
+// The point a fraction T of the way from A to B; B - A may not be finite
+// where A and B are.
+TFzyFloat Lerp(TFzyFloat A, TFzyFloat B, TFzyFloat T) noexcept { return T >= 1.0 ? B : A * (1.0 - T) + B * T; }
 
 // ---------------------------------------------------------------- curve walk
 
@@ -86,10 +88,11 @@ TCurveSample SampleAt(const TFuzzyPoints& P, std::size_t& Index, TFzyFloat X) no
   else if (Index == N)
     Y = P.back().Y;
   else {
-    // P[Index - 1].X < X < P[Index].X, so the width is not 0.
+    // P[Index - 1].X < X < P[Index].X, so the width is not 0; halved, no
+    // difference of two xs overflows.
     const TFuzzyPoint& A = P[Index - 1];
     const TFuzzyPoint& B = P[Index];
-    Y = A.Y + (B.Y - A.Y) * ((X - A.X) / (B.X - A.X));
+    Y = Lerp(A.Y, B.Y, (X / 2 - A.X / 2) / (B.X / 2 - A.X / 2));
   }
   return {Y, Y, Y};
 }
@@ -117,7 +120,7 @@ bool ForEachBreak(const TFuzzyPoints& A, const TFuzzyPoints& B, F&& Fn) {
         const TFzyFloat T = D0 / (D0 - D1);
         const TFzyFloat YA = PrevA + T * (SA.Left - PrevA);
         const TFzyFloat YB = PrevB + T * (SB.Left - PrevB);
-        if (Fn(PrevX + T * (X - PrevX), TCurveSample{YA, YA, YA}, TCurveSample{YB, YB, YB})) return true;
+        if (Fn(Lerp(PrevX, X, T), TCurveSample{YA, YA, YA}, TCurveSample{YB, YB, YB})) return true;
       }
     }
     if (Fn(X, SA, SB)) return true;
@@ -147,7 +150,8 @@ constexpr int MaxRefinePieces = 20;
 
 int RefinePieces(TFzyFloat Change) noexcept {
   const TFzyFloat Pieces = std::ceil(std::fabs(Change) / RefineStep);
-  return Pieces >= MaxRefinePieces ? MaxRefinePieces : Pieces < 1.0 ? 1 : static_cast<int>(Pieces);
+  if (!(Pieces > 1.0)) return 1;
+  return Pieces >= MaxRefinePieces ? MaxRefinePieces : static_cast<int>(Pieces);
 }
 
 // Where, as a fraction of a piece from Y0 to Y1, the line crosses Level.
@@ -185,7 +189,7 @@ TFuzzyPoints Tidy(TFuzzyPoints P, bool Straight) {
       if (A.X == B.X && B.X == Point.X)
         Redundant = (A.Y <= B.Y && B.Y <= Point.Y) || (A.Y >= B.Y && B.Y >= Point.Y);
       else if (Straight && A.X < B.X && B.X < Point.X)
-        Redundant = std::fabs(B.Y - (A.Y + (Point.Y - A.Y) * ((B.X - A.X) / (Point.X - A.X)))) <= 1e-12;
+        Redundant = std::fabs(B.Y - Lerp(A.Y, Point.Y, (B.X / 2 - A.X / 2) / (Point.X / 2 - A.X / 2))) <= 1e-12;
       else
         Redundant = false;
       if (!Redundant) {
@@ -484,6 +488,13 @@ void CheckCurveSteps(const char* Curve, std::int32_t Steps) {
                                  Format("steps must be between 1 and %d, not %d", MaxFuzzyCurveSteps, Steps)));
 }
 
+// Ends computed from the arguments, such as Centre + Range, may overflow.
+void CheckCurvePoints(const char* Curve, const TFuzzyPoints& Points) {
+  for (const TFuzzyPoint& P : Points)
+    if (!std::isfinite(P.X))
+      throw EFuzzyException(Format(SFuzzyInvalidCurve, std::string(Curve), std::string("numbers must be finite")));
+}
+
 void CheckCurveOrder(const char* Curve, bool InOrder) {
   if (!InOrder)
     throw EFuzzyException(
@@ -533,6 +544,7 @@ void TFuzzySet::BellCurve(std::int32_t Steps, TFzyFloat Range, TFzyFloat Centre)
   CheckCurve("pi", {Range, Centre});
   if (!(Range >= 0.0))
     throw EFuzzyException(Format(SFuzzyInvalidCurve, std::string("pi"), std::string("its range must not be negative")));
+  CheckCurvePoints("pi", {{Centre - Range, 0.0}, {Centre + Range, 0.0}});
   BellCurve(Steps, Centre - Range, Centre + Range, Centre);
 }
 
@@ -564,7 +576,7 @@ void TFuzzySet::BetaCurve(std::int32_t Steps, TFzyFloat Range, TFzyFloat Centre,
       const TFzyFloat X = Centre + Range * (static_cast<TFzyFloat>(K) / Steps);
       const TFzyFloat D = (X - Centre) / Inflection;
       // At least 1: no division by 0, and no overflow past a membership of 0.
-      const TFzyFloat Denominator = 1.0 + Weight * D * D;
+      const TFzyFloat Denominator = Weight == 0.0 ? 1.0 : 1.0 + Weight * D * D;
       Points.push_back({X, std::isfinite(Denominator) ? 1.0 / Denominator : 0.0});
     }
     // The curve stops at the ends of its range instead of going on flat.
@@ -573,6 +585,7 @@ void TFuzzySet::BetaCurve(std::int32_t Steps, TFzyFloat Range, TFzyFloat Centre,
   }
   // Kept whole: the second point is the first on the curve, from which the
   // weight can be read back.
+  CheckCurvePoints("beta", Points);
   for (TFuzzyPoint& P : Points) P.Y = Clamp01(P.Y);
   for (std::size_t I = 1; I < Points.size(); ++I) Points[I].X = std::max(Points[I].X, Points[I - 1].X);
   DoSetPoints(std::move(Points), fstBeta);

@@ -406,6 +406,12 @@ TEST(VXFuzzyLogicTest, CurvesAndTheirFigures) {
   EXPECT_DOUBLE_EQ(Weighted->GetBetaWeight(), 3.0);
   EXPECT_DOUBLE_EQ(Tri->GetBetaInflection(), 0.0);
 
+  // A number as a set: its only peak stands at it.
+  const IFuzzySet Number = Shaped([](TFuzzySet& Set) { Set.TriangleCurve(25, 25, 25); });
+  EXPECT_EQ(DegreesAt(Number, {24.99, 25, 25.01}), (Degrees{0, 1, 0}));
+  EXPECT_DOUBLE_EQ(Number->MaximumDefuzzify(), 25.0);
+  EXPECT_DOUBLE_EQ(Number->GetCrispValue(), 25.0);
+
   // Zero widths give vertical edges, never a division by zero.
   const IFuzzySet Crisp = Shaped([](TFuzzySet& Set) { Set.BellCurve(7, 0, 25); });
   EXPECT_EQ(Crisp->GetPoints(), (TFuzzyPoints{{25, 0}, {25, 1}, {25, 0}}));
@@ -429,6 +435,7 @@ TEST(VXFuzzyLogicTest, CurvesAndTheirFigures) {
             "Invalid beta curve: its weight must not be negative");
   EXPECT_EQ(ErrorOf<EVXException>([&] { Set.BetaCurve(7, 4, HUGE_VAL, 2); }),
             "Invalid beta curve: numbers must be finite");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.BellCurve(7, 1e308, 1e308); }), "Invalid pi curve: numbers must be finite");
   EXPECT_EQ(Set.GetPoints(), (TFuzzyPoints{{0, 0}, {1, 1}, {2, 0}}));
 }
 
