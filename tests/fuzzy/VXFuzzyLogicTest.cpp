@@ -541,7 +541,10 @@ TEST(VXFuzzyLogicTest, UnionAndIntersectionUnderEachOperation) {
   EXPECT_EQ(A->Intersection(B)->GetName(), "a and b");
   EXPECT_EQ(Union->GetFuzzySetType(), fstCustom);
   EXPECT_FALSE(Union->GetIsTerm());
-  // An empty set is 0 everywhere.
+  // A crisp edge keeps its jump; an empty set is 0 everywhere.
+  const IFuzzySet Step = MakeSet({{5, 0}, {5, 1}, {10, 1}});
+  EXPECT_EQ(Step->Intersection(A)->GetPoints(), (TFuzzyPoints{{0, 0}, {5, 0}, {5, 1}, {10, 0}}));
+  EXPECT_EQ(Step->Union(A)->GetPoints(), (TFuzzyPoints{{0, 0}, {5, 1}, {10, 1}}));
   EXPECT_EQ(IFuzzySet(new TFuzzySet())->Union(A)->GetPoints(), A->GetPoints());
   EXPECT_EQ(A->Intersection(IFuzzySet(new TFuzzySet()))->GetCompatibilityIndex(), 0.0);
 
