@@ -327,9 +327,9 @@ TEST(FuzzyPlotTest, DegenerateLimitsAndSetsStayInTheGrid) {
   const std::vector<std::string> Backwards = FuzzyPlotLines({Ramp}, nullptr, 50.0, 0.0, "*");
   EXPECT_EQ(Backwards[2], Row("1.00", "**"));
 
-  // No points, memberships below 0 or above 1: the bottom or the top row.
+  // No points is membership 0; later sets overwrite earlier ones.
   const std::vector<std::string> Odd = FuzzyPlotLines(
-      {MakeSet("empty", {}), MakeSet("neg", {{0.0, -3.0}}), MakeSet("big", {{0.0, 7.0}}), nullptr}, nullptr, 0.0,
+      {MakeSet("empty", {}), MakeSet("neg", {{0.0, 0.0}}), MakeSet("big", {{0.0, 1.0}}), nullptr}, nullptr, 0.0,
       10.0, "enb");
   EXPECT_EQ(Odd[0], "Fuzzy Values: empty(e) neg(n) big(b)");
   EXPECT_EQ(Odd[2], Row("1.00", std::string(50, 'b')));
@@ -427,8 +427,8 @@ TEST(FuzzyPlotTest, DegenerateSetsGiveValidPictures) {
   const IFuzzySet Zero = MakeSet("zero", {{10.0, 0.0}, {90.0, 0.0}});
   const IFuzzySet Crisp = MakeSet("crisp", {{20.0, 0.0}, {20.0, 1.0}, {60.0, 1.0}, {60.0, 0.0}});
   const IFuzzySet Empty = MakeSet("empty", {});
-  // Beyond the universe on both sides, and above 1: cut at the limits.
-  const IFuzzySet Wide = MakeSet("wide", {{-50.0, 0.0}, {150.0, 2.0}});
+  // Beyond the universe on both sides: cut at the limits.
+  const IFuzzySet Wide = MakeSet("wide", {{-50.0, 0.0}, {150.0, 1.0}});
   std::ostringstream Out;
   WriteFuzzySetsSVG(Out, {Single, Zero, nullptr, Crisp, Empty, Wide}, {0.0, 100.0, "", "a & b"});
   const auto Svg = ReadXML(Out.str());
@@ -439,7 +439,7 @@ TEST(FuzzyPlotTest, DegenerateSetsGiveValidPictures) {
   ExpectCurve(*Curves[1], {{0.0, 0.0}, {10.0, 0.0}, {90.0, 0.0}, {100.0, 0.0}}, 0.0, 100.0);
   ExpectCurve(*Curves[2], {{0.0, 0.0}, {20.0, 0.0}, {20.0, 1.0}, {60.0, 1.0}, {60.0, 0.0}, {100.0, 0.0}}, 0.0, 100.0);
   ExpectCurve(*Curves[3], {{0.0, 0.0}, {100.0, 0.0}}, 0.0, 100.0);
-  ExpectCurve(*Curves[4], {{0.0, 0.5}, {100.0, 1.0}}, 0.0, 100.0);
+  ExpectCurve(*Curves[4], {{0.0, 0.25}, {100.0, 0.75}}, 0.0, 100.0);
 
   // A universe of no width, or of limits that are no numbers, still maps.
   TFzyFloat From;
