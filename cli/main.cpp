@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/FuzzyPictures.h"
 #include "cli/Shell.h"
 
 using namespace cogent;
@@ -25,6 +26,9 @@ constexpr const char* Usage =
     "                     compilations, statistics, focus or all; repeatable\n"
     "      --statistics   print the statistics of each run as it ends (rules\n"
     "                     fired, run time, facts and activations)\n"
+    "      --plot-svg DIR after the files are loaded, write a picture of each\n"
+    "                     fuzzy variable of the program to DIR/NAME.svg,\n"
+    "                     making DIR when missing\n"
     "      --help         print this help and exit\n"
     "      --version      print the engine's version and exit\n"
     "\n"
@@ -34,6 +38,7 @@ constexpr const char* Usage =
 struct TOptions {
   std::vector<std::string> Files;
   std::vector<std::string> Watches;
+  std::string PlotDir;
   bool Interactive = false;
   bool Echo = false;
 };
@@ -64,6 +69,20 @@ bool ReadOptions(int ArgC, char** ArgV, TOptions& Options, bool& Done) {
         Options.Watches.emplace_back(ArgV[++I]);
       } else {
         Options.Watches.push_back(Arg.substr(8));
+      }
+    } else if (Arg == "--plot-svg" || Arg.rfind("--plot-svg=", 0) == 0) {
+      if (Arg == "--plot-svg") {
+        if (I + 1 >= ArgC) {
+          std::cerr << "cogent: --plot-svg needs a folder\n";
+          return false;
+        }
+        Options.PlotDir = ArgV[++I];
+      } else {
+        Options.PlotDir = Arg.substr(11);
+      }
+      if (Options.PlotDir.empty()) {
+        std::cerr << "cogent: --plot-svg needs a folder\n";
+        return false;
       }
     } else if (Arg == "--help" || Arg == "-h") {
       std::cout << Usage;
@@ -106,6 +125,16 @@ int main(int ArgC, char** ArgV) {
   for (const std::string& File : Options.Files) {
     Result = Shell.LoadFile(File);
     if (Result != srDone) break;
+  }
+  // What the files defined is pictured even when one of them ended with
+  // (exit); after an error the program is not whole.
+  if (Result != srError && !Options.PlotDir.empty()) {
+    try {
+      SaveFuzzyPictures(Shell.GetEngine(), Options.PlotDir);
+    } catch (const std::exception& E) {
+      std::cerr << "cogent: --plot-svg " << Options.PlotDir << ": " << E.what() << "\n";
+      return 1;
+    }
   }
   if (Result == srDone && Options.Interactive) Result = Shell.RunSession(*Input);
   return Result == srError ? 1 : 0;

@@ -3,6 +3,7 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "cogent/facts/KBContext.h"
@@ -22,6 +23,8 @@ void Unwatch(TObject* Object, std::unique_ptr<TKBValueNexus>& Nexus) {
   if (auto* Component = dynamic_cast<TComponent*>(Object)) Component->RemoveFreeNotification(Nexus.get());
   Nexus.reset();
 }
+
+const TKBValueChangeEvent NoChangeEvent;
 
 // "%.4f" without the process locale; a negative value that rounds to zero
 // prints as zero.
@@ -94,6 +97,19 @@ std::int32_t FloatHash(double Value) noexcept {
   return HashCombine(static_cast<std::int32_t>(Bits >> 32), static_cast<std::int32_t>(Bits) ^ Key.Exact);
 }
 
+// ---------------------------------------------------------------- TKBText
+
+TKBText::TKBText(std::string_view Text) noexcept : FHash(CalculateHash(Text)), FLength(Text.size()) {
+  char* Data = FData;
+  std::memcpy(Data, Text.data(), Text.size());
+  Data[Text.size()] = 0;
+}
+
+TKBText* TKBText::Make(std::string_view Text) {
+  // FData's one character is the terminator.
+  return new (::operator new(sizeof(TKBText) + Text.size())) TKBText(Text);
+}
+
 // ---------------------------------------------------------------- TKBValueNexus
 
 void TKBValueNexus::Notification(TComponent* AComponent, TOperation Operation) {
@@ -115,21 +131,23 @@ TKBValue::TKBValue(std::int32_t AValue, TKBType AType) {
 
 TKBValue::TKBValue(const std::string& AValue, TKBType AType) {
   if (!KBStringTypes.Contains(AType)) throw EKBException(_SInvalidValueType);
+  FValue.VText = TKBText::Make(AValue);
   FKBType = AType;
-  FValue.Str = AValue;
 }
 
-TKBValue::TKBValue(const IValueVector& AValue) : FKBType(dtList) { FValue.VInterface = AValue; }
+TKBValue::TKBValue(const IValueVector& AValue) : FKBType(dtList) { FValue.VInterface = IInterface(AValue).detach(); }
 
 TKBValue::TKBValue(const IKBValue& AValue) { Assign(IInterface(AValue)); }
 
-TKBValue::TKBValue(const IFuzzySet& AValue) : FKBType(dtFuzzy) { FValue.VInterface = AValue; }
+TKBValue::TKBValue(const IFuzzySet& AValue) : FKBType(dtFuzzy) { FValue.VInterface = IInterface(AValue).detach(); }
 
-TKBValue::TKBValue(const IFact& AValue) : FKBType(dtFact) { FValue.VInterface = AValue; }
+TKBValue::TKBValue(const IFact& AValue) : FKBType(dtFact) { FValue.VInterface = IInterface(AValue).detach(); }
 
-TKBValue::TKBValue(const IFunCall& AValue) : FKBType(dtFunCall) { FValue.VInterface = AValue; }
+TKBValue::TKBValue(const IFunCall& AValue) : FKBType(dtFunCall) { FValue.VInterface = IInterface(AValue).detach(); }
 
-TKBValue::TKBValue(const ISingletonsVector& AValue) : FKBType(dtSingletons) { FValue.VInterface = AValue; }
+TKBValue::TKBValue(const ISingletonsVector& AValue) : FKBType(dtSingletons) {
+  FValue.VInterface = IInterface(AValue).detach();
+}
 
 TKBValue::TKBValue(TObject* AObject, bool Owned) {
   if (Owned) {
@@ -144,37 +162,91 @@ TKBValue::TKBValue(TObject* AObject, bool Owned) {
 TKBValue::TKBValue(double AValue) : FKBType(dtFloat) { FValue.VExtended = AValue; }
 
 TKBValue::~TKBValue() {
-  FOnChange = nullptr;
+  if (FExtra) FExtra->OnChange = nullptr;
   Reset();
+}
+
+// ---------------------------------------------------------------- side block
+
+TKBValueExtra& TKBValue::Extra() {
+  if (!FExtra) FExtra = std::make_unique<TKBValueExtra>();
+  return *FExtra;
+}
+
+std::unique_ptr<TKBValueNexus>& TKBValue::NexusSlot() { return Extra().Nexus; }
+
+const TKBValueChangeEvent& TKBValue::GetOnChange() const noexcept {
+  return FExtra ? FExtra->OnChange : NoChangeEvent;
+}
+
+void TKBValue::SetOnChange(TKBValueChangeEvent Value) {
+  if (Value || FExtra) Extra().OnChange = std::move(Value);
+}
+
+void TKBValue::SetTag(std::intptr_t Value) {
+  if (Value || FExtra) Extra().Tag = Value;
+}
+
+template <class T>
+Ref<T> TKBValue::Interface() const noexcept {
+  return Ref<T>(static_cast<T*>(FValue.VInterface));
 }
 
 // ---------------------------------------------------------------- setters
 
+void TKBValue::ReleaseCell() noexcept {
+  if (IsTextKind(FKBType)) {
+    if (FValue.VText) FValue.VText->Release();
+  } else if (IsInterfaceKind(FKBType)) {
+    if (FValue.VInterface) FValue.VInterface->_Release();
+  }
+  FValue.VInteger = 0;
+}
+
+void TKBValue::CopyCell(const TKBValue& Source) noexcept {
+  FValue = Source.FValue;
+  if (IsTextKind(Source.FKBType)) {
+    if (FValue.VText) FValue.VText->AddRef();
+  } else if (IsInterfaceKind(Source.FKBType)) {
+    if (FValue.VInterface) FValue.VInterface->_AddRef();
+  }
+  FKBType = Source.FKBType;
+}
+
 void TKBValue::Changing(TKBType) {
   if (FKBType == dtObject && IsOwningObject()) {
-    FNexus.reset();
+    FExtra->Nexus.reset();
     TObject* Object = CellPointer<TObject>(FValue.VInteger);
     const TComponent* Component = dynamic_cast<TComponent*>(Object);
     FValue.VInteger = 0;
     FKBType = dtNone;
     if (!(Component && Component->GetComponentState().Contains(csDestroying))) delete Object;
-  } else if (FNexus) {
-    Unwatch(CellPointer<TObject>(FValue.VInteger), FNexus);
-  } else if (IsInterfaceKind(FKBType)) {
-    FValue.VInterface = nullptr;
+  } else if (GetNexus()) {
+    Unwatch(CellPointer<TObject>(FValue.VInteger), FExtra->Nexus);
+  } else if (IsInterfaceKind(FKBType) || IsTextKind(FKBType)) {
+    // Released only after the kind changes: the last reference may run a
+    // destructor that looks at this value again.
+    TKBValueRec Old = FValue;
+    const TKBType OldType = FKBType;
+    FValue.VInteger = 0;
     FKBType = dtNone;
+    if (IsTextKind(OldType)) {
+      if (Old.VText) Old.VText->Release();
+    } else if (Old.VInterface) {
+      Old.VInterface->_Release();
+    }
   }
 }
 
 void TKBValue::Changed() {
-  if (FOnChange) FOnChange(Self());
+  if (FExtra && FExtra->OnChange) FExtra->OnChange(Self());
 }
 
 void TKBValue::StoreString(TKBType AType, const std::string& Value) {
-  std::string Copy = Value;  // Value may be this value's own text
+  TKBText* Text = TKBText::Make(Value);  // Value may be this value's own text
   Changing(AType);
   FKBType = AType;
-  FValue.Str = std::move(Copy);
+  FValue.VText = Text;
   Changed();
 }
 
@@ -188,7 +260,7 @@ void TKBValue::StoreInteger(TKBType AType, std::intptr_t Value) {
 void TKBValue::StoreInterface(TKBType AType, IInterface Value) {
   Changing(AType);
   FKBType = AType;
-  FValue.VInterface = std::move(Value);
+  FValue.VInterface = Value.detach();
   Changed();
 }
 
@@ -217,7 +289,7 @@ void TKBValue::SetAsFloat(double Value) {
 }
 
 void TKBValue::Disown(TObject* Object) {
-  if (Object && IsOwningObject() && CellPointer<TObject>(FValue.VInteger) == Object) FNexus.reset();
+  if (Object && IsOwningObject() && CellPointer<TObject>(FValue.VInteger) == Object) FExtra->Nexus.reset();
 }
 
 void TKBValue::SetAsObject(TObject* Value) {
@@ -227,11 +299,12 @@ void TKBValue::SetAsObject(TObject* Value) {
 }
 
 void TKBValue::WatchObject() {
-  if (FKBType != dtObject || FNexus) return;
+  if (FKBType != dtObject || GetNexus()) return;
   auto* Component = dynamic_cast<TComponent*>(CellPointer<TObject>(FValue.VInteger));
   if (!Component || Component->GetComponentState().Contains(csDestroying)) return;
-  FNexus = std::make_unique<TKBValueNexus>(this, false);
-  Component->FreeNotification(FNexus.get());
+  auto& Nexus = NexusSlot();
+  Nexus = std::make_unique<TKBValueNexus>(this, false);
+  Component->FreeNotification(Nexus.get());
 }
 
 void TKBValue::SetAsOwnedObject(TObject* Value) {
@@ -241,16 +314,15 @@ void TKBValue::SetAsOwnedObject(TObject* Value) {
   FValue.VInteger = PointerCell(Value);
   // The nexus marks the object as owned; a component also tells it when it
   // is freed elsewhere.
-  FNexus = std::make_unique<TKBValueNexus>(this, true);
-  if (auto* Component = dynamic_cast<TComponent*>(Value)) Component->FreeNotification(FNexus.get());
+  auto& Nexus = NexusSlot();
+  Nexus = std::make_unique<TKBValueNexus>(this, true);
+  if (auto* Component = dynamic_cast<TComponent*>(Value)) Component->FreeNotification(Nexus.get());
   Changed();
 }
 
 void TKBValue::Reset() {
   Changing(dtNone);
-  if (FKBType == dtFloat) FValue.VExtended = 0;
-  FValue.VInteger = 0;
-  FValue.Str.clear();
+  ReleaseCell();
   FKBType = dtNone;
 }
 
@@ -262,7 +334,7 @@ void TKBValue::Notification(TComponent* AComponent, TOperation Operation) {
     Reset();
   } else {
     // Borrowed: the value stays an object value, now holding nil.
-    FNexus.reset();
+    FExtra->Nexus.reset();
     FValue.VInteger = 0;
   }
 }
@@ -273,15 +345,19 @@ void TKBValue::TypeError(const char* Label) const {
   throw EKBException(Format(_SNotCorrectType, Label, GetToString(), GetKBTypeName(FKBType)));
 }
 
+std::string_view TKBValue::GetText() const noexcept {
+  return IsTextKind(FKBType) && FValue.VText ? FValue.VText->View() : std::string_view();
+}
+
 std::string TKBValue::GetAsString() const {
-  if (IsTextKind(FKBType)) return FValue.Str;
+  if (IsTextKind(FKBType)) return std::string(GetText());
   switch (FKBType) {
     case dtInteger:
       return IntToStr(static_cast<std::int32_t>(FValue.VInteger));
     case dtFloat:
       return FloatText(FValue.VExtended);
     case dtFuzzy:
-      return FValue.VInterface.As<TFuzzySet>()->ToString();
+      return Interface<TFuzzySet>()->ToString();
     default:
       TypeError("string");
   }
@@ -296,8 +372,9 @@ std::int32_t TKBValue::GetAsInteger() const {
     case dtAtom:
     case dtString: {
       double Float = 0;
-      if (TryStrToInt(FValue.Str, Result)) return Result;
-      if (TryStrToFloat(FValue.Str, Float) && TruncToInt32(Float, Result)) return Result;
+      const std::string Text(GetText());
+      if (TryStrToInt(Text, Result)) return Result;
+      if (TryStrToFloat(Text, Float) && TruncToInt32(Float, Result)) return Result;
       break;
     }
     case dtInteger:
@@ -306,7 +383,7 @@ std::int32_t TKBValue::GetAsInteger() const {
     case dtExternalAddress:
       return Low32(FValue.VInteger);
     case dtFuzzy:
-      if (TruncToInt32(std::round(FValue.VInterface.As<TFuzzySet>()->GetCrispValue()), Result)) return Result;
+      if (TruncToInt32(std::round(Interface<TFuzzySet>()->GetCrispValue()), Result)) return Result;
       break;
     default:
       break;
@@ -322,7 +399,7 @@ double TKBValue::GetAsFloat() const {
     case dtString: {
       if (FCNil.get() == this) return 0.0;
       double Result = 0;
-      if (TryStrToFloat(FValue.Str, Result)) return Result;
+      if (TryStrToFloat(std::string(GetText()), Result)) return Result;
       break;
     }
     case dtInteger:
@@ -330,7 +407,7 @@ double TKBValue::GetAsFloat() const {
     case dtDescriptor:
       return static_cast<double>(static_cast<std::int32_t>(FValue.VInteger));
     case dtFuzzy:
-      return FValue.VInterface.As<TFuzzySet>()->GetCrispValue();
+      return Interface<TFuzzySet>()->GetCrispValue();
     default:
       break;
   }
@@ -364,17 +441,17 @@ void* TKBValue::GetAsExternalAddress() const {
 
 IFact TKBValue::GetAsFact() const {
   if (FKBType != dtFact) TypeError("fact");
-  return FValue.VInterface.As<TFact>();
+  return Interface<TFact>();
 }
 
 IFunCall TKBValue::GetAsFunCall() const {
   if (FKBType != dtFunCall) TypeError("function call");
-  return FValue.VInterface.As<TFunctionCall>();
+  return Interface<TFunctionCall>();
 }
 
 IValueVector TKBValue::GetAsList() const {
   if (FKBType != dtList) TypeError("list");
-  return FValue.VInterface.As<TValueVector>();
+  return Interface<TValueVector>();
 }
 
 TObject* TKBValue::GetAsObject() const {
@@ -391,12 +468,12 @@ TPersistentClass TKBValue::GetAsClass() const {
 
 IFuzzySet TKBValue::GetAsFuzzy() const {
   if (FKBType != dtFuzzy) TypeError("fuzzy value");
-  return FValue.VInterface.As<TFuzzySet>();
+  return Interface<TFuzzySet>();
 }
 
 ISingletonsVector TKBValue::GetAsSingletons() const {
   if (FKBType != dtSingletons) TypeError("singletons");
-  return FValue.VInterface.As<TSingletonsVector>();
+  return Interface<TSingletonsVector>();
 }
 
 // ---------------------------------------------------------------- comparison
@@ -417,7 +494,8 @@ bool TKBValue::Equals(const IKBValue& Other) const {
     case dtMultiVariable:
     case dtSlot:
     case dtMultiSlot:
-      return FValue.Str == Other->FValue.Str;
+      return FValue.VText == Other->FValue.VText ||
+             (FValue.VText->GetHash() == Other->FValue.VText->GetHash() && GetText() == Other->GetText());
     case dtInteger:
     case dtFactId:
     case dtDescriptor:
@@ -455,15 +533,16 @@ bool TKBValue::EqualsStar(const IKBValue& Other) const {
     case dtNone:
       // An empty value is loosely equal to another empty value and to empty text.
       if (Other->FKBType == dtNone) return true;
-      return IsTextKind(Other->FKBType) && Other->FValue.Str.empty();
+      return IsTextKind(Other->FKBType) && Other->GetText().empty();
     case dtAtom:
     case dtString:
     case dtVariable:
     case dtMultiVariable:
     case dtSlot:
     case dtMultiSlot:
-      if (Other->FKBType == dtNone) return FValue.Str.empty();
-      return FValue.Str == Other->GetAsString();
+      if (Other->FKBType == dtNone) return GetText().empty();
+      if (IsTextKind(Other->FKBType)) return GetText() == Other->GetText();
+      return GetText() == Other->GetAsString();
     case dtInteger:
       return static_cast<std::int32_t>(FValue.VInteger) == Other->GetAsInteger();
     case dtFactId:
@@ -502,7 +581,7 @@ std::int32_t TKBValue::GetHashCode() const {
     case dtMultiVariable:
     case dtSlot:
     case dtMultiSlot:
-      return CalculateHash(FValue.Str);
+      return FValue.VText->GetHash();
     case dtFuzzy:
       return CalculateHash(GetAsString());
     case dtInteger:
@@ -558,16 +637,10 @@ void TKBValue::Assign(TPersistent* Source) {
     SetAsOwnedObject(Copy);
   } else {
     Reset();
-    FKBType = Value->FKBType;
-    FValue.Str = Value->FValue.Str;
-    FValue.VInterface = Value->FValue.VInterface;
-    if (FKBType == dtFloat)
-      FValue.VExtended = Value->FValue.VExtended;
-    else
-      FValue.VInteger = Value->FValue.VInteger;
+    CopyCell(*Value);
     WatchObject();
   }
-  FTag = Value->FTag;
+  SetTag(Value->GetTag());
   Changed();
 }
 
@@ -576,31 +649,22 @@ void TKBValue::Assign(const IInterface& Source) {
   if (!Value) throw EKBException(_SUnknownValueInterface);
   if (Value.get() == this) return;
   // Whatever can fail is done before this value is touched.
-  IInterface Interface;
+  IValueVector List;
   TObject* OwnedCopy = nullptr;
-  switch (Value->FKBType) {
-    case dtList:
-      Interface = Value->GetAsList()->Clone();
-      break;
-    case dtObject:
-      if (Value->IsOwningObject()) OwnedCopy = CopyOwnedObject(*Value);
-      break;
-    default:
-      Interface = Value->FValue.VInterface;
-      break;
+  if (Value->FKBType == dtList) {
+    if (const IValueVector Items = Value->GetAsList()) List = Items->Clone();
+  } else if (Value->FKBType == dtObject && Value->IsOwningObject()) {
+    OwnedCopy = CopyOwnedObject(*Value);
   }
   Reset();
-  FTag = Value->FTag;
+  SetTag(Value->GetTag());
   if (OwnedCopy) {
     SetAsOwnedObject(OwnedCopy);
+  } else if (List) {
+    FKBType = dtList;
+    FValue.VInterface = IInterface(std::move(List)).detach();
   } else {
-    FKBType = Value->FKBType;
-    FValue.Str = Value->FValue.Str;
-    FValue.VInterface = std::move(Interface);
-    if (FKBType == dtFloat)
-      FValue.VExtended = Value->FValue.VExtended;
-    else
-      FValue.VInteger = Value->FValue.VInteger;
+    CopyCell(*Value);
     WatchObject();
   }
   Changed();
@@ -614,22 +678,22 @@ void TKBValue::AssignTo(const IKBValue& Target) const {
       T.Reset();
       break;
     case dtAtom:
-      T.SetAsAtom(FValue.Str);
+      T.SetAsAtom(std::string(GetText()));
       break;
     case dtString:
-      T.SetAsString(FValue.Str);
+      T.SetAsString(std::string(GetText()));
       break;
     case dtVariable:
-      T.SetAsVariable(FValue.Str);
+      T.SetAsVariable(std::string(GetText()));
       break;
     case dtMultiVariable:
-      T.SetAsMultiVariable(FValue.Str);
+      T.SetAsMultiVariable(std::string(GetText()));
       break;
     case dtSlot:
-      T.SetAsSlot(FValue.Str);
+      T.SetAsSlot(std::string(GetText()));
       break;
     case dtMultiSlot:
-      T.SetAsMultiSlot(FValue.Str);
+      T.SetAsMultiSlot(std::string(GetText()));
       break;
     case dtInteger:
       T.SetAsInteger(static_cast<std::int32_t>(FValue.VInteger));
@@ -690,15 +754,15 @@ std::string TKBValue::GetToString() const {
     case dtAtom:
     case dtSlot:
     case dtMultiSlot:
-      return FValue.Str;
+      return std::string(GetText());
     case dtString:
-      return QuoteString(FValue.Str);
+      return QuoteString(GetText());
     case dtInteger:
       return IntToStr(static_cast<std::int32_t>(FValue.VInteger));
     case dtVariable:
-      return "?" + FValue.Str;
+      return "?" + std::string(GetText());
     case dtMultiVariable:
-      return "$?" + FValue.Str;
+      return "$?" + std::string(GetText());
     case dtFactId:
       return "<Fact-" + IntToStr(static_cast<std::int32_t>(FValue.VInteger)) + ">";
     case dtFloat:
@@ -740,8 +804,9 @@ IKBValue TKBValue::Resolve(TObject* Context) {
     case dtMultiVariable: {
       const auto* KBContext = dynamic_cast<const TKBContext*>(Context);
       if (!KBContext) throw EKBException(Format(_SNoContext, GetKBTypeName(FKBType)));
-      const TBinding* Binding = KBContext->FindBinding(FValue.Str);
-      if (!Binding || !Binding->GetValue()) throw EKBException(Format(_SCorruptedVariable, FValue.Str));
+      const TKBName Name(GetText());
+      const TBinding* Binding = KBContext->FindBinding(Name);
+      if (!Binding || !Binding->GetValue()) throw EKBException(Format(_SCorruptedVariable, Name));
       return Binding->GetValue();
     }
     case dtObject: {

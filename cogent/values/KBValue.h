@@ -2,10 +2,12 @@
 // The one typed value of the engine, its list companions and the process-wide
 // constant values.
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "cogent/common/VXCommon.h"
 #include "cogent/common/VXInterfaceList.h"
@@ -45,16 +47,43 @@ private:
 
 using TKBValueChangeEvent = std::function<void(const IKBValue& Value)>;
 
-// The store: one string, one counted reference and one scalar cell. The cell
-// holds integers and pointers in VInteger and floats in VExtended; a kind is
-// only ever read through the member it was written with.
-struct TKBValueRec {
-  std::string Str;
-  IInterface VInterface;
-  union {
-    std::intptr_t VInteger = 0;
-    double VExtended;
-  };
+// The text of a string, symbol, variable or slot value: immutable, counted
+// and shared by the copies of a value, with its hash worked out once.
+class TKBText {
+public:
+  static TKBText* Make(std::string_view Text);
+  void AddRef() noexcept { FRefCount.fetch_add(1, std::memory_order_relaxed); }
+  void Release() noexcept {
+    if (FRefCount.fetch_sub(1, std::memory_order_acq_rel) == 1) ::operator delete(this);
+  }
+  std::string_view View() const noexcept { return {FData, FLength}; }
+  std::int32_t GetHash() const noexcept { return FHash; }
+
+private:
+  TKBText(std::string_view Text) noexcept;
+  std::atomic<std::int32_t> FRefCount{1};
+  std::int32_t FHash;
+  std::size_t FLength;
+  char FData[1];
+};
+
+// What few values carry: a tag, the watch over a held component and the
+// change event. Made on first use.
+struct TKBValueExtra {
+  std::intptr_t Tag = 0;
+  // Present while the value owns its object or watches a borrowed component.
+  std::unique_ptr<TKBValueNexus> Nexus;
+  TKBValueChangeEvent OnChange;
+};
+
+// The store: one cell read through the member that the value's kind names.
+// Integers and plain pointers are in VInteger, floats in VExtended, texts
+// and counted interfaces are held references.
+union TKBValueRec {
+  std::intptr_t VInteger = 0;
+  double VExtended;
+  TKBText* VText;
+  TRefCounted* VInterface;
 };
 
 // A value is mutable and retyped by each setter. It lives on the heap and dies
@@ -79,16 +108,19 @@ public:
 
   // ------------------------------------------------------------ state
   TKBType GetDType() const noexcept { return FKBType; }
-  bool IsOwningObject() const noexcept { return FKBType == dtObject && FNexus && FNexus->GetOwns(); }
-  const TKBValueChangeEvent& GetOnChange() const noexcept { return FOnChange; }
-  void SetOnChange(TKBValueChangeEvent Value) { FOnChange = std::move(Value); }
-  std::intptr_t GetTag() const override { return FTag; }
-  void SetTag(std::intptr_t Value) override { FTag = Value; }
+  bool IsOwningObject() const noexcept { return FKBType == dtObject && GetNexus() && GetNexus()->GetOwns(); }
+  const TKBValueChangeEvent& GetOnChange() const noexcept;
+  void SetOnChange(TKBValueChangeEvent Value);
+  std::intptr_t GetTag() const override { return FExtra ? FExtra->Tag : 0; }
+  void SetTag(std::intptr_t Value) override;
 
   // ------------------------------------------------------------ getters
   // Each converts where it can and raises _SNotCorrectType where it can't;
   // none changes the value.
   std::string GetAsString() const;
+  // The text of a string, symbol, variable or slot value, without a copy;
+  // empty for other kinds.
+  std::string_view GetText() const noexcept;
   std::string GetAsAtom() const { return GetAsString(); }
   std::string GetAsVariable() const { return GetAsString(); }
   std::string GetAsMultiVariable() const { return GetAsString(); }
@@ -171,6 +203,16 @@ private:
   void StoreString(TKBType AType, const std::string& Value);
   void StoreInteger(TKBType AType, std::intptr_t Value);
   void StoreInterface(TKBType AType, IInterface Value);
+  // The cell of Source's kind copied into this empty value, sharing its
+  // text or interface.
+  void CopyCell(const TKBValue& Source) noexcept;
+  // Lets go of a held text or interface; the cell is left 0.
+  void ReleaseCell() noexcept;
+  TKBValueNexus* GetNexus() const noexcept { return FExtra ? FExtra->Nexus.get() : nullptr; }
+  std::unique_ptr<TKBValueNexus>& NexusSlot();
+  TKBValueExtra& Extra();
+  template <class T>
+  Ref<T> Interface() const noexcept;
   // The owned component of Source copied into a new component of its class.
   TObject* CopyOwnedObject(const TKBValue& Source) const;
   // Gives up ownership of Object, if it is the owned one, without freeing it.
@@ -182,10 +224,7 @@ private:
 
   TKBValueRec FValue;
   TKBType FKBType = dtNone;
-  std::intptr_t FTag = 0;
-  // Present while the value owns its object or watches a borrowed component.
-  std::unique_ptr<TKBValueNexus> FNexus;
-  TKBValueChangeEvent FOnChange;
+  std::unique_ptr<TKBValueExtra> FExtra;
 };
 
 // Floats are equal when they agree to four decimal places, that is when
