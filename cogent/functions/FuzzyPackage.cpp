@@ -305,16 +305,16 @@ IKBValue Pop(std::vector<IKBValue>& Stack, const IKBValue& Operator) {
   return Result;
 }
 
-// The set of an operand about to be changed in place: a term that a
-// variable shares is replaced by a clone first.
+// The set of an operand about to be changed in place. A term that a
+// variable shares must never change; nor may a set that came in as it was
+// written, which a rule keeps for its next firing. So the operand always
+// takes a clone first.
 IFuzzySet OwnSet(const IKBValue& Value) {
-  IFuzzySet Set = Value->GetAsFuzzy();
-  if (Set && Set->GetIsTerm()) {
-    Set = Set->Clone();
-    Value->SetAsFuzzy(Set);
-  }
+  const IFuzzySet Set = Value->GetAsFuzzy();
   if (!Set) throw EKBException(Format(_SInvalidFuzzyToken, Value->GetToString()));
-  return Set;
+  IFuzzySet Own = Set->Clone();
+  Value->SetAsFuzzy(Own);
+  return Own;
 }
 
 IKBValue EvalPostfix(const IFuzzyVariable& Variable, const IValueVector& Postfix, std::vector<IKBValue>& Stack,
@@ -358,7 +358,8 @@ IKBValue EvalPostfix(const IFuzzyVariable& Variable, const IValueVector& Postfix
         const IKBValue Value = EvalFuzzyExpression(Variable, Item, Context);
         // Something still unbound: the expression waits as it is.
         if (!Value || Value->GetDType() != dtFuzzy) return IKBValue(new TKBValue(Postfix));
-        Stack.push_back(Value);
+        // A value of its own, which keywords and hedges may change.
+        Stack.push_back(FuzzyValue(Value->GetAsFuzzy()));
       }
     }
   }
