@@ -262,6 +262,18 @@ TEST(FuzzyFunctions, FuzzySlotsOfFacts) {
   EXPECT_EQ("dtFactId <Fact-1>", Eval(Engine, "(assert (reading (place attic) (heat ?v)))"));
   EXPECT_EQ("dtFloat 1.0000", Eval(Engine, "(get-fs-value 1 100)"));
   EXPECT_EQ("dtAtom temperature", Eval(Engine, "(get-fs-variable 1)"));
+  // The fact itself, and the fact id that an assertion gives.
+  SetVariable(Engine, "f", IKBValue(new TKBValue(Engine.GetFacts()->GetFactByID(1))));
+  EXPECT_NEAR(50 + 50 * 2.0 / 3, Number(Engine, "(moment-defuzzify ?f)"), 1e-9);
+  EXPECT_EQ("dtInteger 3",
+            Eval(Engine, "(get-fs-length (fuzzy-assert-unconditional (reading (place cellar) (heat (tri 0 0 20)))))"));
+  SetVariable(Engine, "id", IKBValue(new TKBValue(2, dtFactId)));
+  EXPECT_DOUBLE_EQ(0.5, Number(Engine, "(get-fs-value (fuzzy-union 1 ?id (z 40 60)) 50)"));
+  // A plot of a fact's set names the variable of the set.
+  const std::vector<std::string> Lines = Capture(Engine, "(plot-fuzzy-value t \"*\" nil nil 1 2)");
+  ASSERT_EQ(28u, Lines.size());
+  EXPECT_EQ("t:Fuzzy Variable: temperature\r\n", Lines[0]);
+  EXPECT_EQ("t:Fuzzy Values: hot(*) tri(*)\r\n", Lines[1]);
 }
 
 TEST(FuzzyFunctions, PlotsGoToTheLogicalName) {
