@@ -149,6 +149,14 @@ bool IsNumber(const IKBValue& Value) {
   return Value && (Value->GetDType() == dtInteger || Value->GetDType() == dtFloat);
 }
 
+// The set of a fuzzy value; one that holds no set fails as a value that
+// isn't fuzzy. Its text is left out: a value without its set has none.
+IFuzzySet SetOf(const IKBValue& Value) {
+  IFuzzySet Set = Value->GetAsFuzzy();
+  if (!Set) throw EKBException(Format(_SNotCorrectType, "fuzzy value", "", GetKBTypeName(Value->GetDType())));
+  return Set;
+}
+
 // "a, b, or c".
 template <std::size_t N>
 std::string NameList(const std::array<const char*, N>& Names) {
@@ -286,7 +294,7 @@ std::vector<IValueVector> ToPostfix(const IValueVector& Expression, TKBContext* 
       case dtList:
         // A hedge must not reach the set that a variable holds.
         if (Written && KBVariableTypes.Contains(Written->GetDType()) && Item->GetDType() == dtFuzzy)
-          Operand(FuzzyValue(Item->GetAsFuzzy()->Clone()));
+          Operand(FuzzyValue(SetOf(Item)->Clone()));
         else
           Operand(Item);
         break;
@@ -310,9 +318,7 @@ IKBValue Pop(std::vector<IKBValue>& Stack, const IKBValue& Operator) {
 // written, which a rule keeps for its next firing. So the operand always
 // takes a clone first.
 IFuzzySet OwnSet(const IKBValue& Value) {
-  const IFuzzySet Set = Value->GetAsFuzzy();
-  if (!Set) throw EKBException(Format(_SInvalidFuzzyToken, Value->GetToString()));
-  IFuzzySet Own = Set->Clone();
+  IFuzzySet Own = SetOf(Value)->Clone();
   Value->SetAsFuzzy(Own);
   return Own;
 }
@@ -329,9 +335,9 @@ IKBValue EvalPostfix(const IFuzzyVariable& Variable, const IValueVector& Postfix
         IsFuzzyKeyword(Item->GetAsString(), IsUnion, Operation);
         const IKBValue Right = Pop(Stack, Item);
         const IKBValue Left = Pop(Stack, Item);
-        const IFuzzySet LeftSet = Left->GetAsFuzzy();
-        Left->SetAsFuzzy(IsUnion ? LeftSet->Union(Right->GetAsFuzzy(), Operation)
-                                 : LeftSet->Intersection(Right->GetAsFuzzy(), Operation));
+        const IFuzzySet LeftSet = SetOf(Left);
+        Left->SetAsFuzzy(IsUnion ? LeftSet->Union(SetOf(Right), Operation)
+                                 : LeftSet->Intersection(SetOf(Right), Operation));
         Stack.push_back(Left);
         break;
       }
@@ -341,7 +347,7 @@ IKBValue EvalPostfix(const IFuzzyVariable& Variable, const IValueVector& Postfix
         IsFuzzyHedgeOperator(Item->GetAsString(), BaseHedge, Clip);
         const IKBValue Right = Pop(Stack, Item);
         const IKBValue Left = Pop(Stack, Item);
-        const double Number = Right->GetAsFuzzy()->MaximumDefuzzify();
+        const double Number = SetOf(Right)->MaximumDefuzzify();
         OwnSet(Left)->Hedge(BaseHedge, Number, Clip);
         Stack.push_back(Left);
         break;
@@ -359,7 +365,7 @@ IKBValue EvalPostfix(const IFuzzyVariable& Variable, const IValueVector& Postfix
         // Something still unbound: the expression waits as it is.
         if (!Value || Value->GetDType() != dtFuzzy) return IKBValue(new TKBValue(Postfix));
         // A value of its own, which keywords and hedges may change.
-        Stack.push_back(FuzzyValue(Value->GetAsFuzzy()));
+        Stack.push_back(FuzzyValue(SetOf(Value)));
       }
     }
   }
@@ -398,11 +404,11 @@ IFuzzySet GetFuzzySetFromValue(const IKBValue& Value, TKBContext* Context) {
       Fact = Resolved->GetAsFact();
       break;
     default:
-      return Resolved->GetAsFuzzy();
+      return SetOf(Resolved);
   }
   const IKBValue Slot = GetFuzzySlot(Fact);
   if (!Slot) throw EKBException(_SNotFuzzyFact);
-  return Slot->GetAsFuzzy();
+  return SetOf(Slot);
 }
 
 // ---------------------------------------------------------------- expressions

@@ -83,6 +83,9 @@ TEST(FuzzyFunctions, ShapesMakeFuzzyValuesOfTheirOwn) {
   EXPECT_EQ("Too few arguments for tri", ErrorOfCall(Engine, "(tri 1 2)"));
   EXPECT_EQ("Not a numeric type.  Value (a) is a dtAtom type", ErrorOfCall(Engine, "(tri a 5 10)"));
   EXPECT_EQ("Invalid triangle curve: ", ErrorOfCall(Engine, "(tri 10 5 0)").substr(0, 24));
+  // Ends so far apart that their distance overflows.
+  EXPECT_EQ("Invalid s curve: ", ErrorOfCall(Engine, "(s -1.0e308 1.0e308)").substr(0, 17));
+  EXPECT_EQ("Invalid beta curve: ", ErrorOfCall(Engine, "(beta 1.0e308 -1.0e308)").substr(0, 20));
 }
 
 TEST(FuzzyFunctions, DefuzzifyAndReadPoints) {
@@ -115,6 +118,10 @@ TEST(FuzzyFunctions, DefuzzifyAndReadPoints) {
   Engine.Parse("(deftemplate point (slot x))", true);
   EXPECT_EQ("dtFactId <Fact-1>", Eval(Engine, "(assert (point (x 1)))"));
   EXPECT_EQ("Fact is not a fuzzy fact", ErrorOfCall(Engine, "(moment-defuzzify 1)"));
+  // A fuzzy value that holds no set.
+  SetVariable(Engine, "n", IKBValue(new TKBValue(IFuzzySet())));
+  EXPECT_EQ("Not a fuzzy value type.  Value () is a dtFuzzy type", ErrorOfCall(Engine, "(get-fs ?n)"));
+  EXPECT_EQ("Not a fuzzy value type.  Value () is a dtFuzzy type", ErrorOfCall(Engine, "(fuzzy-union (s 0 1) ?n)"));
   // The empty set has no crisp value.
   EXPECT_EQ("Cannot defuzzify an empty fuzzy set: no membership is above 0",
             ErrorOfCall(Engine, "(moment-defuzzify (fuzzy-intersection (tri 0 1 2) (tri 8 9 10)))"));
