@@ -370,7 +370,8 @@ std::string TKBValue::GetAsString() const {
     case dtFloat:
       return FloatText(FValue.VExtended);
     case dtFuzzy:
-      return Interface<TFuzzySet>()->ToString();
+      // A fuzzy value that holds no set reads as empty text.
+      return FValue.VInterface ? Interface<TFuzzySet>()->ToString() : std::string();
     default:
       TypeError("string");
   }
@@ -396,7 +397,8 @@ std::int32_t TKBValue::GetAsInteger() const {
     case dtExternalAddress:
       return Low32(FValue.VInteger);
     case dtFuzzy:
-      if (TruncToInt32(std::round(Interface<TFuzzySet>()->GetCrispValue()), Result)) return Result;
+      if (FValue.VInterface && TruncToInt32(std::round(Interface<TFuzzySet>()->GetCrispValue()), Result))
+        return Result;
       break;
     default:
       break;
@@ -420,7 +422,8 @@ double TKBValue::GetAsFloat() const {
     case dtDescriptor:
       return static_cast<double>(static_cast<std::int32_t>(FValue.VInteger));
     case dtFuzzy:
-      return Interface<TFuzzySet>()->GetCrispValue();
+      if (FValue.VInterface) return Interface<TFuzzySet>()->GetCrispValue();
+      break;
     default:
       break;
   }
@@ -528,6 +531,7 @@ bool TKBValue::Equals(const IKBValue& Other) const {
     case dtSingletons:
       return GetAsSingletons()->Equals(Other->GetAsSingletons());
     case dtFuzzy:
+      if (!FValue.VInterface) return Other->FKBType == dtFuzzy && !Other->FValue.VInterface;
       return GetAsFuzzy()->Equals(IInterface(Other));
   }
   return false;
@@ -579,6 +583,7 @@ bool TKBValue::EqualsStar(const IKBValue& Other) const {
     case dtSingletons:
       return GetAsSingletons()->Equals(Other->GetAsSingletons());
     case dtFuzzy:
+      if (!FValue.VInterface) return Other->FKBType == dtFuzzy && !Other->FValue.VInterface;
       return GetAsFuzzy()->Equals(IInterface(Other));
   }
   return false;
@@ -804,7 +809,7 @@ std::string TKBValue::GetToString() const {
     case dtSingletons:
       return GetAsSingletons()->ToString();
     case dtFuzzy:
-      return GetAsFuzzy()->ToString();
+      return GetAsString();
   }
   return {};
 }

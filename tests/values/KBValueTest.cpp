@@ -365,6 +365,13 @@ TEST(KBValueTest, SingletonsResolveToAFuzzySet) {
   EXPECT_FALSE(Fuzzy->Equals(Int(20)));
   EXPECT_FALSE(Fuzzy->Equals(Atom("5")));
   EXPECT_TRUE(Fuzzy->Equals(Fuzzy->Clone()));
+  // A fuzzy value that holds no set prints empty and has no number.
+  const IKBValue NoSet(new TKBValue(IFuzzySet()));
+  EXPECT_EQ(NoSet->GetToString(), "");
+  EXPECT_THROW(NoSet->GetAsFloat(), EKBException);
+  EXPECT_TRUE(NoSet->Equals(NoSet->Clone()));
+  EXPECT_FALSE(NoSet->Equals(Fuzzy));
+  EXPECT_FALSE(Fuzzy->Equals(NoSet));
 }
 
 TEST(ValueVectorTest, ListBehaviour) {
