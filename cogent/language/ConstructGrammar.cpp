@@ -3,6 +3,7 @@
 // values. Constructs are built free of the engine; ParseExpression registers
 // them once they are read whole.
 
+#include <cmath>
 #include <string>
 
 #include "cogent/common/VXCommon.h"
@@ -271,8 +272,11 @@ IStreamToken TKBRuleParser::ParseRangeAndCardinality(const IKBDefinedType& Defin
     if (High) DefinedType->SetMaxRange(High->GetAsNumeric());
   } else if (FuzzyVariable && (Low || High)) {
     // Both ends at once: one end alone could cross the other's old place.
-    FuzzyVariable->SetUniverse(Low ? Low->GetAsNumeric() : FuzzyVariable->GetUniverseLow(),
-                               High ? High->GetAsNumeric() : FuzzyVariable->GetUniverseHigh());
+    const double LowEnd = Low ? Low->GetAsNumeric() : FuzzyVariable->GetUniverseLow();
+    const double HighEnd = High ? High->GetAsNumeric() : FuzzyVariable->GetUniverseHigh();
+    // An empty universe holds no term; said here, where its line is known.
+    if (!(std::isfinite(LowEnd) && std::isfinite(HighEnd) && LowEnd < HighEnd)) ParseError(Where, _SInvalidLowHiLimits, LowEnd, HighEnd);
+    FuzzyVariable->SetUniverse(LowEnd, HighEnd);
   }
 
   const IStreamToken Close = Tokens.NextToken();
@@ -426,7 +430,7 @@ IFactSlot TKBRuleParser::ParseFactTemplateSlot() {
       if (SameText(Word, "default-dynamic")) {
         // Evaluated anew for each fact.
         Slot->SetDefaultDynamic(true);
-      } else {
+      } else if (!AwaitsShapeFunction(Value)) {
         // Calls run now; variables must be globals.
         Value = Value->Resolve(Target.GetGlobalContext());
       }
