@@ -410,6 +410,9 @@ IFactSlot TKBRuleParser::ParseFactTemplateSlot() {
       // The copy is the slot's own and has no name: written out, it reads
       // back as an implicit type.
       DefinedType->SetName(SImplicitDefinedType);
+      // A fuzzy copy keeps where its variable came from, to be written back
+      // as that type.
+      if (Present->GetFuzzyType()) DefinedType->SetAncestor(Present);
       Slot->SetExtendedTypeInfo(DefinedType);
       DefinedType->SetImplicit(true);
     }

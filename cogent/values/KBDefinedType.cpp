@@ -245,8 +245,6 @@ void TKBDefinedType::SetName(const TKBName& Value) {
   CheckKBName(Value);
   if (FReasoner) FReasoner->RenameDefinedType(this, FName, Value);
   FName = Value;
-  // The variable of a fuzzy type goes by the type's name.
-  if (FFuzzyType) FFuzzyType->SetName(Value);
   Change();
 }
 

@@ -249,6 +249,17 @@ TEST(FuzzyGrammarTest, FuzzySlotsTakeExpressions) {
   EXPECT_TRUE(Multi->GetCardinalityLimited());
   EXPECT_TRUE(Multi->GetFuzzyType()->FindFuzzySet("hot"));
 
+  // Written out, the slots name their type and read back alike.
+  const std::string Written = Reading->ToString();
+  EXPECT_NE(Written.find("(multislot ts (type temp)"), std::string::npos) << Written;
+  EXPECT_NE(Written.find("(cardinality 0 3)"), std::string::npos) << Written;
+  {
+    TInferenceEngine Other;
+    Other.Parse(Engine.FindDefinedType("temp")->ToString() + Written, true);
+    ASSERT_TRUE(Other.FindFactTemplate("reading"));
+    EXPECT_EQ(Other.FindFactTemplate("reading")->ToString(), Written);
+  }
+
   // A term by name, a number, points; an expression stays as read.
   const std::pair<const char*, const char*> Values[] = {
       {"hot", "hot"}, {"25", "25"}, {"((0 0) (1 1))", "((0.0000 0.0000) (1.0000 1.0000) )"}, {"very hot", "very hot "}};
