@@ -130,7 +130,7 @@ void TFact::SetTemplate(const IFactTemplate& Value) {
   }
   // The values of the slots both templates have stay; the others take the
   // new template's defaults.
-  std::vector<IKBValue> Values(static_cast<std::size_t>(Value->GetPositionCount()));
+  TFactValues Values(static_cast<std::size_t>(Value->GetPositionCount()));
   for (const int Position : Value->GetSortedPositions()) {
     const TFactSlot* Slot = Value->SlotAt(Position);
     IKBValue& Target = Values[static_cast<std::size_t>(Position)];
@@ -145,14 +145,14 @@ void TFact::SetTemplate(const IFactTemplate& Value) {
   FValues = std::move(Values);
 }
 
-std::vector<IKBValue> TFact::CloneValues(const TFact& Source) {
-  std::vector<IKBValue> Result;
-  Result.reserve(Source.FValues.size());
-  for (const IKBValue& Value : Source.FValues) Result.push_back(Value ? Value->Clone() : nullptr);
+TFactValues TFact::CloneValues(const TFact& Source) {
+  TFactValues Result(Source.FValues.size());
+  for (std::size_t I = 0; I < Result.size(); ++I)
+    if (const IKBValue& Value = Source.FValues[I]) Result[I] = Value->Clone();
   return Result;
 }
 
-void TFact::ReplaceValues(std::vector<IKBValue>&& Values) {
+void TFact::ReplaceValues(TFactValues&& Values) {
   Changed();
   FValues = std::move(Values);
 }

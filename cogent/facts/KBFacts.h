@@ -253,6 +253,42 @@ private:
 
 // ---------------------------------------------------------------- TFact
 
+// A fact's values by slot position: an array and its length, a third of a
+// vector's size in the fact.
+class TFactValues {
+public:
+  TFactValues() noexcept = default;
+  explicit TFactValues(std::size_t Count) : FItems(Count ? new IKBValue[Count] : nullptr), FCount(Narrow(Count)) {}
+  TFactValues(TFactValues&& Other) noexcept
+      : FItems(std::move(Other.FItems)), FCount(std::exchange(Other.FCount, 0)) {}
+  TFactValues& operator=(TFactValues&& Other) noexcept {
+    FItems = std::move(Other.FItems);
+    FCount = std::exchange(Other.FCount, 0);
+    return *this;
+  }
+
+  std::size_t size() const noexcept { return FCount; }
+  IKBValue& operator[](std::size_t Index) const noexcept { return FItems[Index]; }
+  IKBValue* begin() const noexcept { return FItems.get(); }
+  IKBValue* end() const noexcept { return FItems.get() + FCount; }
+  void clear() noexcept {
+    FItems.reset();
+    FCount = 0;
+  }
+  // Keeps the values that still fit; new positions are nil.
+  void resize(std::size_t Count) {
+    TFactValues Grown(Count);
+    for (std::size_t I = 0; I < Count && I < FCount; ++I) Grown[I] = std::move(FItems[I]);
+    *this = std::move(Grown);
+  }
+
+private:
+  static std::uint32_t Narrow(std::size_t Count) noexcept { return static_cast<std::uint32_t>(Count); }
+
+  std::unique_ptr<IKBValue[]> FItems;
+  std::uint32_t FCount = 0;
+};
+
 // One item of working memory. Slot values are filled in lazily from the
 // template's defaults as they are read.
 class TFact : public TPersistent, public TRefCounted, public ICloneable {
@@ -321,9 +357,9 @@ private:
   // Both Assign forms; ThroughSetValue is the persistent one.
   void AssignFact(const TFact& Source, bool ThroughSetValue);
   // Clones of the values by position.
-  static std::vector<IKBValue> CloneValues(const TFact& Source);
+  static TFactValues CloneValues(const TFact& Source);
   // Values by the positions of the fact's template.
-  void ReplaceValues(std::vector<IKBValue>&& Values);
+  void ReplaceValues(TFactValues&& Values);
   // The value at the position of Slot, entered from its default on first reading.
   const IKBValue& ValueAt(int Position, const TFactSlot& Slot) const;
   const IKBValue& GetValueRefSlowly(const TSlotRef& Slot) const;
@@ -339,10 +375,10 @@ private:
   void Changed() noexcept { FHashValid = false; }
 
   // By the template's slot positions; nil where not read or set yet.
-  mutable std::vector<IKBValue> FValues;
+  mutable TFactValues FValues;
   mutable std::int32_t FHashCode = 0;
-  mutable bool FHashValid = false;
   std::int32_t FID = -1;
+  mutable bool FHashValid = false;
   std::intptr_t FTag = 0;
   IFactTemplate FTemplate;
 };

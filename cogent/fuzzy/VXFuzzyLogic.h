@@ -25,7 +25,18 @@ COGENT_DECLARE_EXCEPTION(EFuzzyException, EVXException)
 enum TFuzzySetType : std::uint8_t { fstCustom, fstTriangle, fstZ, fstPi, fstBeta, fstS };
 inline constexpr std::array<const char*, 6> FuzzySetTypeNames{"custom", "triangle", "z", "pi", "beta", "s"};
 
-// How two sets combine into one by union or intersection.
+// How two sets combine into one by union or intersection, membership by
+// membership (a and b):
+//   zadeh        union max(a, b),          intersection min(a, b)
+//   mean         (a + b) / 2 either way
+//   mean-sqr     (a^2 + b^2) / 2 either way
+//   mean-sqrt    (sqrt(a) + sqrt(b)) / 2 either way
+//   product      union a + b - ab,         intersection ab
+//   bounded-sum  union min(1, a + b),      intersection max(0, a + b - 1)
+//   sum          union a + b, the whole curve scaled down to a peak of 1 where
+//                it rises above; intersection as bounded-sum
+// The means are compromises, neither larger nor smaller than both sets, so
+// union and intersection agree for them.
 enum TFuzzyOperation : std::uint8_t {
   foZadeh,
   foMean,
@@ -53,8 +64,11 @@ inline constexpr const char* FuzzyInferenceSuffixNameList = "min-max, sum, mean,
 
 // Linguistic hedges, each a change of every membership y of a set:
 // not 1 - y; very y^2; somewhat y^(1/3); more-or-less y^(1/2); extremely y^3;
-// slightly a bell around 0.5 that damps the extremes; plus y^1.25; norm
-// scales the peak to 1; intensify pushes values away from 0.5.
+// slightly min(y, 1 - y^2) scaled to a peak of 1, which keeps the middling
+// members and drops the full ones; plus y^1.25; norm scales the peak to 1;
+// intensify 2y^2 below 0.5 and 1 - 2(1 - y)^2 above, pushing values away
+// from 0.5. A curved change of a sloped piece is drawn with extra points, so
+// that very of a triangle is 0.25 where the triangle is 0.5.
 enum TFuzzyHedge : std::uint8_t {
   fhNot,
   fhVery,
@@ -71,25 +85,69 @@ inline constexpr std::array<const char*, 9> FuzzyHedgeNames{"not",  "very", "som
 
 // The scalar step: each membership y of a set combined with a number n.
 // Correlation relies on bhProduct (y * n) and bhMinimum (min(y, n)) keeping
-// their places.
+// their places. The flag of the step says what happens to a result above 1:
+// true cuts it to 1, false scales the whole curve down by its peak, keeping
+// its shape. A result below 0 is always cut to 0.
 enum TBaseFuzzyHedge : std::uint8_t {
   bhAdd,       // y + n
   bhSubtract,  // y - n
   bhProduct,   // y * n
-  bhDivide,    // y / n
-  bhPower,     // y ^ n
-  bhRoot,      // y ^ (1 / n)
+  bhDivide,    // y / n, n not 0
+  bhPower,     // y ^ n, n above 0
+  bhRoot,      // y ^ (1 / n), n above 0
   bhMaximum,   // max(y, n)
   bhMinimum    // min(y, n)
 };
 
-// Exact, case-sensitive look-ups of the names above; Value is left alone when
-// the text is no name.
+// The words of the scalar steps in a fuzzy expression, between a set and a
+// number: "cold at-most 0.5". The "scaled" forms scale instead of cutting.
+struct TFuzzyHedgeOperatorName {
+  const char* Text;
+  TBaseFuzzyHedge BaseHedge;
+  bool Clip;
+};
+inline constexpr std::array<TFuzzyHedgeOperatorName, 16> FuzzyHedgeOperatorNames{{
+    {"+", bhAdd, true},
+    {"-", bhSubtract, true},
+    {"*", bhProduct, true},
+    {"/", bhDivide, true},
+    {"^", bhPower, true},
+    {"root", bhRoot, true},
+    {"at-least", bhMaximum, true},
+    {"at-most", bhMinimum, true},
+    {"scaled+", bhAdd, false},
+    {"scaled-", bhSubtract, false},
+    {"scaled*", bhProduct, false},
+    {"scaled/", bhDivide, false},
+    {"scaled^", bhPower, false},
+    {"scaled-root", bhRoot, false},
+    {"scaled-at-least", bhMaximum, false},
+    {"scaled-at-most", bhMinimum, false},
+}};
+
+// The keywords of a fuzzy expression: "or" and "and" join two sets by union
+// and intersection under zadeh; "or-" or "and-" followed by the name of an
+// operation ("or-product", "and-mean-sqrt") under that operation.
+inline constexpr const char* FuzzyUnionKeyword = "or";
+inline constexpr const char* FuzzyIntersectionKeyword = "and";
+
+// Exact, case-sensitive look-ups of the names above; the out values are
+// left alone when the text is no name.
 bool IsFuzzyCorrelation(std::string_view Text, TFuzzyCorrelationMethod& Method);
 bool IsFuzzyInference(std::string_view Text, TFuzzyInferenceMethod& Method);
 bool IsFuzzyOperation(std::string_view Text, TFuzzyOperation& Operation);
 bool IsFuzzyHedge(std::string_view Text);
 bool IsFuzzyHedge(std::string_view Text, TFuzzyHedge& Hedge);
+bool IsFuzzyHedgeOperator(std::string_view Text);
+bool IsFuzzyHedgeOperator(std::string_view Text, TBaseFuzzyHedge& BaseHedge, bool& Clip);
+bool IsFuzzyKeyword(std::string_view Text, bool& IsUnion, TFuzzyOperation& Operation);
+
+// The scalar step with which a correlation method weakens a conclusion:
+// bhProduct for product, bhMinimum for any other.
+TBaseFuzzyHedge FuzzyCorrelationBaseHedge(TFuzzyCorrelationMethod Method) noexcept;
+// The operation under which an inference method combines two sets; zadeh for
+// a value that is no method.
+TFuzzyOperation FuzzyInferenceOperation(TFuzzyInferenceMethod Method) noexcept;
 
 // ---------------------------------------------------------------- constants
 
@@ -102,17 +160,35 @@ inline constexpr const char* _SLowFuzzyTerm = "low";
 inline constexpr const char* _SMediumFuzzyTerm = "medium";
 inline constexpr const char* _SHighFuzzyTerm = "high";
 
+// The most pieces a curve may be drawn with on each side of a bend.
+inline constexpr std::int32_t MaxFuzzyCurveSteps = 1000;
+
 // Threshold of a new variable, and of a set that has no variable.
 inline constexpr float DefaultFuzzyEqualsThreshold = 0.01F;
 
-// The library's own messages. The low-high text is the engine's message
-// of the same meaning, repeated here so that this layer needs no engine header.
+// The library's own messages. The low-high and different-variables texts are
+// the engine's messages of the same meaning, repeated here so that this layer
+// needs no engine header.
 inline constexpr const char* SFuzzyInvalidLowHiLimits = "Invalid low and high limits specified: %.4f to %.4f";
+inline constexpr const char* SFuzzyDifferentVariables =
+    "Fuzzy variables are different, %s is a term from %s and %s is a term from %s";
 inline constexpr const char* SFuzzyPointIndexError = "Fuzzy set point index out of bounds (%d)";
 inline constexpr const char* SFuzzyTermIndexError = "Fuzzy variable term index out of bounds (%d)";
 inline constexpr const char* SFuzzyInvalidPoint = "Invalid fuzzy set point: coordinates must be finite numbers";
+inline constexpr const char* SFuzzyInvalidMembership =
+    "Invalid fuzzy set point (%.4f %.4f): the membership must lie between 0 and 1";
+inline constexpr const char* SFuzzyPointOrder =
+    "Invalid fuzzy set point (%.4f %.4f): points must come in order of x, and it follows x %.4f";
 inline constexpr const char* SFuzzyNilSet = "Cannot add a nil fuzzy set to fuzzy variable %s";
 inline constexpr const char* SFuzzyClassError = "Cannot create an instance of fuzzy class %s";
+inline constexpr const char* SFuzzyTermOutsideUniverse =
+    "Fuzzy term %s lies outside the universe of discourse of %s: %.4f to %.4f";
+inline constexpr const char* SFuzzyInvalidCurve = "Invalid %s curve: %s";
+inline constexpr const char* SFuzzyInvalidHedge = "Invalid fuzzy hedge (%d)";
+inline constexpr const char* SFuzzyInvalidHedgeNumber = "Invalid number for fuzzy hedge %s: %g";
+inline constexpr const char* SFuzzyInvalidOperation = "Invalid fuzzy operation (%d)";
+inline constexpr const char* SFuzzyNilOperand = "Missing fuzzy set to combine with %s";
+inline constexpr const char* SFuzzyEmptyDefuzzify = "Cannot defuzzify an empty fuzzy set: no membership is above 0";
 
 // ---------------------------------------------------------------- declarations
 
@@ -149,11 +225,12 @@ using TFuzzyPoints = std::vector<TFuzzyPoint>;
 
 // ---------------------------------------------------------------- TFuzzySet
 
-// A membership curve through points sorted by x. Between two points the curve
-// is linear; left of the first point it keeps the first y, right of the last
-// the last y; a set without points is 0 everywhere. Points of equal x are all
-// kept, in the order they came, so that a curve can jump (a crisp edge); at
-// such an x the membership is the greatest of their ys.
+// A membership curve through points in order of x, each membership from 0
+// to 1. Between two points the curve is linear; left of the first point it
+// keeps the first y, right of the last the last y; a set without points is 0
+// everywhere. Points of equal x are all kept, in the order they came, so that
+// a curve can jump (a crisp edge); at such an x the membership is the
+// greatest of their ys.
 //
 // The back reference to the variable is a plain pointer: the variable holds
 // its terms by counted reference and clears this pointer in every set that
@@ -205,31 +282,78 @@ public:
   TFzyFloat GetX(std::int32_t Index) const;
   TFzyFloat GetY(std::int32_t Index) const;
   const TFuzzyPoints& GetPoints() const noexcept { return FPoints; }
-  // Inserts after any point of the same x. Inside BeginUpdate the point is
-  // appended and the order is restored by the last EndUpdate; reading the set
-  // before then sees the points as they came. Both coordinates must be finite.
-  // Makes the set custom.
+  // Appends a point; its x may not lie below the last point's, its y must
+  // lie in 0..1, both finite, else EFuzzyException and the set is unchanged.
+  // Makes the set custom and drops its expression text.
   void AddPoint(TFzyFloat X, TFzyFloat Y);
   void ClearPoints();
-  // Replaces all points and records how they were made; the hook of the
-  // shape builders, hedges and scalar steps.
+  // Replaces all points, checked as AddPoint does, and records how they were
+  // made.
   void SetPoints(TFuzzyPoints Points, TFuzzySetType SetType);
+  // Counted for callers that build a set in steps; points are checked as they
+  // come either way.
   void BeginUpdate() noexcept { ++FUpdateCount; }
-  void EndUpdate();
+  void EndUpdate() noexcept {
+    if (FUpdateCount > 0) --FUpdateCount;
+  }
   std::int32_t GetUpdateCount() const noexcept { return FUpdateCount; }
+
+  // ---- shapes: each replaces the points and records the set type. Steps is
+  // the number of straight pieces on each side of a bend's mid-point, 1 to
+  // MaxFuzzyCurveSteps. Bad arguments raise SFuzzyInvalidCurve and leave the
+  // set as it was.
+  // (Left, 0), (Centre, 1), (Right, 0); Left <= Centre <= Right.
+  void TriangleCurve(TFzyFloat Left, TFzyFloat Centre, TFzyFloat Right);
+  // Rising (s): 0 up to A, 0.5 at Mid, 1 from B on, by two parabolas; falling
+  // (z) the mirror. A <= Mid <= B.
+  void SCurve(std::int32_t Steps, TFzyFloat A, TFzyFloat B, TFzyFloat Mid, bool Rising);
+  // Pi: an s curve from Centre - Range up to Centre, a z curve down to
+  // Centre + Range; Range >= 0.
+  void BellCurve(std::int32_t Steps, TFzyFloat Range, TFzyFloat Centre);
+  // The same through three points: up from Left, down to Right.
+  void BellCurve(std::int32_t Steps, TFzyFloat Left, TFzyFloat Right, TFzyFloat Centre);
+  // Beta: 1 / (1 + Weight * ((x - Centre) / Inflection)^2) from Centre - Range
+  // to Centre + Range, dropping to 0 at both ends. Inflection is the distance
+  // from the centre at which an unweighted curve is 0.5. Range >= 0,
+  // Inflection > 0, Weight >= 0.
+  void BetaCurve(std::int32_t Steps, TFzyFloat Range, TFzyFloat Centre, TFzyFloat Inflection,
+                 TFzyFloat Weight = 1.0);
+  // The inflection and weight a beta curve was made with; 0 for other sets.
+  TFzyFloat GetBetaInflection() const noexcept { return FFuzzySetType == fstBeta ? FInflection : 0.0; }
+  TFzyFloat GetBetaWeight() const noexcept { return FFuzzySetType == fstBeta ? FWeight : 0.0; }
+
+  // ---- changes in place; each makes the set custom. An unknown ordinal, a
+  // step number that is not finite, a division by 0 or an exponent not above
+  // 0 raise EFuzzyException and leave the set as it was.
+  void Hedge(TFuzzyHedge AHedge);
+  void Hedge(TBaseFuzzyHedge BaseHedge, TFzyFloat Number, bool Clip);
+
+  // ---- combinations: a new custom set of this set's class, on this set's
+  // variable (or the other's), named "a or b" after the keyword. Sets of two
+  // variables of different names raise SFuzzyDifferentVariables; a nil
+  // Other raises SFuzzyNilOperand.
+  IFuzzySet Union(const IFuzzySet& Other, TFuzzyOperation Operation = foZadeh) const;
+  IFuzzySet Intersection(const IFuzzySet& Other, TFuzzyOperation Operation = foZadeh) const;
 
   // ---- evaluation
   TFzyFloat DegreeOfMembership(TFzyFloat X) const;
   // Centre of gravity of the area under the curve between the first and the
   // last point. A set of area 0 with some positive y (singletons, a crisp
-  // spike) gives the mean of the xs weighted by y; an empty or all-zero set
-  // gives 0.
+  // spike) gives the mean of the xs weighted by y. A set with no membership
+  // above 0 has no crisp value: SFuzzyEmptyDefuzzify.
   TFzyFloat MomentDefuzzify() const;
   TFzyFloat GetCrispValue() const { return MomentDefuzzify(); }
   // Mean of maxima: the middle of the plateaus at the greatest y, weighted by
   // their widths; without a plateau the mean x of the points at the greatest
-  // y. The centre of a symmetric pi or beta set. An empty set gives 0.
+  // y. The centre of a pi or beta set. An empty set raises as above.
   TFzyFloat MaximumDefuzzify() const;
+  // True when the maximum gives no single answer: no membership is above 0,
+  // or the greatest membership is reached in two places apart, so that their
+  // mean may fall where the set hardly holds.
+  bool IsUndecidable() const;
+  // How strongly the set holds anywhere: its greatest membership, 0 for an
+  // empty set. A conclusion weakened by a rule of strength s has at most s.
+  TFzyFloat GetCompatibilityIndex() const;
 
   // Walks both curves at the union of their points and at each crossing of
   // the two, which is exact for the greatest minimum and the like. A nil or
@@ -261,8 +385,8 @@ public:
   bool SameShape(const TFuzzySet& Other, TFzyFloat Epsilon = 0.0001) const noexcept;
 
   // ---- copying and text
-  // A new set of this class with the points, type, expression, name,
-  // variable and parser; it is no term.
+  // A new set of this class with the points, type, beta figures, expression,
+  // name, variable and parser; it is no term.
   IFuzzySet Clone() const;
   IInterface CloneInterface() const override;
   using TPersistent::Assign;
@@ -283,6 +407,8 @@ private:
   friend class TFuzzyVariable;
   void AttachTo(TFuzzyVariable* Value) noexcept;
   void CheckPointIndex(std::int32_t Index) const;
+  IFuzzySet Combine(const IFuzzySet& Other, TFuzzyOperation Operation, bool IsUnion) const;
+  void SetShape(TFuzzyPoints&& Points, TFuzzySetType SetType);
 
   std::string FName;
   TFuzzyVariable* FVariable = nullptr;
@@ -296,7 +422,8 @@ private:
   std::intptr_t FTag = 0;
   TFuzzyPoints FPoints;
   std::int32_t FUpdateCount = 0;
-  bool FUnsorted = false;
+  TFzyFloat FInflection = 0.0;
+  TFzyFloat FWeight = 0.0;
   mutable TFzyFloat FRunningMaximum = 0.0;
 };
 
@@ -325,7 +452,8 @@ public:
   void SetTag(std::intptr_t Value) override { FTag = Value; }
 
   // The universe, 0 to 1 in a new variable. Low must lie below High, else
-  // EFuzzyException SFuzzyInvalidLowHiLimits and nothing changes; set both at
+  // EFuzzyException SFuzzyInvalidLowHiLimits, and it must hold every term,
+  // else SFuzzyTermOutsideUniverse; either way nothing changes. Set both at
   // once where both move.
   TFzyFloat GetUniverseLow() const noexcept { return FUniverseLow; }
   TFzyFloat GetUniverseHigh() const noexcept { return FUniverseHigh; }
@@ -349,7 +477,10 @@ public:
   // the variable does not hold it.
   virtual IFuzzySet NewFuzzySet(const std::string& Name);
   // Holds Set as the next term: marks it a term, gives it the next order
-  // number and, when it has none, this variable. Returns its index.
+  // number and, when it has none, this variable. Returns its index. Once the
+  // universe has been set, a term with a point outside it raises
+  // SFuzzyTermOutsideUniverse; before, any term is taken, so that a definition
+  // may give its terms before its range.
   std::int32_t AddTerm(const IFuzzySet& Set);
   // The same without making it a term.
   std::int32_t AddFuzzySet(const IFuzzySet& Set);
@@ -361,7 +492,9 @@ public:
   // there is none).
   IFuzzySet GetFuzzySetFromExpression(const std::string& Expression);
 
-  // Same name, units, universe and threshold, and equal sets by name.
+  // Same name, units and universe, and terms of the same shapes by name; sets
+  // the variable holds that are no terms (the empty set) and the threshold,
+  // which the engine sets, are not compared.
   bool Equals(const IInterface& Other) const override;
   IFuzzyVariable Clone() const;
   IInterface CloneInterface() const override;
@@ -381,11 +514,13 @@ private:
   void Link(TFuzzySet* Set) noexcept;
   void Unlink(TFuzzySet* Set) noexcept;
   std::int32_t DoAddSet(const IFuzzySet& Set, bool AsTerm);
+  void CheckInUniverse(const TFuzzySet& Set, TFzyFloat Low, TFzyFloat High) const;
 
   std::string FName;
   std::string FUnits;
   TFzyFloat FUniverseLow = 0.0;
   TFzyFloat FUniverseHigh = 1.0;
+  bool FUniverseSet = false;
   float FEqualityThreshold = DefaultFuzzyEqualsThreshold;
   IFuzzyParser* FParser = nullptr;
   TClass FFuzzySetClass;
@@ -396,5 +531,15 @@ private:
 };
 
 using TIFuzzyVariable = TFuzzyVariable;
+
+// ---------------------------------------------------------------- inference
+
+// A conclusion weakened by a rule of the given strength: a clone of Set with
+// the method's scalar step applied, cut to 0..1. Set itself, which a variable
+// or another fact may share, is not changed. A nil Set gives nil.
+IFuzzySet FuzzyCorrelate(const IFuzzySet& Set, TFuzzyCorrelationMethod Method, TFzyFloat Strength);
+// Two sets of one fuzzy slot combined under an inference method: their union,
+// or their intersection, under the method's operation; a new set.
+IFuzzySet FuzzyCombine(const IFuzzySet& Set1, const IFuzzySet& Set2, TFuzzyInferenceMethod Method, bool IsUnion);
 
 }  // namespace cogent

@@ -110,6 +110,9 @@ TKBText* TKBText::Make(std::string_view Text) {
   return new (::operator new(sizeof(TKBText) + Text.size())) TKBText(Text);
 }
 
+// A value in 40 bytes takes a 48-byte block of the allocator.
+static_assert(sizeof(TKBValue) <= 40);
+
 // ---------------------------------------------------------------- TKBValueNexus
 
 void TKBValueNexus::Notification(TComponent* AComponent, TOperation Operation) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -56,8 +57,7 @@ public:
 TEST(VXFuzzyLogicTest, MembershipIsPiecewiseLinearWithFlatEnds) {
   const IFuzzySet Tri = Triangle(0, 5, 10), Low = MakeSet({{0, 1}, {10, 0}});
   // Equal xs are all kept, in the order they came: a crisp edge, closed at 5.
-  const IFuzzySet Step = MakeSet({{10, 1}, {5, 0}, {5, 1}});
-  EXPECT_EQ(Step->GetPoints(), (TFuzzyPoints{{5, 0}, {5, 1}, {10, 1}}));
+  const IFuzzySet Step = MakeSet({{5, 0}, {5, 1}, {10, 1}});
   const struct {
     IFuzzySet Set;
     double X, Degree;
@@ -66,27 +66,24 @@ TEST(VXFuzzyLogicTest, MembershipIsPiecewiseLinearWithFlatEnds) {
   for (const auto& C : Cases) EXPECT_DOUBLE_EQ(C.Set->DegreeOfMembership(C.X), C.Degree) << C.X;
 }
 
-TEST(VXFuzzyLogicTest, PointsStaySortedAndBadPointsAreRefused) {
+TEST(VXFuzzyLogicTest, BadPointsAreRefused) {
   TFuzzySet Set;
-  Set.BeginUpdate();
-  Set.AddPoint(10, 0);
-  Set.BeginUpdate();
-  Set.AddPoint(0, 0);
-  Set.EndUpdate();
-  Set.AddPoint(5, 1);
-  EXPECT_DOUBLE_EQ(Set.GetX(0), 10.0);  // as they came until the last EndUpdate
-  Set.EndUpdate();
-  EXPECT_EQ(Set.GetPoints(), (TFuzzyPoints{{0, 0}, {5, 1}, {10, 0}}));
-
-  Set.SetPoints({{3, 0}, {1, 1}}, fstTriangle);
+  Set.SetPoints({{1, 1}, {3, 0}}, fstTriangle);
   EXPECT_EQ(Set.GetFuzzySetType(), fstTriangle);
-  EXPECT_DOUBLE_EQ(Set.GetX(0), 1.0);
   Set.AddPoint(4, 0);
   EXPECT_EQ(Set.GetFuzzySetType(), fstCustom);
 
   EXPECT_EQ(ErrorOf<EVXException>([&] { Set.AddPoint(std::nan(""), 0); }), SFuzzyInvalidPoint);
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.AddPoint(3.5, 0); }),
+            "Invalid fuzzy set point (3.5000 0.0000): points must come in order of x, and it follows x 4.0000");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.AddPoint(5, 1.5); }),
+            "Invalid fuzzy set point (5.0000 1.5000): the membership must lie between 0 and 1");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.AddPoint(5, -0.1); }),
+            "Invalid fuzzy set point (5.0000 -0.1000): the membership must lie between 0 and 1");
   EXPECT_EQ(ErrorOf<EVXException>([&] { Set.SetPoints({{0, 0}, {1, HUGE_VAL}}, fstS); }), SFuzzyInvalidPoint);
-  EXPECT_EQ(Set.GetPointCount(), 3);
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.SetPoints({{3, 0}, {1, 1}}, fstS); }),
+            "Invalid fuzzy set point (1.0000 1.0000): points must come in order of x, and it follows x 3.0000");
+  EXPECT_EQ(Set.GetPoints(), (TFuzzyPoints{{1, 1}, {3, 0}, {4, 0}}));
   EXPECT_EQ(ErrorOf<EVXException>([&] { Set.GetY(3); }), "Fuzzy set point index out of bounds (3)");
   EXPECT_EQ(ErrorOf<EVXException>([&] { Set.GetX(-1); }), "Fuzzy set point index out of bounds (-1)");
 }
@@ -107,12 +104,24 @@ TEST(VXFuzzyLogicTest, Defuzzification) {
   const IFuzzySet Crisp = Triangle(25, 25, 25);
   EXPECT_DOUBLE_EQ(Crisp->MomentDefuzzify(), 25.0);
   EXPECT_DOUBLE_EQ(Crisp->MaximumDefuzzify(), 25.0);
-  const IFuzzySet Spikes = MakeSet({{2, 0.5}, {2, 0}, {8, 0}, {8, 1.5}});
-  EXPECT_DOUBLE_EQ(Spikes->MomentDefuzzify(), 6.5);
+  const IFuzzySet Spikes = MakeSet({{2, 0.5}, {2, 0}, {8, 0}, {8, 1}});
+  EXPECT_DOUBLE_EQ(Spikes->MomentDefuzzify(), 6.0);
 
-  EXPECT_DOUBLE_EQ(MakeSet({{1, 0}, {9, 0}})->MomentDefuzzify(), 0.0);
-  EXPECT_DOUBLE_EQ(TFuzzySet().MomentDefuzzify(), 0.0);
-  EXPECT_DOUBLE_EQ(TFuzzySet().MaximumDefuzzify(), 0.0);
+  // The greatest membership in two places apart leaves the maximum undecided.
+  EXPECT_TRUE(TwoPeaks->IsUndecidable());
+  EXPECT_TRUE(TwoPlateaus->IsUndecidable());
+  EXPECT_FALSE(Trapezoid->IsUndecidable());
+  EXPECT_FALSE(MakeSet({{0, 1}, {10, 0}})->IsUndecidable());
+  EXPECT_DOUBLE_EQ(Spikes->GetCompatibilityIndex(), 1.0);
+  EXPECT_DOUBLE_EQ(MakeSet({{0, 0}, {5, 0.6}, {10, 0}})->GetCompatibilityIndex(), 0.6);
+
+  // Nothing above 0: no crisp value, and undecidable.
+  for (const IFuzzySet& Empty : {MakeSet({{1, 0}, {9, 0}}), IFuzzySet(new TFuzzySet())}) {
+    EXPECT_EQ(ErrorOf<EVXException>([&] { Empty->MomentDefuzzify(); }), SFuzzyEmptyDefuzzify);
+    EXPECT_EQ(ErrorOf<EVXException>([&] { Empty->MaximumDefuzzify(); }), SFuzzyEmptyDefuzzify);
+    EXPECT_TRUE(Empty->IsUndecidable());
+    EXPECT_DOUBLE_EQ(Empty->GetCompatibilityIndex(), 0.0);
+  }
 }
 
 TEST(VXFuzzyLogicTest, MinThresholdEquality) {
@@ -286,7 +295,17 @@ TEST(VXFuzzyLogicTest, VariableCloneAndEquality) {
   EXPECT_NE(Copy->GetTerm(0), Variable->GetTerm(0));
   EXPECT_EQ(Copy->GetTerm(0)->GetVariable(), Copy.get());
 
-  Copy->GetTerm(0)->AddPoint(60, 0);
+  // Sets held that are no terms, like the empty set made on demand, and the
+  // threshold do not count.
+  const IFuzzyVariable Bare(new TFuzzyVariable("temp"));
+  Bare->SetUniverse(0, 100);
+  Bare->SetUnits("deg C");
+  Bare->AddTerm(Variable->GetTerm(0)->Clone());
+  Bare->AddTerm(Variable->GetTerm(1)->Clone());
+  Bare->SetEqualityThreshold(0.3F);
+  EXPECT_TRUE(Bare->Equals(Variable));
+
+  Copy->GetTerm(0)->AddPoint(100, 0);
   EXPECT_FALSE(Copy->Equals(Variable));
   EXPECT_EQ(Variable->GetTerm(0)->GetPointCount(), 3);
   EXPECT_FALSE(Variable->Equals(IInterface(Triangle(0, 1, 2))));
@@ -326,4 +345,289 @@ TEST(VXFuzzyLogicTest, NameLookUps) {
   EXPECT_TRUE(IsFuzzyHedge("more-or-less", Hedge));
   EXPECT_EQ(Hedge, fhMoreOrLess);
   EXPECT_FALSE(IsFuzzyHedge("zadeh"));
+}
+
+namespace {
+
+// Memberships of Set at each x, as text to compare at once.
+std::vector<double> DegreesAt(const IFuzzySet& Set, std::initializer_list<double> Xs) {
+  std::vector<double> Result;
+  for (const double X : Xs) Result.push_back(std::round(Set->DegreeOfMembership(X) * 1e6) / 1e6);
+  return Result;
+}
+
+using Degrees = std::vector<double>;
+
+IFuzzySet Shaped(const std::function<void(TFuzzySet&)>& Build) {
+  IFuzzySet Set(new TFuzzySet());
+  Build(*Set);
+  return Set;
+}
+
+}  // namespace
+
+TEST(VXFuzzyLogicTest, CurvesAndTheirFigures) {
+  const IFuzzySet Tri = Shaped([](TFuzzySet& S) { S.TriangleCurve(0, 5, 10); });
+  EXPECT_EQ(Tri->GetPoints(), (TFuzzyPoints{{0, 0}, {5, 1}, {10, 0}}));
+  EXPECT_EQ(Tri->GetFuzzySetType(), fstTriangle);
+
+  const IFuzzySet S = Shaped([](TFuzzySet& Set) { Set.SCurve(7, 0, 10, 5, true); });
+  EXPECT_EQ(S->GetPointCount(), 15);
+  EXPECT_EQ(S->GetFuzzySetType(), fstS);
+  EXPECT_EQ(DegreesAt(S, {-3, 0, 5, 10, 12}), (Degrees{0, 0, 0.5, 1, 1}));
+  // A parabola on each side of the mid-point: 0.5 (k/7)^2 at its points.
+  EXPECT_NEAR(S->DegreeOfMembership(10.0 / 7.0), 0.5 * 4.0 / 49.0, 1e-12);
+  const IFuzzySet Z = Shaped([](TFuzzySet& Set) { Set.SCurve(7, 0, 10, 5, false); });
+  EXPECT_EQ(DegreesAt(Z, {0, 5, 10}), (Degrees{1, 0.5, 0}));
+  EXPECT_EQ(Z->GetFuzzySetType(), fstZ);
+
+  // The maximum of a pi or beta set is its centre.
+  const IFuzzySet Pi = Shaped([](TFuzzySet& Set) { Set.BellCurve(7, 2, 5); });
+  EXPECT_EQ(DegreesAt(Pi, {3, 4, 5, 6, 7}), (Degrees{0, 0.5, 1, 0.5, 0}));
+  EXPECT_EQ(Pi->GetPointCount(), 29);
+  EXPECT_DOUBLE_EQ(Pi->MaximumDefuzzify(), 5.0);
+  const IFuzzySet Pi3 = Shaped([](TFuzzySet& Set) { Set.BellCurve(7, 3, 9, 5); });
+  EXPECT_EQ(DegreesAt(Pi3, {3, 4, 5, 7, 9}), (Degrees{0, 0.5, 1, 0.5, 0}));
+  EXPECT_DOUBLE_EQ(Pi3->MaximumDefuzzify(), 5.0);
+  EXPECT_DOUBLE_EQ(Pi3->GetX(0), 3.0);
+  EXPECT_DOUBLE_EQ(Pi3->GetX(Pi3->GetPointCount() - 1), 9.0);
+
+  // 1 / (1 + w ((x - c) / i)^2), stopping at the ends of the range.
+  const IFuzzySet Beta = Shaped([](TFuzzySet& Set) { Set.BetaCurve(4, 4, 5, 2); });
+  EXPECT_EQ(DegreesAt(Beta, {0.5, 1, 3, 5, 7, 9, 9.5}), (Degrees{0, 0.2, 0.5, 1, 0.5, 0.2, 0}));
+  EXPECT_EQ(Beta->GetPointCount(), 11);
+  EXPECT_DOUBLE_EQ(Beta->GetBetaInflection(), 2.0);
+  EXPECT_DOUBLE_EQ(Beta->MaximumDefuzzify(), 5.0);
+  const IFuzzySet Weighted = Shaped([](TFuzzySet& Set) { Set.BetaCurve(4, 4, 5, 2, 3); });
+  EXPECT_DOUBLE_EQ(Weighted->DegreeOfMembership(3), 0.25);
+  // The weight can be read back from the second point, the first on the curve.
+  const double X1 = Weighted->GetX(1), Y1 = Weighted->GetY(1);
+  EXPECT_NEAR((1 / Y1 - 1) / std::pow((X1 - 5) / 2, 2), 3.0, 1e-12);
+  EXPECT_DOUBLE_EQ(Weighted->GetBetaWeight(), 3.0);
+  EXPECT_DOUBLE_EQ(Tri->GetBetaInflection(), 0.0);
+
+  // A number as a set: its only peak stands at it.
+  const IFuzzySet Number = Shaped([](TFuzzySet& Set) { Set.TriangleCurve(25, 25, 25); });
+  EXPECT_EQ(DegreesAt(Number, {24.99, 25, 25.01}), (Degrees{0, 1, 0}));
+  EXPECT_DOUBLE_EQ(Number->MaximumDefuzzify(), 25.0);
+  EXPECT_DOUBLE_EQ(Number->GetCrispValue(), 25.0);
+
+  // Zero widths give vertical edges, never a division by zero.
+  const IFuzzySet Crisp = Shaped([](TFuzzySet& Set) { Set.BellCurve(7, 0, 25); });
+  EXPECT_EQ(Crisp->GetPoints(), (TFuzzyPoints{{25, 0}, {25, 1}, {25, 0}}));
+  EXPECT_EQ(Shaped([](TFuzzySet& Set) { Set.SCurve(7, 4, 4, 4, true); })->GetPoints(),
+            (TFuzzyPoints{{4, 0}, {4, 1}}));
+  EXPECT_EQ(Shaped([](TFuzzySet& Set) { Set.BetaCurve(7, 0, 3, 1); })->GetPoints(),
+            (TFuzzyPoints{{3, 0}, {3, 1}, {3, 0}}));
+
+  TFuzzySet Set;
+  Set.TriangleCurve(0, 1, 2);
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.TriangleCurve(5, 0, 10); }),
+            "Invalid triangle curve: its points must come in order of x");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.SCurve(7, 10, 0, 5, false); }),
+            "Invalid z curve: its points must come in order of x");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.BellCurve(0, 2, 5); }),
+            "Invalid pi curve: steps must be between 1 and 1000, not 0");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.BellCurve(7, -2, 5); }), "Invalid pi curve: its range must not be negative");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.BetaCurve(7, 4, 5, 0); }),
+            "Invalid beta curve: its inflection must lie above 0");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.BetaCurve(7, 4, 5, 2, -1); }),
+            "Invalid beta curve: its weight must not be negative");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.BetaCurve(7, 4, HUGE_VAL, 2); }),
+            "Invalid beta curve: numbers must be finite");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set.BellCurve(7, 1e308, 1e308); }), "Invalid pi curve: numbers must be finite");
+  EXPECT_EQ(Set.GetPoints(), (TFuzzyPoints{{0, 0}, {1, 1}, {2, 0}}));
+}
+
+TEST(VXFuzzyLogicTest, HedgesChangeEveryMembership) {
+  const auto Hedged = [](TFuzzyHedge H, const IFuzzySet& Source = Triangle(0, 5, 10)) {
+    IFuzzySet Set = Source->Clone();
+    Set->Hedge(H);
+    return Set;
+  };
+  // Curved hedges draw the sloped pieces with extra points, so that the
+  // figures hold between the original points too.
+  EXPECT_EQ(DegreesAt(Hedged(fhNot), {-1, 2.5, 5, 11}), (Degrees{1, 0.5, 0, 1}));
+  EXPECT_EQ(DegreesAt(Hedged(fhVery), {1.25, 2.5, 5}), (Degrees{0.0625, 0.25, 1}));
+  EXPECT_EQ(DegreesAt(Hedged(fhMoreOrLess), {1.25, 2.5}), (Degrees{0.5, 0.707107}));
+  EXPECT_EQ(DegreesAt(Hedged(fhIntensify), {1.25, 2.5, 3.75}), (Degrees{0.125, 0.5, 0.875}));
+  // slightly: min(y, 1 - y^2) scaled to 1, whose peak lies where y = 0.618.
+  const IFuzzySet Slightly = Hedged(fhSlightly);
+  EXPECT_EQ(DegreesAt(Slightly, {0, 2.5, 5}), (Degrees{0, 0.809017, 0}));
+  EXPECT_DOUBLE_EQ(Slightly->GetCompatibilityIndex(), 1.0);
+  EXPECT_EQ(DegreesAt(Hedged(fhNorm, MakeSet({{0, 0}, {5, 0.5}, {10, 0}})), {2.5, 5}), (Degrees{0.5, 1}));
+
+  // Degenerate sets: nothing to scale, a constant from nothing.
+  EXPECT_EQ(Hedged(fhNorm, MakeSet({{0, 0}, {10, 0}}))->GetPoints(), (TFuzzyPoints{{0, 0}, {10, 0}}));
+  EXPECT_EQ(Hedged(fhSlightly, MakeSet({{0, 0}, {10, 0}}))->GetCompatibilityIndex(), 0.0);
+  EXPECT_EQ(Hedged(fhVery, IFuzzySet(new TFuzzySet()))->GetPointCount(), 0);
+  EXPECT_EQ(DegreesAt(Hedged(fhNot, IFuzzySet(new TFuzzySet())), {-50, 50}), (Degrees{1, 1}));
+  EXPECT_EQ(DegreesAt(Hedged(fhVery, MakeSet({{3, 0.5}})), {0, 3, 9}), (Degrees{0.25, 0.25, 0.25}));
+  // A crisp edge keeps its jump.
+  EXPECT_EQ(Hedged(fhNot, MakeSet({{5, 0}, {5, 1}, {10, 1}}))->GetPoints(), (TFuzzyPoints{{5, 1}, {5, 0}, {10, 0}}));
+
+  IFuzzySet Set = Triangle(0, 5, 10);
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set->Hedge(static_cast<TFuzzyHedge>(42)); }), "Invalid fuzzy hedge (42)");
+}
+
+TEST(VXFuzzyLogicTest, ScalarSteps) {
+  const auto Stepped = [](TBaseFuzzyHedge H, double N, bool Clip) {
+    IFuzzySet Set = Triangle(0, 5, 10);
+    Set->Hedge(H, N, Clip);
+    return Set;
+  };
+  // Capped at 0.6: a trapezoid, with corners where the triangle crosses 0.6.
+  const IFuzzySet Capped = Stepped(bhMinimum, 0.6, true);
+  EXPECT_EQ(Capped->GetPoints(), (TFuzzyPoints{{0, 0}, {3, 0.6}, {7, 0.6}, {10, 0}}));
+  EXPECT_DOUBLE_EQ(Capped->MaximumDefuzzify(), 5.0);
+  EXPECT_EQ(DegreesAt(Stepped(bhProduct, 0.5, true), {2.5, 5}), (Degrees{0.25, 0.5}));
+  EXPECT_EQ(DegreesAt(Stepped(bhMaximum, 0.2, true), {-5, 0.5, 5}), (Degrees{0.2, 0.2, 1}));
+  EXPECT_EQ(DegreesAt(Stepped(bhSubtract, 0.5, true), {2.5, 4, 5}), (Degrees{0, 0.3, 0.5}));
+  // Above 1: cut, or the whole curve scaled down by its peak.
+  const IFuzzySet Cut = Stepped(bhAdd, 0.5, true);
+  EXPECT_EQ(DegreesAt(Cut, {0, 2.5, 5, 7.5}), (Degrees{0.5, 1, 1, 1}));
+  EXPECT_DOUBLE_EQ(Cut->MaximumDefuzzify(), 5.0);
+  EXPECT_EQ(DegreesAt(Stepped(bhAdd, 0.5, false), {0, 2.5, 5}), (Degrees{0.333333, 0.666667, 1}));
+  EXPECT_EQ(DegreesAt(Stepped(bhDivide, 0.5, true), {1.25, 2.5, 5}), (Degrees{0.5, 1, 1}));
+  EXPECT_EQ(DegreesAt(Stepped(bhDivide, 0.5, false), {2.5, 5}), (Degrees{0.5, 1}));
+
+  IFuzzySet Set = Triangle(0, 5, 10);
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set->Hedge(bhDivide, 0, true); }), "Invalid number for fuzzy hedge /: 0");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set->Hedge(bhPower, -1, true); }), "Invalid number for fuzzy hedge ^: -1");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set->Hedge(bhRoot, std::nan(""), true); }),
+            "Invalid number for fuzzy hedge root: NAN");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Set->Hedge(static_cast<TBaseFuzzyHedge>(8), 1, true); }),
+            "Invalid fuzzy hedge (8)");
+  EXPECT_EQ(Set->GetPoints(), Triangle(0, 5, 10)->GetPoints());
+
+  // An empty set becomes a constant where the step lifts 0.
+  IFuzzySet Empty(new TFuzzySet());
+  Empty->Hedge(bhAdd, 0.3, true);
+  EXPECT_EQ(DegreesAt(Empty, {-7, 7}), (Degrees{0.3, 0.3}));
+}
+
+TEST(VXFuzzyLogicTest, UnionAndIntersectionUnderEachOperation) {
+  const IFuzzySet A = Triangle(0, 5, 10), B = Triangle(5, 10, 15);
+  A->SetName("a");
+  B->SetName("b");
+  // At 6 a is 0.8 and b 0.2; at 2 a is 0.4 and b 0.
+  const struct {
+    TFuzzyOperation Operation;
+    Degrees Union, Intersection;
+  } Cases[] = {
+      {foZadeh, {0.8, 0.4}, {0.2, 0}},
+      {foMean, {0.5, 0.2}, {0.5, 0.2}},
+      {foMeanSqr, {0.34, 0.08}, {0.34, 0.08}},
+      {foMeanSqrt, {0.67082, 0.316228}, {0.67082, 0.316228}},
+      {foProduct, {0.84, 0.4}, {0.16, 0}},
+      {foBoundedSum, {1, 0.4}, {0, 0}},
+      {foSum, {1, 0.4}, {0, 0}},
+  };
+  for (const auto& C : Cases) {
+    EXPECT_EQ(DegreesAt(A->Union(B, C.Operation), {6, 2}), C.Union) << FuzzyOperationNames[C.Operation];
+    EXPECT_EQ(DegreesAt(A->Intersection(B, C.Operation), {6, 2}), C.Intersection) << FuzzyOperationNames[C.Operation];
+  }
+  // Zadeh is exact at the crossing of the two curves; A and B stay as they were.
+  EXPECT_EQ(A->Union(B)->GetPoints(), (TFuzzyPoints{{0, 0}, {5, 1}, {7.5, 0.5}, {10, 1}, {15, 0}}));
+  EXPECT_DOUBLE_EQ(A->Intersection(B)->MaximumDefuzzify(), 7.5);
+  EXPECT_EQ(A->GetPoints(), Triangle(0, 5, 10)->GetPoints());
+  // A sum above 1 is scaled down by its peak.
+  EXPECT_EQ(DegreesAt(A->Union(Triangle(2.5, 5, 7.5), foSum), {2.5, 5}), (Degrees{0.25, 1}));
+  // Bounded sums bend exactly where a + b reaches 1.
+  EXPECT_EQ(DegreesAt(A->Union(Triangle(2, 7, 12), foBoundedSum), {3, 3.5, 4}), (Degrees{0.8, 1, 1}));
+
+  const IFuzzySet Union = A->Union(B, foProduct);
+  EXPECT_EQ(Union->GetName(), "a or-product b");
+  EXPECT_EQ(A->Intersection(B)->GetName(), "a and b");
+  EXPECT_EQ(Union->GetFuzzySetType(), fstCustom);
+  EXPECT_FALSE(Union->GetIsTerm());
+  // A crisp edge keeps its jump; an empty set is 0 everywhere.
+  const IFuzzySet Step = MakeSet({{5, 0}, {5, 1}, {10, 1}});
+  EXPECT_EQ(Step->Intersection(A)->GetPoints(), (TFuzzyPoints{{0, 0}, {5, 0}, {5, 1}, {10, 0}}));
+  EXPECT_EQ(Step->Union(A)->GetPoints(), (TFuzzyPoints{{0, 0}, {5, 1}, {10, 1}}));
+  EXPECT_EQ(IFuzzySet(new TFuzzySet())->Union(A)->GetPoints(), A->GetPoints());
+  EXPECT_EQ(A->Intersection(IFuzzySet(new TFuzzySet()))->GetCompatibilityIndex(), 0.0);
+
+  // Sets of two variables of different names don't mix; the result takes the
+  // variable of either.
+  const IFuzzyVariable Temp = Temperature(), Speed(new TFuzzyVariable("speed"));
+  const IFuzzySet Fast = MakeSet({{0, 0}, {1, 1}}, Speed.get(), "fast");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Temp->GetTerm(0)->Union(Fast); }),
+            "Fuzzy variables are different, hot is a term from temp and fast is a term from speed");
+  EXPECT_EQ(A->Union(Temp->GetTerm(0))->GetVariable(), Temp.get());
+  EXPECT_EQ(ErrorOf<EVXException>([&] { A->Intersection(nullptr); }), "Missing fuzzy set to combine with a");
+  EXPECT_EQ(ErrorOf<EVXException>([&] { A->Union(B, static_cast<TFuzzyOperation>(7)); }),
+            "Invalid fuzzy operation (7)");
+}
+
+TEST(VXFuzzyLogicTest, WordsOfExpressions) {
+  bool IsUnion = false;
+  TFuzzyOperation Operation = foMean;
+  EXPECT_TRUE(IsFuzzyKeyword("or", IsUnion, Operation));
+  EXPECT_TRUE(IsUnion);
+  EXPECT_EQ(Operation, foZadeh);
+  EXPECT_TRUE(IsFuzzyKeyword("and-mean-sqrt", IsUnion, Operation));
+  EXPECT_FALSE(IsUnion);
+  EXPECT_EQ(Operation, foMeanSqrt);
+  for (const char* Text : {"and-", "or-bogus", "orx", "AND", "", "-or"})
+    EXPECT_FALSE(IsFuzzyKeyword(Text, IsUnion, Operation)) << Text;
+  EXPECT_EQ(Operation, foMeanSqrt);
+
+  TBaseFuzzyHedge BaseHedge = bhAdd;
+  bool Clip = false;
+  EXPECT_TRUE(IsFuzzyHedgeOperator("at-most", BaseHedge, Clip));
+  EXPECT_EQ(BaseHedge, bhMinimum);
+  EXPECT_TRUE(Clip);
+  EXPECT_TRUE(IsFuzzyHedgeOperator("scaled/", BaseHedge, Clip));
+  EXPECT_EQ(BaseHedge, bhDivide);
+  EXPECT_FALSE(Clip);
+  EXPECT_FALSE(IsFuzzyHedgeOperator("very"));
+  EXPECT_FALSE(IsFuzzyHedge("at-most"));
+}
+
+TEST(VXFuzzyLogicTest, CorrelationAndInferenceForTheEngine) {
+  EXPECT_EQ(FuzzyCorrelationBaseHedge(fcmMinimum), 7);
+  EXPECT_EQ(FuzzyCorrelationBaseHedge(fcmProduct), 2);
+  const TFuzzyOperation Expected[] = {foZadeh, foSum, foMean, foProduct, foBoundedSum};
+  for (int Method = 0; Method < 5; ++Method)
+    EXPECT_EQ(FuzzyInferenceOperation(static_cast<TFuzzyInferenceMethod>(Method)), Expected[Method]);
+  EXPECT_EQ(FuzzyInferenceOperation(static_cast<TFuzzyInferenceMethod>(9)), foZadeh);
+
+  // The term shared by the variable keeps its shape.
+  const IFuzzyVariable Temp = Temperature();
+  const IFuzzySet Cold = Temp->FindFuzzySet("cold");
+  const IFuzzySet Weak = FuzzyCorrelate(Cold, fcmMinimum, 0.6);
+  EXPECT_EQ(DegreesAt(Weak, {0, 10, 20, 40}), (Degrees{0.6, 0.6, 0.6, 0.2}));
+  EXPECT_EQ(DegreesAt(FuzzyCorrelate(Cold, fcmProduct, 0.5), {0, 25}), (Degrees{0.5, 0.25}));
+  EXPECT_DOUBLE_EQ(Cold->DegreeOfMembership(0), 1.0);
+  EXPECT_EQ(Weak->GetVariable(), Temp.get());
+  EXPECT_EQ(FuzzyCorrelate(nullptr, fcmMinimum, 0.5), nullptr);
+
+  const IFuzzySet Hot = Temp->FindFuzzySet("hot");
+  EXPECT_EQ(DegreesAt(FuzzyCombine(Cold, Hot, fimMinMax, true), {0, 50, 100}), (Degrees{1, 0, 1}));
+  EXPECT_EQ(DegreesAt(FuzzyCombine(Cold, Hot, fimProduct, false), {25, 75}), (Degrees{0, 0}));
+}
+
+TEST(VXFuzzyLogicTest, TermsStayInsideTheUniverse) {
+  const IFuzzyVariable Temp = Temperature();
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Temp->AddTerm(MakeSet({{90, 0}, {120, 1}}, nullptr, "scalding")); }),
+            "Fuzzy term scalding lies outside the universe of discourse of temp: 0.0000 to 100.0000");
+  EXPECT_EQ(Temp->FindFuzzySet("scalding"), nullptr);
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Temp->SetUniverse(0, 50); }),
+            "Fuzzy term hot lies outside the universe of discourse of temp: 0.0000 to 50.0000");
+  EXPECT_DOUBLE_EQ(Temp->GetUniverseHigh(), 100.0);
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Temp->SetUniverse(5, 5); }),
+            "Invalid low and high limits specified: 5.0000 to 5.0000");
+  // Sets that are no terms are not held to it; wider is fine.
+  Temp->AddFuzzySet(MakeSet({{-10, 1}}, nullptr, "loose"));
+  Temp->SetUniverse(-20, 200);
+  Temp->AddTerm(MakeSet({{90, 0}, {120, 1}}, nullptr, "scalding"));
+
+  // Until its universe is set, a variable takes any term: a range may follow.
+  const IFuzzyVariable Fresh(new TFuzzyVariable("fresh"));
+  Fresh->AddTerm(MakeSet({{10, 0}, {50, 1}}, nullptr, "up"));
+  EXPECT_EQ(ErrorOf<EVXException>([&] { Fresh->SetUniverse(20, 60); }),
+            "Fuzzy term up lies outside the universe of discourse of fresh: 20.0000 to 60.0000");
+  Fresh->SetUniverse(0, 60);
+  EXPECT_TRUE(Fresh->Clone()->Equals(Fresh));
 }
