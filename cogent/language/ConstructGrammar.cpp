@@ -276,7 +276,12 @@ IStreamToken TKBRuleParser::ParseRangeAndCardinality(const IKBDefinedType& Defin
     const double HighEnd = High ? High->GetAsNumeric() : FuzzyVariable->GetUniverseHigh();
     // An empty universe holds no term; said here, where its line is known.
     if (!(std::isfinite(LowEnd) && std::isfinite(HighEnd) && LowEnd < HighEnd)) ParseError(Where, _SInvalidLowHiLimits, LowEnd, HighEnd);
-    FuzzyVariable->SetUniverse(LowEnd, HighEnd);
+    try {
+      FuzzyVariable->SetUniverse(LowEnd, HighEnd);
+    } catch (const EFuzzyException& E) {
+      // A universe that leaves out a term read before it.
+      ParseError(Where, std::string(E.what()));
+    }
   }
 
   const IStreamToken Close = Tokens.NextToken();

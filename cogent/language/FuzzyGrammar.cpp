@@ -39,7 +39,7 @@ bool AllNumbers(const TSingletonsVector& Singletons) {
 IKBValue CrispSet(const IFuzzyVariable& Variable, const IKBValue& Number, IFuzzyParser* Parser) {
   const IFuzzySet Set(new TKBFuzzySet(Variable, Number->GetToString()));
   const double X = Number->GetAsNumeric();
-  Set->SetPoints({{X, 0.0}, {X, 1.0}, {X, 0.0}}, fstTriangle);
+  Set->TriangleCurve(X, X, X);
   Set->SetParser(Parser);
   return IKBValue(new TKBValue(Set));
 }
@@ -228,7 +228,14 @@ IFuzzyVariable TKBRuleParser::ParseFuzzyVariable() {
       for (Token = Tokens.NextToken(); !Is(Token, ')'); Token = Tokens.NextToken()) {
         // The end of the text is no term, so the loop cannot outrun it.
         Tokens.PutBackToken(Token);
-        Result->AddTerm(ParseFuzzySet(Result));
+        const IFuzzySet Term = ParseFuzzySet(Result);
+        // The variable's refusal (a term outside the universe) is said where
+        // the term stands.
+        try {
+          Result->AddTerm(Term);
+        } catch (const EFuzzyException& E) {
+          ParseError(Where, std::string(E.what()));
+        }
       }
     } else {
       ParseError(Where, _SExpectedKeyword, Keywords);

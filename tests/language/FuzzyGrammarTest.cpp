@@ -90,11 +90,11 @@ TEST(FuzzyGrammarTest, DeftypeBuildsItsVariable) {
   // values adds; bounds may be calls, units a string.
   Engine.Parse(
       "(deftype level extends (type FUZZY) (values (term a ((0 1) (5 0)))) (range 0 5) (units \"m s\")"
-      "  (values (term b 3)) (range 1 (+ 4 6)) (units cm) (values))",
+      "  (values (term b 3)) (range -1 (+ 4 6)) (units cm) (values))",
       true);
   const IFuzzyVariable Level = VariableOf(Engine, "level");
   ASSERT_TRUE(Level);
-  EXPECT_EQ(Level->GetUniverseLow(), 1.0);
+  EXPECT_EQ(Level->GetUniverseLow(), -1.0);
   EXPECT_EQ(Level->GetUniverseHigh(), 10.0);
   EXPECT_EQ(Level->GetUnits(), "cm");
   EXPECT_EQ(Terms(Level), "a b ");
@@ -204,6 +204,11 @@ TEST(FuzzyGrammarTest, BadBodiesDefineNothing) {
       {"(values (term a 1 2 =)))", "Expected \")\" in ParseFuzzySet"},
       {"(values (term a 1)", "Expected \"( term\" in ParseFuzzySet"},
       {"", "Expected \"(\" in ParseFuzzyVariable"},
+      // Terms and the universe hold each other in, in either order.
+      {"(range 0 10) (values (term a 20)))",
+       "Fuzzy term a lies outside the universe of discourse of : 0.0000 to 10.0000 in ParseFuzzyVariable"},
+      {"(values (term a 20)) (range 0 10))",
+       "Fuzzy term a lies outside the universe of discourse of : 0.0000 to 10.0000 in ParseDefinedType"},
   };
   for (const auto& [Body, Message] : Cases) {
     const std::string Error = ErrorOf<EKBParseException>([&] { Engine.Parse(Head + Body, true); });
