@@ -35,56 +35,68 @@ std::size_t TFactHashIndex::Home(std::int32_t Hash) const noexcept {
                                    0x9E3779B97F4A7C15ULL) >> FShift) & FMask;
 }
 
+TFact* TFactHashIndex::Removed() noexcept {
+  // Only its address is used: it is never read as a fact.
+  static char Mark;
+  return reinterpret_cast<TFact*>(&Mark);
+}
+
 void TFactHashIndex::Clear() noexcept {
-  std::vector<TEntry>().swap(FEntries);
+  std::vector<TFact*>().swap(FFacts);
+  std::vector<std::int32_t>().swap(FHashes);
   FMask = FCount = FUsed = 0;
   FShift = 64;
 }
 
 void TFactHashIndex::Reserve(std::size_t Count) {
-  if (Count * 2 > FEntries.size()) Rebuild(Count);
+  if (Count * 2 > FFacts.size()) Rebuild(Count);
 }
 
 void TFactHashIndex::Rebuild(std::size_t Count) {
   // At most half full, removed entries left behind.
   const std::size_t Capacity = std::bit_ceil(std::max<std::size_t>(16, Count * 2));
-  std::vector<TEntry> Old;
-  Old.swap(FEntries);
-  FEntries.resize(Capacity);
+  std::vector<TFact*> OldFacts(Capacity, nullptr);
+  std::vector<std::int32_t> OldHashes(Capacity, 0);
+  OldFacts.swap(FFacts);
+  OldHashes.swap(FHashes);
   FMask = Capacity - 1;
   FShift = 64 - std::countr_zero(Capacity);
   FCount = FUsed = 0;
-  for (const TEntry& Entry : Old)
-    if (Entry.State == esFull) Add(Entry.Hash, Entry.Fact);
+  for (std::size_t I = 0; I < OldFacts.size(); ++I)
+    if (OldFacts[I] && OldFacts[I] != Removed()) Add(OldHashes[I], OldFacts[I]);
 }
 
 void TFactHashIndex::Add(std::int32_t Hash, TFact* Fact) {
-  if ((FUsed + 1) * 2 > FEntries.size()) Rebuild(FCount + 1);
+  if ((FUsed + 1) * 2 > FFacts.size()) Rebuild(FCount + 1);
   std::size_t I = Home(Hash);
-  while (FEntries[I].State == esFull) I = (I + 1) & FMask;
-  if (FEntries[I].State == esEmpty) ++FUsed;
-  FEntries[I] = {Fact, Hash, esFull};
+  while (FFacts[I] && FFacts[I] != Removed()) I = (I + 1) & FMask;
+  if (!FFacts[I]) ++FUsed;
+  FFacts[I] = Fact;
+  FHashes[I] = Hash;
   ++FCount;
 }
 
+void TFactHashIndex::Erase(std::size_t Index) noexcept {
+  FFacts[Index] = Removed();
+  FHashes[Index] = 0;
+  --FCount;
+}
+
 bool TFactHashIndex::Remove(std::int32_t Hash, const TFact* Fact) noexcept {
-  if (FEntries.empty()) return false;
+  if (FFacts.empty()) return false;
   for (std::size_t I = Home(Hash);; I = (I + 1) & FMask) {
-    TEntry& Entry = FEntries[I];
-    if (Entry.State == esEmpty) return false;
-    if (Entry.State == esFull && Entry.Fact == Fact) {
-      Entry = {nullptr, 0, esRemoved};
-      --FCount;
+    if (!FFacts[I]) return false;
+    if (FFacts[I] == Fact) {
+      Erase(I);
       return true;
     }
   }
 }
 
 bool TFactHashIndex::RemoveAnywhere(const TFact* Fact) noexcept {
-  for (TEntry& Entry : FEntries)
-    if (Entry.State == esFull && Entry.Fact == Fact) {
-      Entry = {nullptr, 0, esRemoved};
-      --FCount;
+  for (std::size_t I = 0; I < FFacts.size(); ++I)
+    if (FFacts[I] == Fact) {
+      Erase(I);
       return true;
     }
   return false;

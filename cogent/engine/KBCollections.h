@@ -289,24 +289,23 @@ public:
   bool RemoveAnywhere(const TFact* Fact) noexcept;
   template <class TVisit>
   void ForEach(std::int32_t Hash, TVisit&& Visit) const {
-    if (FEntries.empty()) return;
+    if (FFacts.empty()) return;
     for (std::size_t I = Home(Hash);; I = (I + 1) & FMask) {
-      const TEntry& Entry = FEntries[I];
-      if (Entry.State == esEmpty) return;
-      if (Entry.State == esFull && Entry.Hash == Hash) Visit(Entry.Fact);
+      TFact* const Fact = FFacts[I];
+      if (!Fact) return;
+      if (FHashes[I] == Hash && Fact != Removed()) Visit(Fact);
     }
   }
 
 private:
-  enum TEntryState : std::uint8_t { esEmpty, esFull, esRemoved };
-  struct TEntry {
-    TFact* Fact = nullptr;
-    std::int32_t Hash = 0;
-    TEntryState State = esEmpty;
-  };
+  // Two arrays of one length, twelve bytes an entry: a nil fact is an empty
+  // entry, Removed() one whose fact has left.
+  static TFact* Removed() noexcept;
   std::size_t Home(std::int32_t Hash) const noexcept;
   void Rebuild(std::size_t Capacity);
-  std::vector<TEntry> FEntries;
+  void Erase(std::size_t Index) noexcept;
+  std::vector<TFact*> FFacts;
+  std::vector<std::int32_t> FHashes;
   std::size_t FMask = 0;
   std::size_t FCount = 0;  // full entries
   std::size_t FUsed = 0;   // full and removed ones

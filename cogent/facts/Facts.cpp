@@ -38,6 +38,9 @@ IKBValue CloneDefault(const TFactSlot& Slot) {
 
 // ================================================================ TFact
 
+// Working memory holds many facts: a fact fits an 80-byte block of the allocator.
+static_assert(sizeof(TFact) <= 72);
+
 TFact::TFact(const IFactTemplate& ATemplate, const IFact& ASource) : FTemplate(ATemplate) {
   if (ASource) Assign(IInterface(ASource));
 }

@@ -258,21 +258,27 @@ private:
 class TFactValues {
 public:
   TFactValues() noexcept = default;
-  explicit TFactValues(std::size_t Count) : FItems(Count ? new IKBValue[Count] : nullptr), FCount(Narrow(Count)) {}
+  explicit TFactValues(std::size_t Count)
+      : FItems(Count ? std::allocator<IKBValue>().allocate(Count) : nullptr), FCount(Narrow(Count)) {
+    std::uninitialized_value_construct_n(FItems, Count);
+  }
   TFactValues(TFactValues&& Other) noexcept
-      : FItems(std::move(Other.FItems)), FCount(std::exchange(Other.FCount, 0)) {}
+      : FItems(std::exchange(Other.FItems, nullptr)), FCount(std::exchange(Other.FCount, 0)) {}
   TFactValues& operator=(TFactValues&& Other) noexcept {
-    FItems = std::move(Other.FItems);
-    FCount = std::exchange(Other.FCount, 0);
+    TFactValues(std::move(Other)).swap(*this);
     return *this;
   }
+  ~TFactValues() { clear(); }
 
   std::size_t size() const noexcept { return FCount; }
   IKBValue& operator[](std::size_t Index) const noexcept { return FItems[Index]; }
-  IKBValue* begin() const noexcept { return FItems.get(); }
-  IKBValue* end() const noexcept { return FItems.get() + FCount; }
+  IKBValue* begin() const noexcept { return FItems; }
+  IKBValue* end() const noexcept { return FItems + FCount; }
   void clear() noexcept {
-    FItems.reset();
+    if (!FItems) return;
+    std::destroy_n(FItems, FCount);
+    std::allocator<IKBValue>().deallocate(FItems, FCount);
+    FItems = nullptr;
     FCount = 0;
   }
   // Keeps the values that still fit; new positions are nil.
@@ -281,11 +287,16 @@ public:
     for (std::size_t I = 0; I < Count && I < FCount; ++I) Grown[I] = std::move(FItems[I]);
     *this = std::move(Grown);
   }
+  void swap(TFactValues& Other) noexcept {
+    std::swap(FItems, Other.FItems);
+    std::swap(FCount, Other.FCount);
+  }
 
 private:
   static std::uint32_t Narrow(std::size_t Count) noexcept { return static_cast<std::uint32_t>(Count); }
 
-  std::unique_ptr<IKBValue[]> FItems;
+  // A plain allocation, without the count that new[] keeps before the items.
+  IKBValue* FItems = nullptr;
   std::uint32_t FCount = 0;
 };
 
@@ -375,7 +386,8 @@ private:
   void Changed() noexcept { FHashValid = false; }
 
   // By the template's slot positions; nil where not read or set yet.
-  mutable TFactValues FValues;
+  // The hash code sits in the gap after the values' length.
+  [[no_unique_address]] mutable TFactValues FValues;
   mutable std::int32_t FHashCode = 0;
   std::int32_t FID = -1;
   mutable bool FHashValid = false;
