@@ -87,6 +87,19 @@ TEST(FuzzyGrammarTest, DeftypeBuildsItsVariable) {
   EXPECT_EQ(Variable->GetTerm(1)->GetVariable(), Variable.get());
   // A clone of the type clones the pending terms with what they wait on.
   EXPECT_EQ(Terms(Type->Clone()->GetFuzzyType()), "cold=(z 0 50) hot=(s 50 100) ");
+  {
+    // With them, a shape is built as it is read.
+    TInferenceEngine Full;
+    Full.Parse("(deftype temp extends (type FUZZY) (range 0 100) (values (term cold (z 0 50))))", true);
+    const IFuzzyVariable Shaped = VariableOf(Full, "temp");
+    ASSERT_TRUE(Shaped);
+    EXPECT_EQ(Terms(Shaped), "cold ");
+    const IFuzzySet Cold = Shaped->FindFuzzySet("cold");
+    EXPECT_EQ(Cold->GetFuzzySetType(), fstZ);
+    EXPECT_EQ(Cold->DegreeOfMembership(0), 1.0);
+    EXPECT_EQ(Cold->DegreeOfMembership(50), 0.0);
+    EXPECT_EQ(Cold->GetVariable(), Shaped.get());
+  }
 
   // Clauses come in any order and again: a later range or units wins, each
   // values adds; bounds may be calls, units a string.
