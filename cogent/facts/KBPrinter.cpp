@@ -236,6 +236,12 @@ std::string PrettyPrint(const TFactTemplate& Template, bool PrintModuleQualifier
 std::string PrettyPrint(const TKBDefinedType& DefinedType, bool PrintModuleQualifiers) {
   const bool Implicit = DefinedType.GetImplicit();
   std::string Result;
+  const IKBDefinedType Ancestor = DefinedType.GetAncestor();
+  if (Implicit && DefinedType.GetFuzzyType() && Ancestor) {
+    // A slot's copy of a fuzzy type adds a count of items at most: the type
+    // by name reads back the variable.
+    return "(type " + Ancestor->GetName() + ")" + sLineBreak + CardinalityClause(DefinedType);
+  }
   if (Implicit) {
     Result = "(type " + BaseTypesText(DefinedType) + ")" + sLineBreak;
   } else {
@@ -250,7 +256,6 @@ std::string PrettyPrint(const TKBDefinedType& DefinedType, bool PrintModuleQuali
   } else {
     // A clause that the ancestor states alike is inherited when read, so it is
     // left out.
-    const IKBDefinedType Ancestor = DefinedType.GetAncestor();
     auto Append = [&](std::string (*Clause)(const TKBDefinedType&)) {
       const std::string Text = Clause(DefinedType);
       if (Text.empty() || (Ancestor && Text == Clause(*Ancestor))) return;

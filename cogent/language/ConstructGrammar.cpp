@@ -3,6 +3,7 @@
 // values. Constructs are built free of the engine; ParseExpression registers
 // them once they are read whole.
 
+#include <cmath>
 #include <string>
 
 #include "cogent/common/VXCommon.h"
@@ -271,8 +272,16 @@ IStreamToken TKBRuleParser::ParseRangeAndCardinality(const IKBDefinedType& Defin
     if (High) DefinedType->SetMaxRange(High->GetAsNumeric());
   } else if (FuzzyVariable && (Low || High)) {
     // Both ends at once: one end alone could cross the other's old place.
-    FuzzyVariable->SetUniverse(Low ? Low->GetAsNumeric() : FuzzyVariable->GetUniverseLow(),
-                               High ? High->GetAsNumeric() : FuzzyVariable->GetUniverseHigh());
+    const double LowEnd = Low ? Low->GetAsNumeric() : FuzzyVariable->GetUniverseLow();
+    const double HighEnd = High ? High->GetAsNumeric() : FuzzyVariable->GetUniverseHigh();
+    // An empty universe holds no term; said here, where its line is known.
+    if (!(std::isfinite(LowEnd) && std::isfinite(HighEnd) && LowEnd < HighEnd)) ParseError(Where, _SInvalidLowHiLimits, LowEnd, HighEnd);
+    try {
+      FuzzyVariable->SetUniverse(LowEnd, HighEnd);
+    } catch (const EFuzzyException& E) {
+      // A universe that leaves out a term read before it.
+      ParseError(Where, std::string(E.what()));
+    }
   }
 
   const IStreamToken Close = Tokens.NextToken();
@@ -406,6 +415,9 @@ IFactSlot TKBRuleParser::ParseFactTemplateSlot() {
       // The copy is the slot's own and has no name: written out, it reads
       // back as an implicit type.
       DefinedType->SetName(SImplicitDefinedType);
+      // A fuzzy copy keeps where its variable came from, to be written back
+      // as that type.
+      if (Present->GetFuzzyType()) DefinedType->SetAncestor(Present);
       Slot->SetExtendedTypeInfo(DefinedType);
       DefinedType->SetImplicit(true);
     }
@@ -426,7 +438,7 @@ IFactSlot TKBRuleParser::ParseFactTemplateSlot() {
       if (SameText(Word, "default-dynamic")) {
         // Evaluated anew for each fact.
         Slot->SetDefaultDynamic(true);
-      } else {
+      } else if (!AwaitsShapeFunction(Value)) {
         // Calls run now; variables must be globals.
         Value = Value->Resolve(Target.GetGlobalContext());
       }

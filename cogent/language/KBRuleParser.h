@@ -117,6 +117,18 @@ public:
   // Atoms and strings up to ")" or the end, which is put back, into Strings.
   void ParseNameList(TStrings& Strings);
 
+  // A fuzzy term or slot value made a fuzzy value with what stands today: a
+  // set, a number, a term of Variable by name, a singletons list (with a
+  // context, or of numbers alone), and with a context a variable or a call
+  // whose result is one of these. Nil for what waits on the evaluation of
+  // fuzzy expressions: lists, calls of shape functions that are not
+  // registered, and without a context variables and calls.
+  IKBValue FuzzyTermValue(const IFuzzyVariable& Variable, const IKBValue& Value, TKBContext* Context);
+  // A call of a shape function (s, z, tri, pi, beta) that is not registered.
+  bool AwaitsShapeFunction(const IKBValue& Value) const;
+  // The owner, when it reads and prints fuzzy text for sets and variables.
+  IFuzzyParser* GetFuzzyParser() const;
+
   // Which functions take facts or slot pairs as arguments.
   const TStringList<TSlotArgRecord>& GetSlotFunctions() const noexcept { return FSlotFunctions; }
   void SetSlotFunctions(const TStringList<TSlotArgRecord>& Value);
@@ -135,8 +147,6 @@ protected:
 private:
   // What ParseError raises.
   [[noreturn]] void RaiseParseError(const std::string& Where, const std::string& Message) const;
-  // The grammar of a construct that this parser cannot read yet.
-  [[noreturn]] void NotYetReadable(const std::string& Where, const char* What);
 
   // The parts of a defrule. A slot's constraints are read term by term at
   // a position that the connectives move.
@@ -145,6 +155,8 @@ private:
     std::string SlotName;
     bool MultiSlot;
     bool Fuzzy;
+    // The variable that a fuzzy slot's tests are read against.
+    IFuzzyVariable FuzzyVariable;
     std::int32_t SubIndex;
     bool Conjunction;
   };

@@ -10,6 +10,7 @@
 
 #include "cogent/facts/KBContext.h"
 #include "cogent/language/KBRuleParser.h"
+#include "cogent/values/KBDefinedType.h"
 
 namespace cogent {
 
@@ -233,7 +234,13 @@ std::unique_ptr<TKBPattern> TKBRuleParser::ParseFactPattern(const std::string& N
     }
     const IFactSlot Slot = Template->GetSlot(SlotName);
     const TKBTypes Types = Slot->GetSlotType();
-    TSlotPosition Position{Result.get(), SlotName, Types.Contains(dtMultiSlot), Types.Contains(dtFuzzy), NoSubIndex,
+    const IKBDefinedType SlotType = Slot->GetExtendedTypeInfo();
+    TSlotPosition Position{Result.get(),
+                           SlotName,
+                           Types.Contains(dtMultiSlot),
+                           Types.Contains(dtFuzzy),
+                           SlotType ? SlotType->GetFuzzyType() : nullptr,
+                           NoSubIndex,
                            true};
     if (Position.MultiSlot) Position.SubIndex = 0;
     while (!Is(Token, ')')) {
@@ -281,9 +288,13 @@ void TKBRuleParser::ParseConstraintTerm(IStreamToken Token, TSlotPosition& Posit
       const IKBValue Read = ParseValue();
       if (!Read) ParseError(Where, _SBadSlotValue, Token->ToString());
       // A fuzzy expression is evaluated against the slot's fuzzy variable;
-      // until the fuzzy grammar is read here the resolved value stands as
-      // it is.
-      Value = Read->Resolve(Engine().GetGlobalContext());
+      // one that waits for the expression evaluator or a shape function
+      // stands as read.
+      TKBContext* Global = Engine().GetGlobalContext();
+      Value = AwaitsShapeFunction(Read) ? Read : Read->Resolve(Global);
+      if (Value && Value->GetDType() != dtFuzzy) {
+        if (const IKBValue Evaluated = FuzzyTermValue(Position.FuzzyVariable, Value, Global)) Value = Evaluated;
+      }
     }
     Pattern.AddTest(Position.SlotName, Value, Position.SubIndex, Negated, Position.Conjunction);
     return;

@@ -344,23 +344,4 @@ bool TKBRuleParser::LoadFacts() {
   return true;
 }
 
-// ---------------------------------------------------------------- the grammar to come
-
-void TKBRuleParser::NotYetReadable(const std::string& Where, const char* What) {
-  // Take the head of a parenthesised construct, as its grammar would, so that
-  // recovery skips the whole construct and the message shows its head.
-  if (FRuleStream != nullptr) {
-    const IStreamToken Token = FRuleStream->NextToken();
-    if (Token->GetDataType() == '(')
-      FRuleStream->NextToken();
-    else
-      FRuleStream->PutBackToken(Token);
-  }
-  ParseError(Where, "%s: not yet readable", std::string(What));
-}
-
-IFuzzySet TKBRuleParser::ParseFuzzySet(const IFuzzyVariable&) { NotYetReadable("ParseFuzzySet", "fuzzy sets"); }
-IFuzzyVariable TKBRuleParser::ParseFuzzyVariable() { NotYetReadable("ParseFuzzyVariable", "fuzzy variables"); }
-ISingletonsVector TKBRuleParser::ParseSingletons() { NotYetReadable("ParseFuzzyPoints", "fuzzy points"); }
-
 }  // namespace cogent

@@ -14,14 +14,9 @@ namespace cogent {
 
 namespace {
 
-
 bool IsEnd(const IStreamToken& Token) { return Token->GetDataType() == ')' || Token->IsEOF(); }
 
 IKBValue ValueOf(const IFunCall& Call) { return IKBValue(new TKBValue(Call)); }
-
-// A fuzzy value is evaluated against the fuzzy variable of its defined type;
-// until defined types carry fuzzy variables the value stays as read.
-IKBValue FuzzyExpression(const IKBDefinedType& /*DefinedType*/, const IKBValue& Value) { return Value; }
 
 }  // namespace
 
@@ -151,12 +146,19 @@ IValueVector TKBRuleParser::ParseValuePair() {
 IKBValue TKBRuleParser::ParseValue(TKBTypes Types, const IKBDefinedType& DefinedType) {
   static const std::string Where = "ParseValue(SlotTypes)";
   TKBRuleStream& Tokens = Stream();
+  // A fuzzy value becomes a set of the type's variable where it can be made
+  // one now; an expression that waits for its evaluation stays as read.
+  const auto FuzzyExpression = [&](const IKBValue& Value) -> IKBValue {
+    if (!Value) return Value;
+    const IKBValue Evaluated = FuzzyTermValue(DefinedType->GetFuzzyType(), Value, nullptr);
+    return Evaluated ? Evaluated : Value;
+  };
   IKBValue Result;
   if (Types.Contains(dtMultiSlot)) {
     Result = IKBValue(new TKBValue(ParseList()));
     if (GetTypeCheck() && Types.Contains(dtFuzzy)) {
       if (!DefinedType) ParseError(Where, _SNeedFuzzyType);
-      const IKBValue Evaluated = FuzzyExpression(DefinedType, Result);
+      const IKBValue Evaluated = FuzzyExpression(Result);
       if (!Evaluated || Evaluated->Equals(FCNil)) ParseError(Where, _SInvalidFuzzyExpression, Result->GetToString());
       if (Evaluated->GetDType() == dtList) {
         Result = Evaluated;
@@ -168,7 +170,7 @@ IKBValue TKBRuleParser::ParseValue(TKBTypes Types, const IKBDefinedType& Defined
     }
   } else if (Types.Contains(dtFuzzy)) {
     if (!DefinedType) ParseError(Where, _SNeedFuzzyType);
-    Result = FuzzyExpression(DefinedType, ParseValue());
+    Result = FuzzyExpression(ParseValue());
   } else {
     const IStreamToken Token = Tokens.NextToken();
     const std::int32_t Kind = Token->GetDataType();

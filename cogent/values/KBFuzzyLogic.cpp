@@ -34,6 +34,14 @@ float TKBFuzzySet::FuzzyEquals(const IInterface& Other) {
   return static_cast<float>(std::clamp(GetRunningMaximum(), 0.0, 1.0));
 }
 
+void TKBFuzzySet::Assign(TPersistent* Source) {
+  TIFuzzySet::Assign(Source);
+  // The points of a plain set are all there is to it.
+  if (Source == this || dynamic_cast<TFuzzySet*>(Source) == nullptr) return;
+  const auto* Set = dynamic_cast<TKBFuzzySet*>(Source);
+  FDefinition = Set != nullptr ? Set->FDefinition : IKBValue();
+}
+
 IFuzzySet TKBFuzzySet::NewInstance() const { return IFuzzySet(new TKBFuzzySet()); }
 
 TKBFuzzyVariable::TKBFuzzyVariable(const std::string& Name) : TIFuzzyVariable(Name) {

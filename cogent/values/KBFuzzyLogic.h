@@ -23,9 +23,23 @@ public:
   // The greatest membership the two have in common, from 0 to 1.
   float FuzzyEquals(const IInterface& Other) override;
 
+  // The value a term was read from, kept while its set cannot be built yet
+  // (a shape call whose function is not registered, a fuzzy expression); the
+  // evaluation that builds the set reads it from here. Nil for a set that
+  // has its points.
+  const IKBValue& GetDefinition() const noexcept { return FDefinition; }
+  void SetDefinition(const IKBValue& Value) { FDefinition = Value; }
+
+  using TIFuzzySet::Assign;
+  // Also takes the definition of another TKBFuzzySet.
+  void Assign(TPersistent* Source) override;
+
 protected:
   ~TKBFuzzySet() override = default;
   IFuzzySet NewInstance() const override;
+
+private:
+  IKBValue FDefinition;
 };
 
 // A fuzzy variable whose sets are TKBFuzzySets.

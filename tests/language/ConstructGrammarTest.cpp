@@ -267,7 +267,8 @@ TEST(ConstructGrammarTest, WhatIsRead) {
       // A fuzzy default names a set of the type's variable; a count of items
       // is the one limit a fuzzy slot takes.
       {"(slot b (type level) (default high))", "Fuzzy = high:Fuzzy {level: Fuzzy}"},
-      {"(multislot b (type level) (cardinality 0 2))", "List Fuzzy MultiSlot = :List {implicit: Fuzzy card 0..2}"},
+      {"(multislot b (type level) (cardinality 0 2))",
+       "List Fuzzy MultiSlot = :List {implicit: Fuzzy < level card 0..2}"},
       // Templates: a child copies its parent's slots and overrides them; an
       // unknown parent is no parent; is-a makes one typed multislot.
       {"(deftemplate child \"kid\" extends base (slot b (default x)) (slot c))",

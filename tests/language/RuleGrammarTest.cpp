@@ -274,7 +274,9 @@ TEST(RuleGrammarTest, FuzzySlotsReadWholeExpressions) {
   // expression up to the slot's end, hedges and all.
   EXPECT_EQ(R.Read("(reading (value ?v&:(zz-true ?v)))"), "reading/0 value: ?v (zz-true ?v)");
   EXPECT_EQ(R.Read("(reading (value very high))"), "reading/0 value: very high ");
-  EXPECT_EQ(R.Read("(reading (value ~high))"), "reading/0 value: ~high");
+  // A term by name is the variable's own set, here one without points.
+  EXPECT_EQ(R.Read("(reading (value ~high))"), "reading/0 value: ~()");
+  EXPECT_EQ(R.Read("(reading (value 3))"), "reading/0 value: ((3.0000 0.0000) (3.0000 1.0000) (3.0000 0.0000) )");
 }
 
 TEST(RuleGrammarTest, ErrorsInPatterns) {

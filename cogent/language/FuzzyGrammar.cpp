@@ -1,0 +1,251 @@
+// The grammar of fuzzy knowledge: singleton point lists, the terms of a fuzzy
+// variable and the clauses of a fuzzy deftype, and the first step of turning
+// what was read into fuzzy sets.
+
+#include <array>
+#include <string>
+#include <string_view>
+
+#include "cogent/language/KBRuleParser.h"
+#include "cogent/values/KBDefinedType.h"
+#include "cogent/values/KBFuzzyLogic.h"
+
+namespace cogent {
+
+namespace {
+
+bool Is(const IStreamToken& Token, char Punctuation) { return Token->GetDataType() == Punctuation; }
+
+// The functions that shape a set from its corners.
+constexpr std::array<std::string_view, 5> ShapeFunctions{"s", "z", "tri", "pi", "beta"};
+
+bool IsShapeFunction(std::string_view Name) {
+  for (const std::string_view Shape : ShapeFunctions)
+    if (Name == Shape) return true;
+  return false;
+}
+
+bool IsNumber(const IKBValue& Value) {
+  return Value && (Value->GetDType() == dtInteger || Value->GetDType() == dtFloat);
+}
+
+bool AllNumbers(const TSingletonsVector& Singletons) {
+  for (int I = 0; I < Singletons.GetCount(); ++I)
+    if (!IsNumber(Singletons.GetXValues(I)) || !IsNumber(Singletons.GetYValues(I))) return false;
+  return true;
+}
+
+// A crisp number as a set: a spike of height 1 at X, the triangle (X, X, X).
+IKBValue CrispSet(const IFuzzyVariable& Variable, const IKBValue& Number, IFuzzyParser* Parser) {
+  const IFuzzySet Set(new TKBFuzzySet(Variable, Number->GetToString()));
+  const double X = Number->GetAsNumeric();
+  Set->TriangleCurve(X, X, X);
+  Set->SetParser(Parser);
+  return IKBValue(new TKBValue(Set));
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------- terms as sets
+
+IFuzzyParser* TKBRuleParser::GetFuzzyParser() const { return dynamic_cast<IFuzzyParser*>(GetOwner()); }
+
+bool TKBRuleParser::AwaitsShapeFunction(const IKBValue& Value) const {
+  if (!Value || Value->GetDType() != dtFunCall) return false;
+  const IFunCall Call = Value->GetAsFunCall();
+  return Call && IsShapeFunction(Call->GetName()) && !(FEngine && FEngine->ContainsUserFunction(Call->GetName()));
+}
+
+IKBValue TKBRuleParser::FuzzyTermValue(const IFuzzyVariable& Variable, const IKBValue& Value, TKBContext* Context) {
+  IKBValue Result;
+  switch (Value ? Value->GetDType() : dtNone) {
+    case dtFuzzy:
+      Result = Value;
+      break;
+    case dtInteger:
+    case dtFloat:
+      Result = CrispSet(Variable, Value, GetFuzzyParser());
+      break;
+    case dtAtom:
+    case dtString: {
+      if (!Variable) throw EKBException(_SUndefinedFuzzyVariable);
+      const std::string Text = Value->GetAsString();
+      if (Text.empty() || Text == SEmptyFuzzy) {
+        Result = IKBValue(new TKBValue(Variable->GetEmptyFuzzySet()));
+      } else {
+        const IFuzzySet Set = Variable->FindFuzzySet(Text);
+        if (!Set) throw EKBException(Format(_SInvalidFuzzyToken, Text));
+        Result = IKBValue(new TKBValue(Set));
+      }
+      break;
+    }
+    case dtSingletons:
+      if (Context == nullptr && !AllNumbers(*Value->GetAsSingletons())) return nullptr;
+      Result = Value->Resolve(Context);
+      break;
+    case dtVariable:
+    case dtMultiVariable:
+    case dtFunCall: {
+      // Unbound until there is a context; a shape waits for its function.
+      if (Context == nullptr || AwaitsShapeFunction(Value)) return nullptr;
+      const IKBValue Resolved = Value->Resolve(Context);
+      if (Resolved && Resolved->GetDType() != dtFunCall && Resolved->GetDType() != dtVariable)
+        return FuzzyTermValue(Variable, Resolved, Context);
+      return nullptr;
+    }
+    case dtList:
+      // An expression: hedges, keywords and brackets over terms.
+      return nullptr;
+    default:
+      throw EKBException(Format(_SInvalidFuzzyToken, Value ? Value->GetToString() : std::string()));
+  }
+  if (Result && Result->GetDType() == dtFuzzy) {
+    const IFuzzySet Set = Result->GetAsFuzzy();
+    if (Set && Set->GetVariable() == nullptr && Variable) {
+      Set->SetVariable(Variable);
+      Set->SetParser(GetFuzzyParser());
+    }
+  }
+  return Result;
+}
+
+// ---------------------------------------------------------------- singletons
+
+ISingletonsVector TKBRuleParser::ParseSingletons() {
+  static const std::string Where = "ParseFuzzyPoints";
+  TKBRuleStream& Tokens = Stream();
+  const ISingletonsVector Result(new TSingletonsVector(dynamic_cast<ISingletonsParser*>(GetOwner())));
+  if (!Is(Tokens.NextToken(), '(')) ParseError(Where, _SMissingOpenParens);
+
+  // A number or a variable stands for itself, a call for its result later;
+  // a multifield variable is no coordinate.
+  const auto ReadCoordinate = [&]() -> IKBValue {
+    const IStreamToken Token = Tokens.NextToken();
+    IKBValue Result;
+    switch (Token->GetDataType()) {
+      case dtInteger:
+      case dtFloat:
+      case dtVariable:
+        Result = Token->Value();
+        break;
+      case '(':
+        Tokens.PutBackToken(Token);
+        Result = IKBValue(new TKBValue(ParseFunCall()));
+        break;
+      default:
+        ParseError(Where, _SExpectedNumVarFun);
+    }
+    return Result;
+  };
+
+  IStreamToken Token = Tokens.NextToken();
+  while (Is(Token, '(')) {
+    const IKBValue X = ReadCoordinate();
+    const IKBValue Y = ReadCoordinate();
+    Result->Add(X, Y);
+    if (!Is(Tokens.NextToken(), ')')) ParseError(Where, _SMissingCloseParens);
+    Token = Tokens.NextToken();
+  }
+  if (!Is(Token, ')')) ParseError(Where, _SMissingCloseParens);
+  if (OnParseSingletons) OnParseSingletons(this, Result);
+  return Result;
+}
+
+// ---------------------------------------------------------------- one term
+
+IFuzzySet TKBRuleParser::ParseFuzzySet(const IFuzzyVariable& Variable) {
+  static const std::string Where = "ParseFuzzySet";
+  TKBRuleStream& Tokens = Stream();
+  IKnowledgeBase& Target = Engine();
+  std::string Name;
+  std::string Comment;
+  ParseHeader(Name, Comment, false, _SFuzzyTermKeyword, Where, _SExpectedFuzzySet);
+
+  const IKBValue Read = ParseValue();
+  if (!Read) ParseError(Where, _SMissingFuzzySetValues);
+  // Calls and globals in a term are evaluated now, in the global context.
+  IKBValue Value = AwaitsShapeFunction(Read) ? Read : Read->Resolve(Target.GetGlobalContext());
+  if (!Value) ParseError(Where, _SMissingFuzzySetValues);
+  if (Value->GetDType() != dtFuzzy) {
+    const IKBValue Evaluated = FuzzyTermValue(Variable, Value, Target.GetGlobalContext());
+    if (Evaluated) Value = Evaluated;
+  }
+
+  IFuzzySet Result;
+  if (Value->GetDType() == dtFuzzy) {
+    Result = Value->GetAsFuzzy();
+    // A term built on an earlier one is a set of its own: renaming or
+    // reshaping it must leave the earlier term as it is.
+    if (Result && (Result->GetIsTerm() || (Variable && Variable->FindFuzzySet(Result->GetName()) == Result)))
+      Result = Result->Clone();
+  } else if (AwaitsShapeFunction(Value) || Value->GetDType() == dtList) {
+    // Kept as read until the shape functions and the expression evaluator
+    // can build its points.
+    const Ref<TKBFuzzySet> Pending(new TKBFuzzySet(Variable, Name));
+    Pending->SetDefinition(Value);
+    if (Value->GetDType() == dtList) Pending->SetExpression(TrimRight(Value->GetToString()));
+    Result = Pending;
+  } else {
+    // The conversion error of the value's kind.
+    Result = Value->GetAsFuzzy();
+  }
+  if (!Result) ParseError(Where, _SMissingFuzzySetValues);
+
+  Result->SetName(Name);
+  Result->SetParser(GetFuzzyParser());
+  if (Result->GetVariable() == nullptr && Variable) Result->SetVariable(Variable);
+  if (!Is(Tokens.NextToken(), ')')) ParseError(Where, _SMissingCloseParens);
+  if (OnParseFuzzySet) OnParseFuzzySet(this, Result);
+  return Result;
+}
+
+// ---------------------------------------------------------------- the body of a fuzzy deftype
+
+IFuzzyVariable TKBRuleParser::ParseFuzzyVariable() {
+  static const std::string Where = "ParseFuzzyVariable";
+  static const std::string Keywords = "range, units, or values";
+  TKBRuleStream& Tokens = Stream();
+  const IFuzzyVariable Result(new TKBFuzzyVariable(std::string()));
+  Result->SetParser(GetFuzzyParser());
+
+  IStreamToken Token = Tokens.NextToken();
+  while (!Is(Token, ')')) {
+    const IStreamToken Keyword = Tokens.NextToken();
+    if (!Is(Token, '(')) ParseError(Where, _SMissingOpenParens);
+    if (Keyword->GetDataType() != dtAtom) ParseError(Where, _SExpectedKeyword, Keywords);
+    // The clause keywords are case-sensitive.
+    const std::string& Text = Keyword->GetText();
+    if (Text == "range") {
+      Tokens.PutBackToken(Keyword);
+      Tokens.PutBackToken(Token);
+      Token = ParseRangeAndCardinality(nullptr, Result, false, false);
+    } else if (Text == "units") {
+      const IStreamToken Units = Tokens.NextToken();
+      if (Is(Units, ')') || Units->IsEOF()) ParseError(Where, _SExpectedValue);
+      Result->SetUnits(Units->GetText().empty() ? Units->ToString() : Units->GetText());
+      Token = Tokens.NextToken();
+    } else if (Text == "values") {
+      for (Token = Tokens.NextToken(); !Is(Token, ')'); Token = Tokens.NextToken()) {
+        // The end of the text is no term, so the loop cannot outrun it.
+        Tokens.PutBackToken(Token);
+        const IFuzzySet Term = ParseFuzzySet(Result);
+        // The variable's refusal (a term outside the universe) is said where
+        // the term stands.
+        try {
+          Result->AddTerm(Term);
+        } catch (const EFuzzyException& E) {
+          ParseError(Where, std::string(E.what()));
+        }
+      }
+    } else {
+      ParseError(Where, _SExpectedKeyword, Keywords);
+    }
+    if (!Is(Token, ')')) ParseError(Where, _SMissingCloseParens);
+    Token = Tokens.NextToken();
+  }
+  Tokens.PutBackToken(Token);
+  if (OnParseFuzzyVariable) OnParseFuzzyVariable(this, Result);
+  return Result;
+}
+
+}  // namespace cogent
