@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <typeinfo>
 
 #include "cogent/facts/KBContext.h"
 #include "cogent/facts/KBFacts.h"
@@ -26,15 +25,6 @@ void Unwatch(TObject* Object, std::unique_ptr<TKBValueNexus>& Nexus) {
 }
 
 const TKBValueChangeEvent NoChangeEvent;
-
-// Resolution runs for every variable of every test: the exact class is
-// compared first, which is cheaper than a cast through the hierarchy.
-template <class T>
-const T* ObjectAs(const TObject* Object) noexcept {
-  if (!Object) return nullptr;
-  if (typeid(*Object) == typeid(T)) return static_cast<const T*>(Object);
-  return dynamic_cast<const T*>(Object);
-}
 
 // "%.4f" without the process locale; a negative value that rounds to zero
 // prints as zero.
@@ -820,7 +810,7 @@ IKBValue TKBValue::Resolve(TObject* Context) {
   switch (FKBType) {
     case dtVariable:
     case dtMultiVariable: {
-      const auto* KBContext = ObjectAs<TKBContext>(Context);
+      const auto* KBContext = dynamic_cast<const TKBContext*>(Context);
       if (!KBContext) throw EKBException(Format(_SNoContext, GetKBTypeName(FKBType)));
       const TKBName Name(GetText());
       const TBinding* Binding = KBContext->FindBinding(Name);
@@ -828,9 +818,9 @@ IKBValue TKBValue::Resolve(TObject* Context) {
       return Binding->GetValue();
     }
     case dtObject: {
-      const auto* Info = ObjectAs<TBindingInfo>(CellPointer<TObject>(FValue.VInteger));
+      const auto* Info = dynamic_cast<const TBindingInfo*>(CellPointer<TObject>(FValue.VInteger));
       if (!Info) return Self();
-      const auto* KBContext = ObjectAs<TKBContext>(Context);
+      const auto* KBContext = dynamic_cast<const TKBContext*>(Context);
       if (!KBContext) throw EKBException(Format(_SNoContext, GetKBTypeName(FKBType)));
       // The fact past the token's last one is the fact under test.
       const IReteToken& Token = KBContext->GetToken();
