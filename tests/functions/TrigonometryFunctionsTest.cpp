@@ -27,32 +27,21 @@ TEST(TrigonometryFunctions, ResultsAreFloatsAlsoWhenWhole) {
   EXPECT_EQ("dtFloat 5.0000", Eval(Engine, "(hypotenuse 3 \"4\")"));
   EXPECT_DOUBLE_EQ(Pi, Number(Engine, "(deg-rad 180)"));
   EXPECT_DOUBLE_EQ(180, Number(Engine, "(rad-deg (PI))"));
-  EXPECT_DOUBLE_EQ(Pi, Number(Engine, "(grad-rad 200)"));
-  EXPECT_DOUBLE_EQ(2 * Pi, Number(Engine, "(cycle-rad 1)"));
-  EXPECT_DOUBLE_EQ(0.5, Number(Engine, "(rad-cycle (PI))"));
 }
 
 TEST(TrigonometryFunctions, InversesAndReciprocals) {
   TInferenceEngine Engine;
   EXPECT_DOUBLE_EQ(Pi, Number(Engine, "(acos -1)"));
-  EXPECT_DOUBLE_EQ(-Pi / 2, Number(Engine, "(asin -1)"));
-  EXPECT_DOUBLE_EQ(Pi / 4, Number(Engine, "(atan 1)"));
   EXPECT_DOUBLE_EQ(Pi / 2, Number(Engine, "(acot 0)"));
-  EXPECT_DOUBLE_EQ(0, Number(Engine, "(acosh 1)"));
   EXPECT_NEAR(std::atanh(0.5), Number(Engine, "(acoth 2)"), 1e-15);
-  EXPECT_NEAR(std::asinh(0.5), Number(Engine, "(acsch 2)"), 1e-15);
-  EXPECT_NEAR(std::acosh(2.0), Number(Engine, "(asech 0.5)"), 1e-15);
   // The reciprocal inverses add half a turn for a negative argument.
   EXPECT_NEAR(std::acos(0.5) + Pi, Number(Engine, "(asec -2)"), 1e-15);
   EXPECT_NEAR(Pi / 6, Number(Engine, "(acsc 2)"), 1e-15);
   EXPECT_NEAR(Pi / 6 + Pi, Number(Engine, "(acsc -2)"), 1e-15);
   EXPECT_NEAR(2, Number(Engine, "(sec (/ (PI) 3))"), 1e-12);
-  EXPECT_NEAR(2, Number(Engine, "(csc (/ (PI) 6))"), 1e-12);
-  EXPECT_NEAR(1, Number(Engine, "(cot (/ (PI) 4))"), 1e-12);
   // X comes first and Y second, and Y is evaluated first.
   EXPECT_EQ("dtFloat 0.0000", Eval(Engine, "(atan2 (bind ?order 1) (bind ?order 0))"));
   EXPECT_EQ("dtInteger 1", Eval(Engine, "(+ ?order)"));
-  EXPECT_DOUBLE_EQ(0, Number(Engine, "(atan2 1 0)"));
   EXPECT_DOUBLE_EQ(Pi / 2, Number(Engine, "(atan2 0 1)"));
   EXPECT_DOUBLE_EQ(-3 * Pi / 4, Number(Engine, "(atan2 -1 -1)"));
 }
@@ -60,15 +49,10 @@ TEST(TrigonometryFunctions, InversesAndReciprocals) {
 TEST(TrigonometryFunctions, OutsideTheDomainTheArithmeticRaises) {
   TInferenceEngine Engine;
   EXPECT_EQ("Invalid floating point operation", ErrorOfCall(Engine, "(acos 2)"));
-  EXPECT_EQ("Invalid floating point operation", ErrorOfCall(Engine, "(acosh 0.5)"));
-  EXPECT_EQ("Invalid floating point operation", ErrorOfCall(Engine, "(atanh 2)"));
   EXPECT_EQ("Invalid floating point operation", ErrorOfCall(Engine, "(acsc 0.5)"));
-  EXPECT_EQ("Invalid floating point operation", ErrorOfCall(Engine, "(asech 2)"));
   EXPECT_EQ("Invalid floating point operation", ErrorOfCall(Engine, "(acoth 0.5)"));
   EXPECT_EQ("Floating point division by zero", ErrorOfCall(Engine, "(cot 0)"));
-  EXPECT_EQ("Floating point division by zero", ErrorOfCall(Engine, "(coth 0)"));
   EXPECT_EQ("Floating point division by zero", ErrorOfCall(Engine, "(acoth 1)"));
-  EXPECT_EQ("Floating point division by zero", ErrorOfCall(Engine, "(acoth -1)"));
   EXPECT_EQ("Floating point division by zero", ErrorOfCall(Engine, "(atanh -1)"));
   EXPECT_EQ("Floating point division by zero", ErrorOfCall(Engine, "(acsc 0)"));
   EXPECT_EQ("Floating point overflow", ErrorOfCall(Engine, "(cosh 1000)"));

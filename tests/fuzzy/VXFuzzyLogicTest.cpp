@@ -336,17 +336,6 @@ TEST(VXFuzzyLogicTest, TextForms) {
   EXPECT_EQ(Local.ToString(), "()");
 }
 
-TEST(VXFuzzyLogicTest, NameLookUps) {
-  TFuzzyCorrelationMethod Correlation = fcmMinimum;
-  EXPECT_TRUE(IsFuzzyCorrelation("product", Correlation));
-  EXPECT_FALSE(IsFuzzyCorrelation("Minimum", Correlation));  // exact names; a miss leaves the result
-  EXPECT_EQ(Correlation, fcmProduct);
-  TFuzzyHedge Hedge = fhNot;
-  EXPECT_TRUE(IsFuzzyHedge("more-or-less", Hedge));
-  EXPECT_EQ(Hedge, fhMoreOrLess);
-  EXPECT_FALSE(IsFuzzyHedge("zadeh"));
-}
-
 namespace {
 
 // Memberships of Set at each x, as text to compare at once.
@@ -560,7 +549,7 @@ TEST(VXFuzzyLogicTest, UnionAndIntersectionUnderEachOperation) {
             "Invalid fuzzy operation (7)");
 }
 
-TEST(VXFuzzyLogicTest, WordsOfExpressions) {
+TEST(VXFuzzyLogicTest, WordsAndNamesAreLookedUpExactly) {
   bool IsUnion = false;
   TFuzzyOperation Operation = foMean;
   EXPECT_TRUE(IsFuzzyKeyword("or", IsUnion, Operation));
@@ -583,6 +572,15 @@ TEST(VXFuzzyLogicTest, WordsOfExpressions) {
   EXPECT_FALSE(Clip);
   EXPECT_FALSE(IsFuzzyHedgeOperator("very"));
   EXPECT_FALSE(IsFuzzyHedge("at-most"));
+
+  TFuzzyCorrelationMethod Correlation = fcmMinimum;
+  EXPECT_TRUE(IsFuzzyCorrelation("product", Correlation));
+  EXPECT_FALSE(IsFuzzyCorrelation("Minimum", Correlation));  // exact names; a miss leaves the result
+  EXPECT_EQ(Correlation, fcmProduct);
+  TFuzzyHedge Hedge = fhNot;
+  EXPECT_TRUE(IsFuzzyHedge("more-or-less", Hedge));
+  EXPECT_EQ(Hedge, fhMoreOrLess);
+  EXPECT_FALSE(IsFuzzyHedge("zadeh"));
 }
 
 TEST(VXFuzzyLogicTest, CorrelationAndInferenceForTheEngine) {

@@ -383,15 +383,6 @@ TEST(FuzzyPlotTest, LimitsStayInsideTheUniverseOrSpanTheSets) {
 
 // ---------------------------------------------------------------- SVG
 
-TEST(FuzzyPlotTest, XMLReaderRefusesWhatIsNotWellFormed) {
-  const auto Good = ReadXML("<?xml version=\"1.0\"?>\n<a x='1' y=\"&lt;&#65;&#x42;\"><b>t&amp;u</b><!-- c --><c/></a>\n");
-  EXPECT_EQ(Good->Attr("y"), "<AB");
-  EXPECT_EQ(Good->Children.at(0)->Text, "t&u");
-  for (const char* Bad : {"", "<a>", "<a></b>", "<a><b></a></b>", "<a x=1/>", "<a x='1' x='2'/>", "<a>&bogus;</a>",
-                          "<a>&amp</a>", "<a/><b/>", "<a x='<'/>", "text", "<a>&#0;</a>", "<a y='1'z='2'/>"})
-    EXPECT_THROW(ReadXML(Bad), std::runtime_error) << Bad;
-}
-
 TEST(FuzzyPlotTest, PictureShowsAxesLabelsAndEachTermAsItsCurve) {
   IFuzzyVariable Variable(new TFuzzyVariable("temp <\"inside\" & 'out'>"));
   Variable->SetUniverse(-10.0, 40.0);
