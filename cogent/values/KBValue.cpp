@@ -198,12 +198,17 @@ Ref<T> TKBValue::Interface() const noexcept {
 // ---------------------------------------------------------------- setters
 
 void TKBValue::ReleaseCell() noexcept {
-  if (IsTextKind(FKBType)) {
-    if (FValue.VText) FValue.VText->Release();
-  } else if (IsInterfaceKind(FKBType)) {
-    if (FValue.VInterface) FValue.VInterface->_Release();
-  }
+  // Released only after the kind changes: the last reference may run a
+  // destructor that looks at this value again.
+  const TKBValueRec Old = FValue;
+  const TKBType OldType = FKBType;
   FValue.VInteger = 0;
+  FKBType = dtNone;
+  if (IsTextKind(OldType)) {
+    if (Old.VText) Old.VText->Release();
+  } else if (IsInterfaceKind(OldType) && Old.VInterface) {
+    Old.VInterface->_Release();
+  }
 }
 
 void TKBValue::CopyCell(const TKBValue& Source) noexcept {
@@ -226,18 +231,8 @@ void TKBValue::Changing(TKBType) {
     if (!(Component && Component->GetComponentState().Contains(csDestroying))) delete Object;
   } else if (GetNexus()) {
     Unwatch(CellPointer<TObject>(FValue.VInteger), FExtra->Nexus);
-  } else if (IsInterfaceKind(FKBType) || IsTextKind(FKBType)) {
-    // Released only after the kind changes: the last reference may run a
-    // destructor that looks at this value again.
-    TKBValueRec Old = FValue;
-    const TKBType OldType = FKBType;
-    FValue.VInteger = 0;
-    FKBType = dtNone;
-    if (IsTextKind(OldType)) {
-      if (Old.VText) Old.VText->Release();
-    } else if (Old.VInterface) {
-      Old.VInterface->_Release();
-    }
+  } else {
+    ReleaseCell();
   }
 }
 
@@ -326,7 +321,6 @@ void TKBValue::SetAsOwnedObject(TObject* Value) {
 void TKBValue::Reset() {
   Changing(dtNone);
   ReleaseCell();
-  FKBType = dtNone;
 }
 
 void TKBValue::Notification(TComponent* AComponent, TOperation Operation) {
