@@ -263,4 +263,131 @@ private:
   TDirectoryFunctionType FDirectoryFunctionType = dftGetCurrentDir;
 };
 
+// ================================================================ the miscellaneous package
+// The interactive commands: lists and displays of the knowledge base,
+// pretty printing, removal of constructs, structure tests, the constraint
+// check switches, and dates and times. Lists print on the default channel.
+
+class TMiscPackage : public TUserPackage {
+public:
+  explicit TMiscPackage(TComponent* AOwner);
+  ~TMiscPackage() override;
+
+protected:
+  void CreateFunctions() override;
+};
+
+// A family of functions in one class: the name sets the type code, comment,
+// arguments and limits.
+#define COGENT_FUNCTION_FAMILY(Class, Type, Getter)                                     \
+  class Class : public TBuiltInFunction {                                                \
+  public:                                                                                \
+    Class();                                                                             \
+    explicit Class(const TKBName& AName) { SetFunctionName(AName); }                     \
+    Type Getter() const noexcept { return FFunctionType; }                               \
+    void SetFunctionName(const TKBName& Value) override;                                 \
+                                                                                         \
+  protected:                                                                             \
+    void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) override;  \
+                                                                                         \
+  private:                                                                               \
+    Type FFunctionType{};                                                                \
+  };
+
+// Lists of names, each followed by its total.
+COGENT_BUILT_IN_FUNCTION(TAgendaFunction)
+COGENT_BUILT_IN_FUNCTION(TListRulesFunction)
+COGENT_BUILT_IN_FUNCTION(TListDefTypesFunction)
+COGENT_BUILT_IN_FUNCTION(TListFactSetsFunction)
+COGENT_BUILT_IN_FUNCTION(TListTemplatesFunction)
+COGENT_BUILT_IN_FUNCTION(TListFunctionsFunction)
+COGENT_BUILT_IN_FUNCTION(TListDefModulesFunction)
+COGENT_BUILT_IN_FUNCTION(TListFocusStackFunction)
+COGENT_BUILT_IN_FUNCTION(TShowFactsFunction)
+COGENT_BUILT_IN_FUNCTION(TShowRulesFunction)
+
+enum TListVariablesFunctionType : std::uint8_t { lvDefGlobals, lvBindings };
+// list-defglobals, list-bindings.
+COGENT_FUNCTION_FAMILY(TListVariablesFunction, TListVariablesFunctionType, GetListVariablesType)
+
+enum TPrettyPrintFunctionType : std::uint8_t {
+  ppfFactSet,
+  ppfUserFunction,
+  ppfFactTemplate,
+  ppfRule,
+  ppfDefType,
+  ppfDefModule
+};
+// ppdeffacts, ppdeffunction, ppdeftemplate, ppdefrule, ppdeftype,
+// ppdefmodule: the construct's text as an atom; nothing is printed.
+COGENT_FUNCTION_FAMILY(TPrettyPrintFunction, TPrettyPrintFunctionType, GetPrettyPrint)
+
+// Removal: TRUE when something was removed.
+COGENT_BUILT_IN_FUNCTION(TUnDefRuleFunction)
+COGENT_BUILT_IN_FUNCTION(TUnDefFactsFunction)
+COGENT_BUILT_IN_FUNCTION(TUnDefFunctionFunction)
+COGENT_BUILT_IN_FUNCTION(TUnDefTemplateFunction)
+COGENT_BUILT_IN_FUNCTION(TUnDefTypeFunction)
+
+enum TIsKBStructFunctionType : std::uint8_t {
+  sfIsBinding,
+  sfIsDefType,
+  sfIsDefFunction,
+  sfIsDefGlobal,
+  sfIsDefRule,
+  sfIsDefFacts,
+  sfIsDefTemplate
+};
+// is-binding, is-deftype, is-deffunction, is-defglobal, is-defrule,
+// is-deffacts, is-deftemplate.
+COGENT_FUNCTION_FAMILY(TIsKBStructFunction, TIsKBStructFunctionType, GetIsKBStructFunctionType)
+
+COGENT_BUILT_IN_FUNCTION(TKBParseFunction)
+COGENT_BUILT_IN_FUNCTION(TGuardFunction)
+COGENT_BUILT_IN_FUNCTION(TGenSymStarFunction)
+COGENT_BUILT_IN_FUNCTION(TSetGenFunction)
+COGENT_BUILT_IN_FUNCTION(TResetGlobalsFunction)
+COGENT_BUILT_IN_FUNCTION(TGetStaticCheckFunction)
+COGENT_BUILT_IN_FUNCTION(TGetDynamicCheckFunction)
+COGENT_BUILT_IN_FUNCTION(TSetStaticCheckFunction)
+COGENT_BUILT_IN_FUNCTION(TSetDynamicCheckFunction)
+
+// Dates and times: a float whose whole part counts days from 30 December
+// 1899 and whose fraction is the part of the day.
+COGENT_BUILT_IN_FUNCTION(TTimeFunction)
+
+enum TSystemDateTimeFunctionType : std::uint8_t { sdtDateTime, sdtDate, sdtTime };
+// system-datetime, system-date, system-time.
+COGENT_FUNCTION_FAMILY(TSystemDateTimeFunction, TSystemDateTimeFunctionType, GetSystemDateTimeType)
+
+enum TDateTimeStringFunctionType : std::uint8_t {
+  dtsStrDateTime,
+  dtsStrDate,
+  dtsStrTime,
+  dtsDateTimeStr,
+  dtsDateStr,
+  dtsTimeStr,
+  dtsDateTimeStrFormat
+};
+// str-datetime, str-date, str-time, datetime-str, date-str, time-str,
+// datetime-str-format.
+COGENT_FUNCTION_FAMILY(TDateTimeStringFunction, TDateTimeStringFunctionType, GetDateTimeStringType)
+
+enum TDecodeDateTimeFunctionType : std::uint8_t {
+  ddtYear,
+  ddtMonth,
+  ddtDay,
+  ddtHour,
+  ddtMinute,
+  ddtSecond,
+  ddtMillisecond
+};
+// decode-year, decode-month, decode-day, decode-hour, decode-minute,
+// decode-second, decode-millisecond.
+COGENT_FUNCTION_FAMILY(TDecodeDateTimeFunction, TDecodeDateTimeFunctionType, GetDecodeDateTimeType)
+
+enum TEncodeDateTimeFunctionType : std::uint8_t { edtDate, edtTime };
+// encode-date, encode-time.
+COGENT_FUNCTION_FAMILY(TEncodeDateTimeFunction, TEncodeDateTimeFunctionType, GetEncodeDateTimeType)
+
 }  // namespace cogent
