@@ -1,5 +1,7 @@
 #include "cogent/engine/InferenceEngine.h"
 
+#include <algorithm>
+
 #include "cogent/facts/KBSlotTest.h"
 #include "cogent/facts/KBPackages.h"
 #include "cogent/language/KBRuleParser.h"
@@ -312,6 +314,7 @@ void TInferenceEngine::ClearRules() {
 void TInferenceEngine::Notification(TComponent* AComponent, TOperation Operation) {
   TComponent::Notification(AComponent, Operation);
   if (Operation != opRemove || !AComponent) return;
+  FReloadComps.erase(std::remove(FReloadComps.begin(), FReloadComps.end(), AComponent), FReloadComps.end());
   // A rule or fact set going away leaves the current module's tables; a rule
   // being destroyed or owned elsewhere is not freed by its removal.
   if (auto* Rule = dynamic_cast<TRule*>(AComponent)) {

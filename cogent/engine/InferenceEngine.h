@@ -9,6 +9,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "cogent/engine/KBCollections.h"
 #include "cogent/facts/KBContext.h"
@@ -321,6 +322,39 @@ public:
   virtual void SaveFacts(TStream& Stream, const std::string& TemplateName, TEncoding* Encoding);
   void SaveFacts(const std::string& FileName, const std::string& TemplateName, TEncoding* Encoding);
 
+  // One kind of construct of the current module. A save writes the
+  // encoding's preamble and each construct's text with a line end; a load
+  // empties the current module's table (LoadModules: the module list) and
+  // reads the stream with the top-level calls run. A file save goes to a
+  // scratch file beside the target that takes the target's place once
+  // whole, so a failed save leaves the old file as it was.
+  virtual void SaveDefinedTypes(TStream& Stream, TEncoding* Encoding);
+  void SaveDefinedTypes(const std::string& FileName, TEncoding* Encoding);
+  virtual void LoadDefinedTypes(TStream& Stream, TEncoding* Encoding);
+  void LoadDefinedTypes(const std::string& FileName, TEncoding* Encoding);
+  virtual void SaveFactTemplates(TStream& Stream, TEncoding* Encoding);
+  void SaveFactTemplates(const std::string& FileName, TEncoding* Encoding);
+  virtual void LoadFactTemplates(TStream& Stream, TEncoding* Encoding);
+  void LoadFactTemplates(const std::string& FileName, TEncoding* Encoding);
+  virtual void SaveRules(TStream& Stream, TEncoding* Encoding);
+  void SaveRules(const std::string& FileName, TEncoding* Encoding);
+  virtual void LoadRules(TStream& Stream, TEncoding* Encoding);
+  void LoadRules(const std::string& FileName, TEncoding* Encoding);
+  virtual void SaveModules(TStream& Stream, TEncoding* Encoding);
+  void SaveModules(const std::string& FileName, TEncoding* Encoding);
+  virtual void LoadModules(TStream& Stream, TEncoding* Encoding);
+  void LoadModules(const std::string& FileName, TEncoding* Encoding);
+  // The facts of the current module of each template named, one template
+  // after the other, in one file.
+  void SaveFacts(const std::string& FileName, const std::vector<std::string>& TemplateNames, TEncoding* Encoding);
+  // Makes this engine a copy of Source: settings, functions, modules with
+  // their types, templates, fact sets, facts and rules, globals, the focus
+  // stack and the current module. Another kind of source goes to the base.
+  void Assign(TPersistent* Source) override;
+  // Notes a rule or fact set to be read again when the engine has loaded
+  // from a component stream; a component dying before that drops out.
+  void Reload(TComponent* AComponent);
+
   // ------------------------------------------------------------ parsing
   // The one parser, an instance of ParserType. Writing assigns into it.
   // A stream left in the parser when the engine goes is freed with it.
@@ -529,6 +563,11 @@ private:
   // and takes it back.
   void ParseFrame(const std::string& AString, TEncoding* Encoding, const std::function<void(TKBParser&)>& Operation);
   void ParseFrame(TStream& Stream, TEncoding* Encoding, const std::function<void(TKBParser&)>& Operation);
+  // Each module of Source in order, with its declarations and its knowledge.
+  void AssignModules(const TInferenceEngine& Source);
+  // Rules and fact sets waiting for the end of a component load; not owned,
+  // and one that dies before drops out.
+  std::vector<TComponent*> FReloadComps;
   // The current module's facts, or only those of *TemplateName.
   void WriteFacts(TStream& Stream, const std::string* TemplateName, TEncoding* Encoding);
 

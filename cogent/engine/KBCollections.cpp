@@ -301,11 +301,18 @@ std::string TSharedConstructTable<T>::ToString() const {
 }
 
 template <class T>
-std::string TSharedConstructTable<T>::LocalsToString() const {
-  std::vector<TItem> Locals;
+std::vector<typename TSharedConstructTable<T>::TItem> TSharedConstructTable<T>::Locals() const {
+  std::vector<TItem> Result;
   for (const TItem& Item : this->GetValues())
-    if (Item && Item->GetModuleObject() == FModule) Locals.push_back(Item);
-  return Text(Locals);
+    if (Item && Item->GetModuleObject() == FModule) Result.push_back(Item);
+  return ParentsFirst<T>(Result, &TSharedConstructKind<T>::Parent, TSharedConstructKind<T>::CorruptMessage);
+}
+
+template <class T>
+std::string TSharedConstructTable<T>::LocalsToString() const {
+  std::string Result;
+  for (const TItem& Item : Locals()) Result += Item->ToString() + CRLF;
+  return Result;
 }
 
 template class TSharedConstructTable<TFactTemplate>;

@@ -78,6 +78,8 @@ public:
   // Parents before their children; LocalsToString only the module's own.
   std::string ToString() const override;
   std::string LocalsToString() const;
+  // The module's own constructs, parents before their children.
+  std::vector<TItem> Locals() const;
 
 protected:
   // The duplicate policy of the engine.

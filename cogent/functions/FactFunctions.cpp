@@ -3,6 +3,7 @@
 // work to the engine.
 
 #include "cogent/functions/StandardPackage.h"
+#include "cogent/host/SafeSave.h"
 
 #include <array>
 #include <utility>
@@ -297,12 +298,13 @@ void TSaveFactsFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBV
   TInferenceEngine& Engine = EngineOf(Context);
   const std::string FileName = TextOf(FunCall, 0, Context);
   if (FunCall->GetArgumentCount() == 1) {
-    Engine.SaveFacts(FileName, nullptr);
+    // Through the stream form, so that a failed save leaves the old file.
+    SaveFileWhole(FileName, [&Engine](TStream& Stream) { Engine.SaveFacts(Stream, nullptr); });
   } else {
     // One file, the templates' facts one after the other.
-    TFileStream Stream(FileName, fmCreate);
-    for (int I = 1; I < FunCall->GetArgumentCount(); ++I)
-      Engine.SaveFacts(Stream, TextOf(FunCall, I, Context), nullptr);
+    std::vector<std::string> TemplateNames;
+    for (int I = 1; I < FunCall->GetArgumentCount(); ++I) TemplateNames.push_back(TextOf(FunCall, I, Context));
+    Engine.SaveFacts(FileName, TemplateNames, nullptr);
   }
   Result = FCTrue;
 }
