@@ -207,7 +207,11 @@ void TInferenceEngine::AssignModules(const TInferenceEngine& Source) {
     const TFactSets* FactSets = SourceModule->GetFactSets();
     for (int I = 0; I < FactSets->GetCount(); ++I)
       if (const TFactSet* FactSet = FactSets->GetItem(I)) Parse(FactSet->ToString(), false);
-    FCache.Facts->AssignLocal(SourceModule->GetFacts());
+    // Facts at home here; the imported ones came with the import.
+    for (const IFact& Fact : *SourceModule->GetFacts()) {
+      const IFactTemplate Template = Fact ? Fact->GetTemplate() : IFactTemplate();
+      if (Template && Template->GetModuleObject() == SourceModule.get()) Assert(Fact->ToString());
+    }
     for (TRule* Rule : SourceModule->GetRules()->GetValues().ToArray())
       if (Rule) Parse(RuleText(*Rule), false);
   }
