@@ -354,6 +354,9 @@ public:
   // Notes a rule or fact set to be read again when the engine has loaded
   // from a component stream; a component dying before that drops out.
   void Reload(TComponent* AComponent);
+  // "ModuleText", "FactsList" and "FactSets", and the properties of the
+  // current module's types, templates and rules and of the globals.
+  void DefineProperties(TFiler& Filer) override;
 
   // ------------------------------------------------------------ parsing
   // The one parser, an instance of ParserType. Writing assigns into it.
@@ -537,6 +540,9 @@ protected:
 
   virtual void AddDefaultPackages();
   virtual void DoChangeCurrentModule();
+  // After a component load: the module text is read, then the rules and
+  // fact sets noted by Reload.
+  void Loaded() override;
   void Notification(TComponent* AComponent, TOperation Operation) override;
 
   // Fuzzy facts: the places where correlation and combination act.

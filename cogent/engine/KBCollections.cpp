@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "cogent/engine/InferenceEngine.h"
+#include "cogent/host/ComponentStreams.h"
 #include "cogent/host/Guards.h"
 #include "cogent/matching/ReteNetwork.h"
 
@@ -669,6 +670,69 @@ void TIOStreams::Clear() {
   FFreeStream = true;
   TVXStringObjectHashTable<TGTextStream*>::Clear();
   FFreeStream = Saved;
+}
+
+}  // namespace cogent
+
+// ---------------------------------------------------------------- component streams
+
+namespace cogent {
+
+void TFactTemplates::DefineProperties(TFiler& Filer) {
+  TSharedConstructTable<TFactTemplate>::DefineProperties(Filer);
+  Filer.DefineListProperty(
+      "Templates",
+      [this](const std::vector<std::string>& Texts) {
+        Clear();
+        if (!FEngine) return;
+        for (const std::string& Text : Texts) Add(FEngine->ParseFactTemplate(Text));
+      },
+      nullptr, false);
+}
+
+void TKBDefinedTypes::DefineProperties(TFiler& Filer) {
+  TSharedConstructTable<TKBDefinedType>::DefineProperties(Filer);
+  Filer.DefineListProperty(
+      "DefTypes",
+      [this](const std::vector<std::string>& Texts) {
+        Clear();
+        if (!FEngine) return;
+        for (const std::string& Text : Texts) Add(FEngine->ParseDefinedType(Text));
+      },
+      nullptr, false);
+}
+
+void TRules::DefineProperties(TFiler& Filer) {
+  TVXStringObjectHashTable<TRule*>::DefineProperties(Filer);
+  Filer.DefineListProperty(
+      "Rules",
+      [this](const std::vector<std::string>& Texts) {
+        if (!FEngine) return;
+        for (const std::string& Text : Texts)
+          if (std::unique_ptr<TRule> Rule = FEngine->ParseRule(Text)) Add(Rule.release());
+      },
+      nullptr, false);
+}
+
+void TEngineVariables::DefineProperties(TFiler& Filer) {
+  TValueHashTable::DefineProperties(Filer);
+  Filer.DefineListProperty(
+      "Variables",
+      [this](const std::vector<std::string>& Texts) {
+        if (!FEngine) return;
+        for (const std::string& Text : Texts) {
+          std::string Name;
+          const IKBValue Value = FEngine->ParseVariable(Text, Name);
+          Put(Name, Value);
+        }
+      },
+      [this] {
+        std::vector<std::string> Texts;
+        for (const auto& Item : *this)
+          Texts.push_back("?" + Item.Key + " = " + (Item.Value ? Item.Value->GetToString() : std::string()));
+        return Texts;
+      },
+      GetCount() > 0);
 }
 
 }  // namespace cogent

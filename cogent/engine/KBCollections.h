@@ -118,6 +118,8 @@ private:
 class TFactTemplates : public TSharedConstructTable<TFactTemplate> {
 public:
   using TSharedConstructTable<TFactTemplate>::TSharedConstructTable;
+  // "Templates", read only: the table is emptied and each text read and added.
+  void DefineProperties(TFiler& Filer) override;
 
 protected:
   void DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, const IFactTemplate& Value) override;
@@ -135,6 +137,8 @@ protected:
 class TKBDefinedTypes : public TSharedConstructTable<TKBDefinedType> {
 public:
   using TSharedConstructTable<TKBDefinedType>::TSharedConstructTable;
+  // "DefTypes", read only: the table is emptied and each text read and added.
+  void DefineProperties(TFiler& Filer) override;
 
   // The first defined type of Template's slots that this table lacks.
   IKBDefinedType FindUnsharedType(const IFactTemplate& Template) const;
@@ -162,6 +166,8 @@ public:
   void Clear() override;
   // Rule texts sorted ignoring case, an empty line between rules.
   std::string ToString() const override;
+  // "Rules", read only and only with an engine: each text read and added.
+  void DefineProperties(TFiler& Filer) override;
 
 protected:
   void DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, TRule* const& Value) override;
@@ -236,6 +242,9 @@ class TEngineVariables : public TValueHashTable, public TKBEngineBound {
 public:
   explicit TEngineVariables(TInferenceEngine* AEngine) : TKBEngineBound(AEngine, nullptr) {}
   std::string ToString() const override;
+  // "Variables": each variable as "?name = value", read back under the
+  // name it gives.
+  void DefineProperties(TFiler& Filer) override;
 };
 
 // Defglobal variables, keyed with their "?*" marks as written. The table

@@ -7,6 +7,8 @@
 
 #include "cogent/common/VXCommon.h"
 #include "cogent/engine/InferenceEngine.h"
+#include "cogent/host/ComponentStreams.h"
+#include "cogent/host/Guards.h"
 #include "cogent/host/SafeSave.h"
 
 namespace cogent {
@@ -224,6 +226,73 @@ void TInferenceEngine::Reload(TComponent* AComponent) {
   FReloadComps.push_back(AComponent);
   // To hear of it if it goes first.
   if (AComponent->GetOwner() != this) AComponent->FreeNotification(this);
+}
+
+void TInferenceEngine::DefineProperties(TFiler& Filer) {
+  TComponent::DefineProperties(Filer);
+  // The tables first, as a stream sets the published properties before the
+  // defined ones: facts and fact sets read then find their templates.
+  Filer.DefineChild("DefinedTypes", *FCache.DefinedTypes);
+  Filer.DefineChild("FactTemplates", *FCache.FactTemplates);
+  Filer.DefineChild("Rules", *FCache.Rules);
+  Filer.DefineChild("GlobalVariables", *FGlobalVariables);
+  // The text is read when the whole component is there (Loaded). It is not
+  // written yet: the compact text of the whole system is still to come.
+  Filer.DefineProperty(
+      "ModuleText", [this](const std::string& Text) { FModuleText = Text; }, nullptr, false);
+  Filer.DefineListProperty(
+      "FactsList",
+      [this](const std::vector<std::string>& Texts) {
+        for (const std::string& Text : Texts) Assert(Text);
+      },
+      nullptr, false);
+  Filer.DefineListProperty(
+      "FactSets",
+      [this](const std::vector<std::string>& Texts) {
+        for (const std::string& Text : Texts)
+          if (std::unique_ptr<TFactSet> FactSet = ParseFactSet(Text)) FCache.FactSets->Add(FactSet.release());
+      },
+      nullptr, false);
+}
+
+void TInferenceEngine::Loaded() {
+  TComponent::Loaded();
+  // The module text may assert and focus before any package has come: the
+  // functions it needs stand in for the time of the reading.
+  std::vector<IUserFunction> StandIns;
+  const TFinally Release([&StandIns] {
+    for (const IUserFunction& Function : StandIns) Function->ClearReasoners();
+  });
+  static constexpr const char* Needed[][2] = {{"assert", "TAssertFunction"}, {"focus", "TFocusModuleFunction"}};
+  for (const auto& [Name, ClassName] : Needed) {
+    if (FUserFunctions->ContainsKey(Name)) continue;
+    const TMetaClass* Class = TMetaClass::FindClass(ClassName);
+    if (!Class || !Class->CanCreate()) continue;
+    TObject* Instance = Class->CreateInstance(nullptr);
+    auto* Function = dynamic_cast<TKBUserFunction*>(Instance);
+    if (!Function) {
+      delete Instance;
+      continue;
+    }
+    const IUserFunction Held(Function);
+    Held->SetFunctionName(Name);
+    Held->AddReasoner(this);
+    StandIns.push_back(Held);
+  }
+  if (FCache.Rules)
+    for (TRule* Rule : FCache.Rules->GetValues().ToArray())
+      if (Rule && Rule->GetOwner() != this) Reload(Rule);
+  const std::string Text = std::move(FModuleText);
+  FModuleText.clear();
+  if (!Text.empty()) Parse(Text, true);
+  const std::vector<TComponent*> Waiting = std::move(FReloadComps);
+  FReloadComps.clear();
+  for (TComponent* Component : Waiting) {
+    if (auto* Rule = dynamic_cast<TRule*>(Component))
+      Rule->Reload();
+    else if (auto* FactSet = dynamic_cast<TFactSet*>(Component))
+      FactSet->Reload();
+  }
 }
 
 }  // namespace cogent

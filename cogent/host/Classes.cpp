@@ -106,6 +106,8 @@ void TPersistent::Assign(TPersistent* Source) {
 
 void TPersistent::AssignTo(TPersistent* Dest) { Dest->AssignError(this); }
 
+void TPersistent::DefineProperties(TFiler&) {}
+
 void TPersistent::AssignError(TPersistent* Source) {
   const std::string SourceName = Source ? Source->ClassName() : std::string("nil");
   throw EConvertError(Format(SAssignError, SourceName, ClassName()));

@@ -18,6 +18,7 @@ namespace cogent {
 
 class TObject;
 class TPersistent;
+class TFiler;
 class TComponent;
 
 using TNotifyEvent = std::function<void(TObject* Sender)>;
@@ -98,6 +99,9 @@ public:
   // Copies Source into this object. The base asks Source to AssignTo this
   // object and raises EConvertError SAssignError when nobody knows how.
   virtual void Assign(TPersistent* Source);
+  // The properties an object keeps in a component stream beyond its
+  // published ones (cogent/host/ComponentStreams.h); the base has none.
+  virtual void DefineProperties(TFiler& Filer);
 
 protected:
   virtual void AssignTo(TPersistent* Dest);

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "cogent/engine/InferenceEngine.h"
+#include "cogent/host/ComponentStreams.h"
 #include "cogent/host/Streams.h"
 #include "cogent/host/SysUtils.h"
 
@@ -147,6 +148,39 @@ TEST(PersistenceTest, AFailedFileSaveLeavesTheOldFile) {
   EXPECT_EQ(GetFiles(Folder, "*").size(), 1u);
   EXPECT_EQ(TFileStream(File, fmOpenRead).GetSize(), Size);
   DeleteDirectory(Folder, true);
+}
+
+TEST(PersistenceTest, ComponentStreams) {
+  // No packages: the module text still asserts and focuses.
+  TInferenceEngine Engine;
+  Engine.SetPackages(TFunctionPackages());
+  TMemoryStream Form;
+  const std::string Source =
+      "object TInferenceEngine\r\n"
+      "  ModuleText = \"(assert (point (x 1)))\\r\\n(focus MAIN)\"\r\n"
+      "  FactsList = (\"(point (x 2))\")\r\n"
+      "  FactTemplates.Templates = (\"(deftemplate point (slot x))\")\r\n"
+      "  GlobalVariables.Variables = (\"?*limit* = 3\")\r\n"
+      "end\r\n";
+  Form.Write(Source.data(), static_cast<std::int64_t>(Source.size()));
+  Form.SetPosition(0);
+  ReadComponent(Form, Engine);
+  EXPECT_FALSE(Engine.GetComponentState().Contains(csLoading));
+  // The templates came first, and emptying their table took the initial fact.
+  EXPECT_EQ(Engine.GetFacts()->ToString(), "(point (x 2))\r\n(point (x 1))");
+  EXPECT_EQ(Engine.GetFocusStack()->ToNamesString(" "), "MAIN");
+  EXPECT_FALSE(Engine.ContainsUserFunction("assert"));
+
+  // What is written reads back; a name nobody defines is an error.
+  TMemoryStream Written;
+  WriteComponent(Written, Engine);
+  EXPECT_EQ(Text(Written), "object TInferenceEngine\r\n  GlobalVariables.Variables = (\"?*limit* = 3\")\r\nend\r\n");
+  TMemoryStream Unknown;
+  const std::string Bad = "object TInferenceEngine Nope = \"x\" end";
+  Unknown.Write(Bad.data(), static_cast<std::int64_t>(Bad.size()));
+  Unknown.SetPosition(0);
+  EXPECT_EQ(ErrorOf([&] { ReadComponent(Unknown, Engine); }),
+            "Error reading TInferenceEngine: property Nope does not exist");
 }
 
 }  // namespace
