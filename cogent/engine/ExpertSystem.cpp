@@ -72,9 +72,6 @@ std::string TInferenceEngine::GetExpertSystem(bool Compact) {
     // The function's switch speaks of ignoring duplicates.
     Result += std::string(FFactDuplication ? "(set-fact-duplication FALSE)" : "(set-fact-duplication TRUE)") +
               sLineBreak;
-    if (FGlobalVariables && FGlobalVariables->GetCount() > 0)
-      Result += std::string(sLineBreak) + RuleLine + sLineBreak + "; Global Variables " + sLineBreak + sLineBreak +
-                PrettyPrintGlobalVariables();
     if (FUserFunctions && FUserFunctions->GetNumInterpreted() > 0) {
       // In the order of definition, so that each follows those it may call.
       std::vector<const TInterpretedFunction*> Functions;
@@ -86,6 +83,10 @@ std::string TInferenceEngine::GetExpertSystem(bool Compact) {
       Result += std::string(sLineBreak) + RuleLine + sLineBreak + "; Deffunctions " + sLineBreak;
       for (const TInterpretedFunction* Function : Functions) Result += sLineBreak + cogent::PrettyPrint(*Function);
     }
+    // After the deffunctions, which an initial value may call.
+    if (FGlobalVariables && FGlobalVariables->GetCount() > 0)
+      Result += std::string(sLineBreak) + RuleLine + sLineBreak + "; Global Variables " + sLineBreak + sLineBreak +
+                PrettyPrintGlobalVariables() + sLineBreak;
   }
   if (FModules)
     for (const IModule& Module : *FModules)

@@ -114,6 +114,9 @@ std::string CardinalityClause(const TKBDefinedType& Type) {
 std::string DefaultClause(const TFactSlot& Slot) {
   const IKBValue Default = Slot.GetSlotDefault();
   if (!Default || Default->Equals(FCNil) || Default->Equals(FCNilList)) return {};
+  // An empty fuzzy set is what a fuzzy slot holds without a default.
+  if (Default->GetDType() == dtFuzzy)
+    if (const IFuzzySet Set = Default->GetAsFuzzy(); !Set || Set->GetPointCount() == 0) return {};
   const std::string Form = FormOf(Default);
   if (Trim(Form).empty()) return {};
   return (Slot.GetDefaultDynamic() ? "(default-dynamic " : "(default ") + Form + ") ";
