@@ -318,7 +318,7 @@ std::string PrettyPrint(const TKBPattern& Pattern, IKnowledgeBase* Engine) {
       const std::string Prefix = Multi ? SMultiSlotVar : SSlotVar;
       return Engine ? Engine->GenerateSymbol(Prefix) : Prefix;
     };
-    if (!Pattern.GetComment().empty()) Result = NestText(Pattern.GetComment()) + sLineBreak;
+    if (!Pattern.GetComment().empty()) Result = CommentLines(Pattern.GetComment());
     Result += "(" + Pattern.GetName() + " ";
     const int Data = Pattern.IndexOfSlotName(SDefaultSlotName);
     if (Data >= 0 && Pattern.GetSlotTestCount(Data) > 0) {
