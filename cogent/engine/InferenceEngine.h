@@ -321,9 +321,9 @@ public:
   virtual void SaveFacts(TStream& Stream, const std::string& TemplateName, TEncoding* Encoding);
   void SaveFacts(const std::string& FileName, const std::string& TemplateName, TEncoding* Encoding);
   // The whole system as rule text that Parse reads back: unless Compact a
-  // comment head, the fact duplication switch, the globals and the
-  // deffunctions; then each module, and the focus stack. Modules print
-  // their constructs without qualifiers, each after its defmodule.
+  // comment head, the fact duplication switch, the deffunctions and the
+  // globals; then each module, and the focus stack. Modules print their
+  // constructs without qualifiers, each after its defmodule.
   virtual std::string GetExpertSystem(bool Compact);
   std::string GetExpertSystem() { return GetExpertSystem(false); }
   // Clears the engine, reads the text with the top-level calls run, and
