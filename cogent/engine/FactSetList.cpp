@@ -115,7 +115,7 @@ void TFactSets::Clear() {
 
 std::string TFactSets::ToString() const {
   std::string Result;
-  for (const TFactSet* FactSet : FItems) Result += FactSet->ToString();
+  for (const TFactSet* FactSet : FItems) Result += FactSet->ToString() + sLineBreak;
   return Result;
 }
 

@@ -3,44 +3,12 @@
 #include "cogent/common/VXCommon.h"
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/facts/KBPackages.h"
+#include "cogent/facts/KBPrinter.h"
 
 namespace cogent {
 
-namespace {
-
-// Each line of Text wrapped, every line led by ";; " and an indent.
-std::string CommentBlock(const std::string& Text) {
-  const std::string Lead = std::string(";; ") + IndentString(1);
-  const std::string Break = std::string(sLineBreak) + Lead;
-  std::string Result;
-  std::size_t Start = 0;
-  while (true) {
-    std::size_t End = Text.find('\n', Start);
-    std::string Line = Text.substr(Start, End == std::string::npos ? std::string::npos : End - Start);
-    if (!Line.empty() && Line.back() == '\r') Line.pop_back();
-    if (!Result.empty()) Result += sLineBreak;
-    Result += Lead + WrapText(Line, Break, static_cast<std::size_t>(WrapTextColumn));
-    if (End == std::string::npos) break;
-    Start = End + 1;
-  }
-  return Result;
-}
-
-}  // namespace
-
 std::string TInferenceEngine::PrettyPrint(const IUserFunction& UserFunction) const {
-  if (!UserFunction) return {};
-  std::string Result = ";; " + UserFunction->GetFunctionName() + " function" + sLineBreak;
-  if (UserFunction->GetComment().empty()) return Result;
-  const std::string Arguments = Trim(UserFunction->GetArgumentString());
-  const std::string Syntax =
-      Format(RuleSyntaxFormat, Arguments.empty() ? UserFunction->GetFunctionName()
-                                                 : UserFunction->GetFunctionName() + " " + Arguments);
-  Result += CommentBlock(UserFunction->GetComment());
-  Result += std::string(sLineBreak) + ";; " + sLineBreak + ";; ";
-  Result += WrapText(TrimLeft(Format(SyntaxFormat, Syntax)), std::string(sLineBreak) + ";; " + IndentString(1),
-                     static_cast<std::size_t>(WrapTextColumn));
-  return Result;
+  return UserFunction ? cogent::PrettyPrint(*UserFunction) : std::string();
 }
 
 void TInferenceEngine::AddUserFunction(const IUserFunction& UserFunction) {

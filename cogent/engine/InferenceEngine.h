@@ -321,6 +321,22 @@ public:
   void SaveFacts(const std::string& FileName, TEncoding* Encoding);
   virtual void SaveFacts(TStream& Stream, const std::string& TemplateName, TEncoding* Encoding);
   void SaveFacts(const std::string& FileName, const std::string& TemplateName, TEncoding* Encoding);
+  // The whole system as rule text that Parse reads back: unless Compact a
+  // comment head, the fact duplication switch, the deffunctions and the
+  // globals; then each module, and the focus stack. Modules print their
+  // constructs without qualifiers, each after its defmodule.
+  virtual std::string GetExpertSystem(bool Compact);
+  std::string GetExpertSystem() { return GetExpertSystem(false); }
+  // Clears the engine, reads the text with the top-level calls run, and
+  // resets.
+  virtual void SetExpertSystem(const std::string& AString);
+  // GetExpertSystem after the encoding's preamble.
+  virtual void SaveToStream(TStream& Stream, TEncoding* Encoding);
+  // Writes a file beside FileName and renames it over FileName, so that a
+  // failed save leaves the file as it was.
+  void SaveToFile(const std::string& FileName, TEncoding* Encoding);
+  // "(defglobal ?name = value ...)" of the global variables.
+  std::string PrettyPrintGlobalVariables() const;
 
   // One kind of construct of the current module. A save writes the
   // encoding's preamble and each construct's text with a line end; a load

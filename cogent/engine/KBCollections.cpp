@@ -122,8 +122,7 @@ struct TSharedConstructKind<TFactTemplate> {
 template <>
 struct TSharedConstructKind<TKBDefinedType> {
   static const TKBName& Name(const TKBDefinedType& DefType) { return DefType.GetName(); }
-  // Types inherit by copying; their ancestors order the text once types have them.
-  static IKBDefinedType Parent(const IKBDefinedType&) { return nullptr; }
+  static IKBDefinedType Parent(const IKBDefinedType& DefType) { return DefType->GetAncestor(); }
   static constexpr const char* DuplicateMessage = _SDuplicateDefTypeNames;
   static constexpr const char* CorruptMessage = _STypeInheritanceCorrupt;
 };
@@ -289,9 +288,14 @@ typename TSharedConstructTable<T>::TItem TSharedConstructTable<T>::Replace(const
 
 template <class T>
 std::string TSharedConstructTable<T>::Text(const std::vector<TItem>& Items) const {
+  // By name, so that the text does not depend on the order of the hash table.
+  std::vector<TItem> Sorted(Items);
+  std::stable_sort(Sorted.begin(), Sorted.end(), [](const TItem& A, const TItem& B) {
+    return CompareText(TSharedConstructKind<T>::Name(*A), TSharedConstructKind<T>::Name(*B)) < 0;
+  });
   std::string Result;
   for (const TItem& Item :
-       ParentsFirst<T>(Items, &TSharedConstructKind<T>::Parent, TSharedConstructKind<T>::CorruptMessage))
+       ParentsFirst<T>(Sorted, &TSharedConstructKind<T>::Parent, TSharedConstructKind<T>::CorruptMessage))
     Result += Item->ToString() + CRLF;
   return Result;
 }

@@ -135,7 +135,12 @@ void TInferenceEngine::LoadFromStream(TStream& Stream, TEncoding* Encoding) {
 
 void TInferenceEngine::LoadFromFile(const std::string& FileName, TEncoding* Encoding) {
   TFileStream File(FileName, fmOpenRead);
-  LoadFromStream(File, Encoding);
+  try {
+    LoadFromStream(File, Encoding);
+  } catch (const EKBParseException& E) {
+    // What was read before the error stays; the message says where it stopped.
+    throw EKBParseException(FileName + ":" + IntToStr(E.GetLineNumber()) + ": " + E.what(), E.GetLineNumber());
+  }
 }
 
 void TInferenceEngine::LoadFacts(TStream& Stream, TEncoding* Encoding) {

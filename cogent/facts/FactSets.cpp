@@ -4,6 +4,7 @@
 
 #include "cogent/engine/KBCollections.h"
 #include "cogent/facts/KBFacts.h"
+#include "cogent/facts/KBPrinter.h"
 
 namespace cogent {
 
@@ -262,13 +263,8 @@ void TFactSet::Assign(TPersistent* Source) {
 }
 
 std::string TFactSet::ToString() const {
-  // A plain deffacts form; the pretty printer replaces it once it exists.
-  std::string Result = "(deffacts " + FFactSetName;
-  if (!FComment.empty()) Result += " \"" + FComment + "\"";
-  Result += "\r\n";
-  for (int I = 0; I < FFacts->GetCount(); ++I) Result += "   " + FFacts->GetString(I) + "\r\n";
-  Result += ")\r\n";
-  return Result;
+  const IKnowledgeBase* Engine = KnowledgeBaseOf(FEngine);
+  return PrettyPrint(*this, Engine && Engine->GetPrintModuleQualifiers());
 }
 
 }  // namespace cogent

@@ -4,6 +4,7 @@
 #include <type_traits>
 
 #include "cogent/engine/KBCollections.h"
+#include "cogent/facts/KBPrinter.h"
 #include "cogent/facts/KBSlotTest.h"
 #include "cogent/host/Guards.h"
 #include "cogent/matching/ReteNetwork.h"
@@ -239,6 +240,63 @@ void TModule::Notification(TComponent* AComponent, TOperation Operation) {
   if (AComponent == FEngine) FEngine = nullptr;
   // A network freed by someone else is not the module's to free again.
   if (FCollections.Rete && AComponent == FCollections.Rete.get()) (void)FCollections.Rete.release();
+}
+
+std::string TModule::ToString() const { return PrettyPrint(*this); }
+
+namespace {
+
+constexpr const char* RuleLine = "; *************************";
+
+// A comment head that opens a part of a saved module.
+std::string SectionHead(const std::string& Title) {
+  return std::string(sLineBreak) + RuleLine + sLineBreak + "; " + Title + " " + sLineBreak + sLineBreak;
+}
+
+}  // namespace
+
+std::string TModule::GetExpertSystem(bool Comments, bool All) const {
+  const TModuleCollections& C = FCollections;
+  if (!C.DefinedTypes || !C.FactTemplates || !C.Rules || !C.FactSets || !C.Facts) return {};
+  const int TypeCount = All ? C.DefinedTypes->GetCount() : C.DefinedTypes->GetLocalsCount();
+  const int TemplateCount = All ? C.FactTemplates->GetCount() : C.FactTemplates->GetLocalsCount();
+  const int FactCount = All ? C.Facts->GetCount() : C.Facts->GetLocalsCount();
+  std::string Result;
+  if (Comments) {
+    auto Count = [](const char* Label, int Value) { return Label + IntToStr(Value) + sLineBreak; };
+    Result += std::string(sLineBreak) + RuleLine + sLineBreak + "; Module:                     " + FName + sLineBreak;
+    Result += Count("; Number of Defined Types:    ", TypeCount);
+    Result += Count("; Number of Fact Templates:   ", TemplateCount);
+    Result += Count("; Number of Rules:            ", C.Rules->GetCount());
+    Result += Count("; Number of Fact Sets:        ", C.FactSets->GetCount());
+    Result += Count("; Number of Facts:            ", FactCount);
+    Result += sLineBreak;
+  }
+  Result += ToString() + sLineBreak;
+  if (C.DefinedTypes->GetCount() > 0) {
+    if (Comments) Result += SectionHead("Defined Types");
+    Result += All ? C.DefinedTypes->ToString() : C.DefinedTypes->LocalsToString();
+  }
+  if (C.FactTemplates->GetCount() > 0) {
+    if (Comments) Result += SectionHead("Fact Templates");
+    Result += All ? C.FactTemplates->ToString() : C.FactTemplates->LocalsToString();
+  }
+  if (C.Rules->GetCount() > 0) {
+    if (Comments) Result += SectionHead("Rules");
+    Result += C.Rules->ToString();
+  }
+  if (C.FactSets->GetCount() > 0) {
+    if (Comments) Result += SectionHead("Fact Sets");
+    Result += C.FactSets->ToString() + sLineBreak;
+  }
+  if (FactCount > 0) {
+    const std::string Facts = All ? C.Facts->ToString() : C.Facts->LocalsToString(false);
+    if (!Facts.empty()) {
+      if (Comments) Result += SectionHead("Facts");
+      Result += std::string("(assert") + sLineBreak + Facts + ")" + sLineBreak;
+    }
+  }
+  return Result;
 }
 
 void TModule::Initialize() {

@@ -197,6 +197,13 @@ public:
 
   virtual void Notification(TComponent* AComponent, TOperation Operation);
 
+  // The "(defmodule ...)" text of the declarations.
+  std::string ToString() const override;
+  // The module as rule text: its declarations, then its constructs and
+  // facts, with a comment head for each part when Comments. With All what it
+  // imports too, else only its own. Empty before the module has collections.
+  std::string GetExpertSystem(bool Comments, bool All) const;
+
 protected:
   ~TModule() override;
 

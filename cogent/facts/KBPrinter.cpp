@@ -1,9 +1,11 @@
 // The writer of facts, calls, templates, their slots and defined types.
 #include "cogent/facts/KBPrinter.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
+#include "cogent/common/VXCommon.h"
 #include "cogent/facts/KBFacts.h"
 #include "cogent/facts/KBModule.h"
 #include "cogent/host/SysUtils.h"
@@ -11,20 +13,13 @@
 
 namespace cogent {
 
-namespace {
-
-// The text a value shows in the rule language; empty for nil.
-std::string FormOf(const IKBValue& Value) { return Value ? Value->GetToString() : std::string(); }
-
-// Removes the white space at the right end and closes the text.
-std::string Close(std::string Text) {
+std::string CloseText(std::string Text) {
   while (!Text.empty() && (Text.back() == ' ' || Text.back() == '\t' || Text.back() == '\r' || Text.back() == '\n'))
     Text.pop_back();
   return Text + ")";
 }
 
-// A text nested one level deeper: each line end is followed by the indent.
-std::string Nest(const std::string& Text) {
+std::string NestText(const std::string& Text) {
   const std::string Break = sLineBreak;
   const std::string Indented = Break + IndentString();
   std::string Result;
@@ -39,8 +34,12 @@ std::string Nest(const std::string& Text) {
   return Result;
 }
 
-// A construct's comment: between double quotes, as it stands, unescaped.
 std::string QuotedComment(const std::string& Comment) { return "\"" + Comment + "\""; }
+
+namespace {
+
+// The text a value shows in the rule language; empty for nil.
+std::string FormOf(const IKBValue& Value) { return Value ? Value->GetToString() : std::string(); }
 
 // Each line of a comment trimmed; a line that says something and is not yet
 // a comment line gets "; " in front; every line ends in CR LF.
@@ -115,6 +114,9 @@ std::string CardinalityClause(const TKBDefinedType& Type) {
 std::string DefaultClause(const TFactSlot& Slot) {
   const IKBValue Default = Slot.GetSlotDefault();
   if (!Default || Default->Equals(FCNil) || Default->Equals(FCNilList)) return {};
+  // An empty fuzzy set is what a fuzzy slot holds without a default.
+  if (Default->GetDType() == dtFuzzy)
+    if (const IFuzzySet Set = Default->GetAsFuzzy(); !Set || Set->GetPointCount() == 0) return {};
   const std::string Form = FormOf(Default);
   if (Trim(Form).empty()) return {};
   return (Slot.GetDefaultDynamic() ? "(default-dynamic " : "(default ") + Form + ") ";
@@ -177,7 +179,7 @@ std::string PrettyPrint(const TFunctionCall& FunCall, bool ModifyForm) {
     else
       Result += " " + Form;
   }
-  return Close(std::move(Result));
+  return CloseText(std::move(Result));
 }
 
 std::string PrettyPrint(const IFunCall& FunCall) { return FunCall ? PrettyPrint(*FunCall) : std::string(); }
@@ -228,9 +230,9 @@ std::string PrettyPrint(const TFactTemplate& Template, bool PrintModuleQualifier
     const TFactTemplateSlots& Slots = Template.GetSlots();
     for (int I = 0; I < Slots.GetCount(); ++I)
       if (const IFactSlot& Slot = Slots.GetItemByIndex(I))
-        Result += IndentString() + Nest(Slot->ToString()) + sLineBreak;
+        Result += IndentString() + NestText(Slot->ToString()) + sLineBreak;
   }
-  return Close(std::move(Result));
+  return CloseText(std::move(Result));
 }
 
 std::string PrettyPrint(const TKBDefinedType& DefinedType, bool PrintModuleQualifiers) {
@@ -252,7 +254,7 @@ std::string PrettyPrint(const TKBDefinedType& DefinedType, bool PrintModuleQuali
   }
 
   if (const IFuzzyVariable Variable = DefinedType.GetFuzzyType()) {
-    Result += Variable->ToString();
+    Result += PrettyPrint(*Variable);
   } else {
     // A clause that the ancestor states alike is inherited when read, so it is
     // left out.
@@ -266,7 +268,288 @@ std::string PrettyPrint(const TKBDefinedType& DefinedType, bool PrintModuleQuali
     Append(CardinalityClause);
     Append(GetAllowedString);
   }
-  return Implicit ? Result : Close(std::move(Result));
+  return Implicit ? Result : CloseText(std::move(Result));
+}
+
+// ---------------------------------------------------------------- patterns
+
+namespace {
+
+// The tests of one slot: joined by "&" within one position, by a blank
+// between positions.
+std::string TestsText(const TSlotTests& Tests) {
+  std::string Result;
+  const TKBPatternMatchTest* Previous = nullptr;
+  for (const TKBPatternMatchTest* Test : Tests) {
+    if (!Test) continue;
+    if (Previous) Result += Previous->GetMultiSlotSubIndex() == Test->GetMultiSlotSubIndex() ? "&" : " ";
+    if (Test->GetSlotTestType() == sttNotEquals) Result += "~";
+    if (const IKBValue& Value = Test->GetSlotValue()) {
+      if (Value->GetDType() == dtFunCall) Result += ":";
+      Result += Value->GetToString();
+    }
+    Previous = Test;
+  }
+  return Result;
+}
+
+}  // namespace
+
+std::string PrettyPrint(const TKBPattern& Pattern, IKnowledgeBase* Engine) {
+  const IFactTemplate& Template = Pattern.GetTemplate();
+  if (!Template) throw EKBException(_SNoTemplate);
+  std::string Result;
+  if (Pattern.GetName() == STestCE) {
+    const TKBPatternMatchTest* Call = nullptr;
+    for (int I = 0; I < Pattern.GetSlotCount() && !Call; ++I)
+      if (Pattern.GetSlotTestCount(I) > 0) Call = Pattern.GetSlotTest(I, 0);
+    Result = "(test ";
+    if (Call && Call->GetSlotValue()) Result += Call->GetSlotValue()->GetToString();
+    Result += ")";
+    if (Call && Call->GetSlotTestType() == sttNotEquals) Result = "(not " + Result + ")";
+  } else {
+    // Tests with no text still stand for a position: a fresh variable keeps it.
+    auto Tests = [&](int Slot) {
+      std::string Text = TestsText(*Pattern.GetSlotTests(Slot));
+      if (!Text.empty()) return Text;
+      IFactSlot First;
+      const bool Multi = Template->GetSlots().GetCount() > 0 &&
+                         (First = Template->GetSlots().GetItemByIndex(0)) && First->IsMultiSlot();
+      const std::string Prefix = Multi ? SMultiSlotVar : SSlotVar;
+      return Engine ? Engine->GenerateSymbol(Prefix) : Prefix;
+    };
+    if (!Pattern.GetComment().empty()) Result = CommentLines(Pattern.GetComment());
+    Result += "(" + Pattern.GetName() + " ";
+    const int Data = Pattern.IndexOfSlotName(SDefaultSlotName);
+    if (Data >= 0 && Pattern.GetSlotTestCount(Data) > 0) {
+      Result += Tests(Data);
+    } else {
+      for (int I = 0; I < Pattern.GetSlotCount(); ++I)
+        if (Pattern.GetSlotTestCount(I) > 0) Result += "(" + Pattern.GetSlotName(I) + " " + Tests(I) + ") ";
+    }
+    Result += ")";
+    if (Pattern.GetUnique()) Result = "(unique " + Result + ")";
+    if (Pattern.GetExplicit()) Result = "(explicit " + Result + ")";
+    const std::int32_t Negated = Pattern.GetNegatedCount();
+    if (Negated == 1) {
+      Result = "(not " + Result + ")";
+    } else if (Negated >= 2) {
+      Result = "(exists " + Result + ")";
+      for (std::int32_t I = Negated - 1; I >= 2; --I) Result = "(not " + Result + ")";
+    }
+  }
+  if (!Pattern.GetBoundName().empty()) Result = "?" + Pattern.GetBoundName() + " <- " + Result;
+  return Result;
+}
+
+// ---------------------------------------------------------------- fact sets, modules, functions, globals
+
+std::string PrettyPrint(const TFactSet& FactSet, bool PrintModuleQualifiers) {
+  std::string Result = "(deffacts ";
+  if (PrintModuleQualifiers) Result += (FactSet.GetModule().empty() ? std::string(MainModuleName) : FactSet.GetModule()) + "::";
+  Result += FactSet.GetFactSetName();
+  if (!FactSet.GetComment().empty()) Result += " " + QuotedComment(FactSet.GetComment());
+  Result += sLineBreak;
+  const TFactSetFacts* Facts = FactSet.GetFacts();
+  for (int I = 0; I < FactSet.GetCount(); ++I) {
+    const IFact Fact = Facts->GetFactData(I);
+    Result += IndentString() + NestText(Fact ? Fact->ToString() : Facts->GetString(I)) + sLineBreak;
+  }
+  return CloseText(std::move(Result));
+}
+
+namespace {
+
+std::string ShareStatement(const std::string& Head, const std::string& Kind, TSharedConstructs Shared,
+                           const TStrings& Names) {
+  std::string Result = Head + Kind;
+  if (Shared == mkbNone) return Result + " ?NONE)";
+  if (Shared == mkbAll) return Result + " ?ALL)";
+  Result += " ";
+  for (int I = 0; I < Names.GetCount(); ++I) Result += Names.Get(I) + " ";
+  return Result + ")";
+}
+
+// The lines of one declaration: types first, then templates; what is not
+// shared at all is not written.
+std::string ShareLines(const TModuleImportExport& Declaration, const std::string& Head, const std::string& Prefix) {
+  std::string Result;
+  if (Declaration.GetDefinedTypesShared() != mkbNone)
+    Result += IndentString() +
+              ShareStatement(Head, Prefix + "deftype", Declaration.GetDefinedTypesShared(), Declaration.GetDefinedTypes()) +
+              sLineBreak;
+  if (Declaration.GetFactTemplatesShared() != mkbNone)
+    Result += IndentString() +
+              ShareStatement(Head, Prefix + "deftemplate", Declaration.GetFactTemplatesShared(),
+                             Declaration.GetFactTemplates()) +
+              sLineBreak;
+  return Result;
+}
+
+}  // namespace
+
+std::string PrettyPrint(const TModule& Module) {
+  std::string Result = "(defmodule " + Module.GetName();
+  if (!Module.GetComment().empty()) Result += " " + QuotedComment(Module.GetComment());
+  Result += sLineBreak;
+  if (const IModuleExport Export = Module.GetExportItems()) Result += ShareLines(*Export, "(export ", "");
+  for (int I = 0; I < Module.GetImportModuleCount(); ++I)
+    if (const IModuleImport Import = Module.GetImportModule(I))
+      Result += ShareLines(*Import, "(import ", Import->GetModule() + " ");
+  return CloseText(std::move(Result));
+}
+
+std::string PrettyPrint(const TInterpretedFunction& Function) {
+  std::string Result = "(deffunction " + Function.GetFunctionName() + " (";
+  bool First = true;
+  for (int I = 0; I < Function.GetArgumentCount(); ++I) {
+    const IKBValue Argument = Function.GetArguments(I);
+    if (!Argument || (Argument->GetDType() != dtVariable && Argument->GetDType() != dtMultiVariable)) continue;
+    if (!First) Result += " ";
+    Result += Argument->GetToString();
+    First = false;
+  }
+  Result += std::string(")") + sLineBreak;
+  if (!Function.GetComment().empty()) Result += IndentString() + QuotedComment(Function.GetComment()) + sLineBreak;
+  for (int I = 0; I < Function.GetStatementCount(); ++I)
+    if (const IKBValue Statement = Function.GetStatements(I))
+      Result += IndentString() + NestText(Statement->GetToString()) + sLineBreak;
+  return Result + ")" + sLineBreak;
+}
+
+namespace {
+
+// Each line of Text wrapped, every line led by ";; " and an indent.
+std::string CommentBlock(const std::string& Text) {
+  const std::string Lead = std::string(";; ") + IndentString(1);
+  const std::string Break = std::string(sLineBreak) + Lead;
+  std::string Result;
+  std::size_t Start = 0;
+  while (true) {
+    const std::size_t End = Text.find('\n', Start);
+    std::string Line = Text.substr(Start, End == std::string::npos ? std::string::npos : End - Start);
+    if (!Line.empty() && Line.back() == '\r') Line.pop_back();
+    if (!Result.empty()) Result += sLineBreak;
+    Result += Lead + WrapText(Line, Break, static_cast<std::size_t>(WrapTextColumn));
+    if (End == std::string::npos) break;
+    Start = End + 1;
+  }
+  return Result;
+}
+
+}  // namespace
+
+std::string PrettyPrint(const TKBUserFunction& Function) {
+  if (const auto* Interpreted = dynamic_cast<const TInterpretedFunction*>(&Function)) return PrettyPrint(*Interpreted);
+  std::string Result = ";; " + Function.GetFunctionName() + " function" + sLineBreak;
+  if (Function.GetComment().empty()) return Result;
+  const std::string Arguments = Trim(Function.GetArgumentString());
+  const std::string Syntax = Format(RuleSyntaxFormat, Arguments.empty() ? Function.GetFunctionName()
+                                                                         : Function.GetFunctionName() + " " + Arguments);
+  Result += CommentBlock(Function.GetComment());
+  Result += std::string(sLineBreak) + ";; " + sLineBreak + ";; ";
+  Result += WrapText(TrimLeft(Format(SyntaxFormat, Syntax)), std::string(sLineBreak) + ";; " + IndentString(1),
+                     static_cast<std::size_t>(WrapTextColumn));
+  return Result;
+}
+
+std::string PrettyPrint(const std::string& Name, const IKBValue& Value) {
+  if (Name.empty()) return {};
+  return (Name.front() == '?' ? Name : "?" + Name) + " = " + FormOf(Value);
+}
+
+std::string PrettyPrint(const TSingletonsVector& Singletons) {
+  if (Singletons.GetCount() == 0) return {};
+  std::string Result = "(";
+  for (int I = 0; I < Singletons.GetCount(); ++I)
+    Result += "(" + FormOf(Singletons.GetXValues(I)) + " " + FormOf(Singletons.GetYValues(I)) + ") ";
+  return Result + ")";
+}
+
+// ---------------------------------------------------------------- fuzzy sets and variables
+
+namespace {
+
+constexpr double ShapeEpsilon = 0.0001;
+
+std::string PointsText(const TFuzzySet& Set) {
+  std::string Result = "(";
+  for (const TFuzzyPoint& P : Set.GetPoints()) Result += "(" + Format("%.4f %.4f", P.X, P.Y) + ") ";
+  return Result + ")";
+}
+
+// A shape's text; the points when the set no longer has the shape's form.
+std::string ShapeText(const TFuzzySet& Set) {
+  const TFuzzyPoints& Points = Set.GetPoints();
+  const std::size_t Count = Points.size();
+  switch (Set.GetFuzzySetType()) {
+    case fstTriangle:
+      if (Count >= 3) return Format("(tri %.4f %.4f %.4f)", Points[0].X, Points[1].X, Points[2].X);
+      break;
+    case fstZ:
+    case fstS:
+      if (Count >= 1)
+        return Format(Set.GetFuzzySetType() == fstZ ? "(z %.4f %.4f)" : "(s %.4f %.4f)", Points.front().X,
+                      Points.back().X);
+      break;
+    case fstPi:
+    case fstBeta: {
+      if (Count < 3) break;
+      double Centre = 0.0;
+      try {
+        Centre = Set.MaximumDefuzzify();
+      } catch (const EFuzzyException&) {
+        break;
+      }
+      const double Low = Points.front().X;
+      const double High = Points.back().X;
+      if (Set.GetFuzzySetType() == fstPi)
+        return FloatEquals(Centre - Low, High - Centre, ShapeEpsilon)
+                   ? Format("(pi %.4f %.4f)", Centre, Centre - Low)
+                   : Format("(pi %.4f %.4f %.4f)", Low, Centre, High);
+      // The inflection and weight are those the curve was made with, so no
+      // division by a range of 0 or a single step is needed to find them.
+      const double Range = Centre - Low;
+      std::string Result = Format("(beta %.4f %.4f", Centre, Range);
+      const double Inflection = Set.GetBetaInflection();
+      if (std::fabs(Inflection - (Range + (Centre - Range) / 2.0)) > ShapeEpsilon) {
+        Result += Format(" %.4f", Inflection);
+        if (std::fabs(Set.GetBetaWeight() - 1.0) > ShapeEpsilon) Result += Format(" %.4f", Set.GetBetaWeight());
+      }
+      return Result + ")";
+    }
+    case fstCustom:
+      if (!Set.GetExpression().empty()) return Set.GetExpression();
+      break;
+  }
+  return PointsText(Set);
+}
+
+}  // namespace
+
+std::string PrettyPrint(const TFuzzySet& FuzzySet, bool AsDefinition) {
+  const bool Empty = FuzzySet.GetName() == SEmptyFuzzy;
+  if (!AsDefinition) return Empty ? std::string() : FuzzySet.GetName();
+  if (Empty) return ShapeText(FuzzySet);
+  return "(term " + FuzzySet.GetName() + " " + ShapeText(FuzzySet) + ")";
+}
+
+std::string PrettyPrint(const TFuzzyVariable& Variable) {
+  const std::string Indent = IndentString();
+  std::string Result = Indent + Format("(range %.4f %.4f)", Variable.GetUniverseLow(), Variable.GetUniverseHigh()) +
+                       sLineBreak;
+  if (const std::string& Units = Variable.GetUnits(); !Units.empty())
+    Result += Indent + "(units " + (Units.find(' ') == std::string::npos ? Units : "\"" + Units + "\"") + ")" +
+              sLineBreak;
+  Result += Indent + "(values " + sLineBreak;
+  std::vector<const TFuzzySet*> Terms;
+  for (int I = 0; I < Variable.GetTermCount(); ++I)
+    if (const IFuzzySet Set = Variable.GetTerm(I); Set && Set->GetIsTerm()) Terms.push_back(Set.get());
+  std::stable_sort(Terms.begin(), Terms.end(), [](const TFuzzySet* A, const TFuzzySet* B) {
+    return A->GetOrderNumber() < B->GetOrderNumber();
+  });
+  for (const TFuzzySet* Set : Terms) Result += IndentString(2) + PrettyPrint(*Set, true) + sLineBreak;
+  return Result + Indent + ")";
 }
 
 }  // namespace cogent

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "cogent/facts/KBPackages.h"
+#include "cogent/facts/KBPrinter.h"
 #include "cogent/host/Guards.h"
 #include "cogent/matching/KBToken.h"
 #include "cogent/rules/KBRule.h"
@@ -705,54 +706,6 @@ std::unique_ptr<TKBPattern> TKBPattern::Clone(TComponent* AOwner) const {
   return Result;
 }
 
-std::string TKBPattern::ToString() const {
-  if (!FFactTemplate) throw EKBException(_SNoTemplate);
-  auto TestsText = [](const TSlotTests& Tests) {
-    std::string Result;
-    const TKBPatternMatchTest* Previous = nullptr;
-    for (const TKBPatternMatchTest* Test : Tests) {
-      if (!Test) continue;
-      if (Previous) Result += Previous->GetMultiSlotSubIndex() == Test->GetMultiSlotSubIndex() ? "&" : " ";
-      if (Test->GetSlotTestType() == sttNotEquals) Result += "~";
-      if (const IKBValue& Value = Test->GetSlotValue()) {
-        if (Value->GetDType() == dtFunCall) Result += ":";
-        Result += Value->ToString();
-      }
-      Previous = Test;
-    }
-    return Result;
-  };
-
-  std::string Result;
-  if (FName == STestCE) {
-    const TKBPatternMatchTest* Call = nullptr;
-    for (int I = 0; I < GetSlotCount() && !Call; ++I)
-      if (GetSlotTestCount(I) > 0) Call = GetSlotTest(I, 0);
-    Result = "(test ";
-    if (Call && Call->GetSlotValue()) Result += Call->GetSlotValue()->ToString();
-    Result += ")";
-    if (Call && Call->GetSlotTestType() == sttNotEquals) Result = "(not " + Result + ")";
-  } else {
-    Result = "(" + FName + " ";
-    const int Data = IndexOfSlotName(SDefaultSlotName);
-    if (Data >= 0 && GetSlotTestCount(Data) > 0) {
-      Result += TestsText(*GetSlotTests(Data));
-    } else {
-      for (int I = 0; I < GetSlotCount(); ++I)
-        if (GetSlotTestCount(I) > 0) Result += "(" + GetSlotName(I) + " " + TestsText(*GetSlotTests(I)) + ") ";
-    }
-    Result += ")";
-    if (FUnique) Result = "(unique " + Result + ")";
-    if (FExplicit) Result = "(explicit " + Result + ")";
-    if (FNegatedCount == 1) {
-      Result = "(not " + Result + ")";
-    } else if (FNegatedCount >= 2) {
-      Result = "(exists " + Result + ")";
-      for (std::int32_t I = FNegatedCount - 1; I >= 2; --I) Result = "(not " + Result + ")";
-    }
-  }
-  if (!FBoundName.empty()) Result = "?" + FBoundName + " <- " + Result;
-  return Result;
-}
+std::string TKBPattern::ToString() const { return PrettyPrint(*this, Engine()); }
 
 }  // namespace cogent

@@ -269,13 +269,12 @@ void TLoadFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue&
   Result = FCTrue;
 }
 
-// Writing a whole knowledge base needs the printed form of every construct.
 void TSaveFunction::InitMetaData() { Describe("save", "Writes the constructs to the file", " <filename>", 1, 1); }
 
 void TSaveFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  (void)EngineOf(Context);
-  throw EKBException(Format(SNotAvailableYet, std::string("save")));
+  EngineOf(Context).SaveToFile(TextOf(FunCall, 0, Context), TEncoding::Default());
+  Result = FCTrue;
 }
 
 void TLoadFactsFunction::InitMetaData() {

@@ -1,17 +1,11 @@
 #include "cogent/fuzzy/VXFuzzyPlot.h"
 
 #include <algorithm>
-#include <atomic>
-#include <cerrno>
-#include <chrono>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <ostream>
 #include <sstream>
-#include <system_error>
 #include <utility>
 
 #include "cogent/host/Rounding.h"
@@ -73,29 +67,6 @@ std::string FileBaseName(const std::string& Name) {
     Result += Keep ? C : '_';
   }
   return Result.empty() ? std::string("fuzzy") : Result;
-}
-
-std::filesystem::path ToPath(const std::string& Text) {
-  return std::filesystem::path(std::u8string(Text.begin(), Text.end()));
-}
-
-// A hidden name in the target's folder, so that the rename stays within one
-// file system and is atomic.
-std::filesystem::path ScratchBeside(const std::filesystem::path& Target) {
-  static std::atomic<unsigned> Counter{0};
-  const auto Now = static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
-  const std::u8string Name = Target.filename().u8string();
-  std::error_code Ignored;
-  for (;;) {
-    const std::string Stamp = "." + IntToHex(Now, 8) + "-" + IntToStr(++Counter) + ".tmp";
-    std::filesystem::path Scratch =
-        Target.parent_path() / (u8"." + Name + std::u8string(Stamp.begin(), Stamp.end()));
-    if (!std::filesystem::exists(std::filesystem::symlink_status(Scratch, Ignored))) return Scratch;
-  }
-}
-
-[[noreturn]] void RaisePathError(const char* Operation, const std::string& Path, const std::string& Reason) {
-  throw EInOutError(Format(SPathError, Operation, Path, Reason));
 }
 
 }  // namespace
@@ -349,23 +320,7 @@ std::string FuzzyVariableToSVG(const TFuzzyVariable& Variable) {
 
 void SaveFuzzyVariableSVG(const std::string& FileName, const TFuzzyVariable& Variable) {
   if (FileName.empty()) throw EInOutError(SPathEmpty);
-  const std::string Picture = FuzzyVariableToSVG(Variable);
-  const std::filesystem::path Target = ToPath(FileName);
-  const std::filesystem::path Scratch = ScratchBeside(Target);
-  std::error_code Error;
-  {
-    std::ofstream File(Scratch, std::ios::binary | std::ios::trunc);
-    if (!File) RaisePathError("create", FileName, std::error_code(errno, std::generic_category()).message());
-    File.write(Picture.data(), static_cast<std::streamsize>(Picture.size()));
-    File.close();
-    if (!File) Error = std::make_error_code(std::errc::io_error);
-  }
-  if (!Error) std::filesystem::rename(Scratch, Target, Error);
-  if (Error) {
-    std::error_code Ignored;
-    std::filesystem::remove(Scratch, Ignored);
-    RaisePathError("write", FileName, Error.message());
-  }
+  SaveFileReplacing(FileName, FuzzyVariableToSVG(Variable));
 }
 
 std::vector<std::string> SaveFuzzyVariableSVGs(const std::string& Dir, const std::vector<IFuzzyVariable>& Variables) {

@@ -2,6 +2,7 @@
 // its refusals turned into EInOutError with the path and the system's reason.
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -256,6 +257,26 @@ void MoveFile(const std::string& Source, const std::string& Dest) {
     // Both would be there: take the copy back, so that nothing moved.
     RemoveQuietly(To);
     Fail("move", Source, Error);
+  }
+}
+
+void SaveFileReplacing(const std::string& FileName, std::string_view Bytes) {
+  CheckPath(FileName);
+  const fs::path Target = ToPath(FileName);
+  if (IsDirectory(Target)) Fail("write", FileName, std::errc::is_a_directory);
+  const fs::path Scratch = ScratchBeside(Target);
+  std::error_code Error;
+  {
+    std::ofstream File(Scratch, std::ios::binary | std::ios::trunc);
+    if (!File) Fail("create", FileName, std::error_code(errno, std::generic_category()));
+    File.write(Bytes.data(), static_cast<std::streamsize>(Bytes.size()));
+    File.close();
+    if (!File) Error = std::make_error_code(std::errc::io_error);
+  }
+  if (!Error) fs::rename(Scratch, Target, Error);
+  if (Error) {
+    RemoveQuietly(Scratch);
+    Fail("write", FileName, Error);
   }
 }
 

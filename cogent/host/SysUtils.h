@@ -297,6 +297,10 @@ std::string GetTempPath();
 void CopyFile(const std::string& Source, const std::string& Dest, bool Overwrite);
 // Renames, or copies and deletes across devices; an existing target is refused.
 void MoveFile(const std::string& Source, const std::string& Dest);
+// Creates FileName with the bytes, or replaces it whole: they are written
+// under a scratch name beside it, which is renamed over it at the end, so
+// that a failed write leaves the file as it was.
+void SaveFileReplacing(const std::string& FileName, std::string_view Bytes);
 
 // Directories.
 std::string GetCurrentDir();

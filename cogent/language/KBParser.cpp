@@ -1,6 +1,7 @@
 #include "cogent/language/KBParser.h"
 
 #include "cogent/common/VXCommon.h"
+#include "cogent/facts/KBPrinter.h"
 
 namespace cogent {
 
@@ -85,6 +86,70 @@ std::string TKBParser::PrettyPrint(TParsedType ParsedType) {
     return Result;
   }
   return {};
+}
+
+std::string TKBParser::PrettyPrint(const TFactSet& FactSet) {
+  return cogent::PrettyPrint(FactSet, GetPrintModuleQualifiers());
+}
+
+std::string TKBParser::PrettyPrint(const IFact& Fact) { return cogent::PrettyPrint(Fact); }
+
+std::string TKBParser::PrettyPrint(const IFact& Fact, const std::string& SlotName) {
+  return Fact ? cogent::PrettyPrint(*Fact, SlotName) : std::string();
+}
+
+std::string TKBParser::PrettyPrint(const IFact& Fact, const std::string& SlotName, const IKBValue& Value) {
+  return Fact ? cogent::PrettyPrint(*Fact, SlotName, Value) : std::string();
+}
+
+std::string TKBParser::PrettyPrint(const IFact& Fact, const std::string& SlotName, const std::string& Text) {
+  return Fact ? cogent::PrettyPrint(*Fact, SlotName, Text) : std::string();
+}
+
+std::string TKBParser::PrettyPrint(const IFactSlot& Slot) { return Slot ? cogent::PrettyPrint(*Slot) : std::string(); }
+
+std::string TKBParser::PrettyPrint(const IFactTemplate& Template) {
+  return Template ? cogent::PrettyPrint(*Template, GetPrintModuleQualifiers()) : std::string();
+}
+
+std::string TKBParser::PrettyPrint(const IFunCall& FunCall) { return cogent::PrettyPrint(FunCall); }
+
+std::string TKBParser::PrettyPrint(const IFuzzySet& FuzzySet, bool AsDefinition) {
+  return FuzzySet ? cogent::PrettyPrint(*FuzzySet, AsDefinition) : std::string();
+}
+
+std::string TKBParser::PrettyPrint(const IFuzzyVariable& Variable) {
+  return Variable ? cogent::PrettyPrint(*Variable) : std::string();
+}
+
+std::string TKBParser::PrettyPrint(const IModule& Module) {
+  return Module ? cogent::PrettyPrint(*Module) : std::string();
+}
+
+std::string TKBParser::PrettyPrint(const TRule& Rule) { return cogent::PrettyPrint(Rule, GetPrintModuleQualifiers()); }
+
+std::string TKBParser::PrettyPrint(const TRule& Rule, TRuleConstruct Construct) {
+  return cogent::PrettyPrint(Rule, Construct);
+}
+
+std::string TKBParser::PrettyPrint(const TKBPattern& Pattern) {
+  return cogent::PrettyPrint(Pattern, KnowledgeBaseOf(FOwner));
+}
+
+std::string TKBParser::PrettyPrint(const std::string& Name, const IKBValue& Value) {
+  return cogent::PrettyPrint(Name, Value);
+}
+
+std::string TKBParser::PrettyPrint(const ISingletonsVector& Singletons) {
+  return Singletons ? cogent::PrettyPrint(*Singletons) : std::string();
+}
+
+std::string TKBParser::PrettyPrint(const IUserFunction& Function) {
+  return Function ? cogent::PrettyPrint(*Function) : std::string();
+}
+
+std::string TKBParser::PrettyPrint(const IKBDefinedType& DefinedType) {
+  return DefinedType ? cogent::PrettyPrint(*DefinedType, GetPrintModuleQualifiers()) : std::string();
 }
 
 TParsedType TKBParser::FindConstructType(const std::string& Name) {

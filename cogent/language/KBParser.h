@@ -129,6 +129,30 @@ public:
   // The help of a construct, every line a ";; " comment: its keyword, what
   // it is for and its syntax. Empty for the kinds without a keyword.
   virtual std::string PrettyPrint(TParsedType ParsedType);
+  // The writer: each construct as the reader takes it, by the printers of
+  // the layers below. Rules, templates, types and fact sets name their
+  // module when PrintModuleQualifiers is set.
+  virtual std::string PrettyPrint(const TFactSet& FactSet);
+  virtual std::string PrettyPrint(const IFact& Fact);
+  virtual std::string PrettyPrint(const IFact& Fact, const std::string& SlotName);
+  virtual std::string PrettyPrint(const IFact& Fact, const std::string& SlotName, const IKBValue& Value);
+  virtual std::string PrettyPrint(const IFact& Fact, const std::string& SlotName, const std::string& Text);
+  virtual std::string PrettyPrint(const IFactSlot& Slot);
+  virtual std::string PrettyPrint(const IFactTemplate& Template);
+  // The modify form for "modify" and "duplicate".
+  virtual std::string PrettyPrint(const IFunCall& FunCall);
+  virtual std::string PrettyPrint(const IFuzzySet& FuzzySet, bool AsDefinition);
+  virtual std::string PrettyPrint(const IFuzzyVariable& Variable);
+  virtual std::string PrettyPrint(const IModule& Module);
+  virtual std::string PrettyPrint(const TRule& Rule);
+  virtual std::string PrettyPrint(const TRule& Rule, TRuleConstruct Construct);
+  virtual std::string PrettyPrint(const TKBPattern& Pattern);
+  // One global, "?name = value".
+  virtual std::string PrettyPrint(const std::string& Name, const IKBValue& Value);
+  virtual std::string PrettyPrint(const ISingletonsVector& Singletons);
+  // A deffunction's text, or a built-in function's description.
+  virtual std::string PrettyPrint(const IUserFunction& Function);
+  virtual std::string PrettyPrint(const IKBDefinedType& DefinedType);
 
   // The whole stream, constructs registered with the engine as they close.
   virtual bool Parse(bool Execute) = 0;

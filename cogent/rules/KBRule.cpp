@@ -4,6 +4,7 @@
 
 #include "cogent/engine/KBCollections.h"
 #include "cogent/facts/KBPackages.h"
+#include "cogent/facts/KBPrinter.h"
 #include "cogent/host/Guards.h"
 
 namespace cogent {
@@ -545,8 +546,8 @@ void TRule::Reset() { FHasFired = false; }
 // ------------------------------------------------------------ copies and text
 
 std::string TRule::ToString() const {
-  // The rule printer takes over here; until then a rule is its name.
-  return FRuleName;
+  const IKnowledgeBase* Host = Engine();
+  return PrettyPrint(*this, Host && Host->GetPrintModuleQualifiers());
 }
 
 void TRule::Assign(TPersistent* Source) {
@@ -595,6 +596,46 @@ void TRule::Loaded() {
 void TRule::Notification(TComponent* AComponent, TOperation Operation) {
   TComponent::Notification(AComponent, Operation);
   if (Operation == opRemove && AComponent && AComponent == FEngine) SetEngine(nullptr);
+}
+
+// ---------------------------------------------------------------- text
+
+std::string PrettyPrint(const TRule& Rule, TRuleConstruct Construct) {
+  std::string Result;
+  if (Construct == rcAction) {
+    const TRuleActionList& Actions = *Rule.GetActions();
+    for (int I = 0; I < Actions.GetCount(); ++I)
+      if (const IFunCall Action = Actions.GetItem(I)) Result += IndentString() + NestText(Action->ToString()) + sLineBreak;
+    return Result;
+  }
+  const int Count = Rule.GetPatternCount();
+  for (int I = 0; I < Count; ++I) {
+    // The companion of a need- pattern is made again when the rule is read.
+    if (I > 0 && Rule.GetPattern(I - 1)->GetName().starts_with(SBackChainPrefix)) continue;
+    Result += IndentString() + NestText(Rule.GetPattern(I)->ToString());
+    if (I < Count - 1) Result += sLineBreak;
+  }
+  return Result;
+}
+
+std::string PrettyPrint(const TRule& Rule, bool PrintModuleQualifiers) {
+  std::string Result = "(defrule ";
+  if (PrintModuleQualifiers) Result += (Rule.GetModule().empty() ? std::string(MainModuleName) : Rule.GetModule()) + "::";
+  Result += Rule.GetRuleName();
+  if (!Rule.GetComment().empty()) Result += sLineBreak + IndentString() + QuotedComment(Rule.GetComment());
+  Result += sLineBreak;
+  if (Rule.GetSalience() != 0 || Rule.GetOneShot() || Rule.GetAutoFocus() || !Rule.GetEnabled()) {
+    Result += IndentString() + "(declare";
+    if (Rule.GetSalience() != 0) Result += " (salience " + IntToStr(Rule.GetSalience()) + ")";
+    if (!Rule.GetEnabled()) Result += " (enabled FALSE)";
+    if (Rule.GetAutoFocus()) Result += " (auto-focus TRUE)";
+    if (Rule.GetOneShot()) Result += " (oneshot TRUE)";
+    Result += std::string(")") + sLineBreak;
+  }
+  Result += PrettyPrint(Rule, rcPattern);
+  Result += sLineBreak + IndentString() + "=>" + sLineBreak;
+  Result += PrettyPrint(Rule, rcAction);
+  return CloseText(std::move(Result));
 }
 
 }  // namespace cogent

@@ -268,4 +268,11 @@ private:
   bool FAutoFocus = false;
 };
 
+// "(defrule ...)": the comment, the declarations that differ from a new
+// rule's, the patterns, "=>" and the actions. The name goes with its module
+// when PrintModuleQualifiers.
+std::string PrettyPrint(const TRule& Rule, bool PrintModuleQualifiers);
+// The patterns, or the actions, one an indented line.
+std::string PrettyPrint(const TRule& Rule, TRuleConstruct Construct);
+
 }  // namespace cogent

@@ -589,7 +589,7 @@ TEST_F(KBFactsTest, FactSetCloneAssignAndText) {
   Set.SetComment("who is here");
   const IFact Ann = NewVisitor("Ann");
   Set.AddFact(Ann);
-  const std::string Text = "(deffacts people \"who is here\"\r\n   " + Ann->ToString() + "\r\n)\r\n";
+  const std::string Text = "(deffacts people \"who is here\"\r\n   " + Ann->ToString() + ")";
   EXPECT_EQ(Set.ToString(), Text);
   std::unique_ptr<TFactSet> Copy(Set.Clone(nullptr));
   EXPECT_EQ(Copy->ToString(), Text);

@@ -155,7 +155,12 @@ TEST(FactFunctions, Files) {
   EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(batch \"" + Commands + "\")"));
   EXPECT_NE(Facts(Engine).find("(batched)"), std::string::npos);
   EXPECT_NE(ErrorOfCall(Engine, "(load \"" + Folder / "missing.kb" + "\")"), "");
-  EXPECT_EQ("save is not available yet", ErrorOfCall(Engine, "(save \"" + Saved + "\")"));
+  // The whole system goes into a file that another engine reads.
+  EXPECT_EQ("dtAtom TRUE", Eval(Engine, "(save \"" + Saved + "\")"));
+  TInferenceEngine Reader;
+  Reader.LoadFromFile(Saved, nullptr);
+  TRule* Rule = nullptr;
+  EXPECT_TRUE(Reader.GetRules()->TryGetValue("r", Rule));
 }
 
 TEST(FactFunctions, FocusStackAndCurrentModule) {
