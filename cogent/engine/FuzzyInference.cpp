@@ -195,7 +195,11 @@ std::string ShapeText(const TFuzzySet& Set) {
   const TFuzzyPoints& Points = Set.GetPoints();
   const std::size_t Count = Points.size();
   const auto X = [&](std::size_t Index) { return Points[Index].X; };
-  switch (Count == 0 ? fstCustom : Set.GetFuzzySetType()) {
+  // A bell without a peak has no centre to write it by.
+  const bool Peaked = Set.GetCompatibilityIndex() > 0.0;
+  TFuzzySetType SetType = Count == 0 ? fstCustom : Set.GetFuzzySetType();
+  if ((SetType == fstPi || SetType == fstBeta) && !Peaked) SetType = fstCustom;
+  switch (SetType) {
     case fstTriangle:
       if (Count >= 3) return Format("(tri %.4f %.4f %.4f)", X(0), X(1), X(2));
       break;
