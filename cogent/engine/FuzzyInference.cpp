@@ -245,16 +245,12 @@ void TInferenceEngine::FuzzyCorrelation(const IFact& Fact, float Correlation) {
   bool Done = false;
   if (OnFuzzyCorrelation) OnFuzzyCorrelation(this, Fact, Correlation, Done);
   if (Done) return;
-  const TBaseFuzzyHedge BaseHedge = FFuzzyCorrelationMethod == fcmProduct ? bhProduct : bhMinimum;
   const IFactTemplate Template = Fact ? Fact->GetTemplate() : IFactTemplate();
   if (!Template || !Template->IsFuzzy()) throw EKBException(_SNotFuzzyFact);
   // The set a value holds may be a term or another fact's: it is replaced,
   // never changed.
   const auto Weaken = [&](const IKBValue& Value) {
-    if (!IsFuzzy(Value)) return;
-    const IFuzzySet Set = Value->GetAsFuzzy()->Clone();
-    Set->Hedge(BaseHedge, Correlation, true);
-    Value->SetAsFuzzy(Set);
+    if (IsFuzzy(Value)) Value->SetAsFuzzy(FuzzyCorrelate(Value->GetAsFuzzy(), FFuzzyCorrelationMethod, Correlation));
   };
   const TStringList<>& Names = Template->GetSlotNames();
   for (int I = 0; I < Names.GetCount(); ++I) {
