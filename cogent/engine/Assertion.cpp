@@ -33,7 +33,8 @@ std::int32_t TInferenceEngine::Assert(const IFact& Fact, bool Unconditional) {
 
   if (Template->IsFuzzy()) {
     // A fuzzy fact is never refused: it takes over an equal fact's values.
-    if (FCurrentAgendaItem) FuzzyCorrelation(Fact, 1.0f);
+    // What a firing rule asserts holds only as strongly as the rule matched.
+    if (FCurrentAgendaItem) FuzzyCorrelation(Fact, FCurrentAgendaItem->GetStrength());
     const int Existing = FCache.Facts->FindFact(Fact);
     if (Existing >= 0) {
       FuzzyOperation(Fact, FCache.Facts->Get(Existing), !Unconditional);
@@ -169,16 +170,6 @@ IFact TInferenceEngine::GetFactPending(int Index) const { return FCache.FactsPen
 void TInferenceEngine::BeginFactModify(const IFact& Fact) { Retract(Fact); }
 
 std::int32_t TInferenceEngine::EndFactModify(const IFact& Fact) { return Assert(Fact, false); }
-
-void TInferenceEngine::FuzzyCorrelation(const IFact&, float) {
-  // A firing rule's strength shapes the fuzzy slots of what it asserts here,
-  // once rules fire with a strength.
-}
-
-void TInferenceEngine::FuzzyOperation(const IFact&, const IFact&, bool) {
-  // An asserted fuzzy fact takes over the combined fuzzy values of the equal
-  // fact that stands here, once fuzzy inference is built.
-}
 
 std::unique_ptr<TFacts> TInferenceEngine::GetFacts(bool Duplicates) const {
   auto Result = std::make_unique<TFacts>(nullptr, nullptr);

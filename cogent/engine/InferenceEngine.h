@@ -62,7 +62,7 @@ using TFuzzyCorrelationEvent =
 using TFuzzyInferenceEvent =
     std::function<void(TObject* Sender, const IFact& Fact1, const IFact& Fact2, bool& Done)>;
 
-class TInferenceEngine : public TComponent, public IKnowledgeBase {
+class TInferenceEngine : public TComponent, public IKnowledgeBase, public IFuzzyParser {
 public:
   // A complete engine: the main module current and focused, the default
   // packages present.
@@ -275,9 +275,12 @@ public:
   TFuzzyInferenceMethod GetFuzzyInferenceMethod() const noexcept { return FFuzzyInferenceMethod; }
   void SetFuzzyInferenceMethod(TFuzzyInferenceMethod Value) noexcept { FFuzzyInferenceMethod = Value; }
   float GetFuzzyEqualsThreshold() const noexcept { return FFuzzyEqualsThreshold; }
-  void SetFuzzyEqualsThreshold(float Value) noexcept { FFuzzyEqualsThreshold = Value; }
+  // Stored within 0..1 and passed on to the fuzzy variables of the current
+  // module's types; other modules' types keep theirs.
+  void SetFuzzyEqualsThreshold(float Value);
   float GetMinActivationStrength() const noexcept { return FMinActivationStrength; }
-  void SetMinActivationStrength(float Value) noexcept { FMinActivationStrength = Value; }
+  // Stored within 0..1 and passed on to the current module's network only.
+  void SetMinActivationStrength(float Value);
   TErrorHandling GetParserErrorHandling() const noexcept { return FParserErrorHandling; }
   void SetParserErrorHandling(TErrorHandling Value);
   std::int32_t GetParserMaxErrors() const noexcept { return FParserMaxErrors; }
@@ -546,6 +549,48 @@ public:
   TFuzzyCorrelationEvent OnFuzzyCorrelation;
   TFuzzyInferenceEvent OnFuzzyInference;
 
+  // ------------------------------------------------------------ fuzzy inference
+  // A rule's strength weakens the fuzzy slots of what it asserts: each set is
+  // replaced by a weakened clone, so that terms and other facts sharing the
+  // old set keep it. A strength of exactly 1 does nothing at all.
+  virtual void FuzzyCorrelation(const IFact& Fact, float Correlation);
+  // Raises OnFuzzyInference; unless a handler is done, the union of Fact2's
+  // fuzzy slots into Fact1's.
+  virtual void FuzzyInference(const IFact& Fact1, const IFact& Fact2);
+  // Combines the fuzzy slots of Fact2 into those of Fact1 under the
+  // inference method; Fact2 is not changed.
+  virtual void FuzzyOperation(const IFact& Fact1, const IFact& Fact2, bool Union);
+  // Value1 takes its combination with Value2; values of different kinds, or
+  // lists of different lengths, are left alone.
+  virtual void FuzzyUnion(const IKBValue& Value1, const IKBValue& Value2, TFuzzyOperation Operation);
+  virtual void FuzzyIntersection(const IKBValue& Value1, const IKBValue& Value2, TFuzzyOperation Operation);
+  // One term, number, point list or expression of Variable as a fuzzy value
+  // (or a list of them, for terms side by side). Without a context what
+  // needs one stays as it is, and an expression over it stays a list.
+  IKBValue EvalFuzzyExpression(const IFuzzyVariable& Variable, const IKBValue& Term, TKBContext* Context) override;
+  IKBValue EvalFuzzyExpression(const IFuzzyVariable& Variable, const IValueVector& Expression, TKBContext* Context);
+  IKBValue EvalFuzzyExpression(const IFuzzyVariable& Variable, const std::string& Expression, TKBContext* Context);
+  IFuzzySet EvalFuzzyExpression(const IFuzzyVariable& Variable, const std::string& Expression) override;
+  // The set goes to FuzzySet; the result is its crisp value.
+  double EvalFuzzyExpression(const IFuzzyVariable& Variable, const std::string& Expression,
+                             IFuzzySet& FuzzySet) override;
+  // The text read as a value and evaluated in the global context.
+  IFuzzySet ParseFuzzyExpression(const IFuzzyVariable& Variable, const std::string& AString,
+                                 TEncoding* Encoding = nullptr);
+  IFuzzySet ParseFuzzySet(const IFuzzyVariable& Variable, const std::string& AString) override;
+  IFuzzyVariable ParseFuzzyVariable(const std::string& AString) override;
+  std::string PrettyPrint(const IFuzzySet& FuzzySet, bool AsDefinition) override;
+  std::string PrettyPrint(const IFuzzyVariable& Variable) override;
+  // The terms low, medium and high over the universe, each unless the
+  // variable has a term of that name.
+  virtual void AddDefaultFuzzyTerms(const IFuzzyVariable& Variable);
+  // A text plot of one fuzzy value, or of the values of a list, written line
+  // by line to OutID; the first set's variable names the plot.
+  void PlotFuzzySet(const std::string& OutID, const IKBValue& FuzzySet, double Low, double High,
+                    const std::string& PlotChars);
+  void PlotFuzzySet(const std::string& OutID, const IValueVector& FuzzySets, double Low, double High,
+                    const std::string& PlotChars);
+
 protected:
   // For a subclass whose overrides of CreateKBObject or AddDefaultPackages
   // must take part in construction: its constructor passes this tag and calls
@@ -560,10 +605,6 @@ protected:
   // fact sets noted by Reload.
   void Loaded() override;
   void Notification(TComponent* AComponent, TOperation Operation) override;
-
-  // Fuzzy facts: the places where correlation and combination act.
-  virtual void FuzzyCorrelation(const IFact& Fact, float Strength);
-  virtual void FuzzyOperation(const IFact& Fact, const IFact& Existing, bool Combine);
 
 private:
   // The firing loop on the agenda of the focused module, one firing per turn.

@@ -372,7 +372,13 @@ IKBDefinedType TKBDefinedTypes::FindUnsharedType(const IFactTemplate& Template) 
 
 void TKBDefinedTypes::DoAdd(std::int32_t HashCode, std::int32_t Index, const TKBName& Key, const IKBDefinedType& Value) {
   if (!Value) return;
-  // The reasoner and the fuzzy terms of a type are set here once types carry them.
+  if (FEngine) {
+    if (Value->GetReasoner() != FEngine) Value->SetReasoner(FEngine);
+    if (const IFuzzyVariable Variable = Value->GetFuzzyType()) {
+      Variable->SetEqualityThreshold(FEngine->GetFuzzyEqualsThreshold());
+      if (FEngine->GetFuzzyAutoTerms()) FEngine->AddDefaultFuzzyTerms(Variable);
+    }
+  }
   Enter(HashCode, Index, Key, Value);
 }
 

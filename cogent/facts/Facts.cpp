@@ -8,6 +8,7 @@
 
 #include "cogent/facts/KBFacts.h"
 #include "cogent/facts/KBPrinter.h"
+#include "cogent/values/KBDefinedType.h"
 
 namespace cogent {
 
@@ -111,10 +112,17 @@ void TFact::SetValue(const TKBName& Name, const IKBValue& Value) {
         Stored = AsFloat;
       else
         Stored->SetAsFloat(AsFloat->GetAsFloat());
+    } else if ((Type == dtAtom || Type == dtString) && Slot->GetSlotType().Contains(dtFuzzy)) {
+      // A word for a fuzzy slot is a linguistic expression of its variable.
+      const IKBDefinedType DefType = Slot->GetExtendedTypeInfo();
+      const IFuzzyVariable Variable = DefType ? DefType->GetFuzzyType() : IFuzzyVariable();
+      const IFuzzySet Set = Variable ? Variable->GetFuzzySetFromExpression(Stored->GetAsString()) : IFuzzySet();
+      if (!Set) throw EKBException(Slot->GetInvalidValueString(Stored));
+      if (IsValueConstant(Stored))
+        Stored = IKBValue(new TKBValue(Set));
+      else
+        Stored->SetAsFuzzy(Set);
     } else {
-      // An atom or string for a fuzzy slot is to become a fuzzy set through the
-      // slot's fuzzy variable; that comes with fuzzy defined types, and until
-      // then such a value is refused like any other.
       throw EKBException(Slot->GetInvalidValueString(Stored));
     }
   }

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "cogent/matching/KBToken.h"
+#include "cogent/values/KBDefinedType.h"
 
 namespace cogent {
 
@@ -283,6 +284,37 @@ IValueVector TKBContext::FlattenList(const IValueVector& List) {
   return Result;
 }
 
+namespace {
+
+// A fuzzy slot's value as a set (or sets) of the slot type's variable: an
+// expression is evaluated by the engine in Context, a set without a
+// variable takes the slot's.
+IKBValue ResolveFuzzySlot(TKBContext& Context, const TFactTemplate& Template, const TKBName& Name,
+                          const IKBValue& Value) {
+  const TFactSlot* Slot = Template.SlotAt(Template.PositionOf(Name));
+  if (!Slot || !Slot->IsFuzzy()) return Value;
+  const IKBDefinedType Type = Slot->GetExtendedTypeInfo();
+  const IFuzzyVariable Variable = Type ? Type->GetFuzzyType() : IFuzzyVariable();
+  const TKBType Kind = Value->GetDType();
+  const IValueVector List = Kind == dtList ? Value->GetAsList() : IValueVector();
+  if (Kind == dtFuzzy || (List && List->GetCount() == 1 && List->Get(0) && List->Get(0)->GetDType() == dtFuzzy)) {
+    const IFuzzySet Set = Kind == dtFuzzy ? Value->GetAsFuzzy() : List->Get(0)->GetAsFuzzy();
+    if (Set && !Set->GetVariable() && Variable) Set->SetVariable(Variable);
+    return Value;
+  }
+  IKnowledgeBase* Engine = KnowledgeBaseOf(Context.GetEngine());
+  if (!Engine) return Value;
+  IKBValue Result = Engine->EvalFuzzyExpression(Variable, Value, &Context);
+  if (Result && Kind != dtList && Result->GetDType() != dtList && Slot->GetSlotType().Contains(dtList)) {
+    IValueVector Single(new TValueVector());
+    Single->Add(Result);
+    Result = IKBValue(new TKBValue(Single));
+  }
+  return Result;
+}
+
+}  // namespace
+
 IFact TKBContext::Resolve(const IFact& Fact) {
   const IFactTemplate Template = Fact ? Fact->GetTemplate() : IFactTemplate();
   if (!Template) return Fact;
@@ -293,10 +325,8 @@ IFact TKBContext::Resolve(const IFact& Fact) {
     IKBValue Value = Fact->GetValue(Name);
     if (Value) Value = Value->Resolve(this);
     if (Fuzzy) {
-      // A fuzzy slot takes its value through the engine's fuzzy expression
-      // evaluation with the fuzzy variable of the slot's defined type, and a
-      // fuzzy set without a variable is given that variable; both wait until
-      // defined types carry fuzzy variables.
+      // A fuzzy slot's value becomes a set of the slot type's variable.
+      if (Value) Value = ResolveFuzzySlot(*this, *Template, Name, Value);
     } else if (Value && Value->GetDType() == dtList) {
       // A fresh value: the resolved one may be a variable's own or a shared
       // constant.

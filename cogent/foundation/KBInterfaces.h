@@ -51,6 +51,7 @@ class TFactSets;
 class TRules;
 class TUserFunctions;
 class TGlobalVariables;
+class TFuzzyVariable;
 
 // What the factory builds.
 enum TKBObjectType : std::uint8_t {
@@ -187,6 +188,12 @@ public:
   virtual IKBValue ParseValue(const std::string& AString, const IFactSlot& Slot, TEncoding* Encoding = nullptr) = 0;
   virtual IFactSlot ParseFactTemplateSlot(const std::string& AString, TEncoding* Encoding = nullptr) = 0;
   virtual std::unique_ptr<TRule> ParseRule(const std::string& AString, TEncoding* Encoding = nullptr) = 0;
+
+  // ------------------------------------------------------------ fuzzy values
+  // A term, number, point list or expression as a fuzzy value of Variable;
+  // without a context, what needs one to be evaluated stays as it is.
+  virtual IKBValue EvalFuzzyExpression(const Ref<TFuzzyVariable>& Variable, const IKBValue& Term,
+                                       TKBContext* Context) = 0;
 
 protected:
   ~IKnowledgeBase() = default;

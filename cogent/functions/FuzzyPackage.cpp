@@ -179,199 +179,6 @@ IFuzzyVariable VariableOf(TInferenceEngine& Engine, const IKBValue& Value) {
   return Type ? Type->GetFuzzyType() : IFuzzyVariable();
 }
 
-IKBValue EmptySetOf(const IFuzzyVariable& Variable) {
-  if (!Variable) throw EKBException(_SUndefinedFuzzyVariable);
-  return FuzzyValue(Variable->GetEmptyFuzzySet());
-}
-
-// ---------------------------------------------------------------- expressions
-
-enum TFuzzyItemKind : std::uint8_t { fikOperand, fikOpenBracket, fikCloseBracket, fikKeyword, fikHedgeOperator, fikHedge };
-
-TFuzzyItemKind KindOfText(const std::string& Text) {
-  bool IsUnion = false;
-  TFuzzyOperation Operation = foZadeh;
-  if (Text == "[") return fikOpenBracket;
-  if (Text == "]") return fikCloseBracket;
-  if (IsFuzzyKeyword(Text, IsUnion, Operation)) return fikKeyword;
-  if (IsFuzzyHedgeOperator(Text)) return fikHedgeOperator;
-  if (IsFuzzyHedge(Text)) return fikHedge;
-  return fikOperand;
-}
-
-TFuzzyItemKind KindOf(const IKBValue& Item) {
-  if (Item->GetDType() != dtAtom && Item->GetDType() != dtString) return fikOperand;
-  return KindOfText(Item->GetAsString());
-}
-
-// A smaller number binds tighter: an operator leaves the stack while its
-// stack priority is not above the incoming one of the next.
-int StackPriority(TFuzzyItemKind Kind) {
-  switch (Kind) {
-    case fikOpenBracket:
-      return 4;
-    case fikKeyword:
-    case fikHedgeOperator:
-      return 3;
-    case fikHedge:
-      return 2;
-    default:
-      return 1;
-  }
-}
-
-int IncomingPriority(TFuzzyItemKind Kind) {
-  switch (Kind) {
-    case fikOpenBracket:
-      return 0;
-    case fikKeyword:
-    case fikHedgeOperator:
-      return 3;
-    default:
-      return 1;
-  }
-}
-
-// The expression in postfix order, one list per expression.
-std::vector<IValueVector> ToPostfix(const IValueVector& Expression, TKBContext* Context) {
-  std::vector<IValueVector> Result{IValueVector(new TValueVector())};
-  std::vector<IKBValue> Operators;
-  int Depth = 0;
-  bool LastWasOperand = false;
-  const auto Close = [&] {
-    if (Depth > 0) throw EKBException(_SMissingFuzzyCloseBracket);
-    while (!Operators.empty()) {
-      Result.back()->Add(Operators.back());
-      Operators.pop_back();
-    }
-  };
-  const auto Operand = [&](const IKBValue& Item) {
-    if (LastWasOperand) {
-      Close();
-      Result.emplace_back(new TValueVector());
-    }
-    Result.back()->Add(Item);
-    LastWasOperand = true;
-  };
-  const int Count = Expression ? Expression->GetCount() : 0;
-  for (int I = 0; I < Count; ++I) {
-    const IKBValue Written = Expression->Get(I);
-    const IKBValue Item = Written && Context ? Written->Resolve(Context) : Written;
-    if (!Item) throw EKBException(Format(_SInvalidFuzzyToken, Written ? Written->GetToString() : std::string()));
-    switch (Item->GetDType()) {
-      case dtAtom:
-      case dtString: {
-        const TFuzzyItemKind Kind = KindOf(Item);
-        if (Kind == fikOperand) {
-          Operand(Item);
-        } else if (Kind == fikCloseBracket) {
-          // A "]" without its "[" only takes the depth below 0.
-          --Depth;
-          while (!Operators.empty() && KindOf(Operators.back()) != fikOpenBracket) {
-            Result.back()->Add(Operators.back());
-            Operators.pop_back();
-          }
-          if (!Operators.empty()) Operators.pop_back();
-          LastWasOperand = true;
-        } else {
-          if (Kind == fikOpenBracket) ++Depth;
-          while (!Operators.empty() && StackPriority(KindOf(Operators.back())) <= IncomingPriority(Kind)) {
-            Result.back()->Add(Operators.back());
-            Operators.pop_back();
-          }
-          Operators.push_back(Item);
-          LastWasOperand = false;
-        }
-        break;
-      }
-      case dtInteger:
-      case dtFloat:
-      case dtVariable:
-      case dtMultiVariable:
-      case dtFunCall:
-      case dtSingletons:
-      case dtFuzzy:
-      case dtList:
-        // A hedge must not reach the set that a variable holds.
-        if (Written && KBVariableTypes.Contains(Written->GetDType()) && Item->GetDType() == dtFuzzy)
-          Operand(FuzzyValue(SetOf(Item)->Clone()));
-        else
-          Operand(Item);
-        break;
-      default:
-        throw EKBException(Format(_SInvalidFuzzyToken, Item->GetToString()));
-    }
-  }
-  Close();
-  return Result;
-}
-
-IKBValue Pop(std::vector<IKBValue>& Stack, const IKBValue& Operator) {
-  if (Stack.empty()) throw EKBException(Format(_SMissingFuzzyOperand, Operator->GetToString()));
-  IKBValue Result = Stack.back();
-  Stack.pop_back();
-  return Result;
-}
-
-// The set of an operand about to be changed in place. A term that a
-// variable shares must never change; nor may a set that came in as it was
-// written, which a rule keeps for its next firing. So the operand always
-// takes a clone first.
-IFuzzySet OwnSet(const IKBValue& Value) {
-  IFuzzySet Own = SetOf(Value)->Clone();
-  Value->SetAsFuzzy(Own);
-  return Own;
-}
-
-IKBValue EvalPostfix(const IFuzzyVariable& Variable, const IValueVector& Postfix, std::vector<IKBValue>& Stack,
-                     TKBContext* Context) {
-  Stack.clear();
-  for (int I = 0; I < Postfix->GetCount(); ++I) {
-    const IKBValue Item = Postfix->Get(I);
-    switch (KindOf(Item)) {
-      case fikKeyword: {
-        bool IsUnion = false;
-        TFuzzyOperation Operation = foZadeh;
-        IsFuzzyKeyword(Item->GetAsString(), IsUnion, Operation);
-        const IKBValue Right = Pop(Stack, Item);
-        const IKBValue Left = Pop(Stack, Item);
-        const IFuzzySet LeftSet = SetOf(Left);
-        Left->SetAsFuzzy(IsUnion ? LeftSet->Union(SetOf(Right), Operation)
-                                 : LeftSet->Intersection(SetOf(Right), Operation));
-        Stack.push_back(Left);
-        break;
-      }
-      case fikHedgeOperator: {
-        TBaseFuzzyHedge BaseHedge = bhAdd;
-        bool Clip = true;
-        IsFuzzyHedgeOperator(Item->GetAsString(), BaseHedge, Clip);
-        const IKBValue Right = Pop(Stack, Item);
-        const IKBValue Left = Pop(Stack, Item);
-        const double Number = SetOf(Right)->MaximumDefuzzify();
-        OwnSet(Left)->Hedge(BaseHedge, Number, Clip);
-        Stack.push_back(Left);
-        break;
-      }
-      case fikHedge: {
-        TFuzzyHedge Hedge = fhNot;
-        IsFuzzyHedge(Item->GetAsString(), Hedge);
-        const IKBValue Value = Pop(Stack, Item);
-        OwnSet(Value)->Hedge(Hedge);
-        Stack.push_back(Value);
-        break;
-      }
-      default: {
-        const IKBValue Value = EvalFuzzyExpression(Variable, Item, Context);
-        // Something still unbound: the expression waits as it is.
-        if (!Value || Value->GetDType() != dtFuzzy) return IKBValue(new TKBValue(Postfix));
-        // A value of its own, which keywords and hedges may change.
-        Stack.push_back(FuzzyValue(SetOf(Value)));
-      }
-    }
-  }
-  return Stack.empty() ? FCNil : Stack.back();
-}
-
 }  // namespace
 
 // ---------------------------------------------------------------- reading sets
@@ -409,91 +216,6 @@ IFuzzySet GetFuzzySetFromValue(const IKBValue& Value, TKBContext* Context) {
   const IKBValue Slot = GetFuzzySlot(Fact);
   if (!Slot) throw EKBException(_SNotFuzzyFact);
   return SetOf(Slot);
-}
-
-// ---------------------------------------------------------------- expressions
-
-IKBValue EvalFuzzyExpression(const IFuzzyVariable& Variable, const IKBValue& Term, TKBContext* Context) {
-  IKBValue Result;
-  if (!Term) return EmptySetOf(Variable);
-  switch (Term->GetDType()) {
-    case dtAtom:
-    case dtString: {
-      if (!Variable) throw EKBException(_SUndefinedFuzzyVariable);
-      const std::string Text = Term->GetAsString();
-      if (Text.empty() || Text == SEmptyFuzzy) return EmptySetOf(Variable);
-      const IFuzzySet Set = Variable->FindFuzzySet(Text);
-      if (!Set) throw EKBException(Format(_SInvalidFuzzyToken, Text));
-      Result = FuzzyValue(Set);
-      break;
-    }
-    case dtInteger:
-    case dtFloat: {
-      const double X = Term->GetAsNumeric();
-      const IFuzzySet Set(new TKBFuzzySet(Variable, Term->GetToString()));
-      Set->TriangleCurve(X, X, X);
-      Result = FuzzyValue(Set);
-      break;
-    }
-    case dtVariable:
-    case dtFunCall: {
-      if (!Context) return Term;
-      IKBValue Value = Term->Resolve(Context);
-      if (Value && Value->GetDType() == dtFuzzy && Term->GetDType() == dtVariable)
-        Value = FuzzyValue(Value->GetAsFuzzy());
-      Result = EvalFuzzyExpression(Variable, Value, Context);
-      break;
-    }
-    case dtList:
-      Result = EvalFuzzyExpression(Variable, Term->GetAsList(), Context);
-      break;
-    case dtSingletons: {
-      if (!Context) {
-        const ISingletonsVector Points = Term->GetAsSingletons();
-        for (int I = 0; Points && I < Points->GetCount(); ++I)
-          if (!IsNumber(Points->GetXValues(I)) || !IsNumber(Points->GetYValues(I))) return Term;
-      }
-      Result = Term->Resolve(Context);
-      break;
-    }
-    case dtFuzzy:
-      Result = Term;
-      break;
-    default:
-      if (!Context) return FCNil;
-      throw EKBException(Format(_SInvalidFuzzyToken, Term->GetToString()));
-  }
-  if (Result && Result->GetDType() == dtFuzzy && Variable) {
-    const IFuzzySet Set = Result->GetAsFuzzy();
-    if (Set && !Set->GetVariable()) Set->SetVariable(Variable);
-  }
-  return Result;
-}
-
-IKBValue EvalFuzzyExpression(const IFuzzyVariable& Variable, const IValueVector& Expression, TKBContext* Context) {
-  const std::vector<IValueVector> Postfix = ToPostfix(Expression, Context);
-  if (Postfix.front()->GetCount() == 0) return FCNilList;
-  std::vector<IKBValue> Stack;
-  if (Postfix.size() == 1) return EvalPostfix(Variable, Postfix.front(), Stack, Context);
-  IValueVector Results(new TValueVector());
-  for (const IValueVector& List : Postfix) {
-    const IKBValue Value = EvalPostfix(Variable, List, Stack, Context);
-    if (!Value || Value == FCNil || Value->Equals(FCNil)) return FCNil;
-    Results->Add(Value);
-  }
-  return IKBValue(new TKBValue(Results));
-}
-
-// ---------------------------------------------------------------- plot
-
-void PlotFuzzySets(TInferenceEngine& Engine, const std::string& OutID, const std::vector<IFuzzySet>& Sets,
-                   const TFuzzyVariable* Variable, std::optional<double> Low, std::optional<double> High,
-                   const std::string& PlotChars) {
-  double PlotLow = 0.0;
-  double PlotHigh = 1.0;
-  FuzzyPlotLimits(Sets, Variable, Low, High, PlotLow, PlotHigh);
-  for (const std::string& Line : FuzzyPlotLines(Sets, Variable, PlotLow, PlotHigh, PlotChars))
-    Engine.PrintOut(OutID, Line + sLineBreak);
 }
 
 // ---------------------------------------------------------------- the package
@@ -608,10 +330,11 @@ void TCreateFuzzySetFunction::Call(const IFunCall& FunCall, TKBContext* Context,
   if (Kind != dtAtom && Kind != dtString && Kind != dtFuzzy)
     throw EKBException(Format(_SInvalidArgType, GetKBTypeName(Kind),
                               SetToString(TKBTypes{dtAtom, dtString, dtFuzzy}, ", ", false)));
-  const IFuzzyVariable Variable = VariableOf(EngineOf(Context), First);
+  TInferenceEngine& Engine = EngineOf(Context);
+  const IFuzzyVariable Variable = VariableOf(Engine, First);
   IValueVector Expression(new TValueVector());
   for (int I = 1; I < FunCall->GetArgumentCount(); ++I) Expression->Add(FunCall->GetArgument(I));
-  Result = EvalFuzzyExpression(Variable, Expression, Context);
+  Result = Engine.EvalFuzzyExpression(Variable, Expression, Context);
 }
 
 // ---------------------------------------------------------------- fuzzy-assert
@@ -765,6 +488,7 @@ void TPlotFuzzySetFunction::Call(const IFunCall& FunCall, TKBContext* Context, I
   const std::string OutID = TextOf(FunCall, 0, Context);
   const std::string PlotChars = TextOf(FunCall, 1, Context);
   std::vector<IFuzzySet> Sets;
+  IValueVector Values(new TValueVector());
   IFuzzyVariable Variable;
   const auto AddPlotted = [&](int Index) {
     const IKBValue Value = Evaluate(FunCall, Index, Context);
@@ -795,7 +519,11 @@ void TPlotFuzzySetFunction::Call(const IFunCall& FunCall, TKBContext* Context, I
   const std::optional<double> Low = Limit(2);
   const std::optional<double> High = Limit(3);
   for (int I = 5; I < FunCall->GetArgumentCount(); ++I) AddPlotted(I);
-  PlotFuzzySets(Engine, OutID, Sets, Variable.get(), Low, High, PlotChars);
+  double PlotLow = 0.0;
+  double PlotHigh = 1.0;
+  FuzzyPlotLimits(Sets, Variable.get(), Low, High, PlotLow, PlotHigh);
+  for (const IFuzzySet& Set : Sets) Values->Add(FuzzyValue(Set));
+  Engine.PlotFuzzySet(OutID, Values, PlotLow, PlotHigh, PlotChars);
   Result = FCNil;
 }
 
@@ -813,11 +541,7 @@ void TRWActivationThresholdFunction::Call(const IFunCall& FunCall, TKBContext* C
   TInferenceEngine& Engine = EngineOf(Context);
   Result = NewFloat(Engine.GetMinActivationStrength());
   if (FRWActivationThresholdFunctionType == atfGetActivationThreshold) return;
-  const float Value = Membership(NumberOf(FunCall, 0, Context));
-  if (Value == Engine.GetMinActivationStrength()) return;
-  Engine.SetMinActivationStrength(Value);
-  // Only the network of the current module hears of it.
-  if (TReteNetwork* Rete = Engine.GetRete()) Rete->SetMinActivationStrength(Value);
+  Engine.SetMinActivationStrength(Membership(NumberOf(FunCall, 0, Context)));
 }
 
 void TRWFuzzyThresholdFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
@@ -825,13 +549,7 @@ void TRWFuzzyThresholdFunction::Call(const IFunCall& FunCall, TKBContext* Contex
   TInferenceEngine& Engine = EngineOf(Context);
   Result = NewFloat(Engine.GetFuzzyEqualsThreshold());
   if (FRWFuzzyThresholdFunctionType == ftfGetFuzzyThreshold) return;
-  const float Value = Membership(NumberOf(FunCall, 0, Context));
-  if (Value == Engine.GetFuzzyEqualsThreshold()) return;
-  Engine.SetFuzzyEqualsThreshold(Value);
-  // The fuzzy types of the current module compare by it.
-  if (TKBDefinedTypes* Types = Engine.GetDefinedTypes())
-    for (const IKBDefinedType& Type : Types->GetValues().ToArray())
-      if (Type && Type->GetFuzzyType()) Type->GetFuzzyType()->SetEqualityThreshold(Value);
+  Engine.SetFuzzyEqualsThreshold(Membership(NumberOf(FunCall, 0, Context)));
 }
 
 void TRWFuzzyCorrelationFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {

@@ -38,30 +38,6 @@ IFuzzySet GetFuzzySetFromValue(const IKBValue& Value, TKBContext* Context);
 // holds a fuzzy set; nil when none does.
 IKBValue GetFuzzySlot(const IFact& Fact);
 
-// ---------------------------------------------------------------- engine stand-ins
-
-// Fuzzy expressions and plots as the package needs them until the engine
-// offers them itself.
-
-// One term of Variable: a term name, a number (a crisp set at it), a set, a
-// list holding an expression, or a variable or call that gives one of
-// these. Without Context, what still needs one stays as it is. A set that
-// comes out without a variable takes Variable.
-IKBValue EvalFuzzyExpression(const IFuzzyVariable& Variable, const IKBValue& Term, TKBContext* Context);
-// A whole expression: terms joined by keywords ("or", "and-product"),
-// changed by hedges ("very") and scalar steps ("at-most 0.5"), grouped with
-// "[" and "]". Operands side by side start new expressions, whose results
-// come as a list. An expression that meets an operand it cannot evaluate
-// yet stays as a list of its items in postfix order.
-IKBValue EvalFuzzyExpression(const IFuzzyVariable& Variable, const IValueVector& Expression, TKBContext* Context);
-
-// Writes the text plot of Sets to the logical name OutID, one line at a
-// time, each ended by a line break. Low and High, where given, are kept
-// inside the universe of Variable.
-void PlotFuzzySets(TInferenceEngine& Engine, const std::string& OutID, const std::vector<IFuzzySet>& Sets,
-                   const TFuzzyVariable* Variable, std::optional<double> Low, std::optional<double> High,
-                   const std::string& PlotChars);
-
 // ---------------------------------------------------------------- the functions
 
 // Families: one class per family of functions, the member chosen by name.

@@ -25,23 +25,13 @@ bool IsShapeFunction(std::string_view Name) {
   return false;
 }
 
-bool IsNumber(const IKBValue& Value) {
-  return Value && (Value->GetDType() == dtInteger || Value->GetDType() == dtFloat);
-}
-
-bool AllNumbers(const TSingletonsVector& Singletons) {
-  for (int I = 0; I < Singletons.GetCount(); ++I)
-    if (!IsNumber(Singletons.GetXValues(I)) || !IsNumber(Singletons.GetYValues(I))) return false;
+// A list whose items are all sets: terms side by side, evaluated.
+bool AllFuzzy(const IKBValue& Value) {
+  const IValueVector List = Value->GetAsList();
+  if (!List) return false;
+  for (int I = 0; I < List->GetCount(); ++I)
+    if (!List->Get(I) || List->Get(I)->GetDType() != dtFuzzy) return false;
   return true;
-}
-
-// A crisp number as a set: a spike of height 1 at X, the triangle (X, X, X).
-IKBValue CrispSet(const IFuzzyVariable& Variable, const IKBValue& Number, IFuzzyParser* Parser) {
-  const IFuzzySet Set(new TKBFuzzySet(Variable, Number->GetToString()));
-  const double X = Number->GetAsNumeric();
-  Set->TriangleCurve(X, X, X);
-  Set->SetParser(Parser);
-  return IKBValue(new TKBValue(Set));
 }
 
 }  // namespace
@@ -57,56 +47,14 @@ bool TKBRuleParser::AwaitsShapeFunction(const IKBValue& Value) const {
 }
 
 IKBValue TKBRuleParser::FuzzyTermValue(const IFuzzyVariable& Variable, const IKBValue& Value, TKBContext* Context) {
-  IKBValue Result;
-  switch (Value ? Value->GetDType() : dtNone) {
-    case dtFuzzy:
-      Result = Value;
-      break;
-    case dtInteger:
-    case dtFloat:
-      Result = CrispSet(Variable, Value, GetFuzzyParser());
-      break;
-    case dtAtom:
-    case dtString: {
-      if (!Variable) throw EKBException(_SUndefinedFuzzyVariable);
-      const std::string Text = Value->GetAsString();
-      if (Text.empty() || Text == SEmptyFuzzy) {
-        Result = IKBValue(new TKBValue(Variable->GetEmptyFuzzySet()));
-      } else {
-        const IFuzzySet Set = Variable->FindFuzzySet(Text);
-        if (!Set) throw EKBException(Format(_SInvalidFuzzyToken, Text));
-        Result = IKBValue(new TKBValue(Set));
-      }
-      break;
-    }
-    case dtSingletons:
-      if (Context == nullptr && !AllNumbers(*Value->GetAsSingletons())) return nullptr;
-      Result = Value->Resolve(Context);
-      break;
-    case dtVariable:
-    case dtMultiVariable:
-    case dtFunCall: {
-      // Unbound until there is a context; a shape waits for its function.
-      if (Context == nullptr || AwaitsShapeFunction(Value)) return nullptr;
-      const IKBValue Resolved = Value->Resolve(Context);
-      if (Resolved && Resolved->GetDType() != dtFunCall && Resolved->GetDType() != dtVariable)
-        return FuzzyTermValue(Variable, Resolved, Context);
-      return nullptr;
-    }
-    case dtList:
-      // An expression: hedges, keywords and brackets over terms.
-      return nullptr;
-    default:
-      throw EKBException(Format(_SInvalidFuzzyToken, Value ? Value->GetToString() : std::string()));
-  }
-  if (Result && Result->GetDType() == dtFuzzy) {
-    const IFuzzySet Set = Result->GetAsFuzzy();
-    if (Set && Set->GetVariable() == nullptr && Variable) {
-      Set->SetVariable(Variable);
-      Set->SetParser(GetFuzzyParser());
-    }
-  }
-  return Result;
+  if (!Value || !FEngine || AwaitsShapeFunction(Value)) return nullptr;
+  const IKBValue Result = FEngine->EvalFuzzyExpression(Variable, Value, Context);
+  if (!Result) return nullptr;
+  if (Result->GetDType() == dtFuzzy || Result == FCNil || Result == FCNilList) return Result;
+  if (Result->GetDType() == dtList && AllFuzzy(Result)) return Result;
+  // What waits for a context stays as written: an expression in postfix
+  // order would not read again as the same expression.
+  return nullptr;
 }
 
 // ---------------------------------------------------------------- singletons
@@ -178,12 +126,13 @@ IFuzzySet TKBRuleParser::ParseFuzzySet(const IFuzzyVariable& Variable) {
     // reshaping it must leave the earlier term as it is.
     if (Result && (Result->GetIsTerm() || (Variable && Variable->FindFuzzySet(Result->GetName()) == Result)))
       Result = Result->Clone();
-  } else if (AwaitsShapeFunction(Value) || Value->GetDType() == dtList) {
-    // Kept as read until the shape functions and the expression evaluator
-    // can build its points.
+    // A term made by an expression is written back as that expression.
+    if (Result && Read->GetDType() == dtList && Result->GetFuzzySetType() == fstCustom)
+      Result->SetExpression(TrimRight(Read->GetToString()));
+  } else if (AwaitsShapeFunction(Value)) {
+    // Kept as read until the shape functions are there to build its points.
     const Ref<TKBFuzzySet> Pending(new TKBFuzzySet(Variable, Name));
     Pending->SetDefinition(Value);
-    if (Value->GetDType() == dtList) Pending->SetExpression(TrimRight(Value->GetToString()));
     Result = Pending;
   } else {
     // The conversion error of the value's kind.

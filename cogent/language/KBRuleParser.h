@@ -117,12 +117,11 @@ public:
   // Atoms and strings up to ")" or the end, which is put back, into Strings.
   void ParseNameList(TStrings& Strings);
 
-  // A fuzzy term or slot value made a fuzzy value with what stands today: a
-  // set, a number, a term of Variable by name, a singletons list (with a
-  // context, or of numbers alone), and with a context a variable or a call
-  // whose result is one of these. Nil for what waits on the evaluation of
-  // fuzzy expressions: lists, calls of shape functions that are not
-  // registered, and without a context variables and calls.
+  // A fuzzy term or slot value evaluated by the engine as a fuzzy expression
+  // of Variable: a fuzzy value, a list of them, or FCNil for a kind that no
+  // expression holds. Nil for what must wait: calls of shape functions that
+  // are not registered, and without a context variables and calls, alone or
+  // in an expression.
   IKBValue FuzzyTermValue(const IFuzzyVariable& Variable, const IKBValue& Value, TKBContext* Context);
   // A call of a shape function (s, z, tri, pi, beta) that is not registered.
   bool AwaitsShapeFunction(const IKBValue& Value) const;

@@ -36,6 +36,7 @@ std::size_t Count(const std::string& Text, const std::string& What) {
 
 TEST(FuzzyPicturesTest, EachFuzzyVariableOfEveryModuleOnce) {
   TInferenceEngine Engine;
+  Engine.SetFuzzyAutoTerms(false);
   const IModule Main = Engine.GetModules()->Get(0);
   const IKBDefinedType Temp = FuzzyType("temp", {"cold", "warm", "hot"});
   Main->GetDefinedTypes()->Add(FuzzyType("speed", {"slow"}));

@@ -32,6 +32,8 @@ IKBDefinedType AddTemperature(TInferenceEngine& Engine) {
   IFuzzySet Hot(new TKBFuzzySet(Variable, "hot"));
   Hot->SetPoints({{50, 0}, {100, 1}}, fstCustom);
   Variable->AddTerm(Hot);
+  // Two terms only: no low, medium and high.
+  Engine.SetFuzzyAutoTerms(false);
   Engine.GetDefinedTypes()->Add(Type);
   return Type;
 }

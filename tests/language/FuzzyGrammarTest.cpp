@@ -64,6 +64,7 @@ struct TTextParser {
 
 TEST(FuzzyGrammarTest, DeftypeBuildsItsVariable) {
   TInferenceEngine Engine;
+  Engine.SetFuzzyAutoTerms(false);
   // Without the package of fuzzy functions the shapes wait on their terms.
   Engine.SetPackages(AllFunctionPackages - TFunctionPackages{pFuzzyLogic});
   Engine.Parse(
@@ -90,6 +91,7 @@ TEST(FuzzyGrammarTest, DeftypeBuildsItsVariable) {
   {
     // With them, a shape is built as it is read.
     TInferenceEngine Full;
+    Full.SetFuzzyAutoTerms(false);
     Full.Parse("(deftype temp extends (type FUZZY) (range 0 100) (values (term cold (z 0 50))))", true);
     const IFuzzyVariable Shaped = VariableOf(Full, "temp");
     ASSERT_TRUE(Shaped);
@@ -122,6 +124,7 @@ TEST(FuzzyGrammarTest, DeftypeBuildsItsVariable) {
 
 TEST(FuzzyGrammarTest, TermValuesBecomeSets) {
   TInferenceEngine Engine;
+  Engine.SetFuzzyAutoTerms(false);
   Engine.Parse("(defglobal ?*peak* = 4)", true);
   Engine.Parse(
       "(deftype t extends (type FUZZY) (range 0 10)"
@@ -129,12 +132,12 @@ TEST(FuzzyGrammarTest, TermValuesBecomeSets) {
       "          (term b 5)"                          // a crisp number
       "          (term c a)"                          // an earlier term, as a set of its own
       "          (term d \"b\")"
-      "          (term e very a)"                     // an expression, kept for its evaluation
+      "          (term e very a)"                     // an expression on a clone of a
       "          (term f (+ 1 2))))",                 // a call's number
       true);
   const IFuzzyVariable Variable = VariableOf(Engine, "t");
   ASSERT_TRUE(Variable);
-  EXPECT_EQ(Terms(Variable), "a b c d e=very a  f ");
+  EXPECT_EQ(Terms(Variable), "a b c d e f ");
   const IFuzzySet A = Variable->FindFuzzySet("a");
   EXPECT_EQ(Points(A), "(0 0) (4 1) (8 0) ");
   EXPECT_EQ(Points(Variable->FindFuzzySet("b")), "(5 0) (5 1) (5 0) ");
@@ -145,7 +148,8 @@ TEST(FuzzyGrammarTest, TermValuesBecomeSets) {
   EXPECT_EQ(Variable->GetTerm(0), A);
   EXPECT_EQ(Points(Variable->FindFuzzySet("d")), "(5 0) (5 1) (5 0) ");
   EXPECT_EQ(Variable->FindFuzzySet("e")->GetExpression(), "very a");
-  EXPECT_EQ(Variable->FindFuzzySet("e")->GetPointCount(), 0);
+  EXPECT_DOUBLE_EQ(Variable->FindFuzzySet("e")->DegreeOfMembership(2), 0.25);
+  EXPECT_EQ(Points(A), "(0 0) (4 1) (8 0) ");
   // Sets of the variable compare with numbers.
   EXPECT_TRUE(IKBValue(new TKBValue(A))->Equals(test::Int(4)));
 }
@@ -216,7 +220,6 @@ TEST(FuzzyGrammarTest, BadBodiesDefineNothing) {
       {"(values (term 5 1)))", "Missing name in ParseFuzzySet"},
       {"(values a))", "Expected \"( term\" in ParseFuzzySet"},
       {"(values (term a ()))))", "Missing name in ParseFunCall"},
-      {"(values (term a 1 2 =)))", "Expected \")\" in ParseFuzzySet"},
       {"(values (term a 1)", "Expected \"( term\" in ParseFuzzySet"},
       {"", "Expected \"(\" in ParseFuzzyVariable"},
       // Terms and the universe hold each other in, in either order.
@@ -234,13 +237,16 @@ TEST(FuzzyGrammarTest, BadBodiesDefineNothing) {
   EXPECT_EQ(ErrorOf<EKBException>([&] { Engine.Parse(Head + "(values (term a b) (term b 1)))", true); }),
             "Invalid item in fuzzy expression: b");
   EXPECT_FALSE(Engine.FindDefinedType("t"));
-  // A term that gives no set at all.
+  // A term that gives no set at all, or more than one.
+  EXPECT_EQ(ErrorOf<EKBException>([&] { Engine.Parse(Head + "(values (term a 1 2)))", true); })
+                .rfind("Not a fuzzy value type", 0),
+            0U);
   EXPECT_FALSE(ErrorOf<EKBException>([&] { Engine.Parse(Head + "(values (term a (sym-cat x))))", true); }).empty());
 
   // The engine reads on, and a good type after a bad one stands.
   Engine.Parse(Head + "(values (term a 1)))", true);
   ASSERT_TRUE(VariableOf(Engine, "t"));
-  EXPECT_EQ(Terms(VariableOf(Engine, "t")), "a ");
+  EXPECT_EQ(Terms(VariableOf(Engine, "t")), "a low medium high ");
 
   // ParseFuzzyVariable stops at the deftype's ")" and leaves it.
   TTextParser Text(Engine, "(units K) (range 1 2)) next");
@@ -280,9 +286,9 @@ TEST(FuzzyGrammarTest, FuzzySlotsTakeExpressions) {
     EXPECT_EQ(Other.FindFactTemplate("reading")->ToString(), Written);
   }
 
-  // A term by name, a number, points; an expression stays as read.
+  // A term by name, a number, points, an expression on a clone of its term.
   const std::pair<const char*, const char*> Values[] = {
-      {"hot", "hot"}, {"25", "25"}, {"((0 0) (1 1))", "((0.0000 0.0000) (1.0000 1.0000) )"}, {"very hot", "very hot "}};
+      {"hot", "hot"}, {"25", "25"}, {"((0 0) (1 1))", "((0.0000 0.0000) (1.0000 1.0000) )"}, {"very hot", "hot"}};
   for (const auto& [Text, Form] : Values) {
     const IFact Fact = Engine.ParseFact(std::string("(reading (t ") + Text + "))");
     const IKBValue Value = Fact->GetValue("t");
@@ -291,6 +297,9 @@ TEST(FuzzyGrammarTest, FuzzySlotsTakeExpressions) {
       EXPECT_EQ(Value->GetAsFuzzy()->GetVariable(), Temp.get()) << Text;
     }
   }
+  EXPECT_DOUBLE_EQ(Engine.ParseFact("(reading (t very hot))")->GetValue("t")->GetAsFuzzy()->DegreeOfMembership(75),
+                   0.25);
+  EXPECT_DOUBLE_EQ(Temp->FindFuzzySet("hot")->DegreeOfMembership(75), 0.5);
   EXPECT_EQ(ErrorOf<EKBException>([&] { Engine.ParseFact("(reading (t warm))"); }),
             "Invalid item in fuzzy expression: warm");
   EXPECT_EQ(Engine.ParseFact("(reading (ts hot cold))")->GetValue("ts")->GetAsList()->GetCount(), 2);

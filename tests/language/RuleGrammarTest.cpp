@@ -273,10 +273,11 @@ TEST(RuleGrammarTest, FuzzySlotsReadWholeExpressions) {
   // Variables and predicates as in any slot; anything else is one
   // expression up to the slot's end, hedges and all.
   EXPECT_EQ(R.Read("(reading (value ?v&:(zz-true ?v)))"), "reading/0 value: ?v (zz-true ?v)");
-  EXPECT_EQ(R.Read("(reading (value very high))"), "reading/0 value: very high ");
-  // A term by name is the variable's own set, here one without points.
-  EXPECT_EQ(R.Read("(reading (value ~high))"), "reading/0 value: ~()");
-  EXPECT_EQ(R.Read("(reading (value 3))"), "reading/0 value: ((3.0000 0.0000) (3.0000 1.0000) (3.0000 0.0000) )");
+  // A hedged term is a set of its own, written as a definition.
+  EXPECT_EQ(R.Read("(reading (value very high))"), "reading/0 value: (term high ())");
+  // A term by name is the variable's own set, written by its name.
+  EXPECT_EQ(R.Read("(reading (value ~high))"), "reading/0 value: ~high");
+  EXPECT_EQ(R.Read("(reading (value 3))"), "reading/0 value: (term 3 (tri 3.0000 3.0000 3.0000))");
 }
 
 TEST(RuleGrammarTest, ErrorsInPatterns) {
