@@ -162,8 +162,10 @@ bool TKBTokenTree::Add(const IReteToken& Token) {
   std::int32_t Tail = -1;
   for (std::int32_t At = FBuckets[static_cast<std::size_t>(Index)]; At >= 0;
        At = FEntries[static_cast<std::size_t>(At)].Next) {
+    // Equal tokens have equal keys: the key is compared first, beside the
+    // token, so that a full bucket costs no visit to its other tokens.
     const TEntry& Held = FEntries[static_cast<std::size_t>(At)];
-    if (Held.Token->Equals(Token.get())) return false;
+    if (Held.Key == Key && Held.Token->Equals(Token.get())) return false;
     Tail = At;
   }
   std::int32_t At = FFree;
