@@ -343,6 +343,11 @@ void TFactTemplate::UpdatePositions() const {
 
 int TFactTemplate::PositionOf(const TKBName& Name) const {
   UpdatePositions();
+  // A template has a few slots: comparing their names is quicker than
+  // hashing the one asked for. Names whose slots have left are in the map.
+  if (FSlotAt.size() <= 8)
+    for (std::size_t Position = 0; Position < FSlotAt.size(); ++Position)
+      if (const TFactSlot* Slot = FSlotAt[Position]; Slot && Slot->GetName() == Name) return static_cast<int>(Position);
   const auto Found = FPositions.find(Name);
   return Found == FPositions.end() ? -1 : Found->second;
 }
@@ -502,10 +507,33 @@ std::string TFactTemplate::SlotToString(const TFactSlot* Slot) const {
   return cogent::PrettyPrint(*Slot);
 }
 
+namespace {
+// A clone of the slot's default, worked out in the engine's global context
+// when the default is dynamic.
+IKBValue NewDefault(const TFactSlot& Slot, IKnowledgeBase* Engine) {
+  const IKBValue Default = Slot.GetSlotDefault();
+  IKBValue Value = Default ? Default->Clone() : FCNil;
+  if (Slot.GetDefaultDynamic() && Engine) Value = Value->Resolve(Engine->GetGlobalContext());
+  return Value;
+}
+}  // namespace
+
 IFact TFactTemplate::NewFact() {
   const IFact Result(new TFact(IFactTemplate(this)));
   Result->SetID(-1);
-  FillFactWithDefaults(Result);
+  // A slot left empty takes a clone of its default when first read, the
+  // same value as one entered now, so only what must happen now happens:
+  // dynamic defaults are worked out in slot order, and dynamic checks see
+  // (and may convert) every default.
+  IKnowledgeBase* Engine = GetEngine();
+  if (!Engine) return Result;
+  if (Engine->GetTypeChecks().Contains(tcDynamic)) {
+    FillFactWithDefaults(Result);
+    return Result;
+  }
+  for (const int Position : GetSortedPositions())
+    if (const TFactSlot* Slot = SlotAt(Position); Slot->GetDefaultDynamic())
+      Result->SetValue(Slot->GetName(), NewDefault(*Slot, Engine));
   return Result;
 }
 
@@ -517,11 +545,7 @@ void TFactTemplate::FillFactWithDefaults(const IFact& Fact) {
   IKnowledgeBase* Engine = GetEngine();
   for (int I = 0; I < FFactSlotNames.GetCount(); ++I) {
     const std::string Name = FFactSlotNames.GetString(I);
-    const IFactSlot Slot = GetSlot(Name);
-    const IKBValue Default = Slot->GetSlotDefault();
-    IKBValue Value = Default ? Default->Clone() : FCNil;
-    if (Slot->GetDefaultDynamic() && Engine) Value = Value->Resolve(Engine->GetGlobalContext());
-    Fact->SetValue(Name, Value);
+    Fact->SetValue(Name, NewDefault(*GetSlot(Name), Engine));
   }
 }
 

@@ -238,7 +238,13 @@ void TKBContext::Notify(TBinding* Binding, TTableNotification Action) {
 
 // ------------------------------------------------------------ levels
 
-std::unique_ptr<TKBContext> TKBContext::Push() { return std::make_unique<TKBContext>(this, FEngine); }
+std::unique_ptr<TKBContext> TKBContext::Push() {
+  // This level's engine has passed the check already; a rule pushes a level
+  // per firing, and the check is a cross cast.
+  auto Level = std::make_unique<TKBContext>(this, nullptr);
+  Level->FEngine = FEngine;
+  return Level;
+}
 
 TKBContext* TKBContext::Pop() {
   if (!FParent) return this;

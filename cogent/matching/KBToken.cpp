@@ -120,24 +120,10 @@ TKBTokenTree::TKBTokenTree(std::int32_t AHash, std::int32_t ATokenIndex, std::in
       FSubIndex(ASubIndex),
       FHash(AHash < 1 ? 1 : AHash),
       FTokenIndex(ATokenIndex),
-      FBuckets(static_cast<std::size_t>(FHash)),
+      FBuckets(static_cast<std::size_t>(FHash), -1),
       FLowIndex(FHash + 1) {}
 
 TKBTokenTree::~TKBTokenTree() = default;
-
-std::int32_t TKBTokenTree::BucketIndex(std::int32_t Key) const noexcept {
-  // In 64 bits, so that the most negative key has a magnitude too.
-  std::int64_t Index = static_cast<std::int64_t>(Key) % FHash;
-  return static_cast<std::int32_t>(Index < 0 ? -Index : Index);
-}
-
-TKBTokenTree::TTokens* TKBTokenTree::Bucket(std::int32_t Key, bool Create) {
-  Ref<TTokens>& Slot = FBuckets[static_cast<std::size_t>(BucketIndex(Key))];
-  if (!Slot && Create) Slot = Ref<TTokens>(new TTokens());
-  return Slot.get();
-}
-
-TKBTokenTree::TTokens* TKBTokenTree::GetTokens(std::int32_t Key) { return Bucket(Key, !FAllowNilBucket); }
 
 std::int32_t TKBTokenTree::GetValueKey(const TFact* Fact, const TSlotRef& Slot, std::int32_t SubIndex) {
   if (!Fact) return 0;
@@ -159,16 +145,40 @@ std::int32_t TKBTokenTree::GetKey(const TKBToken& Token) const {
   return GetValueKey(Fact.get(), FFactIndex, FSubIndex);
 }
 
+void TKBTokenTree::Link(std::int32_t At, std::int32_t Bucket, std::int32_t Tail) noexcept {
+  FEntries[static_cast<std::size_t>(At)].Next = -1;
+  if (Tail < 0)
+    FBuckets[static_cast<std::size_t>(Bucket)] = At;
+  else
+    FEntries[static_cast<std::size_t>(Tail)].Next = At;
+  if (Bucket < FLowIndex) FLowIndex = Bucket;
+  if (Bucket > FHighIndex) FHighIndex = Bucket;
+}
+
 bool TKBTokenTree::Add(const IReteToken& Token) {
   if (!Token) return false;
   const std::int32_t Key = GetKey(*Token);
-  TTokens* Tokens = Bucket(Key, true);
   const std::int32_t Index = BucketIndex(Key);
-  if (Index < FLowIndex) FLowIndex = Index;
-  if (Index > FHighIndex) FHighIndex = Index;
-  for (const IReteToken& Held : *Tokens)
-    if (Held && Held->Equals(Token.get())) return false;
-  Tokens->Add(Token);
+  std::int32_t Tail = -1;
+  for (std::int32_t At = FBuckets[static_cast<std::size_t>(Index)]; At >= 0;
+       At = FEntries[static_cast<std::size_t>(At)].Next) {
+    // Equal tokens have equal keys: the key is compared first, beside the
+    // token, so that a full bucket costs no visit to its other tokens.
+    const TEntry& Held = FEntries[static_cast<std::size_t>(At)];
+    if (Held.Key == Key && Held.Token->Equals(Token.get())) return false;
+    Tail = At;
+  }
+  std::int32_t At = FFree;
+  if (At >= 0) {
+    TEntry& Entry = FEntries[static_cast<std::size_t>(At)];
+    FFree = Entry.Next;
+    Entry.Token = Token;
+    Entry.Key = Key;
+  } else {
+    At = static_cast<std::int32_t>(FEntries.size());
+    FEntries.push_back({Token, Key, -1});
+  }
+  Link(At, Index, Tail);
   FEmpty = false;
   if (++FCount > 4 * static_cast<std::int64_t>(FHash)) Grow();
   return true;
@@ -176,43 +186,52 @@ bool TKBTokenTree::Add(const IReteToken& Token) {
 
 void TKBTokenTree::Grow() {
   // Buckets stay short however many tokens come: a memory of many tokens
-  // spreads them over more buckets, each token filed by its key as before.
-  std::vector<Ref<TTokens>> Old;
+  // spreads them over more buckets. The entries are relinked bucket by
+  // bucket, so that tokens of one new bucket keep the order they had.
+  std::vector<std::int32_t> Old(static_cast<std::size_t>(FHash > (1 << 29) ? FHash : FHash * 2 + 1), -1);
   Old.swap(FBuckets);
-  FHash = FHash > (1 << 29) ? FHash : FHash * 2 + 1;
-  FBuckets.resize(static_cast<std::size_t>(FHash));
+  FHash = static_cast<std::int32_t>(FBuckets.size());
   FLowIndex = FHash + 1;
   FHighIndex = -1;
-  for (const Ref<TTokens>& Tokens : Old)
-    if (Tokens)
-      for (const IReteToken& Held : *Tokens) {
-        const std::int32_t Key = GetKey(*Held);
-        const std::int32_t Index = BucketIndex(Key);
-        FLowIndex = std::min(FLowIndex, Index);
-        FHighIndex = std::max(FHighIndex, Index);
-        Bucket(Key, true)->Add(Held);
-      }
+  std::vector<std::int32_t> Tails(FBuckets.size(), -1);
+  for (std::int32_t At : Old)
+    while (At >= 0) {
+      const std::int32_t Next = FEntries[static_cast<std::size_t>(At)].Next;
+      const std::int32_t Index = BucketIndex(FEntries[static_cast<std::size_t>(At)].Key);
+      Link(At, Index, Tails[static_cast<std::size_t>(Index)]);
+      Tails[static_cast<std::size_t>(Index)] = At;
+      At = Next;
+    }
 }
 
 bool TKBTokenTree::Remove(const IReteToken& Token, IReteToken* Removed) {
   if (!Token) return false;
-  TTokens* Tokens = Bucket(GetKey(*Token), false);
-  if (!Tokens) return false;
-  const int Count = Tokens->GetCount();
-  for (int I = 0; I < Count; ++I)
-    if (const IReteToken& Held = Tokens->GetRef(I); Held && Held->Equals(Token.get())) {
-      if (Removed) *Removed = Held;
-      Tokens->Delete(I);
+  const std::int32_t Key = GetKey(*Token);
+  std::int32_t* Previous = &FBuckets[static_cast<std::size_t>(BucketIndex(Key))];
+  for (std::int32_t At = *Previous; At >= 0; At = *Previous) {
+    TEntry& Held = FEntries[static_cast<std::size_t>(At)];
+    if (Held.Token->Equals(Token.get())) {
+      *Previous = Held.Next;
+      if (Removed)
+        *Removed = std::move(Held.Token);
+      else
+        Held.Token.reset();
+      Held.Next = FFree;
+      FFree = At;
       --FCount;
       return true;
     }
+    Previous = &Held.Next;
+  }
   return false;
 }
 
 void TKBTokenTree::Clear() {
   if (FEmpty) return;
-  for (const Ref<TTokens>& Tokens : FBuckets)
-    if (Tokens) Tokens->Clear();
+  if (FLowIndex <= FHighIndex)
+    std::fill(FBuckets.begin() + FLowIndex, FBuckets.begin() + FHighIndex + 1, -1);
+  FEntries.clear();
+  FFree = -1;
   FEmpty = true;
   FCount = 0;
   FHighIndex = -1;
@@ -221,23 +240,21 @@ void TKBTokenTree::Clear() {
 
 std::string TKBTokenTree::ToString() const {
   std::string Result;
-  for (const Ref<TTokens>& Tokens : FBuckets)
-    if (Tokens)
-      for (const IReteToken& Token : *Tokens) {
-        Result += Token->ToString();
-        Result += sLineBreak;
-      }
+  for (std::int32_t Bucket = 0; Bucket < FHash; ++Bucket)
+    for (const IReteToken& Token : GetTokens(Bucket)) {
+      Result += Token->ToString();
+      Result += sLineBreak;
+    }
   return Result;
 }
 
 std::string TKBTokenTree::GetToFactsString() const {
   std::string Result;
-  for (const Ref<TTokens>& Tokens : FBuckets)
-    if (Tokens && !Tokens->IsEmpty())
-      for (const IReteToken& Token : *Tokens) {
-        Result += Token->GetToFactsString();
-        Result += sLineBreak;
-      }
+  for (std::int32_t Bucket = 0; Bucket < FHash; ++Bucket)
+    for (const IReteToken& Token : GetTokens(Bucket)) {
+      Result += Token->GetToFactsString();
+      Result += sLineBreak;
+    }
   return Result;
 }
 

@@ -86,13 +86,50 @@ private:
 
 // ---------------------------------------------------------------- TKBTokenTree
 
-// A token memory: a hash table of tokens in FHash buckets, each made on first
-// use; the table grows when it holds four tokens a bucket. A token is keyed by its sort code, by the id of one of its facts, or by
-// the hash of a slot value (or of one item of it) of that fact, so that a join
-// only compares the tokens of one bucket.
+// A token memory: a hash table of tokens in FHash buckets that grows when it
+// holds four tokens a bucket. A token is keyed by its sort code, by the id of
+// one of its facts, or by the hash of a slot value (or of one item of it) of
+// that fact, so that a join only compares the tokens of one bucket.
+//
+// The tokens sit in one array of entries, each keeping its key; a bucket is
+// a chain through the array in the order its tokens came. Growing relinks the
+// entries without working out a key again, and neither adding to a bucket nor
+// clearing makes or frees anything per bucket.
 class TKBTokenTree : public TPersistent {
+  struct TEntry {
+    IReteToken Token;
+    std::int32_t Key;
+    // The bucket's next entry, or of the free list; -1 at the end.
+    std::int32_t Next;
+  };
+
 public:
-  using TTokens = TInterfaceListPersistent<TKBToken>;
+  // The tokens of one bucket, oldest first; good until the memory changes.
+  class TTokens {
+  public:
+    class iterator {
+    public:
+      iterator(const std::vector<TEntry>* AEntries, std::int32_t AAt) noexcept : FEntries(AEntries), FAt(AAt) {}
+      const IReteToken& operator*() const noexcept { return (*FEntries)[static_cast<std::size_t>(FAt)].Token; }
+      iterator& operator++() noexcept {
+        FAt = (*FEntries)[static_cast<std::size_t>(FAt)].Next;
+        return *this;
+      }
+      bool operator==(const iterator& Other) const noexcept { return FAt == Other.FAt; }
+
+    private:
+      const std::vector<TEntry>* FEntries;
+      std::int32_t FAt;
+    };
+    TTokens(const std::vector<TEntry>* AEntries, std::int32_t AFirst) noexcept : FEntries(AEntries), FFirst(AFirst) {}
+    iterator begin() const noexcept { return {FEntries, FFirst}; }
+    iterator end() const noexcept { return {FEntries, -1}; }
+    bool IsEmpty() const noexcept { return FFirst < 0; }
+
+  private:
+    const std::vector<TEntry>* FEntries;
+    std::int32_t FFirst;
+  };
 
   // A hash below 1 is taken as 1.
   TKBTokenTree(std::int32_t AHash, std::int32_t ATokenIndex, std::int32_t ASubIndex, const TKBName& AFactIndex,
@@ -101,10 +138,9 @@ public:
   TKBTokenTree& operator=(const TKBTokenTree&) = delete;
   ~TKBTokenTree() override;
 
-  // Each existing bucket's tokens by GetToFactsString, one a line; buckets
-  // without tokens give nothing.
+  // Each bucket's tokens by GetToFactsString, one a line.
   virtual std::string GetToFactsString() const;
-  // Empties the buckets and forgets the used range; the buckets stay.
+  // Empties the buckets and forgets the used range.
   virtual void Clear();
   // False, and nothing added, when the bucket already holds an equal token.
   virtual bool Add(const IReteToken& Token);
@@ -112,9 +148,10 @@ public:
   // when there is none. The used range stays as it was.
   virtual bool Remove(const IReteToken& Token, IReteToken* Removed = nullptr);
 
-  // The bucket of Key (its sign ignored): nil while unused, unless nil
-  // buckets are not allowed, in which case it is made now.
-  TTokens* GetTokens(std::int32_t Key);
+  // The bucket of Key (its sign ignored); empty while unused.
+  TTokens GetTokens(std::int32_t Key) const noexcept {
+    return {&FEntries, FBuckets[static_cast<std::size_t>(BucketIndex(Key))]};
+  }
   // Where Token is filed; never negative.
   std::int32_t GetKey(const TKBToken& Token) const;
   // The hash of a fact's slot value, or of item SubIndex of it (NoSubIndex
@@ -133,8 +170,6 @@ public:
   // extend a token of another memory by one fact.
   bool GetKeyByParent() const noexcept { return FKeyByParent; }
   void SetKeyByParent(bool Value) noexcept { FKeyByParent = Value; }
-  bool GetAllowNilBucket() const noexcept { return FAllowNilBucket; }
-  void SetAllowNilBucket(bool Value) noexcept { FAllowNilBucket = Value; }
   int GetCount() const noexcept { return static_cast<int>(FCount); }
   // No token added since creation or the last Clear.
   bool GetEmpty() const noexcept { return FEmpty; }
@@ -144,8 +179,13 @@ public:
   std::int32_t GetHighIndex() const noexcept { return FHighIndex; }
 
 private:
-  std::int32_t BucketIndex(std::int32_t Key) const noexcept;
-  TTokens* Bucket(std::int32_t Key, bool Create);
+  std::int32_t BucketIndex(std::int32_t Key) const noexcept {
+    // In 64 bits, so that the most negative key has a magnitude too.
+    const std::int64_t Index = static_cast<std::int64_t>(Key) % FHash;
+    return static_cast<std::int32_t>(Index < 0 ? -Index : Index);
+  }
+  // Appends entry At to the bucket whose last entry is Tail (-1: none).
+  void Link(std::int32_t At, std::int32_t Bucket, std::int32_t Tail) noexcept;
   void Grow();
 
   bool FUseHashCode;
@@ -153,9 +193,12 @@ private:
   std::int32_t FSubIndex;
   std::int32_t FHash;
   std::int32_t FTokenIndex;
-  std::vector<Ref<TTokens>> FBuckets;
+  // Each bucket's first entry, -1 when it is empty.
+  std::vector<std::int32_t> FBuckets;
+  std::vector<TEntry> FEntries;
+  // The first unused entry of FEntries, chained through Next.
+  std::int32_t FFree = -1;
   bool FKeyByParent = false;
-  bool FAllowNilBucket = true;
   bool FEmpty = true;
   std::int32_t FLowIndex;
   std::int32_t FHighIndex = -1;

@@ -601,16 +601,14 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored) {
   std::int32_t Blocking = 0;
   TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
   const TContextScope Scope(Context, Left);
-  auto Walk = [&](TKBTokenTree::TTokens* Bucket) {
-    if (!Bucket) return true;
-    for (int I = 0; I < Bucket->GetCount(); ++I) {
-      const TKBToken& Right = *Bucket->GetRef(I);
-      if (!Matches(Left, Right)) continue;
+  auto Walk = [&](const TKBTokenTree::TTokens& Bucket) {
+    for (const IReteToken& Right : Bucket) {
+      if (!Matches(Left, *Right)) continue;
       if (FNegatedPattern) {
         ++Blocking;
         continue;
       }
-      const IReteToken Held(Bucket->GetRef(I));
+      const IReteToken Held(Right);
       if (!Removing) ++FMatches;
       CallChildren(Extend(Left, Held->GetFact(), Held->GetStrength(), Action));
       if (FUnique && !Removing) return false;
@@ -638,10 +636,8 @@ void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
   if (FLeftMemory->GetEmpty()) return;
   const TTokenAction Action = Right->GetTag();
   TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
-  auto Walk = [&](TKBTokenTree::TTokens* Bucket) {
-    if (!Bucket) return;
-    for (int I = 0; I < Bucket->GetCount(); ++I) {
-      const IReteToken& Left = Bucket->GetRef(I);
+  auto Walk = [&](const TKBTokenTree::TTokens& Bucket) {
+    for (const IReteToken& Left : Bucket) {
       if (Context) Context->SetToken(Left);
       if (!Matches(Left, *Right)) continue;
       const IReteToken Held(Left);

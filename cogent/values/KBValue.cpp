@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <typeinfo>
 
 #include "cogent/facts/KBContext.h"
 #include "cogent/facts/KBFacts.h"
@@ -25,6 +26,16 @@ void Unwatch(TObject* Object, std::unique_ptr<TKBValueNexus>& Nexus) {
 }
 
 const TKBValueChangeEvent NoChangeEvent;
+
+// Resolution runs for every variable of every test, and a clone assigns
+// through a base pointer: the exact class is compared first, which is
+// cheaper than a cast through the hierarchy.
+template <class T>
+const T* ObjectAs(const TObject* Object) noexcept {
+  if (!Object) return nullptr;
+  if (typeid(*Object) == typeid(T)) return static_cast<const T*>(Object);
+  return dynamic_cast<const T*>(Object);
+}
 
 // "%.4f" without the process locale; a negative value that rounds to zero
 // prints as zero.
@@ -627,7 +638,7 @@ TObject* TKBValue::CopyOwnedObject(const TKBValue& Source) const {
 }
 
 void TKBValue::Assign(TPersistent* Source) {
-  auto* Value = dynamic_cast<TKBValue*>(Source);
+  const auto* Value = ObjectAs<TKBValue>(Source);
   if (!Value) {
     TPersistent::Assign(Source);
     return;
@@ -804,7 +815,7 @@ IKBValue TKBValue::Resolve(TObject* Context) {
   switch (FKBType) {
     case dtVariable:
     case dtMultiVariable: {
-      const auto* KBContext = dynamic_cast<const TKBContext*>(Context);
+      const auto* KBContext = ObjectAs<TKBContext>(Context);
       if (!KBContext) throw EKBException(Format(_SNoContext, GetKBTypeName(FKBType)));
       const TKBName Name(GetText());
       const TBinding* Binding = KBContext->FindBinding(Name);
@@ -812,9 +823,9 @@ IKBValue TKBValue::Resolve(TObject* Context) {
       return Binding->GetValue();
     }
     case dtObject: {
-      const auto* Info = dynamic_cast<const TBindingInfo*>(CellPointer<TObject>(FValue.VInteger));
+      const auto* Info = ObjectAs<TBindingInfo>(CellPointer<TObject>(FValue.VInteger));
       if (!Info) return Self();
-      const auto* KBContext = dynamic_cast<const TKBContext*>(Context);
+      const auto* KBContext = ObjectAs<TKBContext>(Context);
       if (!KBContext) throw EKBException(Format(_SNoContext, GetKBTypeName(FKBType)));
       // The fact past the token's last one is the fact under test.
       const IReteToken& Token = KBContext->GetToken();

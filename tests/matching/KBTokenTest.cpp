@@ -110,8 +110,11 @@ TEST_F(KBTokenTest, MemoryKeysByValueRefusesDuplicatesAndRemovesByEquality) {
   EXPECT_EQ(TKBTokenTree(101, 1, NoSubIndex, "", false).GetKey(*Token), 2);
 
   EXPECT_TRUE(Memory.Add(Token));
-  TKBTokenTree::TTokens* Bucket = Memory.GetTokens(Key);
-  ASSERT_NE(Bucket, nullptr);
+  const auto InBucket = [&] {
+    std::vector<IReteToken> Tokens;
+    for (const IReteToken& Held : Memory.GetTokens(Key)) Tokens.push_back(Held);
+    return Tokens;
+  };
   // An equal token, built apart with other flags, is a duplicate; another
   // strength makes another token.
   const IReteToken Same = Extend(One(F1, taRemove), F2);
@@ -120,12 +123,11 @@ TEST_F(KBTokenTest, MemoryKeysByValueRefusesDuplicatesAndRemovesByEquality) {
   const IReteToken Weak = Extend(One(F1), F2);
   Weak->SetStrength(0.25f);
   EXPECT_TRUE(Memory.Add(Weak));
-  EXPECT_EQ(Bucket->GetCount(), 2);
+  EXPECT_EQ(InBucket().size(), 2u);
 
   // Removal takes the first equal token, not necessarily the same object.
   EXPECT_TRUE(Memory.Remove(Same));
-  ASSERT_EQ(Bucket->GetCount(), 1);
-  EXPECT_EQ(Bucket->Get(0), Weak);
+  EXPECT_EQ(InBucket(), std::vector<IReteToken>{Weak});
   EXPECT_FALSE(Memory.Remove(Same));
   EXPECT_FALSE(Memory.Add(nullptr));
   EXPECT_FALSE(Memory.Remove(nullptr));
@@ -133,6 +135,32 @@ TEST_F(KBTokenTest, MemoryKeysByValueRefusesDuplicatesAndRemovesByEquality) {
   // The most negative value still keys into the table.
   F2->SetValue("name", Int(std::numeric_limits<std::int32_t>::min()));
   EXPECT_GE(Memory.GetKey(*Token), 0);
+}
+
+TEST_F(KBTokenTest, MemoryGrowsAndReusesRoomKeepingEachBucketsOrder) {
+  // Keyed by fact id, one bucket at first: the fifth token grows it to
+  // three, each bucket keeping the order its tokens came in.
+  TKBTokenTree Memory(1, 0, NoSubIndex, "", false);
+  std::vector<IReteToken> Tokens;
+  for (const std::int32_t Id : {5, 3, 8, 6, 1, 4, 2, 7}) {
+    Tokens.push_back(One(NewFact(T, Id)));
+    EXPECT_TRUE(Memory.Add(Tokens.back()));
+  }
+  EXPECT_EQ(Memory.GetHash(), 3);
+  EXPECT_EQ(Memory.GetToFactsString(), "f-3\r\nf-6\r\nf-1\r\nf-4\r\nf-7\r\nf-5\r\nf-8\r\nf-2\r\n");
+  // Room a removed token leaves is taken again, the new token last in its bucket.
+  EXPECT_TRUE(Memory.Remove(Tokens[3]));
+  EXPECT_TRUE(Memory.Remove(Tokens[0]));
+  EXPECT_TRUE(Memory.Add(One(NewFact(T, 9))));
+  EXPECT_TRUE(Memory.Add(Tokens[0]));
+  EXPECT_EQ(Memory.GetToFactsString(), "f-3\r\nf-9\r\nf-1\r\nf-4\r\nf-7\r\nf-8\r\nf-2\r\nf-5\r\n");
+  EXPECT_EQ(Memory.GetCount(), 8);
+  Memory.Clear();
+  EXPECT_EQ(Memory.GetToFactsString(), "");
+  EXPECT_TRUE(Memory.Add(Tokens[1]));
+  EXPECT_EQ(Memory.GetToFactsString(), "f-3\r\n");
+  EXPECT_EQ(Memory.GetLowIndex(), 0);
+  EXPECT_EQ(Memory.GetHighIndex(), 0);
 }
 
 }  // namespace
