@@ -10,6 +10,7 @@
 #include "cogent/facts/KBPackages.h"
 #include "cogent/facts/KBPrinter.h"
 #include "cogent/host/Guards.h"
+#include "cogent/host/SafeSave.h"
 #include "cogent/host/Streams.h"
 #include "cogent/host/SysUtils.h"
 
@@ -111,10 +112,7 @@ void TInferenceEngine::SaveToStream(TStream& Stream, TEncoding* Encoding) {
 }
 
 void TInferenceEngine::SaveToFile(const std::string& FileName, TEncoding* Encoding) {
-  // The text is whole before the file is touched.
-  TVXStringStream Bytes;
-  SaveToStream(Bytes, Encoding);
-  SaveFileReplacing(FileName, Bytes.GetBytes());
+  SaveFileWhole(FileName, [&](TStream& Stream) { SaveToStream(Stream, Encoding); });
 }
 
 }  // namespace cogent

@@ -10,31 +10,19 @@
 #include <vector>
 
 #include "cogent/engine/InferenceEngine.h"
+#include "cogent/facts/KBPrinter.h"
 #include "cogent/fuzzy/VXFuzzyPlot.h"
 #include "cogent/host/Guards.h"
 #include "cogent/matching/ReteNetwork.h"
 #include "cogent/values/KBDefinedType.h"
+#include "cogent/values/FuzzyValues.h"
 #include "cogent/values/KBFuzzyLogic.h"
 
 namespace cogent {
 
 namespace {
 
-IKBValue FuzzyValue(const IFuzzySet& Set) { return IKBValue(new TKBValue(Set)); }
-
 bool IsFuzzy(const IKBValue& Value) { return Value && Value->GetDType() == dtFuzzy && Value->GetAsFuzzy(); }
-
-bool IsNumber(const IKBValue& Value) {
-  return Value && (Value->GetDType() == dtInteger || Value->GetDType() == dtFloat);
-}
-
-// The set of a fuzzy value; one that holds no set fails as a value that
-// isn't fuzzy.
-IFuzzySet SetOf(const IKBValue& Value) {
-  IFuzzySet Set = Value->GetAsFuzzy();
-  if (!Set) throw EKBException(Format(_SNotCorrectType, "fuzzy value", "", GetKBTypeName(Value->GetDType())));
-  return Set;
-}
 
 float Membership(float Value) noexcept { return Value < 0.0f ? 0.0f : (Value > 1.0f ? 1.0f : Value); }
 
@@ -187,52 +175,6 @@ IFuzzySet OwnSet(const IKBValue& Value) {
   IFuzzySet Own = SetOf(Value)->Clone();
   Value->SetAsFuzzy(Own);
   return Own;
-}
-
-// ---------------------------------------------------------------- printing
-
-std::string ShapeText(const TFuzzySet& Set) {
-  const TFuzzyPoints& Points = Set.GetPoints();
-  const std::size_t Count = Points.size();
-  const auto X = [&](std::size_t Index) { return Points[Index].X; };
-  // A bell without a peak has no centre to write it by.
-  const bool Peaked = Set.GetCompatibilityIndex() > 0.0;
-  TFuzzySetType SetType = Count == 0 ? fstCustom : Set.GetFuzzySetType();
-  if ((SetType == fstPi || SetType == fstBeta) && !Peaked) SetType = fstCustom;
-  switch (SetType) {
-    case fstTriangle:
-      if (Count >= 3) return Format("(tri %.4f %.4f %.4f)", X(0), X(1), X(2));
-      break;
-    case fstZ:
-      return Format("(z %.4f %.4f)", X(0), X(Count - 1));
-    case fstS:
-      return Format("(s %.4f %.4f)", X(0), X(Count - 1));
-    case fstPi: {
-      const double Centre = Set.MaximumDefuzzify();
-      if (FloatEquals(Centre - X(0), X(Count - 1) - Centre, 0.0001))
-        return Format("(pi %.4f %.4f)", Centre, Centre - X(0));
-      return Format("(pi %.4f %.4f %.4f)", X(0), Centre, X(Count - 1));
-    }
-    case fstBeta: {
-      const double Centre = Set.MaximumDefuzzify();
-      std::string Result = Format("(beta %.4f %.4f", Centre, Centre - X(0));
-      const double Inflection = Set.GetBetaInflection();
-      if (std::abs(Inflection - (X(0) + (Centre - X(0)) / 2)) > 0.0001) {
-        Result += Format(" %.4f", Inflection);
-        // The weight, from the curve's second point; a degenerate curve has none to tell.
-        if (Count > 1 && Inflection != 0.0 && Points[1].Y > 0.0 && X(1) != Centre) {
-          const double Ratio = (X(1) - Centre) / Inflection;
-          const double Weight = (1.0 / Points[1].Y - 1.0) / (Ratio * Ratio);
-          if (std::abs(Weight - 1.0) > 0.0001) Result += Format(" %.4f", Weight);
-        }
-      }
-      return Result + ")";
-    }
-    default:
-      break;
-  }
-  if (!Set.GetExpression().empty()) return Set.GetExpression();
-  return Set.PointsToString();
 }
 
 }  // namespace
@@ -502,31 +444,15 @@ IFuzzyVariable TInferenceEngine::ParseFuzzyVariable(const std::string& AString) 
 
 std::string TInferenceEngine::PrettyPrint(const IFuzzySet& FuzzySet, bool AsDefinition) {
   if (!FuzzySet) return std::string();
-  const bool Empty = FuzzySet->GetName() == SEmptyFuzzy;
-  if (!AsDefinition) return Empty ? std::string() : FuzzySet->GetName();
-  if (Empty) return ShapeText(*FuzzySet);
-  return "(term " + FuzzySet->GetName() + " " + ShapeText(*FuzzySet) + ")";
+  // "(term ...)" stands only in a type's values. A set that is no term, the
+  // set of a fact's slot or of a call's result, is written by its shape, so
+  // that its text reads back where it stands.
+  if (AsDefinition && !FuzzySet->GetIsTerm()) return FuzzyShapeText(*FuzzySet);
+  return cogent::PrettyPrint(*FuzzySet, AsDefinition);
 }
 
 std::string TInferenceEngine::PrettyPrint(const IFuzzyVariable& Variable) {
-  if (!Variable) return std::string();
-  const std::string Indent = IndentString(1);
-  std::string Result = Indent + Format("(range %.4f %.4f)", Variable->GetUniverseLow(), Variable->GetUniverseHigh()) +
-                       sLineBreak;
-  const std::string& Units = Variable->GetUnits();
-  if (!Units.empty()) {
-    const bool Quoted = Units.find(' ') != std::string::npos;
-    Result += Indent + "(units " + (Quoted ? "\"" + Units + "\"" : Units) + ")" + sLineBreak;
-  }
-  Result += Indent + "(values " + sLineBreak;
-  std::vector<IFuzzySet> Terms;
-  for (int I = 0; I < Variable->GetTermCount(); ++I)
-    if (Variable->GetTerm(I)->GetIsTerm()) Terms.push_back(Variable->GetTerm(I));
-  std::stable_sort(Terms.begin(), Terms.end(), [](const IFuzzySet& A, const IFuzzySet& B) {
-    return A->GetOrderNumber() < B->GetOrderNumber();
-  });
-  for (const IFuzzySet& Set : Terms) Result += IndentString(2) + PrettyPrint(Set, true) + sLineBreak;
-  return Result + Indent + ")";
+  return Variable ? cogent::PrettyPrint(*Variable) : std::string();
 }
 
 // ---------------------------------------------------------------- default terms and thresholds

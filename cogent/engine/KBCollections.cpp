@@ -315,9 +315,7 @@ std::vector<typename TSharedConstructTable<T>::TItem> TSharedConstructTable<T>::
 
 template <class T>
 std::string TSharedConstructTable<T>::LocalsToString() const {
-  std::string Result;
-  for (const TItem& Item : Locals()) Result += Item->ToString() + CRLF;
-  return Result;
+  return Text(Locals());
 }
 
 template class TSharedConstructTable<TFactTemplate>;

@@ -236,10 +236,10 @@ void TInferenceEngine::DefineProperties(TFiler& Filer) {
   Filer.DefineChild("FactTemplates", *FCache.FactTemplates);
   Filer.DefineChild("Rules", *FCache.Rules);
   Filer.DefineChild("GlobalVariables", *FGlobalVariables);
-  // The text is read when the whole component is there (Loaded). It is not
-  // written yet: the compact text of the whole system is still to come.
+  // The text is read when the whole component is there (Loaded).
   Filer.DefineProperty(
-      "ModuleText", [this](const std::string& Text) { FModuleText = Text; }, nullptr, false);
+      "ModuleText", [this](const std::string& Text) { FModuleText = Text; },
+      [this] { return GetExpertSystem(true); }, FModules->GetCount() > 0);
   Filer.DefineListProperty(
       "FactsList",
       [this](const std::vector<std::string>& Texts) {

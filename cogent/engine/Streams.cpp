@@ -2,9 +2,12 @@
 // that stands in for the output event, the batch that stands in for the input
 // events, and the loading and saving of knowledge as text.
 
+#include <algorithm>
+
 #include "cogent/common/VXCommon.h"
 #include "cogent/engine/InferenceEngine.h"
 #include "cogent/host/Guards.h"
+#include "cogent/host/SafeSave.h"
 
 namespace cogent {
 
@@ -129,7 +132,42 @@ bool TInferenceEngine::Batch(const std::string& FileName, TEncoding* Encoding) {
 
 // ---------------------------------------------------------------- loading and saving
 
+namespace {
+
+constexpr const char* SLaterVersion =
+    "This knowledge base was saved by version %.4f of the engine, which is later than this one (%.4f)";
+
+// A saved knowledge base names the version that wrote it on its second
+// line. One from a later version is refused before anything of it is read;
+// other text, and a stream that cannot go back, pass unchecked.
+void CheckSavedVersion(TStream& Stream, float Version) {
+  std::string Head(256, '\0');
+  try {
+    const std::int64_t Start = Stream.GetPosition();
+    const std::int64_t Count = Stream.Read(Head.data(), static_cast<std::int64_t>(Head.size()));
+    Stream.SetPosition(Start);
+    Head.resize(static_cast<std::size_t>(std::max<std::int64_t>(Count, 0)));
+  } catch (const Exception&) {
+    return;
+  }
+  if (Head.starts_with("\xEF\xBB\xBF")) Head.erase(0, 3);
+  const std::string Rule = "; *************************";
+  const std::string Mark = "; Inference Engine v";
+  if (!Head.starts_with(Rule)) return;
+  const std::size_t At = Head.find(Mark);
+  if (At == std::string::npos || Head.find_first_not_of("\r\n", Rule.size()) != At) return;
+  const std::size_t From = At + Mark.size();
+  const std::size_t To = Head.find(' ', From);
+  double Saved = 0;
+  if (To == std::string::npos || !TryStrToFloat(Head.substr(From, To - From), Saved)) return;
+  if (Saved > static_cast<double>(Version) + 0.00005)
+    throw EKBException(Format(SLaterVersion, Saved, static_cast<double>(Version)));
+}
+
+}  // namespace
+
 void TInferenceEngine::LoadFromStream(TStream& Stream, TEncoding* Encoding) {
+  CheckSavedVersion(Stream, FVersion);
   ParseFrame(Stream, Encoding, [](TKBParser& Parser) { Parser.Parse(true); });
 }
 
@@ -167,8 +205,7 @@ void TInferenceEngine::WriteFacts(TStream& Stream, const std::string* TemplateNa
 void TInferenceEngine::SaveFacts(TStream& Stream, TEncoding* Encoding) { WriteFacts(Stream, nullptr, Encoding); }
 
 void TInferenceEngine::SaveFacts(const std::string& FileName, TEncoding* Encoding) {
-  TFileStream File(FileName, fmCreate);
-  SaveFacts(File, Encoding);
+  SaveFileWhole(FileName, [&](TStream& Stream) { SaveFacts(Stream, Encoding); });
 }
 
 void TInferenceEngine::SaveFacts(TStream& Stream, const std::string& TemplateName, TEncoding* Encoding) {
@@ -176,8 +213,7 @@ void TInferenceEngine::SaveFacts(TStream& Stream, const std::string& TemplateNam
 }
 
 void TInferenceEngine::SaveFacts(const std::string& FileName, const std::string& TemplateName, TEncoding* Encoding) {
-  TFileStream File(FileName, fmCreate);
-  SaveFacts(File, TemplateName, Encoding);
+  SaveFileWhole(FileName, [&](TStream& Stream) { SaveFacts(Stream, TemplateName, Encoding); });
 }
 
 }  // namespace cogent

@@ -527,6 +527,8 @@ std::string ShapeText(const TFuzzySet& Set) {
 
 }  // namespace
 
+std::string FuzzyShapeText(const TFuzzySet& FuzzySet) { return ShapeText(FuzzySet); }
+
 std::string PrettyPrint(const TFuzzySet& FuzzySet, bool AsDefinition) {
   const bool Empty = FuzzySet.GetName() == SEmptyFuzzy;
   if (!AsDefinition) return Empty ? std::string() : FuzzySet.GetName();

@@ -65,6 +65,9 @@ std::string PrettyPrint(const std::string& Name, const IKBValue& Value);
 std::string PrettyPrint(const TSingletonsVector& Singletons);
 // A set by its name, or as a definition "(term name shape)".
 std::string PrettyPrint(const TFuzzySet& FuzzySet, bool AsDefinition);
+// The shape alone: "(tri ...)" and its kin, the expression the set came
+// from, or its points.
+std::string FuzzyShapeText(const TFuzzySet& FuzzySet);
 // The body of a fuzzy type: its range, units and terms.
 std::string PrettyPrint(const TFuzzyVariable& Variable);
 

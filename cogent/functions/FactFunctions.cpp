@@ -3,7 +3,6 @@
 // work to the engine.
 
 #include "cogent/functions/StandardPackage.h"
-#include "cogent/host/SafeSave.h"
 
 #include <array>
 #include <utility>
@@ -297,8 +296,7 @@ void TSaveFactsFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBV
   TInferenceEngine& Engine = EngineOf(Context);
   const std::string FileName = TextOf(FunCall, 0, Context);
   if (FunCall->GetArgumentCount() == 1) {
-    // Through the stream form, so that a failed save leaves the old file.
-    SaveFileWhole(FileName, [&Engine](TStream& Stream) { Engine.SaveFacts(Stream, nullptr); });
+    Engine.SaveFacts(FileName, nullptr);
   } else {
     // One file, the templates' facts one after the other.
     std::vector<std::string> TemplateNames;

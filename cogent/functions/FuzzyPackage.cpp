@@ -7,6 +7,7 @@
 #include "cogent/fuzzy/VXFuzzyPlot.h"
 #include "cogent/matching/ReteNetwork.h"
 #include "cogent/values/KBDefinedType.h"
+#include "cogent/values/FuzzyValues.h"
 #include "cogent/values/KBFuzzyLogic.h"
 
 namespace cogent {
@@ -143,19 +144,6 @@ constexpr TFamilyMember AutoTermsFunctions[] = {
 // Shapes bend in this many straight pieces on each side.
 constexpr std::int32_t ShapeSteps = 7;
 
-IKBValue FuzzyValue(const IFuzzySet& Set) { return IKBValue(new TKBValue(Set)); }
-
-bool IsNumber(const IKBValue& Value) {
-  return Value && (Value->GetDType() == dtInteger || Value->GetDType() == dtFloat);
-}
-
-// The set of a fuzzy value; one that holds no set fails as a value that
-// isn't fuzzy. Its text is left out: a value without its set has none.
-IFuzzySet SetOf(const IKBValue& Value) {
-  IFuzzySet Set = Value->GetAsFuzzy();
-  if (!Set) throw EKBException(Format(_SNotCorrectType, "fuzzy value", "", GetKBTypeName(Value->GetDType())));
-  return Set;
-}
 
 // "a, b, or c".
 template <std::size_t N>

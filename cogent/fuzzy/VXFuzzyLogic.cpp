@@ -907,8 +907,10 @@ std::string TFuzzySet::PointsToString() const {
 }
 
 std::string TFuzzySet::ToString() const {
-  if (FParser) {
-    if (IFuzzySet Self = HeldRef(this)) return FParser->PrettyPrint(Self, !FIsTerm);
+  // The set's own printer, else its variable's.
+  IFuzzyParser* Parser = FParser ? FParser : (FVariable ? FVariable->GetParser() : nullptr);
+  if (Parser) {
+    if (IFuzzySet Self = HeldRef(this)) return Parser->PrettyPrint(Self, !FIsTerm);
   }
   return PointsToString();
 }

@@ -8,10 +8,9 @@
 
 namespace cogent {
 
-// Write fills a scratch file beside FileName, which then takes FileName's
-// place. When the scratch cannot be made, Write raises or the rename fails,
-// the scratch goes, a file already under FileName stays as it was, and the
-// error is raised: EFCreateError naming FileName for the file system's part.
+// Write fills a stream in memory, whose bytes then replace FileName whole
+// (SaveFileReplacing): when Write raises or the file cannot be written, a
+// file already under FileName stays as it was.
 void SaveFileWhole(const std::string& FileName, const std::function<void(TStream&)>& Write);
 
 }  // namespace cogent

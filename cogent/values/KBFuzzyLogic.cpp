@@ -1,4 +1,5 @@
 #include "cogent/values/KBFuzzyLogic.h"
+#include "cogent/values/FuzzyValues.h"
 
 #include <algorithm>
 
@@ -10,10 +11,6 @@ IFuzzySet FuzzyOperand(const IInterface& Other) {
   if (IFuzzySet Set = Other.As<TFuzzySet>()) return Set;
   if (const IKBValue Value = Other.As<TKBValue>(); Value && Value->GetDType() == dtFuzzy) return Value->GetAsFuzzy();
   return nullptr;
-}
-
-bool IsNumber(const IKBValue& Value) {
-  return Value && (Value->GetDType() == dtInteger || Value->GetDType() == dtFloat);
 }
 }  // namespace
 
@@ -50,5 +47,19 @@ TKBFuzzyVariable::TKBFuzzyVariable(const std::string& Name) : TIFuzzyVariable(Na
 }
 
 IFuzzyVariable TKBFuzzyVariable::NewInstance() const { return IFuzzyVariable(new TKBFuzzyVariable()); }
+
+// ---------------------------------------------------------------- helpers
+
+IKBValue FuzzyValue(const IFuzzySet& Set) { return IKBValue(new TKBValue(Set)); }
+
+bool IsNumber(const IKBValue& Value) {
+  return Value && (Value->GetDType() == dtInteger || Value->GetDType() == dtFloat);
+}
+
+IFuzzySet SetOf(const IKBValue& Value) {
+  IFuzzySet Set = Value->GetAsFuzzy();
+  if (!Set) throw EKBException(Format(_SNotCorrectType, "fuzzy value", "", GetKBTypeName(Value->GetDType())));
+  return Set;
+}
 
 }  // namespace cogent

@@ -136,10 +136,10 @@ TEST(ExpertSystemTest, FailedSavesAndLoadsSayWhyAndKeepTheOldFile) {
   EXPECT_EQ(ErrorOf([&] { Engine.SaveToStream(Full, nullptr); }), "Stream write error");
 
   const TTempFolder Folder;
-  const std::string File = Folder / "kb.clp";
+  const std::string File = Folder / "saved.kb";
   WriteFile(File, "old");
-  EXPECT_EQ(ErrorOf([&] { Engine.SaveToFile(Folder / "none/kb.clp", nullptr); }),
-            "Cannot create \"" + (Folder / "none/kb.clp") + "\". No such file or directory");
+  EXPECT_EQ(ErrorOf([&] { Engine.SaveToFile(Folder / "none/saved.kb", nullptr); }),
+            "Cannot create \"" + (Folder / "none/saved.kb") + "\". No such file or directory");
   EXPECT_EQ(ReadFile(File), "old");
   Engine.SaveToFile(File, nullptr);
   const std::string Saved = ReadFile(File);
@@ -151,6 +151,15 @@ TEST(ExpertSystemTest, FailedSavesAndLoadsSayWhyAndKeepTheOldFile) {
   Other.GetParser()->SetEcho(false);
   const std::string Error = ErrorOf([&] { Other.LoadFromFile(File, nullptr); });
   EXPECT_TRUE(Error.starts_with(File + ":")) << Error;
+
+  // A knowledge base saved by a later version is refused whole.
+  std::string Later = Saved;
+  Later.replace(Later.find(" v") + 2, 6, "99.0000");
+  WriteFile(File, Later);
+  TInferenceEngine Fresh;
+  EXPECT_EQ(ErrorOf([&] { Fresh.LoadFromFile(File, nullptr); }),
+            "This knowledge base was saved by version 99.0000 of the engine, which is later than this one (6.0000)");
+  EXPECT_FALSE(Fresh.FindFactTemplate("a"));
 }
 
 }  // namespace

@@ -273,11 +273,11 @@ TEST(RuleGrammarTest, FuzzySlotsReadWholeExpressions) {
   // Variables and predicates as in any slot; anything else is one
   // expression up to the slot's end, hedges and all.
   EXPECT_EQ(R.Read("(reading (value ?v&:(zz-true ?v)))"), "reading/0 value: ?v (zz-true ?v)");
-  // A hedged term is a set of its own, written as a definition.
-  EXPECT_EQ(R.Read("(reading (value very high))"), "reading/0 value: (term high ())");
+  // A hedged term is a set of its own, written by its shape (no points here).
+  EXPECT_EQ(R.Read("(reading (value very high))"), "reading/0 value: ()");
   // A term by name is the variable's own set, written by its name.
   EXPECT_EQ(R.Read("(reading (value ~high))"), "reading/0 value: ~high");
-  EXPECT_EQ(R.Read("(reading (value 3))"), "reading/0 value: (term 3 (tri 3.0000 3.0000 3.0000))");
+  EXPECT_EQ(R.Read("(reading (value 3))"), "reading/0 value: (tri 3.0000 3.0000 3.0000)");
 }
 
 TEST(RuleGrammarTest, ErrorsInPatterns) {
