@@ -519,7 +519,8 @@ void TPlotFuzzySetFunction::Call(const IFunCall& FunCall, TKBContext* Context, I
 
 namespace {
 
-// Thresholds are memberships.
+// Thresholds are memberships. The engine's setters clip too, but a number
+// out of a float's range must be clipped before it is narrowed to one.
 float Membership(double Value) { return static_cast<float>(std::clamp(Value, 0.0, 1.0)); }
 
 }  // namespace
