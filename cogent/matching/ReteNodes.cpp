@@ -754,6 +754,8 @@ bool TJoinNode::CallNode(const IReteToken& Token, TCallType CallType) {
 }
 
 void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored, std::int32_t LeftKey) {
+  // Nothing to meet: only a negated join has work to do.
+  if (!FNegatedPattern && FRightMemory->GetCount() == 0) return;
   const TTokenAction Action = Left->GetTag();
   const bool Removing = Action == taRemove;
   if (FNegatedPattern && Removing) {
@@ -803,7 +805,7 @@ void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
   // A join still to take its turn on the shared memory's last change must
   // not see it yet.
   if (FLeftShare && FLeftShare->Open()) SplitLeftMemory();
-  if (FLeftMemory->GetEmpty()) return;
+  if (FLeftMemory->GetCount() == 0) return;
   const TTokenAction Action = Right->GetTag();
   TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
   auto Walk = [&](const TKBTokenTree::TTokens& Bucket) {
