@@ -481,6 +481,22 @@ struct TJoinNode::TLeftShare {
   std::int32_t Before = -1;
 
   bool Open() const noexcept { return Token && Turns < Users.size(); }
+  // A join's turn on the last change, when that was made with Token: the
+  // change's result goes to Result. False when the join has to make a
+  // change of its own.
+  bool TakeTurn(TKBTokenTree& Memory, const IReteToken& Token, bool Adding, std::uint64_t& Seen,
+                IReteToken* Taken, std::int32_t& TakenKey, bool& Result) {
+    if (Seen == Serial || Token != this->Token || Adding != this->Adding || !Open()) return false;
+    Seen = Serial;
+    TakenKey = Key;
+    if (Taken) *Taken = Removed;
+    Result = this->Result;
+    if (++Turns == Users.size()) {
+      if (GrowDue) Memory.GrowWhenFull();
+      Forget();
+    }
+    return true;
+  }
   void Forget() noexcept {
     Token.reset();
     Removed.reset();
@@ -595,22 +611,12 @@ void TJoinNode::LeaveLeftShare() noexcept {
 }
 
 bool TJoinNode::ChangeLeft(const IReteToken& Token, bool Adding, IReteToken* Removed, std::int32_t& Key) {
-  if (FLeftShare && FLeftShare->Open()) {
-    TLeftShare& Share = *FLeftShare;
-    if (FLeftSeen != Share.Serial && Share.Token == Token && Share.Adding == Adding) {
-      // Made already: this join's turn on it.
-      FLeftSeen = Share.Serial;
-      Key = Share.Key;
-      const bool Result = Share.Result;
-      if (Removed) *Removed = Share.Removed;
-      if (++Share.Turns == Share.Users.size()) {
-        if (Share.GrowDue) FLeftMemory->GrowWhenFull();
-        Share.Forget();
-      }
-      return Result;
-    }
-    SplitLeftMemory();
+  if (!FLeftShare) {
+    Key = -1;
+    return Adding ? FLeftMemory->Add(Token) : FLeftMemory->Remove(Token, Removed);
   }
+  if (bool Result; FLeftShare->TakeTurn(*FLeftMemory, Token, Adding, FLeftSeen, Removed, Key, Result)) return Result;
+  if (FLeftShare->Open()) SplitLeftMemory();
   TKBTokenTree& Memory = *FLeftMemory;
   if (!FLeftShare) {
     Key = -1;
@@ -728,14 +734,25 @@ bool TJoinNode::CallNode(const IReteToken& Token, TCallType CallType) {
   const bool Adding = Token->GetTag() != taRemove;
   switch (CallType) {
     case ctLeft:
-      if (Adding) {
+      if (FNegatedPattern && Adding) {
         // A negated join keeps its count on the stored token, so it stores a
         // copy; nothing else changes a token once made.
-        const IReteToken Stored = FNegatedPattern ? IReteToken(new TKBToken(*Token)) : Token;
+        const IReteToken Stored(new TKBToken(*Token));
         std::int32_t Key;
         if (ChangeLeft(Stored, true, nullptr, Key)) {
           RunTestsVaryRight(Token, Stored.get(), Key);
           AskForBackChain(Token);
+        }
+      } else if (Adding) {
+        // Many joins may follow one node, most with nothing to meet: the
+        // calls that would find nothing to do are not made.
+        std::int32_t Key;
+        bool Added;
+        if (!FLeftShare || !FLeftShare->TakeTurn(*FLeftMemory, Token, true, FLeftSeen, nullptr, Key, Added))
+          Added = ChangeLeft(Token, true, nullptr, Key);
+        if (Added) {
+          if (FRightMemory->GetCount() > 0) RunTestsVaryRight(Token, Token.get(), Key);
+          if (FPattern) AskForBackChain(Token);
         }
       } else {
         IReteToken Removed;
