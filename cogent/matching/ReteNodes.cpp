@@ -231,7 +231,14 @@ bool TPatternMatchNode::CallNode(const IReteToken& Token, TCallType CallType) {
 
 bool TPatternMatchNode::TestClassType(const TFactTemplate* Template) const {
   if (!FValue || !Template) return false;
-  const std::string& Wanted = FValue->GetAsString();
+  // Every fact meets the roots: the pattern's name, a symbol, is read
+  // without a copy.
+  std::string Converted;
+  std::string_view Wanted = FValue->GetText();
+  if (Wanted.empty()) {
+    Converted = FValue->GetAsString();
+    Wanted = Converted;
+  }
   if (Template->GetTemplateName() == Wanted) return true;
   // A pattern on a parent template sees the facts of derived templates too,
   // as long as they have the parent's slots: the later tests and the
