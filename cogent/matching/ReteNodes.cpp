@@ -599,6 +599,16 @@ void TJoinNode::SplitLeftMemory() {
 
 void TJoinNode::LeaveLeftShare() noexcept {
   if (!FLeftShare) return;
+  if (FLeftShare->Open()) {
+    // The joins still to take their turn must not be left with a change
+    // that nobody will take back for them.
+    try {
+      SplitLeftMemory();
+    } catch (...) {
+      // Out of memory: they go on with the memory as it is.
+    }
+    if (!FLeftShare) return;
+  }
   const std::shared_ptr<TLeftShare> Share = std::move(FLeftShare);
   std::vector<TJoinNode*>& Users = Share->Users;
   Users.erase(std::remove(Users.begin(), Users.end(), this), Users.end());
@@ -688,7 +698,6 @@ void TJoinNode::PrepareShortCut() {
   }
   if (FLeftShare) {
     // The keys may change: the other joins keep the memory.
-    if (FLeftShare->Open()) SplitLeftMemory();
     LeaveLeftShare();
     FLeftMemory.reset();
   }
