@@ -543,12 +543,22 @@ void TReteNetwork::ShareLeftMemories(const TCompilation& C) {
   // the left, so it keeps its own.
   for (const TCompilation::TNewJoin& New : C.Joins) {
     if (New.Join->GetNegatedPattern() || New.Join->GetBlocksOwnLeft() || FedFrom(New.Right, New.Left)) continue;
+    const TKBTokenTree* Memory = New.Join->GetLeftMemory();
+    if (!Memory) continue;
     for (int E = 0; E < New.Left->GetChildCount(); ++E) {
       const TReteEdge* Edge = New.Left->GetChildEdge(E);
       auto* Sibling = dynamic_cast<TJoinNode*>(Edge->GetToReteNode());
-      if (!Sibling || Sibling == New.Join || Edge->GetCallType() != ctLeft) continue;
-      TReteNode* Right = RightParentOf(Sibling);
-      if (!Right || FedFrom(Right, New.Left)) continue;
+      if (!Sibling || Sibling == New.Join || Edge->GetCallType() != ctLeft || Sibling->GetNegatedPattern() ||
+          Sibling->GetBlocksOwnLeft())
+        continue;
+      // The cheap questions first: a parent may feed many joins.
+      const TKBTokenTree* Theirs = Sibling->GetLeftMemory();
+      if (!Theirs || !Memory->KeysAlike(*Theirs) || !Memory->SameTokens(*Theirs)) continue;
+      // A join that shares already was asked when it took the memory.
+      if (!Sibling->GetLeftShared()) {
+        TReteNode* Right = RightParentOf(Sibling);
+        if (!Right || FedFrom(Right, New.Left)) continue;
+      }
       if (New.Join->ShareLeftMemory(Sibling)) break;
     }
   }
