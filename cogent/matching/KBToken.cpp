@@ -155,9 +155,10 @@ void TKBTokenTree::Link(std::int32_t At, std::int32_t Bucket, std::int32_t Tail)
   if (Bucket > FHighIndex) FHighIndex = Bucket;
 }
 
-bool TKBTokenTree::Add(const IReteToken& Token) {
+bool TKBTokenTree::Add(const IReteToken& Token) { return Token && Add(Token, GetKey(*Token), true); }
+
+bool TKBTokenTree::Add(const IReteToken& Token, std::int32_t Key, bool MayGrow) {
   if (!Token) return false;
-  const std::int32_t Key = GetKey(*Token);
   const std::int32_t Index = BucketIndex(Key);
   std::int32_t Tail = -1;
   for (std::int32_t At = FBuckets[static_cast<std::size_t>(Index)]; At >= 0;
@@ -180,8 +181,13 @@ bool TKBTokenTree::Add(const IReteToken& Token) {
   }
   Link(At, Index, Tail);
   FEmpty = false;
-  if (++FCount > 4 * static_cast<std::int64_t>(FHash)) Grow();
+  ++FCount;
+  if (MayGrow) GrowWhenFull();
   return true;
+}
+
+void TKBTokenTree::GrowWhenFull() {
+  if (FCount > 4 * static_cast<std::int64_t>(FHash)) Grow();
 }
 
 void TKBTokenTree::Grow() {
@@ -205,13 +211,20 @@ void TKBTokenTree::Grow() {
 }
 
 bool TKBTokenTree::Remove(const IReteToken& Token, IReteToken* Removed) {
+  return Token && Remove(Token, GetKey(*Token), Removed, nullptr, nullptr);
+}
+
+bool TKBTokenTree::Remove(const IReteToken& Token, std::int32_t Key, IReteToken* Removed, std::int32_t* RemovedKey,
+                          std::int32_t* Before) {
   if (!Token) return false;
-  const std::int32_t Key = GetKey(*Token);
   std::int32_t* Previous = &FBuckets[static_cast<std::size_t>(BucketIndex(Key))];
+  std::int32_t Last = -1;
   for (std::int32_t At = *Previous; At >= 0; At = *Previous) {
     TEntry& Held = FEntries[static_cast<std::size_t>(At)];
     if (Held.Token->Equals(Token.get())) {
       *Previous = Held.Next;
+      if (RemovedKey) *RemovedKey = Held.Key;
+      if (Before) *Before = Last;
       if (Removed)
         *Removed = std::move(Held.Token);
       else
@@ -222,8 +235,62 @@ bool TKBTokenTree::Remove(const IReteToken& Token, IReteToken* Removed) {
       return true;
     }
     Previous = &Held.Next;
+    Last = At;
   }
   return false;
+}
+
+void TKBTokenTree::CopyFrom(const TKBTokenTree& Source, const TKBToken* Without, const IReteToken& Restore,
+                            std::int32_t RestoreKey, std::int32_t Before) {
+  Clear();
+  FBuckets.assign(static_cast<std::size_t>(Source.FHash), -1);
+  FHash = Source.FHash;
+  FLowIndex = FHash + 1;
+  FHighIndex = -1;
+  FEntries.reserve(static_cast<std::size_t>(Source.FCount) + 1);
+  const std::int32_t RestoreBucket = Restore ? BucketIndex(RestoreKey) : -1;
+  for (std::int32_t Bucket = 0; Bucket < FHash; ++Bucket) {
+    std::int32_t Tail = -1;
+    auto Append = [&](const IReteToken& Token, std::int32_t Key) {
+      const auto At = static_cast<std::int32_t>(FEntries.size());
+      FEntries.push_back({Token, Key, -1});
+      Link(At, Bucket, Tail);
+      Tail = At;
+      ++FCount;
+    };
+    if (Bucket == RestoreBucket && Before < 0) Append(Restore, RestoreKey);
+    for (std::int32_t At = Source.FBuckets[static_cast<std::size_t>(Bucket)]; At >= 0;
+         At = Source.FEntries[static_cast<std::size_t>(At)].Next) {
+      const TEntry& Held = Source.FEntries[static_cast<std::size_t>(At)];
+      if (Held.Token.get() != Without) Append(Held.Token, Held.Key);
+      if (Bucket == RestoreBucket && At == Before) Append(Restore, RestoreKey);
+    }
+  }
+  FEmpty = FCount == 0 && Source.FEmpty;
+}
+
+bool TKBTokenTree::KeysAlike(const TKBTokenTree& Other) const noexcept {
+  if (FKeyByParent != Other.FKeyByParent || FUseHashCode != Other.FUseHashCode) return false;
+  if (FKeyByParent || FUseHashCode) return true;
+  return FTokenIndex == Other.FTokenIndex && FSubIndex == Other.FSubIndex &&
+         FFactIndex.GetName() == Other.FFactIndex.GetName();
+}
+
+bool TKBTokenTree::SameTokens(const TKBTokenTree& Other) const noexcept {
+  if (FHash != Other.FHash || FCount != Other.FCount) return false;
+  for (std::size_t Bucket = 0; Bucket < FBuckets.size(); ++Bucket) {
+    std::int32_t Mine = FBuckets[Bucket];
+    std::int32_t Theirs = Other.FBuckets[Bucket];
+    while (Mine >= 0 && Theirs >= 0) {
+      const TEntry& A = FEntries[static_cast<std::size_t>(Mine)];
+      const TEntry& B = Other.FEntries[static_cast<std::size_t>(Theirs)];
+      if (A.Token != B.Token || A.Key != B.Key) return false;
+      Mine = A.Next;
+      Theirs = B.Next;
+    }
+    if (Mine != Theirs) return false;
+  }
+  return true;
 }
 
 void TKBTokenTree::Clear() {

@@ -148,6 +148,25 @@ public:
   // when there is none. The used range stays as it was.
   virtual bool Remove(const IReteToken& Token, IReteToken* Removed = nullptr);
 
+  // What joins that share one memory need. Add with the key worked out
+  // already, growing later (GrowWhenFull) when MayGrow is false; Remove that
+  // also tells where the token stood: its entry's key and the entry before
+  // it in the bucket (-1 when it came first).
+  bool Add(const IReteToken& Token, std::int32_t Key, bool MayGrow);
+  bool Remove(const IReteToken& Token, std::int32_t Key, IReteToken* Removed, std::int32_t* RemovedKey,
+              std::int32_t* Before);
+  void GrowWhenFull();
+  // Becomes Source as it stood before its last change: the same buckets in
+  // the same order, but without the token object Without, and with Restore
+  // (keyed RestoreKey) back after entry Before of Source's bucket. Made with
+  // Source's hash.
+  void CopyFrom(const TKBTokenTree& Source, const TKBToken* Without, const IReteToken& Restore,
+                std::int32_t RestoreKey, std::int32_t Before);
+  // Whether every token gets the same key here as in Other.
+  bool KeysAlike(const TKBTokenTree& Other) const noexcept;
+  // Whether both hold the same token objects in the same buckets and order.
+  bool SameTokens(const TKBTokenTree& Other) const noexcept;
+
   // The bucket of Key (its sign ignored); empty while unused.
   TTokens GetTokens(std::int32_t Key) const noexcept {
     return {&FEntries, FBuckets[static_cast<std::size_t>(BucketIndex(Key))]};

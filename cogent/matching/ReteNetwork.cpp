@@ -52,6 +52,13 @@ struct TReteNetwork::TCompilation {
   std::string Account;
   // Where each pattern's facts stand in a token: test patterns hold none.
   std::vector<std::int32_t> FactIndex;
+  // The joins made for the rule, with the nodes that feed their two inputs.
+  struct TNewJoin {
+    TJoinNode* Join;
+    TReteNode* Left;
+    TReteNode* Right;
+  };
+  std::vector<TNewJoin> Joins;
 };
 
 // ================================================================ TReteNetwork
@@ -447,6 +454,7 @@ void TReteNetwork::ProcessThirdPass(TCompilation& C) {
       C.RuleNodes->push_back(Present);
       Left->LinkTo(Present, ctLeft);
       Right->LinkTo(Present, ctRight);
+      if (Join) C.Joins.push_back({Join, Left, Right});
       C.Account += "+2";
     }
     // exists and not-exists: each further join passes a left token exactly
@@ -502,6 +510,60 @@ void TReteNetwork::UpdateNodes(const std::vector<TReteNode*>& FirstNodes) {
   }
 }
 
+namespace {
+
+// The node that feeds Join's right input, or nil.
+TReteNode* RightParentOf(const TJoinNode* Join) {
+  for (int I = 0; I < Join->GetPredecessorCount(); ++I) {
+    auto* Parent = static_cast<TReteNode*>(Join->GetPredecessor(I));
+    for (int E = 0; E < Parent->GetChildCount(); ++E)
+      if (Parent->GetChildEdge(E)->GetToNode() == Join && Parent->GetChildEdge(E)->GetCallType() == ctRight)
+        return Parent;
+  }
+  return nullptr;
+}
+
+// Whether Node is Parent or one of the one-input nodes below it; anything
+// but a chain of one-input nodes counts as below.
+bool FedFrom(TReteNode* Node, const TReteNode* Parent) {
+  while (Node != Parent) {
+    if (!dynamic_cast<const TPatternMatchNode*>(Node) || Node->GetPredecessorCount() > 1) return true;
+    if (Node->GetPredecessorCount() == 0) return false;
+    Node = static_cast<TReteNode*>(Node->GetPredecessor(0));
+  }
+  return true;
+}
+
+}  // namespace
+
+void TReteNetwork::ShareLeftMemories(const TCompilation& C) {
+  // Joins that one parent feeds alike keep one left memory, which each
+  // token then reaches once however many rules follow it. A join fed on
+  // its right from that parent could meet a token there before its turn on
+  // the left, so it keeps its own.
+  for (const TCompilation::TNewJoin& New : C.Joins) {
+    if (New.Join->GetNegatedPattern() || New.Join->GetBlocksOwnLeft() || FedFrom(New.Right, New.Left)) continue;
+    const TKBTokenTree* Memory = New.Join->GetLeftMemory();
+    if (!Memory) continue;
+    for (int E = 0; E < New.Left->GetChildCount(); ++E) {
+      const TReteEdge* Edge = New.Left->GetChildEdge(E);
+      auto* Sibling = dynamic_cast<TJoinNode*>(Edge->GetToReteNode());
+      if (!Sibling || Sibling == New.Join || Edge->GetCallType() != ctLeft || Sibling->GetNegatedPattern() ||
+          Sibling->GetBlocksOwnLeft())
+        continue;
+      // The cheap questions first: a parent may feed many joins.
+      const TKBTokenTree* Theirs = Sibling->GetLeftMemory();
+      if (!Theirs || !Memory->KeysAlike(*Theirs) || !Memory->SameTokens(*Theirs)) continue;
+      // A join that shares already was asked when it took the memory.
+      if (!Sibling->GetLeftShared()) {
+        TReteNode* Right = RightParentOf(Sibling);
+        if (!Right || FedFrom(Right, New.Left)) continue;
+      }
+      if (New.Join->ShareLeftMemory(Sibling)) break;
+    }
+  }
+}
+
 void TReteNetwork::ReleaseNodes(TRuleNodes& Nodes) {
   while (!Nodes.empty()) {
     TReteNode* Node = Nodes.back();
@@ -522,7 +584,7 @@ void TReteNetwork::AddRule(IReteRule* Rule) {
   RemoveRule(Rule);
 
   TRuleEntry& Entry = FRuleNodes[Rule];
-  TCompilation C{Rule, &Entry.Nodes, {}, {}, Rule->GetRuleName() + ": ", {}};
+  TCompilation C{Rule, &Entry.Nodes, {}, {}, Rule->GetRuleName() + ": ", {}, {}};
   std::int32_t Facts = 0;
   for (int I = 0; I < Rule->GetPatternCount(); ++I) {
     C.FactIndex.push_back(Facts);
@@ -553,6 +615,7 @@ void TReteNetwork::AddRule(IReteRule* Rule) {
     }
     throw;
   }
+  ShareLeftMemories(C);
   Rule->SetCompilation(C.Account);
   Entry.Component = Rule->GetRuleComponent();
   if (Entry.Component) Entry.Component->FreeNotification(this);

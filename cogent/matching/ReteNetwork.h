@@ -293,9 +293,14 @@ protected:
 
 // Two inputs, two memories. A left token meets the right tokens it passes the
 // tests with; a negated join passes a left token while none does.
+//
+// Joins that one parent feeds through their left inputs with the same key
+// may keep one left memory: see ShareLeftMemory.
 class TJoinNode : public TTestNode {
 public:
   explicit TJoinNode(TReteNetwork* ARete) : TTestNode(ARete) {}
+  // Leaves the left memory to the joins that share it.
+  ~TJoinNode() override;
 
   bool GetNegatedPattern() const noexcept { return FNegatedPattern; }
   void SetNegatedPattern(bool Value) noexcept { FNegatedPattern = Value; }
@@ -318,8 +323,20 @@ public:
   TKBTokenTree* GetLeftMemory() const noexcept { return FLeftMemory.get(); }
   TKBTokenTree* GetRightMemory() const noexcept { return FRightMemory.get(); }
 
-  // Makes the memories that are missing and empties those that exist.
+  // Makes the memories that are missing and empties those that exist. A
+  // shared left memory is emptied for all its joins, which one clear reaches
+  // alike.
   virtual void ClearMemory();
+  // Takes Sibling's left memory for its own, which the two then share, when
+  // Sibling is a join that the same parent feeds through its left input
+  // with the same tokens, and both memories are keyed alike and hold the
+  // same tokens in the same order. Neither may be negated or a gate of
+  // exists, and neither's right input may be fed from that parent, since
+  // the memory changes at the first of them to be called and the others
+  // take its result when their turn comes.
+  bool ShareLeftMemory(TJoinNode* Sibling);
+  // Whether the left memory is shared with other joins.
+  bool GetLeftShared() const noexcept { return FLeftShare != nullptr; }
   using TTestNode::AddTest;
   // A test of whole slots.
   virtual void AddTest(TSlotTestType Type, std::int32_t TokenIndex, const TKBName& LeftIndex,
@@ -337,7 +354,15 @@ public:
   std::string ToString() const override;
 
 private:
-  void RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored);
+  struct TLeftShare;
+  // Adds to or removes from the left memory, shared or not; Key is where
+  // the token files there.
+  bool ChangeLeft(const IReteToken& Token, bool Adding, IReteToken* Removed, std::int32_t& Key);
+  // The joins of the share that have not taken their turn on its last change
+  // go on with a memory of their own as they saw it.
+  void SplitLeftMemory();
+  void LeaveLeftShare() noexcept;
+  void RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored, std::int32_t LeftKey = -1);
   void RunTestsVaryLeft(const IReteToken& Right);
   // Whether Left and Right (a right token) pass the tests.
   bool Matches(const IReteToken& Left, const TKBToken& Right);
@@ -349,7 +374,11 @@ private:
   bool FNegatedPattern = false;
   bool FBlocksOwnLeft = false;
   std::unique_ptr<TKBTokenTree> FRightMemory;
-  std::unique_ptr<TKBTokenTree> FLeftMemory;
+  std::shared_ptr<TKBTokenTree> FLeftMemory;
+  // The joins that share the left memory, nil while none does.
+  std::shared_ptr<TLeftShare> FLeftShare;
+  // The share's change this join took its turn on last.
+  std::uint64_t FLeftSeen = 0;
   std::int32_t FMatches = 0;
   TKBPattern* FPattern = nullptr;
   IReteRule* FRule = nullptr;
@@ -516,6 +545,8 @@ private:
   // Sets to 0 the fact index of every binding the call reads.
   static void CleanUpBinding(const IKBValue& Value);
   std::unique_ptr<TReteNode> MakeNode(const TReteNodeClass& Class) const;
+  // Lets each join made for the rule share the left memory of a sibling.
+  void ShareLeftMemories(const TCompilation& C);
   // Takes the rule's nodes away again, last first.
   void ReleaseNodes(TRuleNodes& Nodes);
   // Takes a rule's nodes away, handing the goals its joins asked for over.

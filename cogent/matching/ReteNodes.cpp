@@ -231,7 +231,14 @@ bool TPatternMatchNode::CallNode(const IReteToken& Token, TCallType CallType) {
 
 bool TPatternMatchNode::TestClassType(const TFactTemplate* Template) const {
   if (!FValue || !Template) return false;
-  const std::string& Wanted = FValue->GetAsString();
+  // Every fact meets the roots: the pattern's name, a symbol, is read
+  // without a copy.
+  std::string Converted;
+  std::string_view Wanted = FValue->GetText();
+  if (Wanted.empty()) {
+    Converted = FValue->GetAsString();
+    Wanted = Converted;
+  }
   if (Template->GetTemplateName() == Wanted) return true;
   // A pattern on a parent template sees the facts of derived templates too,
   // as long as they have the parent's slots: the later tests and the
@@ -451,6 +458,62 @@ std::string TTestNode::ToString() const {
 
 // ================================================================ TJoinNode
 
+// Joins that share a left memory take turns on each change of it. Their
+// parent calls them one after the other with the same token object, and
+// between the first call and the last only the subtrees of the joins
+// already called run, which feed no right input of the others: so the first
+// join to come makes the change and the others, in their turn, take its
+// result. Anything else that reaches the memory while some have still to
+// take their turn (a token from a nested assertion, a right token of a join
+// still to take its turn, a clear, or the next change after an error broke
+// the round off) first gives those joins a memory of their own, as they saw
+// it.
+struct TJoinNode::TLeftShare {
+  std::vector<TJoinNode*> Users;
+  // The last change, numbered, and how many joins took their turn on it.
+  std::uint64_t Serial = 0;
+  std::size_t Turns = 0;
+  // Held, so that no later token can come at the same address while turns
+  // are open.
+  IReteToken Token;
+  IReteToken Removed;
+  bool Adding = false;
+  bool Result = false;
+  // An added token grows the memory once all took their turn, so that the
+  // joins still to take theirs can be given the memory as it was.
+  bool GrowDue = false;
+  std::int32_t Key = 0;
+  // Where the removed token stood.
+  std::int32_t RemovedKey = 0;
+  std::int32_t Before = -1;
+
+  bool Open() const noexcept { return Token && Turns < Users.size(); }
+  // A join's turn on the last change, when that was made with Token: the
+  // change's result goes to Result. False when the join has to make a
+  // change of its own.
+  bool TakeTurn(TKBTokenTree& Memory, const IReteToken& Token, bool Adding, std::uint64_t& Seen,
+                IReteToken* Taken, std::int32_t& TakenKey, bool& Result) {
+    if (Seen == Serial || Token != this->Token || Adding != this->Adding || !Open()) return false;
+    Seen = Serial;
+    TakenKey = Key;
+    if (Taken) *Taken = Removed;
+    Result = this->Result;
+    if (++Turns == Users.size()) {
+      if (GrowDue) Memory.GrowWhenFull();
+      Forget();
+    }
+    return true;
+  }
+  void Forget() noexcept {
+    Token.reset();
+    Removed.reset();
+    GrowDue = false;
+    Turns = Users.size();
+  }
+};
+
+TJoinNode::~TJoinNode() { LeaveLeftShare(); }
+
 void TJoinNode::SetPattern(TKBPattern* Value) {
   if (Value) {
     const IFactTemplate& Template = Value->GetFactTemplate();
@@ -461,9 +524,11 @@ void TJoinNode::SetPattern(TKBPattern* Value) {
 
 void TJoinNode::ClearMemory() {
   if (!FLeftMemory) {
-    FLeftMemory = std::make_unique<TKBTokenTree>(FHashKey, FTokenIndex, FLeftSubIndex, FLeftFactIndex, !FShortCut);
+    FLeftMemory = std::make_shared<TKBTokenTree>(FHashKey, FTokenIndex, FLeftSubIndex, FLeftFactIndex, !FShortCut);
   } else {
+    if (FLeftShare && FLeftShare->Open()) SplitLeftMemory();
     FLeftMemory->Clear();
+    if (FLeftShare) FLeftShare->Forget();
   }
   if (!FRightMemory) {
     FRightMemory = std::make_unique<TKBTokenTree>(FHashKey, 0, FRightSubIndex, FRightFactIndex, false);
@@ -475,8 +540,125 @@ void TJoinNode::ClearMemory() {
 }
 
 void TJoinNode::ClearNode() {
-  if (FLeftMemory) FLeftMemory->Clear();
+  if (FLeftMemory) {
+    if (FLeftShare && FLeftShare->Open()) SplitLeftMemory();
+    FLeftMemory->Clear();
+    if (FLeftShare) FLeftShare->Forget();
+  }
   if (FRightMemory) FRightMemory->Clear();
+}
+
+bool TJoinNode::ShareLeftMemory(TJoinNode* Sibling) {
+  if (!Sibling || Sibling == this || FLeftShare || FNegatedPattern || FBlocksOwnLeft || Sibling->FNegatedPattern ||
+      Sibling->FBlocksOwnLeft || !FLeftMemory || !Sibling->FLeftMemory || FLeftMemory == Sibling->FLeftMemory)
+    return false;
+  if (!FLeftMemory->KeysAlike(*Sibling->FLeftMemory) || !FLeftMemory->SameTokens(*Sibling->FLeftMemory)) return false;
+  std::shared_ptr<TLeftShare> Share = Sibling->FLeftShare;
+  if (Share && Share->Open()) return false;
+  if (!Share) {
+    Share = std::make_shared<TLeftShare>();
+    Share->Users.reserve(2);
+    Share->Users.push_back(Sibling);
+    Sibling->FLeftSeen = 0;
+    Sibling->FLeftShare = Share;
+  }
+  Share->Users.push_back(this);
+  Share->Turns = Share->Users.size();
+  FLeftShare = std::move(Share);
+  FLeftMemory = Sibling->FLeftMemory;
+  FLeftSeen = FLeftShare->Serial;
+  return true;
+}
+
+void TJoinNode::SplitLeftMemory() {
+  const std::shared_ptr<TLeftShare> Share = FLeftShare;
+  const std::shared_ptr<TKBTokenTree> Memory = FLeftMemory;
+  auto View = std::make_shared<TKBTokenTree>(Memory->GetHash(), Memory->GetTokenIndex(), Memory->GetSubIndex(),
+                                             Memory->GetFactIndex(), Memory->GetUseHashCode());
+  View->CopyFrom(*Memory, Share->Adding && Share->Result ? Share->Token.get() : nullptr,
+                 !Share->Adding && Share->Result ? Share->Removed : IReteToken(), Share->RemovedKey, Share->Before);
+  std::vector<TJoinNode*> Ahead, Behind;
+  for (TJoinNode* User : Share->Users) (User->FLeftSeen == Share->Serial ? Ahead : Behind).push_back(User);
+  std::shared_ptr<TLeftShare> Rest;
+  if (Behind.size() > 1) {
+    Rest = std::make_shared<TLeftShare>();
+    Rest->Users = Behind;
+    Rest->Turns = Behind.size();
+  }
+  if (Share->GrowDue) Memory->GrowWhenFull();
+  for (TJoinNode* User : Behind) {
+    User->FLeftMemory = View;
+    User->FLeftShare = Rest;
+    User->FLeftSeen = 0;
+  }
+  Share->Users = std::move(Ahead);
+  Share->Forget();
+  if (Share->Users.size() < 2)
+    for (TJoinNode* User : Share->Users) User->FLeftShare.reset();
+}
+
+void TJoinNode::LeaveLeftShare() noexcept {
+  if (!FLeftShare) return;
+  if (FLeftShare->Open()) {
+    // The joins still to take their turn must not be left with a change
+    // that nobody will take back for them.
+    try {
+      SplitLeftMemory();
+    } catch (...) {
+      // Out of memory: they go on with the memory as it is.
+    }
+    if (!FLeftShare) return;
+  }
+  const std::shared_ptr<TLeftShare> Share = std::move(FLeftShare);
+  std::vector<TJoinNode*>& Users = Share->Users;
+  Users.erase(std::remove(Users.begin(), Users.end(), this), Users.end());
+  if (Share->Token && FLeftSeen == Share->Serial && Share->Turns > 0) --Share->Turns;
+  if (Share->Token && Share->Turns < Users.size() && Users.size() > 1) return;
+  // The turns are over, or there is nobody left to share with.
+  if (Share->GrowDue) {
+    try {
+      FLeftMemory->GrowWhenFull();
+    } catch (...) {
+      // Longer buckets, no more.
+    }
+  }
+  Share->Forget();
+  if (Users.size() < 2)
+    for (TJoinNode* User : Users) User->FLeftShare.reset();
+}
+
+bool TJoinNode::ChangeLeft(const IReteToken& Token, bool Adding, IReteToken* Removed, std::int32_t& Key) {
+  if (!FLeftShare) {
+    Key = -1;
+    return Adding ? FLeftMemory->Add(Token) : FLeftMemory->Remove(Token, Removed);
+  }
+  if (bool Result; FLeftShare->TakeTurn(*FLeftMemory, Token, Adding, FLeftSeen, Removed, Key, Result)) return Result;
+  if (FLeftShare->Open()) SplitLeftMemory();
+  TKBTokenTree& Memory = *FLeftMemory;
+  if (!FLeftShare) {
+    Key = -1;
+    return Adding ? Memory.Add(Token) : Memory.Remove(Token, Removed);
+  }
+  TLeftShare& Share = *FLeftShare;
+  Key = Memory.GetKey(*Token);
+  IReteToken Out;
+  std::int32_t RemovedKey = 0;
+  std::int32_t Before = -1;
+  const bool Result =
+      Adding ? Memory.Add(Token, Key, false) : Memory.Remove(Token, Key, &Out, &RemovedKey, &Before);
+  ++Share.Serial;
+  Share.Turns = 1;
+  Share.Token = Token;
+  Share.Adding = Adding;
+  Share.Result = Result;
+  Share.GrowDue = Adding && Result;
+  Share.Key = Key;
+  Share.RemovedKey = RemovedKey;
+  Share.Before = Before;
+  if (Removed) *Removed = Out;
+  Share.Removed = std::move(Out);
+  FLeftSeen = Share.Serial;
+  return Result;
 }
 
 void TJoinNode::AddTest(TSlotTestType Type, std::int32_t TokenIndex, const TKBName& LeftIndex,
@@ -513,6 +695,11 @@ void TJoinNode::PrepareShortCut() {
     }
     FShortCut = true;
     std::swap(FTests[0], FTests[Index]);
+  }
+  if (FLeftShare) {
+    // The keys may change: the other joins keep the memory.
+    LeaveLeftShare();
+    FLeftMemory.reset();
   }
   if (!(FLeftMemory && FRightMemory && FLeftMemory->GetEmpty() && FRightMemory->GetEmpty())) {
     // The keys may have changed: memories made before are made anew.
@@ -563,17 +750,30 @@ bool TJoinNode::CallNode(const IReteToken& Token, TCallType CallType) {
   const bool Adding = Token->GetTag() != taRemove;
   switch (CallType) {
     case ctLeft:
-      if (Adding) {
+      if (FNegatedPattern && Adding) {
         // A negated join keeps its count on the stored token, so it stores a
         // copy; nothing else changes a token once made.
-        const IReteToken Stored = FNegatedPattern ? IReteToken(new TKBToken(*Token)) : Token;
-        if (FLeftMemory->Add(Stored)) {
-          RunTestsVaryRight(Token, Stored.get());
+        const IReteToken Stored(new TKBToken(*Token));
+        std::int32_t Key;
+        if (ChangeLeft(Stored, true, nullptr, Key)) {
+          RunTestsVaryRight(Token, Stored.get(), Key);
           AskForBackChain(Token);
+        }
+      } else if (Adding) {
+        // Many joins may follow one node, most with nothing to meet: the
+        // calls that would find nothing to do are not made.
+        std::int32_t Key;
+        bool Added;
+        if (!FLeftShare || !FLeftShare->TakeTurn(*FLeftMemory, Token, true, FLeftSeen, nullptr, Key, Added))
+          Added = ChangeLeft(Token, true, nullptr, Key);
+        if (Added) {
+          if (FRightMemory->GetCount() > 0) RunTestsVaryRight(Token, Token.get(), Key);
+          if (FPattern) AskForBackChain(Token);
         }
       } else {
         IReteToken Removed;
-        if (FLeftMemory->Remove(Token, &Removed)) RunTestsVaryRight(Token, Removed.get());
+        std::int32_t Key;
+        if (ChangeLeft(Token, false, &Removed, Key)) RunTestsVaryRight(Token, Removed.get(), Key);
       }
       break;
     case ctRight:
@@ -586,7 +786,9 @@ bool TJoinNode::CallNode(const IReteToken& Token, TCallType CallType) {
   return true;
 }
 
-void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored) {
+void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored, std::int32_t LeftKey) {
+  // Nothing to meet: only a negated join has work to do.
+  if (!FNegatedPattern && FRightMemory->GetCount() == 0) return;
   const TTokenAction Action = Left->GetTag();
   const bool Removing = Action == taRemove;
   if (FNegatedPattern && Removing) {
@@ -618,7 +820,7 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored) {
   if (FShortCut || FBlocksOwnLeft) {
     // A left token's key in its own memory is the key of the right tokens it
     // can meet: the short cut's value, or for a gate the token itself.
-    Walk(FRightMemory->GetTokens(FLeftMemory->GetKey(*Left)));
+    Walk(FRightMemory->GetTokens(LeftKey >= 0 ? LeftKey : FLeftMemory->GetKey(*Left)));
   } else if (!FRightMemory->GetEmpty()) {
     for (std::int32_t B = FRightMemory->GetLowIndex(); B <= FRightMemory->GetHighIndex(); ++B)
       if (!Walk(FRightMemory->GetTokens(B))) break;
@@ -633,7 +835,10 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored) {
 }
 
 void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
-  if (FLeftMemory->GetEmpty()) return;
+  // A join still to take its turn on the shared memory's last change must
+  // not see it yet.
+  if (FLeftShare && FLeftShare->Open()) SplitLeftMemory();
+  if (FLeftMemory->GetCount() == 0) return;
   const TTokenAction Action = Right->GetTag();
   TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
   auto Walk = [&](const TKBTokenTree::TTokens& Bucket) {

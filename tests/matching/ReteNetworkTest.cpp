@@ -424,6 +424,66 @@ TEST_F(ReteNetworkTest, RulesAddedLaterAndResetAndClear) {
   EXPECT_EQ(R.Agenda(), (TAgenda{"again: f-0"}));
 }
 
+TEST_F(ReteNetworkTest, JoinsOfOneParentShareALeftMemoryYetKeepTheirOwnMatches) {
+  // (a (x ?x) (y 1)) (b (x ?x) (y K)): one left input keyed alike, a right
+  // input of each rule's own.
+  const auto Rule = [&](const std::string& Name, int K) {
+    return R.Rule(Name, R.Pattern("a", {{"x", Var("x")}, {"y", Int(1)}}),
+                  R.Pattern("b", {{"x", Var("x")}, {"y", Int(K)}}));
+  };
+  const auto Shared = [&] {
+    int Count = 0;
+    for (TJoinNode* Join : Nodes<TJoinNode>()) Count += Join->GetLeftShared();
+    return Count;
+  };
+  TRule* First = Rule("r1", 1);
+  R.Assert("(a (x 1) (y 1))");
+  R.Assert("(b (x 1) (y 1))");
+  R.Assert("(b (x 1) (y 2))");
+  // Loaded from the facts that stand, the second rule's memory is the
+  // first's, and is taken over.
+  Rule("r2", 2);
+  EXPECT_EQ(Shared(), 2);
+  EXPECT_EQ(R.Agenda(), (TAgenda{"r1: f-1, f-2", "r2: f-1, f-3"}));
+  R.Assert("(a (x 2) (y 1))");
+  R.Assert("(b (x 2) (y 2))");
+  EXPECT_EQ(R.Agenda(), (TAgenda{"r1: f-1, f-2", "r2: f-1, f-3", "r2: f-4, f-5"}));
+  Engine.GetRules()->Remove("r1", First);
+  EXPECT_EQ(Shared(), 0);
+  R.Assert("(b (x 2) (y 1))");
+  EXPECT_EQ(R.Agenda(), (TAgenda{"r2: f-1, f-3", "r2: f-4, f-5"}));
+  Engine.Retract(1);
+  EXPECT_EQ(R.Agenda(), (TAgenda{"r2: f-4, f-5"}));
+
+  // An error under the first join ends the round before the others took
+  // their turn: they go on with the memory as they saw it, without the
+  // token, as a memory of their own would be.
+  R.Rule("r0", R.Pattern("a", {{"x", Var("x")}, {"y", Int(1)}}), R.Pattern("b", {{"x", Var("x")}, {"y", Int(0)}}),
+         R.Test(Call("zz-boom", {Var("x")})));
+  Rule("r3", 3);
+  Rule("r4", 4);
+  EXPECT_EQ(Shared(), 4);
+  R.Assert("(b (x 7) (y 0))");
+  Boom = true;
+  EXPECT_TRUE(ErrorOf([&] { R.Assert("(a (x 7) (y 1))"); }).starts_with("boom"));
+  Boom = false;
+  R.Assert("(b (x 7) (y 3))");
+  R.Assert("(b (x 2) (y 4))");
+  EXPECT_EQ(R.Agenda(), (TAgenda{"r2: f-4, f-5", "r4: f-4, f-10"}));
+  // The same for a retraction: a join still to take its turn still holds
+  // the token, in its place. (Loading r5 brings f-8 to r0 and r3 at last.)
+  R.Assert("(b (x 2) (y 0))");
+  Rule("r5", 5);
+  Boom = true;
+  EXPECT_TRUE(ErrorOf([&] { Engine.Retract(4); }).starts_with("boom"));
+  Boom = false;
+  R.Assert("(b (x 2) (y 5))");
+  EXPECT_EQ(R.Agenda(),
+            (TAgenda{"r0: f-4, f-11", "r0: f-8, f-7", "r3: f-8, f-9", "r4: f-4, f-10", "r5: f-4, f-12"}));
+  RetractAll();
+  EXPECT_EQ(Memories(), "");
+}
+
 // ------------------------------------------------------------ errors and size
 
 TEST_F(ReteNetworkTest, ErrorsInCallsLeaveMemoriesConsistent) {
