@@ -88,6 +88,7 @@ void TBindings::Add(TBinding* Binding) {
 }
 
 void TBindings::Clear() {
+  ++FStamp;
   std::vector<std::unique_ptr<TBinding>> Gone;
   Gone.reserve(static_cast<std::size_t>(FCount));
   for (const auto& Item : FItems)
@@ -100,6 +101,7 @@ void TBindings::Clear() {
 void TBindings::DoAdd(std::int32_t HashCode, std::int32_t Index, const std::string& Key, TBinding* const& Value) {
   if (!Value) return;
   TBinding* const Binding = Value;
+  ++FStamp;
   TInherited::DoAdd(HashCode, Index, Key, Binding);
   Notify(Binding, tnAdded);
 }
@@ -114,6 +116,7 @@ void TBindings::DoSetValue(std::int32_t Index, TBinding* const& Value) {
   TBinding* const Old = FItems[Index].Value;
   TInherited::DoSetValue(Index, Binding);
   if (Old == Binding) return;
+  ++FStamp;
   const std::unique_ptr<TBinding> Gone(Old);
   Notify(Old, tnDeleted);
   Notify(Binding, tnAdded);
@@ -122,6 +125,7 @@ void TBindings::DoSetValue(std::int32_t Index, TBinding* const& Value) {
 TBinding* TBindings::DoRemove(const std::string& Key, std::int32_t HashCode, TCollectionNotification Notification) {
   TBinding* const Result = TInherited::DoRemove(Key, HashCode, Notification);
   if (!Result) return nullptr;
+  ++FStamp;
   if (Notification == cnExtracted) {
     Notify(Result, tnDeleted);
     return Result;
@@ -244,6 +248,11 @@ std::unique_ptr<TKBContext> TKBContext::Push() {
   auto Level = std::make_unique<TKBContext>(this, nullptr);
   Level->FEngine = FEngine;
   return Level;
+}
+
+void TKBContext::Reattach(TKBContext* AParent) noexcept {
+  FParent = AParent;
+  FEngine = AParent ? AParent->FEngine : nullptr;
 }
 
 TKBContext* TKBContext::Pop() {

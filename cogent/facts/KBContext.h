@@ -89,6 +89,9 @@ public:
   ~TBindings() override;
 
   TKBContext* GetOwner() const noexcept { return FOwner; }
+  // Changes whenever a binding enters, leaves or is replaced, so that a
+  // caller may keep pointers to the bindings while it stays the same.
+  std::uint64_t GetStamp() const noexcept { return FStamp; }
   // Enters Binding under its own name, in place of one of that name.
   virtual void Add(TBinding* Binding);
   // Empties the table, frees the bindings and reports tnCleared.
@@ -106,6 +109,7 @@ protected:
 
 private:
   TKBContext* FOwner;
+  std::uint64_t FStamp = 0;
 };
 
 // ---------------------------------------------------------------- TKBContext
@@ -171,6 +175,9 @@ public:
   // Hands the return state to the parent and gives the parent; the root
   // gives itself.
   virtual TKBContext* Pop();
+  // Hangs a level that its owner keeps between uses below AParent again,
+  // with AParent's engine; the bindings stay as they are.
+  void Reattach(TKBContext* AParent) noexcept;
 
   // ------------------------------------------------------------ evaluation
   // Each item resolved; an item that resolves to a list gives its own

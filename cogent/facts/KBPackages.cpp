@@ -1,7 +1,6 @@
 #include "cogent/facts/KBPackages.h"
 
 #include <algorithm>
-#include <typeinfo>
 
 #include "cogent/facts/KBPrinter.h"
 #include "cogent/host/Stack.h"
@@ -15,9 +14,7 @@ constexpr const char* SClassNotFound = "Class %s not found";
 
 TKBContext* AsContext(TObject* Context) {
   if (!Context) return nullptr;
-  // Every call comes through here: the exact class is the cheap first try.
-  if (typeid(*Context) == typeid(TKBContext)) return static_cast<TKBContext*>(Context);
-  auto* Result = dynamic_cast<TKBContext*>(Context);
+  auto* Result = ObjectAs<TKBContext>(Context);
   if (!Result) throw EInvalidCast(SInvalidCast);
   return Result;
 }

@@ -17,7 +17,7 @@ void TBuiltInFunction::Describe(const TKBName& Name, const std::string& Comment,
 }
 
 TInferenceEngine& EngineOf(TKBContext* Context) {
-  auto* Engine = Context ? dynamic_cast<TInferenceEngine*>(Context->GetEngine()) : nullptr;
+  auto* Engine = Context ? ObjectAs<TInferenceEngine>(Context->GetEngine()) : nullptr;
   if (!Engine) throw EKBException(_SUnknownEngine);
   return *Engine;
 }

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <typeinfo>
 #include <vector>
 
@@ -76,6 +77,17 @@ void RegisterClass() {
   const std::type_info* ParentType = nullptr;
   if constexpr (!std::is_void_v<Parent>) ParentType = &typeid(Parent);
   TMetaClass::Register(typeid(T), ParentType, std::move(Factory));
+}
+
+// Object as a T, nil when it is none. Objects on a hot path are mostly of
+// exactly the class asked for, and comparing the class is cheaper than a
+// cast through the hierarchy, so that is tried first.
+template <class T, class U>
+auto ObjectAs(U* Object) noexcept -> std::conditional_t<std::is_const_v<U>, const T*, T*> {
+  using TResult = std::conditional_t<std::is_const_v<U>, const T*, T*>;
+  if (!Object) return nullptr;
+  if (typeid(*Object) == typeid(T)) return static_cast<TResult>(Object);
+  return dynamic_cast<TResult>(Object);
 }
 
 // ---------------------------------------------------------------- TObject

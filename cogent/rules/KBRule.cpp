@@ -198,7 +198,7 @@ TRule::TRule(TComponent* AOwner)
     for (int I = 0; I < AOwner->GetComponentCount() && !Found; ++I)
       if (KnowledgeBaseOf(AOwner->GetComponent(I))) Found = AOwner->GetComponent(I);
   if (Found) {
-    FEngine = Found;
+    SetEngineField(Found);
     FID = KnowledgeBaseOf(Found)->NewRuleId();
     FreeNotification(Found);
   }
@@ -218,7 +218,7 @@ TRule::~TRule() {
 IKnowledgeBase* TRule::Engine() const noexcept {
   // An engine on its way out has no tables left to leave.
   if (!FEngine || FEngine->GetComponentState().Contains(csDestroying)) return nullptr;
-  return KnowledgeBaseOf(FEngine);
+  return FKnowledgeBase;
 }
 
 // ------------------------------------------------------------ identity
@@ -228,6 +228,7 @@ void TRule::SetRuleName(const TKBName& Value) {
   CheckKBName(Value);
   const TKBName OldName = FRuleName;
   FRuleName = Value;
+  FRuleNameValue = nullptr;
   if (IsLoading()) return;
   IKnowledgeBase* Host = Engine();
   if (!Host) return;
@@ -239,6 +240,7 @@ void TRule::SetRuleName(const TKBName& Value) {
       Host->RenameRule(OldName, Value);
   } catch (...) {
     FRuleName = OldName;
+    FRuleNameValue = nullptr;
     throw;
   }
 }
@@ -247,7 +249,7 @@ void TRule::SetEngine(TComponent* Value) {
   if (Value == FEngine) return;
   if (FEngine) FEngine->RemoveFreeNotification(this);
   if (IsLoading()) {
-    FEngine = Value;
+    SetEngineField(Value);
   } else {
     const bool RuleDestroying = GetComponentState().Contains(csDestroying);
     if (IKnowledgeBase* Old = Engine()) {
@@ -255,18 +257,18 @@ void TRule::SetEngine(TComponent* Value) {
       const TFocusBack Back(FocusModule(!RuleDestroying));
       // Without its engine for the moment, the rule is only taken out of
       // the table: the table neither frees it nor asks it back.
-      FEngine = nullptr;
+      SetEngineField(nullptr);
       try {
         if (TRules* Rules = Old->GetRules()) {
           TRule* Stored = nullptr;
           if (Rules->TryGetValue(FRuleName, Stored) && Stored == this) Rules->ExtractPair(FRuleName);
         }
       } catch (...) {
-        FEngine = OldComponent;
+        SetEngineField(OldComponent);
         throw;
       }
     }
-    FEngine = Value;
+    SetEngineField(Value);
     if (IKnowledgeBase* New = Engine(); New && !RuleDestroying) {
       const std::int32_t OldID = FID;
       FID = New->NewRuleId();
@@ -275,7 +277,7 @@ void TRule::SetEngine(TComponent* Value) {
         Back.Remember(FocusModule(true));
         if (TRules* Rules = New->GetRules()) Rules->Add(this);
       } catch (...) {
-        FEngine = nullptr;
+        SetEngineField(nullptr);
         FID = OldID;
         throw;
       }
@@ -353,6 +355,7 @@ void TRule::SetPatterns(const TRulePatternList& Value) {
   if (&Value == FPatterns.get()) return;
   const auto Update = UpdateGuard(*this);
   FBindings.clear();
+  FLayoutValid = false;
   FPatterns->Clear();
   bool FollowsNeed = false;
   for (const TKBPattern* Pattern : Value) {
@@ -387,6 +390,7 @@ TBinding* TRule::AddBinding(const TKBName& AName, std::int32_t AFactIndex, const
   for (const auto& Existing : FBindings)
     if (Existing->Equals(Binding.get())) return Existing.get();
   FBindings.push_back(std::move(Binding));
+  FLayoutValid = false;
   return FBindings.back().get();
 }
 
@@ -495,40 +499,99 @@ void TRule::Change(TObject* Sender) {
 
 // ------------------------------------------------------------ firing
 
+bool TRule::BindingValue(const TBinding& Binding, const IReteToken& Token, const IKnowledgeBase* Host,
+                         IKBValue& Value) const {
+  if (Binding.GetSlotIndex() == SLocalBinding) return false;
+  const IFact Fact = Token ? Token->GetFacts(Binding.GetFactIndex()) : IFact();
+  // No fact satisfied a negated pattern or a branch: nothing to bind.
+  if (!Fact || (Host && IsNullFact(Fact, *Host))) return false;
+  if (Binding.GetSlotIndex() == SPatternBinding) {
+    Value = IKBValue(new TKBValue(Fact->GetID(), dtFactId));
+  } else {
+    Value = Fact->GetValue(Binding.GetSlotIndex());
+    if (Binding.GetSubIndex() != NoSubIndex) Value = Value->GetAsList()->Get(Binding.GetSubIndex());
+  }
+  return true;
+}
+
+const IKBValue& TRule::RuleNameValue() {
+  if (!FRuleNameValue) FRuleNameValue = IKBValue(new TKBValue(FRuleName, dtString));
+  return FRuleNameValue;
+}
+
+bool TRule::RefillFiringContext(const IReteToken& Token, const IKnowledgeBase* Host) {
+  if (!FLayoutValid || FLayoutStamp != FFiringContext->GetBindings().GetStamp()) return false;
+  IKBValue Value;
+  for (std::size_t I = 0; I < FBindings.size(); ++I) {
+    const bool Bound = BindingValue(*FBindings[I], Token, Host, Value);
+    // A binding skipped now but not then, or the other way round, has its
+    // name in the table when it should not, or not when it should.
+    if (Bound != (FLayout[I] != nullptr)) return false;
+    if (Bound) FLayout[I]->SetValue(Value);
+  }
+  FLayout.back()->SetValue(RuleNameValue());
+  return true;
+}
+
 void TRule::Prepare(const IReteToken& Token, TKBContext* Context) {
   if (!Context) return;
   Context->SetToken(Token);
   const IKnowledgeBase* Host = Engine();
-  for (const auto& Binding : FBindings) {
-    if (Binding->GetSlotIndex() == SLocalBinding) continue;
-    const IFact Fact = Token ? Token->GetFacts(Binding->GetFactIndex()) : IFact();
-    // No fact satisfied a negated pattern or a branch: nothing to bind.
-    if (!Fact || (Host && IsNullFact(Fact, *Host))) continue;
-    IKBValue Value;
-    if (Binding->GetSlotIndex() == SPatternBinding) {
-      Value = IKBValue(new TKBValue(Fact->GetID(), dtFactId));
-    } else {
-      Value = Fact->GetValue(Binding->GetSlotIndex());
-      if (Binding->GetSubIndex() != NoSubIndex) Value = Value->GetAsList()->Get(Binding->GetSubIndex());
-    }
-    Context->AddLocalBinding(Binding->GetName(), Value);
+  const bool Kept = Context == FFiringContext.get();
+  if (Kept) {
+    if (RefillFiringContext(Token, Host)) return;
+    // Laid out again from an empty table.
+    FLayoutValid = false;
+    if (Context->GetBindings().GetCount() > 0) Context->Clear();
+    FLayout.assign(FBindings.size() + 1, nullptr);
   }
-  Context->AddLocalBinding(SRuleBinding, IKBValue(new TKBValue(FRuleName, dtString)));
+  IKBValue Value;
+  for (std::size_t I = 0; I < FBindings.size(); ++I)
+    if (BindingValue(*FBindings[I], Token, Host, Value)) {
+      TBinding* Entered = Context->AddLocalBinding(FBindings[I]->GetName(), Value);
+      if (Kept) FLayout[I] = Entered;
+    }
+  TBinding* const Named = Context->AddLocalBinding(SRuleBinding, RuleNameValue());
+  if (!Kept) return;
+  FLayout.back() = Named;
+  // A later binding of the same name took the place of an earlier one.
+  TBinding* Stored = nullptr;
+  for (std::size_t I = 0; I < FBindings.size(); ++I)
+    if (FLayout[I] && Context->GetBindings().TryGetValue(FBindings[I]->GetName(), Stored)) FLayout[I] = Stored;
+  FLayoutStamp = Context->GetBindings().GetStamp();
+  FLayoutValid = true;
 }
 
 void TRule::Fire(const IReteToken& Token) {
   IKnowledgeBase* Host = Engine();
   if (!Host) throw EKBException(_SUnknownEngine);
-  const std::unique_ptr<TKBContext> Context = Host->GetGlobalContext()->Push();
+  TKBContext* const Global = Host->GetGlobalContext();
+  std::unique_ptr<TKBContext> Own;
+  TKBContext* Context;
+  if (!FFiringContextBusy) {
+    if (!FFiringContext) {
+      FFiringContext = Global->Push();
+      FLayoutValid = false;
+    }
+    FFiringContext->Reattach(Global);
+    FFiringContextBusy = true;
+    Context = FFiringContext.get();
+  } else {
+    Own = Global->Push();
+    Context = Own.get();
+  }
   Context->ClearReturnValue();
-  const TFinally End([this, &Context] { EndFiring(Context.get()); });
-  Prepare(Token, Context.get());
+  const TFinally Release([this, Context] {
+    if (Context == FFiringContext.get()) ReleaseFiringContext();
+  });
+  const TFinally End([this, Context] { EndFiring(Context); });
+  Prepare(Token, Context);
   FHasFired = true;
   // A handler that sets a return value keeps the actions from running.
-  if (OnFire) OnFire(this, Context.get());
+  if (OnFire) OnFire(this, Context);
   // By index: an action may change the list it stands in.
   for (int I = 0; I < FActions->GetCount() && !Context->GetReturning(); ++I)
-    if (const IFunCall Action = FActions->GetItem(I)) Action->Execute(Context.get());
+    if (const IFunCall Action = FActions->GetItem(I)) Action->Execute(Context);
 }
 
 void TRule::EndFiring(TKBContext* Context) {
@@ -539,6 +602,23 @@ void TRule::EndFiring(TKBContext* Context) {
     Context->ClearReturnValue();
   }
   Context->Pop();
+}
+
+void TRule::ReleaseFiringContext() {
+  TKBContext& Context = *FFiringContext;
+  // The kept level lets go of what the firing bound; bindings that the
+  // actions added leave with the layout.
+  if (FLayoutValid && FLayoutStamp == Context.GetBindings().GetStamp()) {
+    for (TBinding* Binding : FLayout)
+      if (Binding) Binding->SetValue(nullptr);
+  } else {
+    FLayoutValid = false;
+    Context.Clear();
+  }
+  Context.SetToken(nullptr);
+  Context.SetFact(nullptr);
+  Context.ClearReturnValue();
+  FFiringContextBusy = false;
 }
 
 void TRule::Reset() { FHasFired = false; }

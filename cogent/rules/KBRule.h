@@ -245,8 +245,23 @@ private:
   // The engine when it is one, else nil.
   IKnowledgeBase* Engine() const noexcept;
   bool IsLoading() const noexcept { return GetComponentState().Contains(csLoading); }
+  void SetEngineField(TComponent* Value) noexcept {
+    FEngine = Value;
+    FKnowledgeBase = KnowledgeBaseOf(Value);
+  }
+  // The value of the binding at Index of a token, false when the binding
+  // takes no value from it.
+  bool BindingValue(const TBinding& Binding, const IReteToken& Token, const IKnowledgeBase* Host,
+                    IKBValue& Value) const;
+  // The rule's name as a value, made once for each name.
+  const IKBValue& RuleNameValue();
+  // Fills the kept firing level through its laid-out bindings; false when
+  // the layout does not fit this token and the level must be filled anew.
+  bool RefillFiringContext(const IReteToken& Token, const IKnowledgeBase* Host);
   // The steps of a firing that run also when an action raises.
   void EndFiring(TKBContext* Context);
+  // Empties the kept level for the next firing, whatever the firing did.
+  void ReleaseFiringContext();
 
   std::int32_t FID = 0;
   std::int32_t FSalience = 0;
@@ -257,6 +272,19 @@ private:
   std::unique_ptr<TRulePatternList> FPatterns;
   std::vector<std::unique_ptr<TBinding>> FBindings;
   TComponent* FEngine = nullptr;
+  // FEngine as a knowledge base, cast once.
+  IKnowledgeBase* FKnowledgeBase = nullptr;
+  // The level each firing runs in, kept so that its table and bindings are
+  // made once; a firing inside a firing of the same rule pushes its own.
+  std::unique_ptr<TKBContext> FFiringContext;
+  bool FFiringContextBusy = false;
+  // The binding of the kept level that each of FBindings fills (nil where
+  // one was skipped), then the one of the rule's name; good while the
+  // level's table shows FLayoutStamp.
+  std::vector<TBinding*> FLayout;
+  std::uint64_t FLayoutStamp = 0;
+  bool FLayoutValid = false;
+  IKBValue FRuleNameValue;
   std::string FCompilation;
   std::string FText;
   std::string FSource;

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <typeinfo>
 
 #include "cogent/facts/KBContext.h"
 #include "cogent/facts/KBFacts.h"
@@ -26,16 +25,6 @@ void Unwatch(TObject* Object, std::unique_ptr<TKBValueNexus>& Nexus) {
 }
 
 const TKBValueChangeEvent NoChangeEvent;
-
-// Resolution runs for every variable of every test, and a clone assigns
-// through a base pointer: the exact class is compared first, which is
-// cheaper than a cast through the hierarchy.
-template <class T>
-const T* ObjectAs(const TObject* Object) noexcept {
-  if (!Object) return nullptr;
-  if (typeid(*Object) == typeid(T)) return static_cast<const T*>(Object);
-  return dynamic_cast<const T*>(Object);
-}
 
 // "%.4f" without the process locale; a negative value that rounds to zero
 // prints as zero.
