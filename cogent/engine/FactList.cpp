@@ -42,51 +42,46 @@ TFact* TFactHashIndex::Removed() noexcept {
 }
 
 void TFactHashIndex::Clear() noexcept {
-  std::vector<TFact*>().swap(FFacts);
-  std::vector<std::int32_t>().swap(FHashes);
+  std::vector<TEntry>().swap(FEntries);
   FMask = FCount = FUsed = 0;
   FShift = 64;
 }
 
 void TFactHashIndex::Reserve(std::size_t Count) {
-  if (Count * 2 > FFacts.size()) Rebuild(Count);
+  if (Count * 2 > FEntries.size()) Rebuild(Count);
 }
 
 void TFactHashIndex::Rebuild(std::size_t Count) {
   // At most half full, removed entries left behind.
   const std::size_t Capacity = std::bit_ceil(std::max<std::size_t>(16, Count * 2));
-  std::vector<TFact*> OldFacts(Capacity, nullptr);
-  std::vector<std::int32_t> OldHashes(Capacity, 0);
-  OldFacts.swap(FFacts);
-  OldHashes.swap(FHashes);
+  std::vector<TEntry> Old(Capacity);
+  Old.swap(FEntries);
   FMask = Capacity - 1;
   FShift = 64 - std::countr_zero(Capacity);
   FCount = FUsed = 0;
-  for (std::size_t I = 0; I < OldFacts.size(); ++I)
-    if (OldFacts[I] && OldFacts[I] != Removed()) Add(OldHashes[I], OldFacts[I]);
+  for (const TEntry& Entry : Old)
+    if (Entry.Fact && Entry.Fact != Removed()) Add(Entry.Hash, Entry.Fact);
 }
 
 void TFactHashIndex::Add(std::int32_t Hash, TFact* Fact) {
-  if ((FUsed + 1) * 2 > FFacts.size()) Rebuild(FCount + 1);
+  if ((FUsed + 1) * 2 > FEntries.size()) Rebuild(FCount + 1);
   std::size_t I = Home(Hash);
-  while (FFacts[I] && FFacts[I] != Removed()) I = (I + 1) & FMask;
-  if (!FFacts[I]) ++FUsed;
-  FFacts[I] = Fact;
-  FHashes[I] = Hash;
+  while (FEntries[I].Fact && FEntries[I].Fact != Removed()) I = (I + 1) & FMask;
+  if (!FEntries[I].Fact) ++FUsed;
+  FEntries[I] = {Fact, Hash};
   ++FCount;
 }
 
 void TFactHashIndex::Erase(std::size_t Index) noexcept {
-  FFacts[Index] = Removed();
-  FHashes[Index] = 0;
+  FEntries[Index] = {Removed(), 0};
   --FCount;
 }
 
 bool TFactHashIndex::Remove(std::int32_t Hash, const TFact* Fact) noexcept {
-  if (FFacts.empty()) return false;
+  if (FEntries.empty()) return false;
   for (std::size_t I = Home(Hash);; I = (I + 1) & FMask) {
-    if (!FFacts[I]) return false;
-    if (FFacts[I] == Fact) {
+    if (!FEntries[I].Fact) return false;
+    if (FEntries[I].Fact == Fact) {
       Erase(I);
       return true;
     }
@@ -94,8 +89,8 @@ bool TFactHashIndex::Remove(std::int32_t Hash, const TFact* Fact) noexcept {
 }
 
 bool TFactHashIndex::RemoveAnywhere(const TFact* Fact) noexcept {
-  for (std::size_t I = 0; I < FFacts.size(); ++I)
-    if (FFacts[I] == Fact) {
+  for (std::size_t I = 0; I < FEntries.size(); ++I)
+    if (FEntries[I].Fact == Fact) {
       Erase(I);
       return true;
     }

@@ -300,23 +300,26 @@ public:
   bool RemoveAnywhere(const TFact* Fact) noexcept;
   template <class TVisit>
   void ForEach(std::int32_t Hash, TVisit&& Visit) const {
-    if (FFacts.empty()) return;
+    if (FEntries.empty()) return;
     for (std::size_t I = Home(Hash);; I = (I + 1) & FMask) {
-      TFact* const Fact = FFacts[I];
-      if (!Fact) return;
-      if (FHashes[I] == Hash && Fact != Removed()) Visit(Fact);
+      const TEntry& Entry = FEntries[I];
+      if (!Entry.Fact) return;
+      if (Entry.Hash == Hash && Entry.Fact != Removed()) Visit(Entry.Fact);
     }
   }
 
 private:
-  // Two arrays of one length, twelve bytes an entry: a nil fact is an empty
-  // entry, Removed() one whose fact has left.
+  // The hash beside its fact, so that a probe reads one cache line: a nil
+  // fact is an empty entry, Removed() one whose fact has left.
+  struct TEntry {
+    TFact* Fact = nullptr;
+    std::int32_t Hash = 0;
+  };
   static TFact* Removed() noexcept;
   std::size_t Home(std::int32_t Hash) const noexcept;
   void Rebuild(std::size_t Capacity);
   void Erase(std::size_t Index) noexcept;
-  std::vector<TFact*> FFacts;
-  std::vector<std::int32_t> FHashes;
+  std::vector<TEntry> FEntries;
   std::size_t FMask = 0;
   std::size_t FCount = 0;  // full entries
   std::size_t FUsed = 0;   // full and removed ones
