@@ -581,10 +581,20 @@ void TRule::Fire(const IReteToken& Token) {
     Context = Own.get();
   }
   Context->ClearReturnValue();
-  const TFinally Release([this, Context] {
-    if (Context == FFiringContext.get()) ReleaseFiringContext();
+  // One guard for both steps: the kept level is emptied however the end goes.
+  const TFinally End([this, Context] {
+    if (Context != FFiringContext.get()) {
+      EndFiring(Context);
+      return;
+    }
+    try {
+      EndFiring(Context);
+    } catch (...) {
+      ReleaseFiringContext();
+      throw;
+    }
+    ReleaseFiringContext();
   });
-  const TFinally End([this, Context] { EndFiring(Context); });
   Prepare(Token, Context);
   FHasFired = true;
   // A handler that sets a return value keeps the actions from running.
