@@ -5,13 +5,21 @@
 
 #include <mutex>
 
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
 namespace cogent::pool {
 
 namespace {
 
-// A thread takes fresh blocks a run at a time; a chunk holds a number of runs.
+// A thread takes fresh blocks a run at a time; a chunk holds a number of
+// runs. A chunk is one huge page of the processor where the system offers
+// them: a growing working memory then takes a page fault per 2 MB instead
+// of one per 4 KB.
 constexpr std::size_t RunBytes = 64 * 1024;
-constexpr std::size_t ChunkRuns = 16;
+constexpr std::size_t ChunkRuns = 32;
+constexpr std::size_t ChunkBytes = RunBytes * ChunkRuns;
 
 // Freed blocks linked through Next, as the first block of the batch says.
 struct TBatch {
@@ -28,9 +36,11 @@ struct TRun {
 };
 static_assert(sizeof(TRun) <= MinBlock);
 
-// The start of a chunk: chunks are linked, so that they stay reachable.
-struct alignas(16) TChunk {
+// Chunks are listed, so that they stay reachable; the list is kept apart
+// from them, so that a chunk is all runs.
+struct TChunk {
   TChunk* Next;
+  void* Memory;
 };
 
 struct TSupply {
@@ -109,10 +119,20 @@ void* Refill(std::size_t Class) {
       Cache.FreshEnd = Run->End;
     } else {
       if (S.NextRun == S.ChunkEnd) {
-        auto* Chunk = static_cast<char*>(::operator new(sizeof(TChunk) + RunBytes * ChunkRuns));
-        S.Chunks = ::new (static_cast<void*>(Chunk)) TChunk{S.Chunks};
-        S.NextRun = Chunk + sizeof(TChunk);
-        S.ChunkEnd = S.NextRun + RunBytes * ChunkRuns;
+        auto* Link = new TChunk{S.Chunks, nullptr};
+        try {
+          Link->Memory = ::operator new(ChunkBytes, std::align_val_t{ChunkBytes});
+        } catch (...) {
+          delete Link;
+          throw;
+        }
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+        // Only advice: where it is refused the chunk has ordinary pages.
+        madvise(Link->Memory, ChunkBytes, MADV_HUGEPAGE);
+#endif
+        S.Chunks = Link;
+        S.NextRun = static_cast<char*>(Link->Memory);
+        S.ChunkEnd = S.NextRun + ChunkBytes;
       }
       Cache.Fresh = S.NextRun;
       Cache.FreshEnd = S.NextRun + RunBytes / BlockSize(Class) * BlockSize(Class);
