@@ -345,9 +345,18 @@ int TFactTemplate::PositionOf(const TKBName& Name) const {
   UpdatePositions();
   // A template has a few slots: comparing their names is quicker than
   // hashing the one asked for. Names whose slots have left are in the map.
-  if (FSlotAt.size() <= 8)
-    for (std::size_t Position = 0; Position < FSlotAt.size(); ++Position)
-      if (const TFactSlot* Slot = FSlotAt[Position]; Slot && Slot->GetName() == Name) return static_cast<int>(Position);
+  if (FSlotAt.size() <= 8) {
+    // Most names differ in length or first character.
+    const std::size_t Length = Name.size();
+    const char First = Length ? Name[0] : '\0';
+    for (std::size_t Position = 0; Position < FSlotAt.size(); ++Position) {
+      const TFactSlot* Slot = FSlotAt[Position];
+      if (!Slot) continue;
+      const TKBName& SlotName = Slot->GetName();
+      if (SlotName.size() == Length && (Length == 0 || (SlotName[0] == First && SlotName == Name)))
+        return static_cast<int>(Position);
+    }
+  }
   const auto Found = FPositions.find(Name);
   return Found == FPositions.end() ? -1 : Found->second;
 }

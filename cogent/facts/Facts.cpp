@@ -213,10 +213,12 @@ std::int32_t TFact::GetHashCode() const {
   std::int32_t Hash = static_cast<std::int32_t>(std::hash<const void*>()(FTemplate.get()));
   if (FTemplate) {
     const bool Fuzzy = FTemplate->IsFuzzy();
+    CoverPositions();
     for (const int Position : FTemplate->GetSortedPositions()) {
       const TFactSlot& Slot = *FTemplate->SlotAt(Position);
       if (Fuzzy && Slot.IsFuzzy()) continue;
-      const IKBValue& Value = ValueAt(Position, Slot);
+      const IKBValue& Entered = FValues[static_cast<std::size_t>(Position)];
+      const IKBValue& Value = Entered ? Entered : ValueAt(Position, Slot);
       if (Value->GetDType() != dtList) {
         Hash = HashCombine(Hash, Value->GetHashCode());
         continue;

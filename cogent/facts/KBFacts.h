@@ -259,7 +259,8 @@ class TFactValues {
 public:
   TFactValues() noexcept = default;
   explicit TFactValues(std::size_t Count)
-      : FItems(Count ? std::allocator<IKBValue>().allocate(Count) : nullptr), FCount(Narrow(Count)) {
+      : FItems(Count ? static_cast<IKBValue*>(pool::Allocate(Count * sizeof(IKBValue))) : nullptr),
+        FCount(Narrow(Count)) {
     std::uninitialized_value_construct_n(FItems, Count);
   }
   TFactValues(TFactValues&& Other) noexcept
@@ -277,7 +278,7 @@ public:
   void clear() noexcept {
     if (!FItems) return;
     std::destroy_n(FItems, FCount);
-    std::allocator<IKBValue>().deallocate(FItems, FCount);
+    pool::Free(FItems, FCount * sizeof(IKBValue));
     FItems = nullptr;
     FCount = 0;
   }
@@ -295,7 +296,7 @@ public:
 private:
   static std::uint32_t Narrow(std::size_t Count) noexcept { return static_cast<std::uint32_t>(Count); }
 
-  // A plain allocation, without the count that new[] keeps before the items.
+  // A block of the pool, without the count that new[] keeps before the items.
   IKBValue* FItems = nullptr;
   std::uint32_t FCount = 0;
 };
@@ -304,6 +305,8 @@ private:
 // template's defaults as they are read.
 class TFact : public TPersistent, public TRefCounted, public ICloneable {
 public:
+  COGENT_POOLED(TFact)
+
   explicit TFact(const IFactTemplate& ATemplate = nullptr, const IFact& ASource = nullptr);
 
   std::int32_t GetID() const noexcept { return FID; }

@@ -24,6 +24,8 @@ class TKBTokenPersistent : public TPersistent, public TRefCounted {};
 
 class TKBToken : public TKBTokenPersistent {
 public:
+  COGENT_POOLED(TKBToken)
+
   // A clear token: no fact, nothing in the chain.
   TKBToken() noexcept = default;
   // A one-fact token keyed by the fact's id; a nil fact makes a token of

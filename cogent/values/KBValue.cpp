@@ -105,9 +105,43 @@ TKBText::TKBText(std::string_view Text) noexcept : FHash(CalculateHash(Text)), F
   Data[Text.size()] = 0;
 }
 
+namespace {
+// The short texts this thread made last, by hash: a symbol that many values
+// hold (a relation name, a constant field) is one text, not a copy per value.
+// A slot keeps one reference of its own.
+constexpr std::size_t RecentTextCount = 64;
+constexpr std::size_t RecentTextLength = 32;
+constinit thread_local bool RecentTextsGone = false;
+
+struct TRecentTexts {
+  TKBText* Items[RecentTextCount] = {};
+  TRecentTexts() = default;
+  TRecentTexts(const TRecentTexts&) = delete;
+  TRecentTexts& operator=(const TRecentTexts&) = delete;
+  ~TRecentTexts() {
+    RecentTextsGone = true;
+    for (TKBText* Text : Items)
+      if (Text) Text->Release();
+  }
+};
+}  // namespace
+
 TKBText* TKBText::Make(std::string_view Text) {
   // FData's one character is the terminator.
-  return new (::operator new(sizeof(TKBText) + Text.size())) TKBText(Text);
+  const auto New = [Text] { return new (::operator new(sizeof(TKBText) + Text.size())) TKBText(Text); };
+  // Texts made while the thread's own objects are destroyed are not kept.
+  if (Text.size() > RecentTextLength || RecentTextsGone) return New();
+  static thread_local TRecentTexts Recent;
+  TKBText*& Slot = Recent.Items[(static_cast<std::uint32_t>(CalculateHash(Text)) * 0x9E3779B9u) >> 26];
+  if (Slot && Slot->View() == Text) {
+    Slot->AddRef();
+    return Slot;
+  }
+  TKBText* Made = New();
+  if (Slot) Slot->Release();
+  Made->AddRef();
+  Slot = Made;
+  return Made;
 }
 
 // A value in 40 bytes takes a 48-byte block of the allocator.

@@ -14,6 +14,7 @@
 #include "cogent/foundation/KBConsts.h"
 #include "cogent/foundation/KBInterfaces.h"
 #include "cogent/fuzzy/VXFuzzyLogic.h"
+#include "cogent/host/Pool.h"
 
 namespace cogent {
 
@@ -92,6 +93,8 @@ union TKBValueRec {
 // and one more table pointer in each would cost a fifth of the value.
 class TKBValue : public TBugPersistent, public TRefCounted {
 public:
+  COGENT_POOLED(TKBValue)
+
   TKBValue() = default;
   explicit TKBValue(TPersistentClass AClass);
   // AType must be dtInteger, dtFactId or dtDescriptor.

@@ -1,0 +1,127 @@
+#pragma once
+// Blocks of a few fixed sizes for the small objects that working memory holds
+// by the million (values, facts, tokens). A block carries no allocator header
+// and comes off a free list of the calling thread, or off a run of fresh
+// blocks that the thread took from a shared chunk, so that neither a new block
+// nor a freed one takes a lock. A thread keeps a bounded number of freed
+// blocks and passes the rest, and all it keeps when it ends, back to a shared
+// supply that any thread draws on; a block may be freed by any thread. Chunks
+// stay with the process for its life.
+//
+// A class takes part by naming COGENT_POOLED(itself) in its body; a few
+// others call Allocate and Free with the size. Under AddressSanitizer the pool
+// is off, so that every block is the sanitizer's and a use after free is
+// caught.
+
+#include <cstddef>
+#include <cstdint>
+#include <new>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define COGENT_POOL_OFF 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define COGENT_POOL_OFF 1
+#endif
+#endif
+
+namespace cogent::pool {
+
+// Block sizes are multiples of the granule, from three words (what a batch of
+// freed blocks keeps in its first block) up to MaxBlock; larger objects, of
+// classes derived from a pooled one, go to the global operator new.
+constexpr std::size_t Granule = 8;
+constexpr std::size_t MinBlock = 24;
+constexpr std::size_t MaxBlock = 128;
+constexpr std::size_t ClassCount = MaxBlock / Granule + 1;
+// Freed blocks a thread keeps of one size before it passes half of them on.
+constexpr std::uint32_t KeepLimit = 1024;
+
+struct TFreeBlock {
+  TFreeBlock* Next;
+};
+
+// One thread's blocks of one size: freed ones, then a run of fresh ones.
+struct TSizeCache {
+  TFreeBlock* Free = nullptr;
+  char* Fresh = nullptr;
+  char* FreshEnd = nullptr;
+  std::uint32_t Count = 0;  // blocks on Free
+  // 0 once the thread's caches are gone: every freed block goes back at once.
+  std::uint32_t Limit = KeepLimit;
+};
+
+struct TThreadCaches {
+  // Set once the thread has arranged to give its blocks back when it ends.
+  bool Registered = false;
+  TSizeCache Sizes[ClassCount];
+};
+
+// Trivially destroyed and constant initialised: reaching it costs no check,
+// and it stays readable while other objects of the thread are destroyed.
+inline constinit thread_local TThreadCaches ThreadCaches{};
+
+constexpr std::size_t ClassOf(std::size_t Size) noexcept {
+  return (Size < MinBlock ? MinBlock : Size + Granule - 1) / Granule;
+}
+constexpr std::size_t BlockSize(std::size_t Class) noexcept { return Class * Granule; }
+
+// The paths that take the shared supply's lock.
+void* Refill(std::size_t Class);
+void Spill(std::size_t Class) noexcept;
+void Register() noexcept;
+
+#ifdef COGENT_POOL_OFF
+
+inline void* Allocate(std::size_t Size) { return ::operator new(Size); }
+inline void Free(void* Block, std::size_t) noexcept { ::operator delete(Block); }
+
+#else
+
+inline void* Allocate(std::size_t Size) {
+  if (Size > MaxBlock) return ::operator new(Size);
+  const std::size_t Class = ClassOf(Size);
+  TSizeCache& Cache = ThreadCaches.Sizes[Class];
+  if (TFreeBlock* Block = Cache.Free) {
+    Cache.Free = Block->Next;
+    --Cache.Count;
+    return Block;
+  }
+  if (Cache.Fresh != Cache.FreshEnd) {
+    void* Block = Cache.Fresh;
+    Cache.Fresh += BlockSize(Class);
+    return Block;
+  }
+  return Refill(Class);
+}
+
+inline void Free(void* Block, std::size_t Size) noexcept {
+  if (!Block) return;
+  if (Size > MaxBlock) {
+    ::operator delete(Block);
+    return;
+  }
+  if (!ThreadCaches.Registered) [[unlikely]]
+    Register();
+  const std::size_t Class = ClassOf(Size);
+  TSizeCache& Cache = ThreadCaches.Sizes[Class];
+  Cache.Free = ::new (Block) TFreeBlock{Cache.Free};
+  if (++Cache.Count >= Cache.Limit) [[unlikely]]
+    Spill(Class);
+}
+
+#endif
+
+}  // namespace cogent::pool
+
+// Class-level allocation from the pool. A derived class inherits it; the
+// size passed on deletion is that of the object's own class, so derived
+// objects of any size come and go alike.
+#define COGENT_POOLED(Class)                                                 \
+  static void* operator new(std::size_t Size) {                              \
+    static_assert(alignof(Class) <= ::cogent::pool::Granule);                \
+    return ::cogent::pool::Allocate(Size);                                   \
+  }                                                                          \
+  static void operator delete(void* Block, std::size_t Size) noexcept {      \
+    ::cogent::pool::Free(Block, Size);                                       \
+  }
