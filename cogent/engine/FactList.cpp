@@ -64,7 +64,13 @@ void TFactHashIndex::Rebuild(std::size_t Count) {
 }
 
 void TFactHashIndex::Add(std::int32_t Hash, TFact* Fact) {
-  if ((FUsed + 1) * 2 > FEntries.size()) Rebuild(FCount + 1);
+  if ((FUsed + 1) * 2 > FEntries.size()) {
+    // Twice the size when a quarter or more is live, else the same size
+    // cleared of removed entries: either way a quarter of the entries are
+    // free again, so that churn at a steady count rebuilds seldom.
+    const std::size_t Size = FEntries.size();
+    Rebuild(FCount * 4 >= Size ? Size : Size / 2);
+  }
   std::size_t I = Home(Hash);
   while (FEntries[I].Fact && FEntries[I].Fact != Removed()) I = (I + 1) & FMask;
   if (!FEntries[I].Fact) ++FUsed;
