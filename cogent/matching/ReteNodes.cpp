@@ -628,12 +628,11 @@ void TJoinNode::LeaveLeftShare() noexcept {
 }
 
 bool TJoinNode::ChangeLeft(const IReteToken& Token, bool Adding, IReteToken* Removed, std::int32_t& Key) {
-  if (!FLeftShare) {
-    Key = -1;
-    return Adding ? FLeftMemory->Add(Token) : FLeftMemory->Remove(Token, Removed);
+  if (FLeftShare) {
+    if (bool Result; FLeftShare->TakeTurn(*FLeftMemory, Token, Adding, FLeftSeen, Removed, Key, Result)) return Result;
+    // Splitting may leave this join a memory of its own.
+    if (FLeftShare->Open()) SplitLeftMemory();
   }
-  if (bool Result; FLeftShare->TakeTurn(*FLeftMemory, Token, Adding, FLeftSeen, Removed, Key, Result)) return Result;
-  if (FLeftShare->Open()) SplitLeftMemory();
   TKBTokenTree& Memory = *FLeftMemory;
   if (!FLeftShare) {
     Key = -1;
