@@ -26,11 +26,11 @@ std::string EnumName(TTableNotification V) {
 bool TBindingInfo::Equals(const TObject* Other) const {
   const auto* Info = dynamic_cast<const TBindingInfo*>(Other);
   if (!Info) return false;
-  return Info->FFactIndex == FFactIndex && Info->FSlotIndex == FSlotIndex && Info->FSubIndex == FSubIndex;
+  return Info->FFactIndex == FFactIndex && Info->GetSlotIndex() == GetSlotIndex() && Info->FSubIndex == FSubIndex;
 }
 
 std::string TBindingInfo::ToString() const {
-  std::string Result = "FactIdx=" + IntToStr(FFactIndex) + " SlotIdx=" + FSlotIndex;
+  std::string Result = "FactIdx=" + IntToStr(FFactIndex) + " SlotIdx=" + GetSlotIndex();
   if (FSubIndex != NoSubIndex) Result += " SubIdx=" + IntToStr(FSubIndex);
   return Result;
 }
@@ -40,6 +40,7 @@ void TBindingInfo::Assign(TPersistent* Source) {
     FSubIndex = Info->FSubIndex;
     FFactIndex = Info->FFactIndex;
     FSlotIndex = Info->FSlotIndex;
+    FKind = Info->FKind;
     return;
   }
   TPersistent::Assign(Source);
@@ -330,6 +331,16 @@ IKBValue ResolveFuzzySlot(TKBContext& Context, const TFactTemplate& Template, co
 
 }  // namespace
 
+IKBValue TKBContext::FitSlotValue(const TFactTemplate& Template, bool Fuzzy, const TKBName& Name, IKBValue Value) {
+  if (!Value) return Value;
+  // A fuzzy slot's value becomes a set of the slot type's variable.
+  if (Fuzzy) return ResolveFuzzySlot(*this, Template, Name, Value);
+  // A fresh value: the resolved one may be a variable's own or a shared
+  // constant.
+  if (Value->GetDType() == dtList) return IKBValue(new TKBValue(ExpandList(Value->GetAsList())));
+  return Value;
+}
+
 IFact TKBContext::Resolve(const IFact& Fact) {
   const IFactTemplate Template = Fact ? Fact->GetTemplate() : IFactTemplate();
   if (!Template) return Fact;
@@ -339,17 +350,37 @@ IFact TKBContext::Resolve(const IFact& Fact) {
     const std::string Name = Names.GetString(I);
     IKBValue Value = Fact->GetValue(Name);
     if (Value) Value = Value->Resolve(this);
-    if (Fuzzy) {
-      // A fuzzy slot's value becomes a set of the slot type's variable.
-      if (Value) Value = ResolveFuzzySlot(*this, *Template, Name, Value);
-    } else if (Value && Value->GetDType() == dtList) {
-      // A fresh value: the resolved one may be a variable's own or a shared
-      // constant.
-      Value = IKBValue(new TKBValue(ExpandList(Value->GetAsList())));
-    }
-    Fact->SetValue(Name, Value);
+    Fact->SetValue(Name, FitSlotValue(*Template, Fuzzy, Name, std::move(Value)));
   }
   return Fact;
+}
+
+IFact TKBContext::ResolveClone(const IFact& Fact) {
+  const IFactTemplate Template = Fact ? Fact->GetTemplate() : IFactTemplate();
+  if (!Template) return Fact ? Fact->Clone() : Fact;
+  const IFact Result(new TFact(Template));
+  Result->SetID(Fact->GetID());
+  Result->SetTag(Fact->GetTag());
+  const bool Fuzzy = Template->IsFuzzy();
+  // Slot by slot in name order, as Resolve goes.
+  for (std::size_t I = 0; I < Template->GetSortedPositions().size(); ++I) {
+    const int Position = Template->GetSortedPositions()[I];
+    const TFactSlot* Slot = Template->SlotAt(Position);
+    if (!Slot) continue;
+    IKBValue Value;
+    if (TKBValue* Entered = Fact->GetEnteredValue(Position)) {
+      // A clone resolves as its original does, except that a value standing
+      // for itself gives the clone.
+      Value = Entered->Resolve(this);
+      if (Value.get() == Entered) Value = Entered->Clone();
+    } else {
+      // The default a clone would enter as its slot is first read.
+      const IKBValue Default = Slot->GetSlotDefault();
+      Value = Default ? Default->Clone()->Resolve(this) : FCNil;
+    }
+    Result->SetValue(Slot->GetName(), FitSlotValue(*Template, Fuzzy, Slot->GetName(), std::move(Value)));
+  }
+  return Result;
 }
 
 void TKBContext::Assign(TPersistent* Source) {

@@ -30,12 +30,21 @@ class TBindingInfo : public TPersistent {
 public:
   TBindingInfo() = default;
   TBindingInfo(std::int32_t AFactIndex, const std::string& ASlotIndex, std::int32_t ASubIndex = NoSubIndex)
-      : FSubIndex(ASubIndex), FFactIndex(AFactIndex), FSlotIndex(ASlotIndex) {}
+      : FSubIndex(ASubIndex), FFactIndex(AFactIndex), FSlotIndex(ASlotIndex), FKind(KindOf(ASlotIndex)) {}
 
   std::int32_t GetFactIndex() const noexcept { return FFactIndex; }
   void SetFactIndex(std::int32_t Value) noexcept { FFactIndex = Value; }
-  const std::string& GetSlotIndex() const noexcept { return FSlotIndex; }
-  void SetSlotIndex(const std::string& Value) { FSlotIndex = Value; }
+  const std::string& GetSlotIndex() const noexcept { return FSlotIndex.GetName(); }
+  void SetSlotIndex(const std::string& Value) {
+    FSlotIndex.SetName(Value);
+    FKind = KindOf(Value);
+  }
+  // The slot as a fact reads it by position, without looking the name up.
+  const TSlotRef& GetSlotRef() const noexcept { return FSlotIndex; }
+  // The slot index is SPatternBinding: the address is the fact itself.
+  bool IsFactAddress() const noexcept { return FKind == akFact; }
+  // The slot index is SLocalBinding: the binding is tied to no fact.
+  bool IsLocal() const noexcept { return FKind == akLocal; }
   std::int32_t GetSubIndex() const noexcept { return FSubIndex; }
   void SetSubIndex(std::int32_t Value) noexcept { FSubIndex = Value; }
 
@@ -46,9 +55,15 @@ public:
   void Assign(TPersistent* Source) override;
 
 private:
+  enum TAddressKind : std::uint8_t { akSlot, akFact, akLocal };
+  static TAddressKind KindOf(const std::string& SlotIndex) noexcept {
+    return SlotIndex == SPatternBinding ? akFact : SlotIndex == SLocalBinding ? akLocal : akSlot;
+  }
+
   std::int32_t FSubIndex = NoSubIndex;
   std::int32_t FFactIndex = LocalBindingIndex;
-  std::string FSlotIndex;
+  TSlotRef FSlotIndex;
+  TAddressKind FKind = akSlot;
 };
 
 // ---------------------------------------------------------------- TBinding
@@ -188,6 +203,9 @@ public:
   // Readies Fact for assertion: each slot's value resolved in this context,
   // fitted to fuzzy slots or flattened in plain ones, and written back.
   IFact Resolve(const IFact& Fact);
+  // What Resolve gives for a clone of Fact, without copying the values that
+  // resolving replaces anyway: a rule's action asserts its written fact so.
+  IFact ResolveClone(const IFact& Fact);
 
   // Copies the return state, the value as a clone; bindings stay.
   void Assign(TPersistent* Source) override;
@@ -196,6 +214,8 @@ private:
   TKBContext* Root() noexcept;
   const TKBContext* Root() const noexcept;
   void ExpandInto(TValueVector& Result, const IValueVector& List);
+  // One slot's resolved value, fitted as Resolve fits it.
+  IKBValue FitSlotValue(const TFactTemplate& Template, bool Fuzzy, const TKBName& Name, IKBValue Value);
   static void FlattenInto(TValueVector& Result, const IValueVector& List);
 
   bool FReturning = false;

@@ -332,6 +332,13 @@ public:
   }
   // Nil for a slot the template lacks.
   const IKBValue& ContainsKeyRef(const TSlotRef& Slot) const;
+  // The value entered at a position, nil where none was read or set yet;
+  // unlike the readers above it enters no default.
+  TKBValue* GetEnteredValue(int Position) const noexcept {
+    return Position >= 0 && static_cast<std::size_t>(Position) < FValues.size()
+               ? FValues[static_cast<std::size_t>(Position)].get()
+               : nullptr;
+  }
   // The slot's value like GetValue, or nil for a slot the template lacks.
   IKBValue ContainsKey(const TKBName& Name) const;
   IKBValue ContainsKey(const TSlotRef& Slot) const;

@@ -859,8 +859,8 @@ IKBValue TKBValue::Resolve(TObject* Context) {
       else if (Token)
         Fact = Token->GetFacts(Info->GetFactIndex());
       if (!Fact) throw EListError(Format(SListIndexError, Info->GetFactIndex()));
-      if (Info->GetSlotIndex() == SPatternBinding) return IKBValue(new TKBValue(Fact->GetID(), dtFactId));
-      const IKBValue SlotValue = Fact->GetValue(Info->GetSlotIndex());
+      if (Info->IsFactAddress()) return IKBValue(new TKBValue(Fact->GetID(), dtFactId));
+      const IKBValue SlotValue = Fact->GetValue(Info->GetSlotRef());
       if (Info->GetSubIndex() == NoSubIndex) return SlotValue;
       return SlotValue->GetAsList()->Get(Info->GetSubIndex());
     }
