@@ -27,9 +27,27 @@ TKBContext& ContextOf(TKBContext* Context) {
   return *Context;
 }
 
+namespace {
+// The kinds whose resolution gives the value itself: an argument of these
+// is passed on without the call.
+bool StandsForItself(TKBType Type) noexcept {
+  switch (Type) {
+    case dtVariable:
+    case dtMultiVariable:
+    case dtObject:
+    case dtFunCall:
+    case dtSingletons:
+      return false;
+    default:
+      return true;
+  }
+}
+}  // namespace
+
 IKBValue ResolveArgument(const IFunCall& FunCall, int Index, TKBContext* Context) {
-  const IKBValue Argument = FunCall->GetArgument(Index);
-  return Argument ? Argument->Resolve(Context) : Argument;
+  IKBValue Argument = FunCall->GetArgument(Index);
+  if (!Argument || StandsForItself(Argument->GetDType())) return Argument;
+  return Argument->Resolve(Context);
 }
 
 IKBValue Evaluate(const IFunCall& FunCall, int Index, TKBContext* Context) {

@@ -89,6 +89,8 @@ std::int32_t Random(std::int32_t Range) {
 void SetRandomSeed(std::uint32_t Seed) { RandomSeed.store(Seed, std::memory_order_relaxed); }
 
 std::int32_t TruncToInteger(double Value) {
+  // Most results are in range: they need no wrapping.
+  if (Value > -2147483649.0 && Value < 2147483648.0) return static_cast<std::int32_t>(Value);
   CheckFloat(Value);
   const double Whole = std::fmod(std::trunc(Value), 4294967296.0);
   const auto Bits = static_cast<std::uint32_t>(static_cast<std::int64_t>(Whole < 0 ? Whole + 4294967296.0 : Whole));
