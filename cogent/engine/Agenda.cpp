@@ -96,13 +96,20 @@ void TInferenceEngine::RemoveActivation(int Index) {
 
 void TInferenceEngine::RemoveActivation(TActivation* Activation) {
   if (!Activation) return;
+  const auto Remove = [this, Activation] {
+    if (!FCache.Agenda) return;
+    const int Index = FCache.Agenda->IndexOfData(Activation);
+    if (Index >= 0) RemoveActivation(Index);
+  };
   const TPatternMatchTerminalNode* Node = Activation->GetNode();
   const TReteNetwork* Rete = Node ? Node->GetRete() : nullptr;
+  if (!Rete || Rete == FCache.Rete) {
+    Remove();
+    return;
+  }
   // The activation may stand on another module's agenda.
-  const TFocusBack Back(FCurrentModule, Rete && Rete != FCache.Rete ? IModule(Rete->GetModule()) : IModule());
-  if (!FCache.Agenda) return;
-  const int Index = FCache.Agenda->IndexOfData(Activation);
-  if (Index >= 0) RemoveActivation(Index);
+  const TFocusBack Back(FCurrentModule, IModule(Rete->GetModule()));
+  Remove();
 }
 
 void TInferenceEngine::RuleFired(TActivation* Activation) {

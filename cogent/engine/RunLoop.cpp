@@ -6,7 +6,6 @@
 #include <ctime>
 
 #include "cogent/engine/InferenceEngine.h"
-#include "cogent/host/Guards.h"
 #include "cogent/matching/ReteNetwork.h"
 #include "cogent/rules/ActivationAgenda.h"
 
@@ -26,6 +25,19 @@ double TimeOfDay() {
       std::chrono::duration<double>(Now - std::chrono::system_clock::from_time_t(Seconds)).count();
   return (Local.tm_hour * 3600.0 + Local.tm_min * 60.0 + Local.tm_sec + Fraction) / 86400.0;
 }
+
+// Holds the engine's lock for a scope. A plain guard: letting go never
+// raises, so it needs no watch on exceptions in flight.
+class TRunLock {
+public:
+  explicit TRunLock(TInferenceEngine& AEngine) : FEngine(AEngine) { FEngine.Lock(); }
+  TRunLock(const TRunLock&) = delete;
+  TRunLock& operator=(const TRunLock&) = delete;
+  ~TRunLock() { FEngine.Unlock(); }
+
+private:
+  TInferenceEngine& FEngine;
+};
 
 }  // namespace
 
@@ -53,8 +65,7 @@ std::int32_t TInferenceEngine::Run(std::int32_t MaxNumber) {
 
 void TInferenceEngine::FireAgenda(std::int32_t MaxNumber, std::unique_ptr<TKBAgenda>& Temporary) {
   while (GetAgendaCount() > 0 && !FHalt && FStatNumRulesFired < MaxNumber) {
-    Lock();
-    const TFinally Leave([this] { Unlock(); });
+    const TRunLock Held(*this);
     if (GetAgendaCount() > 0) FireTop();
     if (FEvalSalience == sEveryTime) RebuildAgenda(Temporary);
     const IModule Top = PeekFocus();
@@ -66,15 +77,17 @@ void TInferenceEngine::FireTop() {
   // The activation stays on the agenda while its rule runs; the firing takes
   // it off without freeing it, and it is freed here however the rule ends.
   FCurrentAgendaItem = GetActivation(0);
-  {
-    // A rule that raised leaves its activation listed: it stands down like
-    // any other, while still the current item, so that the agenda gives it
-    // up without freeing it.
-    const TFinally Free([this] {
-      if (TPatternMatchTerminalNode* Node = FCurrentAgendaItem->GetNode()) Node->Deactivate(FCurrentAgendaItem);
-      delete FCurrentAgendaItem;
-      FCurrentAgendaItem = nullptr;
-    });
+  // A rule that raised leaves its activation listed: it stands down like
+  // any other, while still the current item, so that the agenda gives it
+  // up without freeing it.
+  const auto Free = [this] {
+    if (TPatternMatchTerminalNode* Node = FCurrentAgendaItem->GetNode()) Node->Deactivate(FCurrentAgendaItem);
+    delete FCurrentAgendaItem;
+    FCurrentAgendaItem = nullptr;
+  };
+  // Open-coded rather than a scope guard, which asks for the exceptions in
+  // flight twice a firing; the first exception wins.
+  try {
     if (FWatch.Contains(cwRule) && OnPrintOut) {
       const IReteRule* Rule = FCurrentAgendaItem->GetRule();
       const IReteToken& Token = FCurrentAgendaItem->GetToken();
@@ -90,7 +103,14 @@ void TInferenceEngine::FireTop() {
       if (Facts > FStatMaxFacts) FStatMaxFacts = Facts;
       if (Activations > FStatMaxActivations) FStatMaxActivations = Activations;
     }
+  } catch (...) {
+    try {
+      Free();
+    } catch (...) {
+    }
+    throw;
   }
+  Free();
   ++FStatNumRulesFired;
 }
 

@@ -27,8 +27,13 @@ TActivation* TActivationAgenda::Extract(int Index) {
   TActivation* Result = GetActivations(Index);
   const bool FreeData = FFreeData;
   FFreeData = false;
-  const TFinally Restore([this, FreeData] { FFreeData = FreeData; });
-  DoDelete(Index);
+  try {
+    DoDelete(Index);
+  } catch (...) {
+    FFreeData = FreeData;
+    throw;
+  }
+  FFreeData = FreeData;
   return Result;
 }
 
@@ -56,7 +61,6 @@ int TActivationAgenda::IndexOfData(const TActivation* Activation) const {
   return Result;
 }
 
-TActivation* TActivationAgenda::GetActivations(int Index) const { return At(Select(CheckIndex(Index))).Data; }
 
 void TActivationAgenda::SetActivations(int Index, TActivation* Value) {
   const std::int32_t Node = Select(CheckIndex(Index));
@@ -146,10 +150,7 @@ void TActivationAgenda::ActivationFreed(TActivation* Activation) noexcept {
     RemoveNode(Node);
 }
 
-int TActivationAgenda::CheckIndex(int Index) const {
-  if (Index < 0 || Index >= GetCount()) throw EListError(Format(SListIndexError, Index));
-  return Index;
-}
+void TActivationAgenda::IndexError(int Index) { throw EListError(Format(SListIndexError, Index)); }
 
 // ---------------------------------------------------------------- the tree
 

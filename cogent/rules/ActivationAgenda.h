@@ -61,7 +61,8 @@ public:
   // The index of the entry that the activation names, else of the first that
   // holds it; -1 when none does.
   int IndexOfData(const TActivation* Activation) const;
-  TActivation* GetActivations(int Index) const;
+  // Inline: the engine reads the top entry and the two ends several times a firing.
+  TActivation* GetActivations(int Index) const { return At(Select(CheckIndex(Index))).Data; }
   // Replaces the entry's activation; the one it held is not freed, and the
   // entry's text stays.
   void SetActivations(int Index, TActivation* Value);
@@ -111,7 +112,11 @@ private:
 
   void ActivationFreed(TActivation* Activation) noexcept override;
 
-  int CheckIndex(int Index) const;
+  int CheckIndex(int Index) const {
+    if (Index < 0 || Index >= GetCount()) IndexError(Index);
+    return Index;
+  }
+  [[noreturn]] static void IndexError(int Index);
   std::int32_t SizeOf(std::int32_t Node) const noexcept {
     return Node < 0 ? 0 : FNodes[static_cast<std::size_t>(Node)].Size;
   }

@@ -1,5 +1,6 @@
 #include "cogent/rules/KBRule.h"
 
+#include <string_view>
 #include <utility>
 
 #include "cogent/engine/KBCollections.h"
@@ -39,7 +40,7 @@ void SubstFunCall(const IFunCall& Call, const TRenames& Renames) {
 bool IsNullFact(const IFact& Fact, const IKnowledgeBase& Engine) {
   if (Fact == Engine.GetNullFact()) return true;
   const IFactTemplate Template = Fact->GetTemplate();
-  return Template && Template->GetTemplateName() == SNullFact;
+  return Template && Template->GetTemplateName() == std::string_view(SNullFact);
 }
 
 }  // namespace
@@ -501,14 +502,14 @@ void TRule::Change(TObject* Sender) {
 
 bool TRule::BindingValue(const TBinding& Binding, const IReteToken& Token, const IKnowledgeBase* Host,
                          IKBValue& Value) const {
-  if (Binding.GetSlotIndex() == SLocalBinding) return false;
+  if (Binding.IsLocal()) return false;
   const IFact Fact = Token ? Token->GetFacts(Binding.GetFactIndex()) : IFact();
   // No fact satisfied a negated pattern or a branch: nothing to bind.
   if (!Fact || (Host && IsNullFact(Fact, *Host))) return false;
-  if (Binding.GetSlotIndex() == SPatternBinding) {
+  if (Binding.IsFactAddress()) {
     Value = IKBValue(new TKBValue(Fact->GetID(), dtFactId));
   } else {
-    Value = Fact->GetValue(Binding.GetSlotIndex());
+    Value = Fact->GetValue(Binding.GetSlotRef());
     if (Binding.GetSubIndex() != NoSubIndex) Value = Value->GetAsList()->Get(Binding.GetSubIndex());
   }
   return true;
@@ -581,8 +582,9 @@ void TRule::Fire(const IReteToken& Token) {
     Context = Own.get();
   }
   Context->ClearReturnValue();
-  // One guard for both steps: the kept level is emptied however the end goes.
-  const TFinally End([this, Context] {
+  // Both steps of the end run however the firing goes, and the kept level
+  // is emptied however the end goes.
+  const auto End = [this, Context] {
     if (Context != FFiringContext.get()) {
       EndFiring(Context);
       return;
@@ -594,14 +596,25 @@ void TRule::Fire(const IReteToken& Token) {
       throw;
     }
     ReleaseFiringContext();
-  });
-  Prepare(Token, Context);
-  FHasFired = true;
-  // A handler that sets a return value keeps the actions from running.
-  if (OnFire) OnFire(this, Context);
-  // By index: an action may change the list it stands in.
-  for (int I = 0; I < FActions->GetCount() && !Context->GetReturning(); ++I)
-    if (const IFunCall Action = FActions->GetItem(I)) Action->Execute(Context);
+  };
+  // Open-coded rather than a scope guard, which asks for the exceptions in
+  // flight twice a firing; the first exception wins.
+  try {
+    Prepare(Token, Context);
+    FHasFired = true;
+    // A handler that sets a return value keeps the actions from running.
+    if (OnFire) OnFire(this, Context);
+    // By index: an action may change the list it stands in.
+    for (int I = 0; I < FActions->GetCount() && !Context->GetReturning(); ++I)
+      if (const IFunCall Action = FActions->GetItem(I)) Action->Execute(Context);
+  } catch (...) {
+    try {
+      End();
+    } catch (...) {
+    }
+    throw;
+  }
+  End();
 }
 
 void TRule::EndFiring(TKBContext* Context) {
