@@ -366,6 +366,12 @@ private:
   void RunTestsVaryLeft(const IReteToken& Right);
   // Whether Left and Right (a right token) pass the tests.
   bool Matches(const IReteToken& Left, const TKBToken& Right);
+  // Whether the short cut's keys decide its test: both memories keyed by
+  // values whose equals key alike, so that a token filed under another key
+  // than the one sought cannot pass and is passed over unvisited.
+  bool ExactShortCut() const noexcept {
+    return FShortCut && !FBlocksOwnLeft && FLeftMemory->GetExactKeys() && FRightMemory->GetExactKeys();
+  }
   // Asks for a goal when a stored left token found no match.
   void AskForBackChain(const IReteToken& Token);
   // A new token of Left and Fact, with the lower strength and Action.

@@ -639,12 +639,13 @@ bool TJoinNode::ChangeLeft(const IReteToken& Token, bool Adding, IReteToken* Rem
     return Adding ? Memory.Add(Token) : Memory.Remove(Token, Removed);
   }
   TLeftShare& Share = *FLeftShare;
-  Key = Memory.GetKey(*Token);
+  bool Exact = false;
+  Key = Memory.GetKey(*Token, Adding && Memory.GetExactKeys() ? &Exact : nullptr);
   IReteToken Out;
   std::int32_t RemovedKey = 0;
   std::int32_t Before = -1;
   const bool Result =
-      Adding ? Memory.Add(Token, Key, false) : Memory.Remove(Token, Key, &Out, &RemovedKey, &Before);
+      Adding ? Memory.Add(Token, Key, false, Exact) : Memory.Remove(Token, Key, &Out, &RemovedKey, &Before);
   ++Share.Serial;
   Share.Turns = 1;
   Share.Token = Token;
@@ -802,8 +803,12 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored, std:
   std::int32_t Blocking = 0;
   TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
   const TContextScope Scope(Context, Left);
+  if (FShortCut && LeftKey < 0) LeftKey = FLeftMemory->GetKey(*Left);
+  const bool ByKey = ExactShortCut();
   auto Walk = [&](const TKBTokenTree::TTokens& Bucket) {
-    for (const IReteToken& Right : Bucket) {
+    for (auto It = Bucket.begin(); It != Bucket.end(); ++It) {
+      if (ByKey && It.Key() != LeftKey) continue;
+      const IReteToken& Right = *It;
       if (!Matches(Left, *Right)) continue;
       if (FNegatedPattern) {
         ++Blocking;
@@ -840,8 +845,12 @@ void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
   if (FLeftMemory->GetCount() == 0) return;
   const TTokenAction Action = Right->GetTag();
   TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
+  const std::int32_t RightKey = FShortCut || FBlocksOwnLeft ? FRightMemory->GetKey(*Right) : 0;
+  const bool ByKey = ExactShortCut();
   auto Walk = [&](const TKBTokenTree::TTokens& Bucket) {
-    for (const IReteToken& Left : Bucket) {
+    for (auto It = Bucket.begin(); It != Bucket.end(); ++It) {
+      if (ByKey && It.Key() != RightKey) continue;
+      const IReteToken& Left = *It;
       if (Context) Context->SetToken(Left);
       if (!Matches(Left, *Right)) continue;
       const IReteToken Held(Left);
@@ -866,7 +875,7 @@ void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
   };
   const TContextScope Scope(Context, nullptr);
   if (FShortCut || FBlocksOwnLeft) {
-    Walk(FLeftMemory->GetTokens(FRightMemory->GetKey(*Right)));
+    Walk(FLeftMemory->GetTokens(RightKey));
   } else {
     for (std::int32_t B = FLeftMemory->GetLowIndex(); B <= FLeftMemory->GetHighIndex(); ++B)
       Walk(FLeftMemory->GetTokens(B));
