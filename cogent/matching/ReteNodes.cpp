@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 
 #include "cogent/foundation/KBInterfaces.h"
 #include "cogent/foundation/KBMessages.h"
@@ -976,8 +977,32 @@ void TPatternMatchTerminalNode::AddActivation(const IReteToken& Token) {
   auto* Activation = new TActivation(FRule, Token, this, Token->GetStrength());
   Activation->FListIndex = GetActivationCount();
   FActivations.push_back(Activation);
-  FByToken.emplace(Token->GetSortCode(), Activation);
+  Activation->FListCode = Token->GetSortCode();
+  IndexByToken(Activation);
   GetRete()->Activate(Activation);
+}
+
+void TPatternMatchTerminalNode::IndexByToken(TActivation* Activation) {
+  if (FActivations.size() > FByToken.size()) {
+    // Twice the buckets; each chain keeps its order, so that equal tokens
+    // are still met newest first.
+    std::vector<TActivation*> Old(FByToken.empty() ? 16 : FByToken.size() * 2, nullptr);
+    Old.swap(FByToken);
+    FByTokenShift = static_cast<std::uint32_t>(32 - std::countr_zero(FByToken.size()));
+    std::vector<TActivation*> Tails(FByToken.size(), nullptr);
+    for (TActivation* Next : Old)
+      while (Next) {
+        TActivation* Moved = Next;
+        Next = Moved->FNextByToken;
+        Moved->FNextByToken = nullptr;
+        const std::size_t Bucket = static_cast<std::size_t>(&ByTokenHead(Moved->FListCode) - FByToken.data());
+        (Tails[Bucket] ? Tails[Bucket]->FNextByToken : FByToken[Bucket]) = Moved;
+        Tails[Bucket] = Moved;
+      }
+  }
+  TActivation*& Head = ByTokenHead(Activation->FListCode);
+  Activation->FNextByToken = Head;
+  Head = Activation;
 }
 
 void TPatternMatchTerminalNode::Unlist(TActivation* Activation) noexcept {
@@ -988,12 +1013,12 @@ void TPatternMatchTerminalNode::Unlist(TActivation* Activation) noexcept {
   Last->FListIndex = Index;
   FActivations.pop_back();
   Activation->FListIndex = -1;
-  auto [First, End] = FByToken.equal_range(Activation->FToken ? Activation->FToken->GetSortCode() : 0);
-  for (auto It = First; It != End; ++It)
-    if (It->second == Activation) {
-      FByToken.erase(It);
+  for (TActivation** Link = &ByTokenHead(Activation->FListCode); *Link; Link = &(*Link)->FNextByToken)
+    if (*Link == Activation) {
+      *Link = Activation->FNextByToken;
       break;
     }
+  Activation->FNextByToken = nullptr;
 }
 
 void TPatternMatchTerminalNode::Deactivate(int Index) { Deactivate(GetActivation(Index)); }
@@ -1014,10 +1039,11 @@ void TPatternMatchTerminalNode::StandDown() {
 }
 
 void TPatternMatchTerminalNode::StandDown(const IReteToken& Token) {
-  auto [First, End] = FByToken.equal_range(Token->GetSortCode());
-  for (auto It = First; It != End; ++It)
-    if (It->second->FToken->Equals(Token)) {
-      Deactivate(It->second);
+  if (FByToken.empty()) return;
+  const std::int32_t Code = Token->GetSortCode();
+  for (TActivation* Activation = ByTokenHead(Code); Activation; Activation = Activation->FNextByToken)
+    if (Activation->FListCode == Code && Activation->FToken && Activation->FToken->Equals(Token)) {
+      Deactivate(Activation);
       return;
     }
 }
@@ -1025,7 +1051,7 @@ void TPatternMatchTerminalNode::StandDown(const IReteToken& Token) {
 void TPatternMatchTerminalNode::FastClear() noexcept {
   for (TActivation* Activation : FActivations) Activation->FListIndex = -1;
   FActivations.clear();
-  FByToken.clear();
+  std::fill(FByToken.begin(), FByToken.end(), nullptr);
 }
 
 void TPatternMatchTerminalNode::Forget(TActivation* Activation) noexcept { Unlist(Activation); }
@@ -1037,13 +1063,16 @@ void TPatternMatchTerminalNode::Relist(TActivation* Original, TActivation* Repla
   FActivations[static_cast<std::size_t>(Index)] = Replacement;
   Replacement->FListIndex = Index;
   Original->FListIndex = -1;
-  // The same token, so the same sort code.
-  auto [First, End] = FByToken.equal_range(Original->FToken ? Original->FToken->GetSortCode() : 0);
-  for (auto It = First; It != End; ++It)
-    if (It->second == Original) {
-      It->second = Replacement;
+  // The same token, so the same sort code: the replacement takes the
+  // original's place in its bucket.
+  Replacement->FListCode = Original->FListCode;
+  for (TActivation** Link = &ByTokenHead(Original->FListCode); *Link; Link = &(*Link)->FNextByToken)
+    if (*Link == Original) {
+      Replacement->FNextByToken = Original->FNextByToken;
+      *Link = Replacement;
       break;
     }
+  Original->FNextByToken = nullptr;
 }
 
 void TPatternMatchTerminalNode::ForgetRule() noexcept {
