@@ -525,6 +525,11 @@ public:
   // ------------------------------------------------------------ propagation
   // Sends the token to each root; true when one of them reported true.
   virtual bool ProcessToken(const IReteToken& Token);
+  // ProcessToken of a one-fact token with Action, made only when some root
+  // is there to take it.
+  bool ProcessFact(const IFact& Fact, TTokenAction Action) {
+    return GetRootCount() > 0 && ProcessToken(IReteToken(new TKBToken(Action, Fact)));
+  }
   virtual bool ProcessTokenOneNode(const IReteToken& Token, TReteNode* Node);
   virtual void Activate(TActivation* Activation);
   virtual void Deactivate(TActivation* Activation);

@@ -143,7 +143,7 @@ void TReteNode::CallChildren(const IReteToken& Token) {
   // By index, so that a host that changes the graph from an event does not
   // pull the list from under the walk.
   for (int I = 0; I < GetEdgeCount(); ++I) {
-    const auto* Edge = static_cast<const TReteEdge*>(GetEdge(I));
+    const auto* Edge = static_cast<const TReteEdge*>(EdgeAt(I));
     Edge->GetToReteNode()->CallNode(Token, Edge->GetCallType());
   }
 }
@@ -270,7 +270,7 @@ bool TPatternMatchNode::RunTest(const IReteToken& Token) {
     case pmtFailTest:
       return false;
     case pmtTestClassType:
-      if (!TestClassType(Fact->GetTemplate().get())) return false;
+      if (!TestClassType(Fact->GetTemplateRef().get())) return false;
       TReteNode::CallChildren(Token);
       return true;
     case pmtTestEqual:
