@@ -81,6 +81,8 @@ protected:
 
   // Sources of the incoming edges, one entry per edge.
   const std::vector<TGGraphNode*>& InNodes() const noexcept { return FInNodes; }
+  // GetEdge for an index known to be valid, as a walk by count has it.
+  TGGraphEdge* EdgeAt(int Index) const noexcept { return FEdges[static_cast<std::size_t>(Index)].get(); }
 
 private:
   friend class TGLinkedGraphNode;

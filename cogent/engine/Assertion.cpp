@@ -79,10 +79,8 @@ void TInferenceEngine::AddFactToModule(const IFact& Fact, const IModule& Module)
     TUpdatingGuard Updating(FCache.Facts);
     FCache.Facts->Add(Fact);
   }
-  // The fact is in the list before the network sees it. A network without
-  // roots does nothing with a fact's token, so none is made.
-  if (FCache.Rete && FCache.Rete->GetRootCount() > 0)
-    FCache.Rete->ProcessToken(IReteToken(new TKBToken(taAdd, Fact)));
+  // The fact is in the list before the network sees it.
+  if (FCache.Rete) FCache.Rete->ProcessFact(Fact, taAdd);
 }
 
 void TInferenceEngine::RetractFact(int Index) {
@@ -108,8 +106,7 @@ void TInferenceEngine::RetractFact(int Index) {
 void TInferenceEngine::RemoveFactFromModule(int Index, const IFact& Fact, const IModule& Module) {
   if (Module) Module->FocusModule();
   // The network sees the retraction before the fact leaves the list.
-  if (FCache.Rete && FCache.Rete->GetRootCount() > 0)
-    FCache.Rete->ProcessToken(IReteToken(new TKBToken(taRemove, Fact)));
+  if (FCache.Rete) FCache.Rete->ProcessFact(Fact, taRemove);
   TUpdatingGuard Updating(FCache.Facts);
   if (Index == -1)
     FCache.Facts->Remove(IInterface(Fact));

@@ -312,6 +312,7 @@ public:
   std::int32_t GetID() const noexcept { return FID; }
   virtual void SetID(std::int32_t Value) { FID = Value; }
   IFactTemplate GetTemplate() const { return FTemplate; }
+  const IFactTemplate& GetTemplateRef() const noexcept { return FTemplate; }
   // Values of the slots the two templates share survive the change.
   virtual void SetTemplate(const IFactTemplate& Value);
   std::intptr_t GetTag() const override { return FTag; }

@@ -125,24 +125,45 @@ TKBTokenTree::TKBTokenTree(std::int32_t AHash, std::int32_t ATokenIndex, std::in
 
 TKBTokenTree::~TKBTokenTree() = default;
 
-std::int32_t TKBTokenTree::GetValueKey(const TFact* Fact, const TSlotRef& Slot, std::int32_t SubIndex) {
+std::int32_t TKBTokenTree::GetValueKey(const TFact* Fact, const TSlotRef& Slot, std::int32_t SubIndex, bool* Exact) {
+  // Plain values only: a fuzzy value equals crisp ones that key otherwise,
+  // and a missing one keys as 0 while the tests pass it.
+  auto Keyed = [Exact](const IKBValue& Value) -> std::int32_t {
+    if (Exact) {
+      switch (Value->GetDType()) {
+        case dtNone:
+        case dtAtom:
+        case dtString:
+        case dtInteger:
+        case dtFloat:
+        case dtFactId:
+          *Exact = true;
+          break;
+        default:
+          break;
+      }
+    }
+    return AbsKey(Value->GetHashCode());
+  };
+  if (Exact) *Exact = false;
   if (!Fact) return 0;
   const IKBValue& Value = Fact->ContainsKeyRef(Slot);
   if (!Value) return 0;
-  if (SubIndex == NoSubIndex) return AbsKey(Value->GetHashCode());
+  if (SubIndex == NoSubIndex) return Keyed(Value);
   if (Value->GetDType() != dtList) return 0;
   const IValueVector List = Value->GetAsList();
   if (!List || SubIndex < 0 || SubIndex >= List->GetCount()) return 0;
   const IKBValue& Item = List->GetRef(SubIndex);
-  return Item ? AbsKey(Item->GetHashCode()) : 0;
+  return Item ? Keyed(Item) : 0;
 }
 
-std::int32_t TKBTokenTree::GetKey(const TKBToken& Token) const {
+std::int32_t TKBTokenTree::GetKey(const TKBToken& Token, bool* Exact) const {
+  if (Exact) *Exact = false;
   if (FKeyByParent) return Token.GetParent() ? AbsKey(Token.GetParent()->GetSortCode()) : 0;
   if (FUseHashCode) return AbsKey(Token.GetSortCode());
   const IFact& Fact = Token.GetFacts(FTokenIndex);
   if (FFactIndex.GetName().empty()) return Fact ? AbsKey(Fact->GetID()) : 0;
-  return GetValueKey(Fact.get(), FFactIndex, FSubIndex);
+  return GetValueKey(Fact.get(), FFactIndex, FSubIndex, Exact);
 }
 
 void TKBTokenTree::Link(std::int32_t At, std::int32_t Bucket, std::int32_t Tail) noexcept {
@@ -155,9 +176,14 @@ void TKBTokenTree::Link(std::int32_t At, std::int32_t Bucket, std::int32_t Tail)
   if (Bucket > FHighIndex) FHighIndex = Bucket;
 }
 
-bool TKBTokenTree::Add(const IReteToken& Token) { return Token && Add(Token, GetKey(*Token), true); }
+bool TKBTokenTree::Add(const IReteToken& Token) {
+  if (!Token) return false;
+  bool Exact = false;
+  const std::int32_t Key = GetKey(*Token, FExactKeys ? &Exact : nullptr);
+  return Add(Token, Key, true, Exact);
+}
 
-bool TKBTokenTree::Add(const IReteToken& Token, std::int32_t Key, bool MayGrow) {
+bool TKBTokenTree::Add(const IReteToken& Token, std::int32_t Key, bool MayGrow, bool Exact) {
   if (!Token) return false;
   const std::int32_t Index = BucketIndex(Key);
   std::int32_t Tail = -1;
@@ -181,6 +207,7 @@ bool TKBTokenTree::Add(const IReteToken& Token, std::int32_t Key, bool MayGrow) 
   }
   Link(At, Index, Tail);
   FEmpty = false;
+  FExactKeys = FExactKeys && Exact;
   ++FCount;
   if (MayGrow) GrowWhenFull();
   return true;
@@ -267,6 +294,7 @@ void TKBTokenTree::CopyFrom(const TKBTokenTree& Source, const TKBToken* Without,
     }
   }
   FEmpty = FCount == 0 && Source.FEmpty;
+  FExactKeys = Source.FExactKeys;
 }
 
 bool TKBTokenTree::KeysAlike(const TKBTokenTree& Other) const noexcept {
@@ -300,6 +328,7 @@ void TKBTokenTree::Clear() {
   FEntries.clear();
   FFree = -1;
   FEmpty = true;
+  FExactKeys = true;
   FCount = 0;
   FHighIndex = -1;
   FLowIndex = FHash + 1;

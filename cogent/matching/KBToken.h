@@ -113,6 +113,8 @@ public:
     public:
       iterator(const std::vector<TEntry>* AEntries, std::int32_t AAt) noexcept : FEntries(AEntries), FAt(AAt) {}
       const IReteToken& operator*() const noexcept { return (*FEntries)[static_cast<std::size_t>(FAt)].Token; }
+      // The key the token is filed under, read without visiting the token.
+      std::int32_t Key() const noexcept { return (*FEntries)[static_cast<std::size_t>(FAt)].Key; }
       iterator& operator++() noexcept {
         FAt = (*FEntries)[static_cast<std::size_t>(FAt)].Next;
         return *this;
@@ -151,10 +153,11 @@ public:
   virtual bool Remove(const IReteToken& Token, IReteToken* Removed = nullptr);
 
   // What joins that share one memory need. Add with the key worked out
-  // already, growing later (GrowWhenFull) when MayGrow is false; Remove that
+  // already (and whether it is exact), growing later (GrowWhenFull) when
+  // MayGrow is false; Remove that
   // also tells where the token stood: its entry's key and the entry before
   // it in the bucket (-1 when it came first).
-  bool Add(const IReteToken& Token, std::int32_t Key, bool MayGrow);
+  bool Add(const IReteToken& Token, std::int32_t Key, bool MayGrow, bool Exact = false);
   bool Remove(const IReteToken& Token, std::int32_t Key, IReteToken* Removed, std::int32_t* RemovedKey,
               std::int32_t* Before);
   void GrowWhenFull();
@@ -173,12 +176,19 @@ public:
   TTokens GetTokens(std::int32_t Key) const noexcept {
     return {&FEntries, FBuckets[static_cast<std::size_t>(BucketIndex(Key))]};
   }
-  // Where Token is filed; never negative.
-  std::int32_t GetKey(const TKBToken& Token) const;
+  // Where Token is filed; never negative. Exact, when given, tells whether
+  // the key is exact (see GetExactKeys).
+  std::int32_t GetKey(const TKBToken& Token, bool* Exact = nullptr) const;
   // The hash of a fact's slot value, or of item SubIndex of it (NoSubIndex
   // for the whole value), never negative. A fact without the slot or the item
   // keys as 0, which only puts it in bucket 0: the tests decide a match.
-  static std::int32_t GetValueKey(const TFact* Fact, const TSlotRef& Slot, std::int32_t SubIndex);
+  static std::int32_t GetValueKey(const TFact* Fact, const TSlotRef& Slot, std::int32_t SubIndex,
+                                  bool* Exact = nullptr);
+  // Whether every token added since creation or the last Clear is keyed by a
+  // value whose equals share its key: a plain value, present. Two such keys
+  // that differ then say that the values differ, without a visit to either
+  // token.
+  bool GetExactKeys() const noexcept { return FExactKeys; }
 
   std::string ToString() const override;
 
@@ -221,6 +231,7 @@ private:
   std::int32_t FFree = -1;
   bool FKeyByParent = false;
   bool FEmpty = true;
+  bool FExactKeys = true;
   std::int32_t FLowIndex;
   std::int32_t FHighIndex = -1;
   std::int64_t FCount = 0;

@@ -682,7 +682,7 @@ bool TReteNetwork::ProcessToken(const IReteToken& Token) {
   bool Result = false;
   const TFact* Fact = Token->GetFact().get();
   // With a few roots asking each is cheaper than finding the template's.
-  const IFactTemplate Template = Fact && FRoots.GetCount() > FewRoots ? Fact->GetTemplate() : IFactTemplate();
+  const TFactTemplate* Template = Fact && FRoots.GetCount() > FewRoots ? Fact->GetTemplateRef().get() : nullptr;
   if (!Template) {
     for (int I = 0; I < FRoots.GetCount(); ++I)
       Result = static_cast<TReteNode*>(FRoots.GetNode(I))->CallNode(Token, ctSingle) || Result;

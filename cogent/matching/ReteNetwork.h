@@ -121,6 +121,10 @@ private:
   // holds it sets them; the agenda clears them when the entry goes.
   IActivationHolder* FHolder = nullptr;
   std::int32_t FHolderEntry = -1;
+  // The node's index by token: the sort code it is filed under, and the next
+  // activation of its bucket.
+  std::int32_t FListCode = 0;
+  TActivation* FNextByToken = nullptr;
 };
 
 // ---------------------------------------------------------------- vocabulary
@@ -366,6 +370,12 @@ private:
   void RunTestsVaryLeft(const IReteToken& Right);
   // Whether Left and Right (a right token) pass the tests.
   bool Matches(const IReteToken& Left, const TKBToken& Right);
+  // Whether the short cut's keys decide its test: both memories keyed by
+  // values whose equals key alike, so that a token filed under another key
+  // than the one sought cannot pass and is passed over unvisited.
+  bool ExactShortCut() const noexcept {
+    return FShortCut && !FBlocksOwnLeft && FLeftMemory->GetExactKeys() && FRightMemory->GetExactKeys();
+  }
   // Asks for a goal when a stored left token found no match.
   void AskForBackChain(const IReteToken& Token);
   // A new token of Left and Fact, with the lower strength and Action.
@@ -438,14 +448,22 @@ private:
   void Forget(TActivation* Activation) noexcept;
   // Takes the activation out of the list and the index.
   void Unlist(TActivation* Activation) noexcept;
+  // Files a listed activation under its token's sort code.
+  void IndexByToken(TActivation* Activation);
+  TActivation*& ByTokenHead(std::int32_t Code) noexcept {
+    return FByToken[(static_cast<std::uint32_t>(Code) * 0x9E3779B1u) >> FByTokenShift];
+  }
 
   bool FInitialized = false;
   IReteRule* FRule = nullptr;
   // In no particular order: an activation leaves by a swap with the last.
   std::vector<TActivation*> FActivations;
   // The activations by their token's sort code, so that a retraction finds
-  // its activation without a scan.
-  std::unordered_multimap<std::int32_t, TActivation*> FByToken;
+  // its activation without a scan: buckets (a power of two, at least as many
+  // as activations) chained through the activations, the newest first, so
+  // that indexing allocates nothing per activation.
+  std::vector<TActivation*> FByToken;
+  std::uint32_t FByTokenShift = 32;
 };
 
 // ---------------------------------------------------------------- TReteNetwork
@@ -507,6 +525,11 @@ public:
   // ------------------------------------------------------------ propagation
   // Sends the token to each root; true when one of them reported true.
   virtual bool ProcessToken(const IReteToken& Token);
+  // ProcessToken of a one-fact token with Action, made only when some root
+  // is there to take it.
+  bool ProcessFact(const IFact& Fact, TTokenAction Action) {
+    return GetRootCount() > 0 && ProcessToken(IReteToken(new TKBToken(Action, Fact)));
+  }
   virtual bool ProcessTokenOneNode(const IReteToken& Token, TReteNode* Node);
   virtual void Activate(TActivation* Activation);
   virtual void Deactivate(TActivation* Activation);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 
 #include "cogent/foundation/KBInterfaces.h"
 #include "cogent/foundation/KBMessages.h"
@@ -142,7 +143,7 @@ void TReteNode::CallChildren(const IReteToken& Token) {
   // By index, so that a host that changes the graph from an event does not
   // pull the list from under the walk.
   for (int I = 0; I < GetEdgeCount(); ++I) {
-    const auto* Edge = static_cast<const TReteEdge*>(GetEdge(I));
+    const auto* Edge = static_cast<const TReteEdge*>(EdgeAt(I));
     Edge->GetToReteNode()->CallNode(Token, Edge->GetCallType());
   }
 }
@@ -269,7 +270,7 @@ bool TPatternMatchNode::RunTest(const IReteToken& Token) {
     case pmtFailTest:
       return false;
     case pmtTestClassType:
-      if (!TestClassType(Fact->GetTemplate().get())) return false;
+      if (!TestClassType(Fact->GetTemplateRef().get())) return false;
       TReteNode::CallChildren(Token);
       return true;
     case pmtTestEqual:
@@ -639,12 +640,13 @@ bool TJoinNode::ChangeLeft(const IReteToken& Token, bool Adding, IReteToken* Rem
     return Adding ? Memory.Add(Token) : Memory.Remove(Token, Removed);
   }
   TLeftShare& Share = *FLeftShare;
-  Key = Memory.GetKey(*Token);
+  bool Exact = false;
+  Key = Memory.GetKey(*Token, Adding && Memory.GetExactKeys() ? &Exact : nullptr);
   IReteToken Out;
   std::int32_t RemovedKey = 0;
   std::int32_t Before = -1;
   const bool Result =
-      Adding ? Memory.Add(Token, Key, false) : Memory.Remove(Token, Key, &Out, &RemovedKey, &Before);
+      Adding ? Memory.Add(Token, Key, false, Exact) : Memory.Remove(Token, Key, &Out, &RemovedKey, &Before);
   ++Share.Serial;
   Share.Turns = 1;
   Share.Token = Token;
@@ -802,8 +804,12 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored, std:
   std::int32_t Blocking = 0;
   TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
   const TContextScope Scope(Context, Left);
+  if (FShortCut && LeftKey < 0) LeftKey = FLeftMemory->GetKey(*Left);
+  const bool ByKey = ExactShortCut();
   auto Walk = [&](const TKBTokenTree::TTokens& Bucket) {
-    for (const IReteToken& Right : Bucket) {
+    for (auto It = Bucket.begin(); It != Bucket.end(); ++It) {
+      if (ByKey && It.Key() != LeftKey) continue;
+      const IReteToken& Right = *It;
       if (!Matches(Left, *Right)) continue;
       if (FNegatedPattern) {
         ++Blocking;
@@ -840,8 +846,12 @@ void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
   if (FLeftMemory->GetCount() == 0) return;
   const TTokenAction Action = Right->GetTag();
   TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
+  const std::int32_t RightKey = FShortCut || FBlocksOwnLeft ? FRightMemory->GetKey(*Right) : 0;
+  const bool ByKey = ExactShortCut();
   auto Walk = [&](const TKBTokenTree::TTokens& Bucket) {
-    for (const IReteToken& Left : Bucket) {
+    for (auto It = Bucket.begin(); It != Bucket.end(); ++It) {
+      if (ByKey && It.Key() != RightKey) continue;
+      const IReteToken& Left = *It;
       if (Context) Context->SetToken(Left);
       if (!Matches(Left, *Right)) continue;
       const IReteToken Held(Left);
@@ -866,7 +876,7 @@ void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
   };
   const TContextScope Scope(Context, nullptr);
   if (FShortCut || FBlocksOwnLeft) {
-    Walk(FLeftMemory->GetTokens(FRightMemory->GetKey(*Right)));
+    Walk(FLeftMemory->GetTokens(RightKey));
   } else {
     for (std::int32_t B = FLeftMemory->GetLowIndex(); B <= FLeftMemory->GetHighIndex(); ++B)
       Walk(FLeftMemory->GetTokens(B));
@@ -967,8 +977,32 @@ void TPatternMatchTerminalNode::AddActivation(const IReteToken& Token) {
   auto* Activation = new TActivation(FRule, Token, this, Token->GetStrength());
   Activation->FListIndex = GetActivationCount();
   FActivations.push_back(Activation);
-  FByToken.emplace(Token->GetSortCode(), Activation);
+  Activation->FListCode = Token->GetSortCode();
+  IndexByToken(Activation);
   GetRete()->Activate(Activation);
+}
+
+void TPatternMatchTerminalNode::IndexByToken(TActivation* Activation) {
+  if (FActivations.size() > FByToken.size()) {
+    // Twice the buckets; each chain keeps its order, so that equal tokens
+    // are still met newest first.
+    std::vector<TActivation*> Old(FByToken.empty() ? 16 : FByToken.size() * 2, nullptr);
+    Old.swap(FByToken);
+    FByTokenShift = static_cast<std::uint32_t>(32 - std::countr_zero(FByToken.size()));
+    std::vector<TActivation*> Tails(FByToken.size(), nullptr);
+    for (TActivation* Next : Old)
+      while (Next) {
+        TActivation* Moved = Next;
+        Next = Moved->FNextByToken;
+        Moved->FNextByToken = nullptr;
+        const std::size_t Bucket = static_cast<std::size_t>(&ByTokenHead(Moved->FListCode) - FByToken.data());
+        (Tails[Bucket] ? Tails[Bucket]->FNextByToken : FByToken[Bucket]) = Moved;
+        Tails[Bucket] = Moved;
+      }
+  }
+  TActivation*& Head = ByTokenHead(Activation->FListCode);
+  Activation->FNextByToken = Head;
+  Head = Activation;
 }
 
 void TPatternMatchTerminalNode::Unlist(TActivation* Activation) noexcept {
@@ -979,12 +1013,12 @@ void TPatternMatchTerminalNode::Unlist(TActivation* Activation) noexcept {
   Last->FListIndex = Index;
   FActivations.pop_back();
   Activation->FListIndex = -1;
-  auto [First, End] = FByToken.equal_range(Activation->FToken ? Activation->FToken->GetSortCode() : 0);
-  for (auto It = First; It != End; ++It)
-    if (It->second == Activation) {
-      FByToken.erase(It);
+  for (TActivation** Link = &ByTokenHead(Activation->FListCode); *Link; Link = &(*Link)->FNextByToken)
+    if (*Link == Activation) {
+      *Link = Activation->FNextByToken;
       break;
     }
+  Activation->FNextByToken = nullptr;
 }
 
 void TPatternMatchTerminalNode::Deactivate(int Index) { Deactivate(GetActivation(Index)); }
@@ -1005,10 +1039,11 @@ void TPatternMatchTerminalNode::StandDown() {
 }
 
 void TPatternMatchTerminalNode::StandDown(const IReteToken& Token) {
-  auto [First, End] = FByToken.equal_range(Token->GetSortCode());
-  for (auto It = First; It != End; ++It)
-    if (It->second->FToken->Equals(Token)) {
-      Deactivate(It->second);
+  if (FByToken.empty()) return;
+  const std::int32_t Code = Token->GetSortCode();
+  for (TActivation* Activation = ByTokenHead(Code); Activation; Activation = Activation->FNextByToken)
+    if (Activation->FListCode == Code && Activation->FToken && Activation->FToken->Equals(Token)) {
+      Deactivate(Activation);
       return;
     }
 }
@@ -1016,7 +1051,7 @@ void TPatternMatchTerminalNode::StandDown(const IReteToken& Token) {
 void TPatternMatchTerminalNode::FastClear() noexcept {
   for (TActivation* Activation : FActivations) Activation->FListIndex = -1;
   FActivations.clear();
-  FByToken.clear();
+  std::fill(FByToken.begin(), FByToken.end(), nullptr);
 }
 
 void TPatternMatchTerminalNode::Forget(TActivation* Activation) noexcept { Unlist(Activation); }
@@ -1028,13 +1063,16 @@ void TPatternMatchTerminalNode::Relist(TActivation* Original, TActivation* Repla
   FActivations[static_cast<std::size_t>(Index)] = Replacement;
   Replacement->FListIndex = Index;
   Original->FListIndex = -1;
-  // The same token, so the same sort code.
-  auto [First, End] = FByToken.equal_range(Original->FToken ? Original->FToken->GetSortCode() : 0);
-  for (auto It = First; It != End; ++It)
-    if (It->second == Original) {
-      It->second = Replacement;
+  // The same token, so the same sort code: the replacement takes the
+  // original's place in its bucket.
+  Replacement->FListCode = Original->FListCode;
+  for (TActivation** Link = &ByTokenHead(Original->FListCode); *Link; Link = &(*Link)->FNextByToken)
+    if (*Link == Original) {
+      Replacement->FNextByToken = Original->FNextByToken;
+      *Link = Replacement;
       break;
     }
+  Original->FNextByToken = nullptr;
 }
 
 void TPatternMatchTerminalNode::ForgetRule() noexcept {

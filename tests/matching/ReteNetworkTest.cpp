@@ -648,5 +648,32 @@ TEST_F(ReteNetworkTest, FuzzyMatchesWeakenActivations) {
   EXPECT_EQ(R.Agenda(), (TAgenda{"f: f-5", "fj: f-5, f-6"}));
 }
 
+// A terminal node of many activations finds each one again by its token when
+// its facts go, whatever the order.
+TEST_F(ReteNetworkTest, ManyActivationsLeaveWithTheirFacts) {
+  R.Rule("one", R.Pattern("a", {{"x", Var("x")}}));
+  R.Rule("two", R.Pattern("a", {{"x", Var("x")}}), R.Pattern("b", {{"x", Var("x")}}));
+  std::vector<IFact> A, B;
+  for (int I = 0; I < 10; ++I) B.push_back(R.Assert("(b (x " + std::to_string(I) + "))"));
+  for (int I = 0; I < 300; ++I)
+    A.push_back(R.Assert("(a (x " + std::to_string(I % 10) + ") (y " + std::to_string(I) + "))"));
+  auto Id = [](const IFact& Fact) { return "f-" + std::to_string(Fact->GetID()); };
+  for (int I = 1; I < 300; I += 2) Engine.Retract(A[static_cast<std::size_t>(I)]);
+  TAgenda Expected;
+  for (int I = 0; I < 300; I += 2) {
+    Expected.push_back("one: " + Id(A[static_cast<std::size_t>(I)]));
+    Expected.push_back("two: " + Id(A[static_cast<std::size_t>(I)]) + ", " + Id(B[static_cast<std::size_t>(I % 10)]));
+  }
+  std::sort(Expected.begin(), Expected.end());
+  EXPECT_EQ(R.Agenda(), Expected);
+  for (const IFact& Fact : B) Engine.Retract(Fact);
+  Expected.erase(std::remove_if(Expected.begin(), Expected.end(), [](const std::string& S) { return S[0] == 't'; }),
+                 Expected.end());
+  EXPECT_EQ(R.Agenda(), Expected);
+  RetractAll();
+  EXPECT_TRUE(R.Agenda().empty());
+  EXPECT_EQ(Memories(), "");
+}
+
 }  // namespace
 }  // namespace cogent
