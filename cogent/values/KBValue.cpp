@@ -233,13 +233,17 @@ TKBValue::~TKBValue() {
 
 // ---------------------------------------------------------------- side block
 
-TKBValueExtra* TKBValue::FindExtra() const noexcept {
-  if (!FHasExtra) return nullptr;
+namespace {
+[[gnu::noinline]] TKBValueExtra* LookUpExtra(const TKBValue* Value) noexcept {
   TExtraTable& Table = Extras();
   const std::lock_guard<std::mutex> Guard(Table.Lock);
-  const auto Found = Table.Items.find(this);
+  const auto Found = Table.Items.find(Value);
   return Found == Table.Items.end() ? nullptr : Found->second.get();
 }
+}  // namespace
+
+// Small, so that the common case, no side block, is decided in line.
+TKBValueExtra* TKBValue::FindExtra() const noexcept { return FHasExtra ? LookUpExtra(this) : nullptr; }
 
 TKBValueExtra& TKBValue::Extra() {
   if (TKBValueExtra* E = FindExtra()) return *E;
