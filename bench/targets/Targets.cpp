@@ -77,6 +77,11 @@ std::vector<double> InChild(const std::function<std::vector<double>()>& Measure)
   const pid_t Child = fork();
   if (Child == 0) {
     close(Pipe[0]);
+    // A forked child maps the program's code afresh, page run by page run,
+    // as it first runs it: a first reading would bring in the code of the
+    // reading itself (64 kB at a time), and the next one would count that as
+    // growth of the engine's memory.
+    ResidentBytes();
     std::vector<double> Figures;
     try {
       Figures = Measure();

@@ -24,12 +24,13 @@ inline constexpr const char* SUnbalancedOperation = "Unbalanced stack or queue o
 // a descendant sees the list as it now is.
 //
 // T may still be incomplete where a descendant is declared: nothing in the
-// class body needs it, only the member bodies do.
-template <class T = TRefCounted>
+// class body needs it, only the member bodies do. A list of many small
+// instances may keep its items through an allocator of its own.
+template <class T = TRefCounted, class TItemAllocator = std::allocator<Ref<T>>>
 class TInterfaceListPersistent : public TPersistent, public TRefCounted {
 public:
   using TItem = Ref<T>;
-  using TItems = std::vector<TItem>;
+  using TItems = std::vector<TItem, TItemAllocator>;
   using TCompare = std::function<int(const TItem&, const TItem&)>;
   using const_iterator = typename TItems::const_iterator;
 
@@ -55,6 +56,10 @@ public:
   }
 
   int Add(TItem Item) {
+    // Room for three from the start: the smallest block of the heap (or of
+    // the pool) holds as many, where a list of three grown one item at a
+    // time would end in a block of four.
+    if (FItems.capacity() == 0) FItems.reserve(3);
     FItems.push_back(std::move(Item));
     Notify(FItems.back(), lnAdded);
     return GetCount() - 1;

@@ -35,15 +35,9 @@ std::size_t TFactHashIndex::Home(std::int32_t Hash) const noexcept {
                                    0x9E3779B97F4A7C15ULL) >> FShift) & FMask;
 }
 
-TFact* TFactHashIndex::Removed() noexcept {
-  // Only its address is used: it is never read as a fact.
-  static char Mark;
-  return reinterpret_cast<TFact*>(&Mark);
-}
-
 void TFactHashIndex::Clear() noexcept {
   std::vector<TEntry>().swap(FEntries);
-  FMask = FCount = FUsed = 0;
+  FMask = FCount = 0;
   FShift = 64;
 }
 
@@ -52,34 +46,39 @@ void TFactHashIndex::Reserve(std::size_t Count) {
 }
 
 void TFactHashIndex::Rebuild(std::size_t Count) {
-  // At most half full, removed entries left behind.
+  // At most half full.
   const std::size_t Capacity = std::bit_ceil(std::max<std::size_t>(16, Count * 2));
   std::vector<TEntry> Old(Capacity);
   Old.swap(FEntries);
   FMask = Capacity - 1;
   FShift = 64 - std::countr_zero(Capacity);
-  FCount = FUsed = 0;
+  FCount = 0;
   for (const TEntry& Entry : Old)
-    if (Entry.Fact && Entry.Fact != Removed()) Add(Entry.Hash, Entry.Fact);
+    if (Entry.Fact) Add(Entry.Hash, Entry.Fact);
 }
 
 void TFactHashIndex::Add(std::int32_t Hash, TFact* Fact) {
-  if ((FUsed + 1) * 2 > FEntries.size()) {
-    // Twice the size when a quarter or more is live, else the same size
-    // cleared of removed entries: either way a quarter of the entries are
-    // free again, so that churn at a steady count rebuilds seldom.
-    const std::size_t Size = FEntries.size();
-    Rebuild(FCount * 4 >= Size ? Size : Size / 2);
-  }
+  if ((FCount + 1) * 2 > FEntries.size()) Rebuild(FEntries.size());
   std::size_t I = Home(Hash);
-  while (FEntries[I].Fact && FEntries[I].Fact != Removed()) I = (I + 1) & FMask;
-  if (!FEntries[I].Fact) ++FUsed;
+  while (FEntries[I].Fact) I = (I + 1) & FMask;
   FEntries[I] = {Fact, Hash};
   ++FCount;
 }
 
 void TFactHashIndex::Erase(std::size_t Index) noexcept {
-  FEntries[Index] = {Removed(), 0};
+  // The entries after the hole that may sit there move up into it, so that
+  // no removed entry is left behind: a probe still ends at the first empty
+  // entry, and churn at a steady count never rebuilds the table (a rebuild
+  // would take a second table's worth of fresh pages).
+  std::size_t Hole = Index;
+  for (std::size_t I = (Hole + 1) & FMask; FEntries[I].Fact; I = (I + 1) & FMask) {
+    const std::size_t FromHome = (I - Home(FEntries[I].Hash)) & FMask;
+    if (FromHome >= ((I - Hole) & FMask)) {
+      FEntries[Hole] = FEntries[I];
+      Hole = I;
+    }
+  }
+  FEntries[Hole] = {};
   --FCount;
 }
 

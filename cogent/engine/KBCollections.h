@@ -304,25 +304,23 @@ public:
     for (std::size_t I = Home(Hash);; I = (I + 1) & FMask) {
       const TEntry& Entry = FEntries[I];
       if (!Entry.Fact) return;
-      if (Entry.Hash == Hash && Entry.Fact != Removed()) Visit(Entry.Fact);
+      if (Entry.Hash == Hash) Visit(Entry.Fact);
     }
   }
 
 private:
   // The hash beside its fact, so that a probe reads one cache line: a nil
-  // fact is an empty entry, Removed() one whose fact has left.
+  // fact is an empty entry.
   struct TEntry {
     TFact* Fact = nullptr;
     std::int32_t Hash = 0;
   };
-  static TFact* Removed() noexcept;
   std::size_t Home(std::int32_t Hash) const noexcept;
   void Rebuild(std::size_t Capacity);
   void Erase(std::size_t Index) noexcept;
   std::vector<TEntry> FEntries;
   std::size_t FMask = 0;
-  std::size_t FCount = 0;  // full entries
-  std::size_t FUsed = 0;   // full and removed ones
+  std::size_t FCount = 0;
   int FShift = 64;
 };
 

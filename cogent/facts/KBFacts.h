@@ -254,28 +254,43 @@ private:
 // ---------------------------------------------------------------- TFact
 
 // A fact's values by slot position: an array and its length, a third of a
-// vector's size in the fact.
+// vector's size in the fact. One value, an ordered fact's one slot, is kept
+// in place of the array's address and takes no block of its own.
 class TFactValues {
 public:
-  TFactValues() noexcept = default;
-  explicit TFactValues(std::size_t Count)
-      : FItems(Count ? static_cast<IKBValue*>(pool::Allocate(Count * sizeof(IKBValue))) : nullptr),
-        FCount(Narrow(Count)) {
-    std::uninitialized_value_construct_n(FItems, Count);
+  TFactValues() noexcept : FItems(nullptr) {}
+  explicit TFactValues(std::size_t Count) : FItems(nullptr) {
+    if (Count == 1) {
+      ::new (static_cast<void*>(&FOne)) IKBValue();
+    } else if (Count) {
+      FItems = static_cast<IKBValue*>(pool::Allocate(Count * sizeof(IKBValue)));
+      std::uninitialized_value_construct_n(FItems, Count);
+    }
+    FCount = Narrow(Count);
   }
-  TFactValues(TFactValues&& Other) noexcept
-      : FItems(std::exchange(Other.FItems, nullptr)), FCount(std::exchange(Other.FCount, 0)) {}
+  TFactValues(TFactValues&& Other) noexcept : FItems(nullptr) { Take(Other); }
   TFactValues& operator=(TFactValues&& Other) noexcept {
-    TFactValues(std::move(Other)).swap(*this);
+    if (this != &Other) {
+      clear();
+      Take(Other);
+    }
     return *this;
   }
   ~TFactValues() { clear(); }
 
   std::size_t size() const noexcept { return FCount; }
-  IKBValue& operator[](std::size_t Index) const noexcept { return FItems[Index]; }
-  IKBValue* begin() const noexcept { return FItems; }
-  IKBValue* end() const noexcept { return FItems + FCount; }
+  IKBValue& operator[](std::size_t Index) const noexcept { return begin()[Index]; }
+  IKBValue* begin() const noexcept { return FCount == 1 ? const_cast<IKBValue*>(&FOne) : FItems; }
+  IKBValue* end() const noexcept { return begin() + FCount; }
   void clear() noexcept {
+    if (FCount == 1) {
+      // Let go while the value is still in place: its end may look here.
+      FOne.reset();
+      FOne.~IKBValue();
+      FItems = nullptr;
+      FCount = 0;
+      return;
+    }
     if (!FItems) return;
     std::destroy_n(FItems, FCount);
     pool::Free(FItems, FCount * sizeof(IKBValue));
@@ -285,19 +300,35 @@ public:
   // Keeps the values that still fit; new positions are nil.
   void resize(std::size_t Count) {
     TFactValues Grown(Count);
-    for (std::size_t I = 0; I < Count && I < FCount; ++I) Grown[I] = std::move(FItems[I]);
+    for (std::size_t I = 0; I < Count && I < FCount; ++I) Grown[I] = std::move(begin()[I]);
     *this = std::move(Grown);
   }
   void swap(TFactValues& Other) noexcept {
-    std::swap(FItems, Other.FItems);
-    std::swap(FCount, Other.FCount);
+    TFactValues Held(std::move(Other));
+    Other = std::move(*this);
+    *this = std::move(Held);
   }
 
 private:
   static std::uint32_t Narrow(std::size_t Count) noexcept { return static_cast<std::uint32_t>(Count); }
+  // Other's values moved into this empty array; Other is left empty.
+  void Take(TFactValues& Other) noexcept {
+    if (Other.FCount == 1) {
+      ::new (static_cast<void*>(&FOne)) IKBValue(std::move(Other.FOne));
+      Other.FOne.~IKBValue();
+      Other.FItems = nullptr;
+    } else {
+      FItems = std::exchange(Other.FItems, nullptr);
+    }
+    FCount = std::exchange(Other.FCount, 0);
+  }
 
-  // A block of the pool, without the count that new[] keeps before the items.
-  IKBValue* FItems = nullptr;
+  // A block of the pool, without the count that new[] keeps before the
+  // items; the one value itself when the count is 1.
+  union {
+    IKBValue* FItems;
+    IKBValue FOne;
+  };
   std::uint32_t FCount = 0;
 };
 

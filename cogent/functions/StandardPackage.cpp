@@ -376,7 +376,7 @@ void TForEachFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBVal
   Result = FCNil;
   const int Last = FunCall->GetArgumentCount() - 1;
   // A copy: the body may change the list it walks.
-  const std::vector<IKBValue> Items = List ? List->Items() : std::vector<IKBValue>();
+  const std::vector<IKBValue> Items = List ? std::vector<IKBValue>(List->begin(), List->end()) : std::vector<IKBValue>();
   for (const IKBValue& Item : Items) {
     Variables.SetVariable(Name, Item ? Item->Resolve(Context) : Item);
     if (RunSequence(FunCall, 2, Last, Context, Result)) return;

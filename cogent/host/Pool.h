@@ -112,6 +112,27 @@ inline void Free(void* Block, std::size_t Size) noexcept {
 
 #endif
 
+// For the arrays of containers that hold a few small items each, such as
+// the items of a short list: no allocator header, and a block of the
+// pool's sizes instead of a heap chunk.
+template <class T>
+struct TAllocator {
+  using value_type = T;
+  TAllocator() noexcept = default;
+  template <class U>
+  TAllocator(const TAllocator<U>&) noexcept {}
+  T* allocate(std::size_t Count) {
+    static_assert(alignof(T) <= Granule);
+    if (Count > static_cast<std::size_t>(-1) / sizeof(T)) throw std::bad_array_new_length();
+    return static_cast<T*>(Allocate(Count * sizeof(T)));
+  }
+  void deallocate(T* Items, std::size_t Count) noexcept { Free(Items, Count * sizeof(T)); }
+  template <class U>
+  bool operator==(const TAllocator<U>&) const noexcept {
+    return true;
+  }
+};
+
 }  // namespace cogent::pool
 
 // Class-level allocation from the pool. A derived class inherits it; the

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <mutex>
+#include <unordered_map>
 
 #include "cogent/facts/KBContext.h"
 #include "cogent/facts/KBFacts.h"
@@ -25,6 +27,18 @@ void Unwatch(TObject* Object, std::unique_ptr<TKBValueNexus>& Nexus) {
 }
 
 const TKBValueChangeEvent NoChangeEvent;
+
+// The side blocks of the values that have one. Never destroyed: values die
+// in the destructors of other static objects too.
+struct TExtraTable {
+  std::mutex Lock;
+  std::unordered_map<const TKBValue*, std::unique_ptr<TKBValueExtra>> Items;
+};
+
+TExtraTable& Extras() {
+  static TExtraTable* const Result = new TExtraTable;
+  return *Result;
+}
 
 // "%.4f" without the process locale; a negative value that rounds to zero
 // prints as zero.
@@ -99,7 +113,7 @@ std::int32_t FloatHash(double Value) noexcept {
 
 // ---------------------------------------------------------------- TKBText
 
-TKBText::TKBText(std::string_view Text) noexcept : FHash(CalculateHash(Text)), FLength(Text.size()) {
+TKBText::TKBText(std::string_view Text, std::int32_t Hash) noexcept : FHash(Hash), FLength(Text.size()) {
   char* Data = FData;
   std::memcpy(Data, Text.data(), Text.size());
   Data[Text.size()] = 0;
@@ -127,13 +141,14 @@ struct TRecentTexts {
 }  // namespace
 
 TKBText* TKBText::Make(std::string_view Text) {
+  const std::int32_t Hash = CalculateHash(Text);
   // FData's one character is the terminator.
-  const auto New = [Text] { return new (::operator new(sizeof(TKBText) + Text.size())) TKBText(Text); };
+  const auto New = [Text, Hash] { return new (::operator new(sizeof(TKBText) + Text.size())) TKBText(Text, Hash); };
   // Texts made while the thread's own objects are destroyed are not kept.
   if (Text.size() > RecentTextLength || RecentTextsGone) return New();
   static thread_local TRecentTexts Recent;
-  TKBText*& Slot = Recent.Items[(static_cast<std::uint32_t>(CalculateHash(Text)) * 0x9E3779B9u) >> 26];
-  if (Slot && Slot->View() == Text) {
+  TKBText*& Slot = Recent.Items[(static_cast<std::uint32_t>(Hash) * 0x9E3779B9u) >> 26];
+  if (Slot && Slot->GetHash() == Hash && Slot->View() == Text) {
     Slot->AddRef();
     return Slot;
   }
@@ -144,8 +159,8 @@ TKBText* TKBText::Make(std::string_view Text) {
   return Made;
 }
 
-// A value in 40 bytes takes a 48-byte block of the allocator.
-static_assert(sizeof(TKBValue) <= 40);
+// A value in 32 bytes takes a 32-byte block of the pool.
+static_assert(sizeof(TKBValue) <= 32);
 
 // ---------------------------------------------------------------- TKBValueNexus
 
@@ -199,29 +214,73 @@ TKBValue::TKBValue(TObject* AObject, bool Owned) {
 TKBValue::TKBValue(double AValue) : FKBType(dtFloat) { FValue.VExtended = AValue; }
 
 TKBValue::~TKBValue() {
-  if (FExtra) FExtra->OnChange = nullptr;
+  if (TKBValueExtra* E = FindExtra()) E->OnChange = nullptr;
   Reset();
+  if (!FHasExtra) return;
+  // The block goes outside the lock: a nexus that goes may tell others.
+  std::unique_ptr<TKBValueExtra> Gone;
+  {
+    TExtraTable& Table = Extras();
+    const std::lock_guard<std::mutex> Guard(Table.Lock);
+    const auto Found = Table.Items.find(this);
+    if (Found != Table.Items.end()) {
+      Gone = std::move(Found->second);
+      Table.Items.erase(Found);
+    }
+  }
+  FHasExtra = false;
 }
 
 // ---------------------------------------------------------------- side block
 
+namespace {
+[[gnu::noinline]] TKBValueExtra* LookUpExtra(const TKBValue* Value) noexcept {
+  TExtraTable& Table = Extras();
+  const std::lock_guard<std::mutex> Guard(Table.Lock);
+  const auto Found = Table.Items.find(Value);
+  return Found == Table.Items.end() ? nullptr : Found->second.get();
+}
+}  // namespace
+
+// Small, so that the common case, no side block, is decided in line.
+TKBValueExtra* TKBValue::FindExtra() const noexcept { return FHasExtra ? LookUpExtra(this) : nullptr; }
+
 TKBValueExtra& TKBValue::Extra() {
-  if (!FExtra) FExtra = std::make_unique<TKBValueExtra>();
-  return *FExtra;
+  if (TKBValueExtra* E = FindExtra()) return *E;
+  auto Made = std::make_unique<TKBValueExtra>();
+  TKBValueExtra& Result = *Made;
+  {
+    TExtraTable& Table = Extras();
+    const std::lock_guard<std::mutex> Guard(Table.Lock);
+    Table.Items[this] = std::move(Made);
+  }
+  FHasExtra = true;
+  return Result;
+}
+
+TKBValueNexus* TKBValue::GetNexus() const noexcept {
+  const TKBValueExtra* E = FindExtra();
+  return E ? E->Nexus.get() : nullptr;
 }
 
 std::unique_ptr<TKBValueNexus>& TKBValue::NexusSlot() { return Extra().Nexus; }
 
 const TKBValueChangeEvent& TKBValue::GetOnChange() const noexcept {
-  return FExtra ? FExtra->OnChange : NoChangeEvent;
+  const TKBValueExtra* E = FindExtra();
+  return E ? E->OnChange : NoChangeEvent;
 }
 
 void TKBValue::SetOnChange(TKBValueChangeEvent Value) {
-  if (Value || FExtra) Extra().OnChange = std::move(Value);
+  if (Value || FHasExtra) Extra().OnChange = std::move(Value);
+}
+
+std::intptr_t TKBValue::GetTag() const noexcept {
+  const TKBValueExtra* E = FindExtra();
+  return E ? E->Tag : 0;
 }
 
 void TKBValue::SetTag(std::intptr_t Value) {
-  if (Value || FExtra) Extra().Tag = Value;
+  if (Value || FHasExtra) Extra().Tag = Value;
 }
 
 template <class T>
@@ -257,21 +316,21 @@ void TKBValue::CopyCell(const TKBValue& Source) noexcept {
 
 void TKBValue::Changing(TKBType) {
   if (FKBType == dtObject && IsOwningObject()) {
-    FExtra->Nexus.reset();
+    FindExtra()->Nexus.reset();
     TObject* Object = CellPointer<TObject>(FValue.VInteger);
     const TComponent* Component = dynamic_cast<TComponent*>(Object);
     FValue.VInteger = 0;
     FKBType = dtNone;
     if (!(Component && Component->GetComponentState().Contains(csDestroying))) delete Object;
   } else if (GetNexus()) {
-    Unwatch(CellPointer<TObject>(FValue.VInteger), FExtra->Nexus);
+    Unwatch(CellPointer<TObject>(FValue.VInteger), FindExtra()->Nexus);
   } else {
     ReleaseCell();
   }
 }
 
 void TKBValue::Changed() {
-  if (FExtra && FExtra->OnChange) FExtra->OnChange(Self());
+  if (const TKBValueExtra* E = FindExtra(); E && E->OnChange) E->OnChange(Self());
 }
 
 void TKBValue::StoreString(TKBType AType, const std::string& Value) {
@@ -321,7 +380,7 @@ void TKBValue::SetAsFloat(double Value) {
 }
 
 void TKBValue::Disown(TObject* Object) {
-  if (Object && IsOwningObject() && CellPointer<TObject>(FValue.VInteger) == Object) FExtra->Nexus.reset();
+  if (Object && IsOwningObject() && CellPointer<TObject>(FValue.VInteger) == Object) FindExtra()->Nexus.reset();
 }
 
 void TKBValue::SetAsObject(TObject* Value) {
@@ -365,7 +424,7 @@ void TKBValue::Notification(TComponent* AComponent, TOperation Operation) {
     Reset();
   } else {
     // Borrowed: the value stays an object value, now holding nil.
-    FExtra->Nexus.reset();
+    FindExtra()->Nexus.reset();
     FValue.VInteger = 0;
   }
 }
@@ -896,7 +955,7 @@ void TValueVector::Append(const IValueVector& Other) {
 
 namespace {
 // Pairwise by index: two nils agree, one nil doesn't, values by Equals.
-bool SameItems(const TInterfaceListPersistent<TKBValue>& A, const TInterfaceListPersistent<TKBValue>& B) {
+bool SameItems(const TValueVector& A, const TValueVector& B) {
   const int Count = A.GetCount();
   if (Count != B.GetCount()) return false;
   for (int I = 0; I < Count; ++I) {
@@ -924,7 +983,7 @@ bool TValueVector::Equals(const IInterface& Other) const {
 
 bool TValueVector::Equals(const TObject* Other) const {
   if (Other == this) return true;
-  const auto* List = dynamic_cast<const TInterfaceListPersistent<TKBValue>*>(Other);
+  const auto* List = dynamic_cast<const TValueVector*>(Other);
   return List && SameItems(*this, *List);
 }
 

@@ -61,7 +61,7 @@ public:
   std::int32_t GetHash() const noexcept { return FHash; }
 
 private:
-  TKBText(std::string_view Text) noexcept;
+  TKBText(std::string_view Text, std::int32_t Hash) noexcept;
   std::atomic<std::int32_t> FRefCount{1};
   std::int32_t FHash;
   std::size_t FLength;
@@ -96,6 +96,8 @@ public:
   COGENT_POOLED(TKBValue)
 
   TKBValue() = default;
+  TKBValue(const TKBValue&) = delete;
+  TKBValue& operator=(const TKBValue&) = delete;
   explicit TKBValue(TPersistentClass AClass);
   // AType must be dtInteger, dtFactId or dtDescriptor.
   TKBValue(std::int32_t AValue, TKBType AType);
@@ -116,7 +118,7 @@ public:
   bool IsOwningObject() const noexcept { return FKBType == dtObject && GetNexus() && GetNexus()->GetOwns(); }
   const TKBValueChangeEvent& GetOnChange() const noexcept;
   void SetOnChange(TKBValueChangeEvent Value);
-  std::intptr_t GetTag() const { return FExtra ? FExtra->Tag : 0; }
+  std::intptr_t GetTag() const noexcept;
   void SetTag(std::intptr_t Value);
 
   // ------------------------------------------------------------ getters
@@ -213,9 +215,11 @@ private:
   void CopyCell(const TKBValue& Source) noexcept;
   // Lets go of a held text or interface; the cell is left 0.
   void ReleaseCell() noexcept;
-  TKBValueNexus* GetNexus() const noexcept { return FExtra ? FExtra->Nexus.get() : nullptr; }
+  TKBValueNexus* GetNexus() const noexcept;
   std::unique_ptr<TKBValueNexus>& NexusSlot();
+  // The side block, made on first use; FindExtra gives nil where there is none.
   TKBValueExtra& Extra();
+  TKBValueExtra* FindExtra() const noexcept;
   template <class T>
   Ref<T> Interface() const noexcept;
   // The owned component of Source copied into a new component of its class.
@@ -227,10 +231,12 @@ private:
   void WatchObject();
   IKBValue Self() const { return IKBValue(const_cast<TKBValue*>(this)); }
 
-  // The kind first: it fills the gap after the reference count.
+  // The kind and the mark of a side block fill the gap after the reference
+  // count: a value is 32 bytes. The side block lives in a table of its own,
+  // keyed by the value, which only the few values that use it pay for.
   TKBType FKBType = dtNone;
+  bool FHasExtra = false;
   TKBValueRec FValue;
-  std::unique_ptr<TKBValueExtra> FExtra;
 };
 
 // Floats are equal when they agree to four decimal places, that is when
@@ -250,8 +256,10 @@ std::int32_t FloatHash(double Value) noexcept;
 
 // The list behind a multifield. Add and Append share value objects; only
 // Clone and Assign copy them.
-class TValueVector : public TInterfaceListPersistent<TKBValue>, public ICloneable {
+class TValueVector : public TInterfaceListPersistent<TKBValue, pool::TAllocator<IKBValue>>, public ICloneable {
 public:
+  COGENT_POOLED(TValueVector)
+
   TValueVector() = default;
 
   int GetValueCount() const { return GetCount(); }

@@ -324,5 +324,35 @@ TEST(KBCollectionsTest, ModuleListOperationsAreEngineOperations) {
   EXPECT_EQ(Modules->ToNamesString(","), "MAIN,X");
 }
 
+// Removal moves later entries of a run back into the hole: whatever is
+// taken out, from the middle of a run of equal homes or from a run that
+// wraps past the table's end, the rest is still found under its hash.
+TEST(KBCollectionsTest, FactIndexFindsEveryFactLeftAfterRemovals) {
+  std::vector<IFact> Facts;
+  for (int I = 0; I < 24; ++I) Facts.emplace_back(new TFact());
+  TFactHashIndex Index;
+  // Three hashes only, so that runs collide and overlap; one of them has
+  // its home in the last entry of the table of 64 that 24 facts take, so
+  // that its run wraps.
+  std::int32_t Last = 0;
+  while (((static_cast<std::uint64_t>(static_cast<std::uint32_t>(Last)) * 0x9E3779B97F4A7C15ULL) >> 58) != 63) ++Last;
+  const auto HashOf = [Last](int I) { return I % 3 == 0 ? Last : static_cast<std::int32_t>(I % 3) * 40503; };
+  for (int I = 0; I < 24; ++I) Index.Add(HashOf(I), Facts[static_cast<std::size_t>(I)].get());
+  const auto Found = [&](int I) {
+    int Seen = 0;
+    Index.ForEach(HashOf(I), [&](TFact* Fact) { Seen += Fact == Facts[static_cast<std::size_t>(I)].get(); });
+    return Seen;
+  };
+  for (const int I : {4, 0, 13, 23, 1, 9, 16}) {
+    EXPECT_TRUE(Index.Remove(HashOf(I), Facts[static_cast<std::size_t>(I)].get()));
+    EXPECT_FALSE(Index.Remove(HashOf(I), Facts[static_cast<std::size_t>(I)].get()));
+  }
+  EXPECT_TRUE(Index.RemoveAnywhere(Facts[5].get()));
+  for (int I = 0; I < 24; ++I) {
+    const bool Gone = I == 4 || I == 0 || I == 13 || I == 23 || I == 1 || I == 9 || I == 16 || I == 5;
+    EXPECT_EQ(Found(I), Gone ? 0 : 1) << I;
+  }
+}
+
 }  // namespace
 }  // namespace cogent
