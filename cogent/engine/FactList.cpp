@@ -59,8 +59,16 @@ void TFactHashIndex::Rebuild(std::size_t Count) {
   FMask = Capacity - 1;
   FShift = 64 - std::countr_zero(Capacity);
   FCount = FUsed = 0;
-  for (const TEntry& Entry : Old)
-    if (Entry.Fact && Entry.Fact != Removed()) Add(Entry.Hash, Entry.Fact);
+  // The new table has room for all and holds no removed entries: each goes
+  // to the first free entry from its home.
+  for (const TEntry& Entry : Old) {
+    if (!Entry.Fact || Entry.Fact == Removed()) continue;
+    std::size_t I = Home(Entry.Hash);
+    while (FEntries[I].Fact) I = (I + 1) & FMask;
+    FEntries[I] = Entry;
+    ++FCount;
+  }
+  FUsed = FCount;
 }
 
 void TFactHashIndex::Add(std::int32_t Hash, TFact* Fact) {
