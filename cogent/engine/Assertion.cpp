@@ -46,18 +46,18 @@ std::int32_t TInferenceEngine::Assert(const IFact& Fact, bool Unconditional) {
 
   const std::int32_t Id = NewFactId();
   Fact->SetID(Id);
-  {
-    const IModule Home = FCurrentModule;
+  // The engine owns its modules: the current one is remembered by address,
+  // and focus comes back to it only when the fact went to other modules.
+  const TModule* const Home = FCurrentModule.get();
+  AddFactToModule(Fact, nullptr);
+  // A shared template puts the fact into every module that holds it.
+  if (Template->GetImportModuleCount() > 1) {
     TFocusBack Focus;
-    AddFactToModule(Fact, nullptr);
-    // A shared template puts the fact into every module that holds it.
-    if (Template->GetImportModuleCount() > 1) {
-      for (int I = 0; I < Template->GetImportModuleCount(); ++I) {
-        const IModule Module = Template->GetImportModule(I);
-        if (Module == Home) continue;
-        Focus.Remember(Home);
-        AddFactToModule(Fact, Module);
-      }
+    for (int I = 0; I < Template->GetImportModuleCount(); ++I) {
+      const IModule Module = Template->GetImportModule(I);
+      if (Module.get() == Home) continue;
+      Focus.Remember(IModule(const_cast<TModule*>(Home)));
+      AddFactToModule(Fact, Module);
     }
   }
   if (FWatch.Contains(cwFact) && OnPrintOut) PrintOut("", " ==> " + Fact->GetToIDString() + sLineBreak);

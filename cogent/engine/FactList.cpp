@@ -53,8 +53,15 @@ void TFactHashIndex::Rebuild(std::size_t Count) {
   FMask = Capacity - 1;
   FShift = 64 - std::countr_zero(Capacity);
   FCount = 0;
-  for (const TEntry& Entry : Old)
-    if (Entry.Fact) Add(Entry.Hash, Entry.Fact);
+  // The new table has room for all: each entry goes to the first free one
+  // from its home.
+  for (const TEntry& Entry : Old) {
+    if (!Entry.Fact) continue;
+    std::size_t I = Home(Entry.Hash);
+    while (FEntries[I].Fact) I = (I + 1) & FMask;
+    FEntries[I] = Entry;
+    ++FCount;
+  }
 }
 
 void TFactHashIndex::Add(std::int32_t Hash, TFact* Fact) {

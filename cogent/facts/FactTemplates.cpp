@@ -70,6 +70,12 @@ TFactSlot::~TFactSlot() {
 
 IKBDefinedType TFactSlot::GetExtendedTypeInfo() const { return FExtendedTypeInfo; }
 
+void TFactSlot::SetDefaultDynamic(bool Value) noexcept {
+  FDefaultDynamic = Value;
+  // The owner keeps whether any of its slots has a dynamic default.
+  if (FOwner) FOwner->FNeedPositions = true;
+}
+
 bool TFactSlot::DynamicChecks() const {
   if (!FOwner) return false;
   const IKnowledgeBase* Engine = FOwner->GetEngine();
@@ -202,7 +208,7 @@ void TFactSlot::AssignSlot(const TFactSlot& Source) {
   if (&Source == this) return;
   // The name comes first: the data slot's types depend on it.
   SetName(Source.FName);
-  FDefaultDynamic = Source.FDefaultDynamic;
+  SetDefaultDynamic(Source.FDefaultDynamic);
   FTag = Source.FTag;
   // A slot arriving from another engine takes this engine's defined type of
   // the same name, and a default that refers to things of the old engine is
@@ -301,16 +307,14 @@ void TFactTemplate::SetTemplateName(const TKBName& Value) {
 
 void TFactTemplate::SetParent(const IFactTemplate& Value) { FParent = Value; }
 
-bool TFactTemplate::IsFuzzy() const {
-  if (FNeedIsFuzzy) {
-    FIsFuzzy = false;
-    for (const auto& Item : FFactSlots)
-      if (Item.Value && Item.Value->IsFuzzy()) {
-        FIsFuzzy = true;
-        break;
-      }
-    FNeedIsFuzzy = false;
-  }
+bool TFactTemplate::UpdateIsFuzzy() const {
+  FIsFuzzy = false;
+  for (const auto& Item : FFactSlots)
+    if (Item.Value && Item.Value->IsFuzzy()) {
+      FIsFuzzy = true;
+      break;
+    }
+  FNeedIsFuzzy = false;
   return FIsFuzzy;
 }
 
@@ -338,25 +342,20 @@ void TFactTemplate::UpdatePositions() const {
   FSortedPositions.clear();
   for (int I = 0; I < FFactSlotNames.GetCount(); ++I)
     FSortedPositions.push_back(FPositions.at(FFactSlotNames.GetString(I)));
+  // Up to a few positions PositionOf compares names in place. The names stay
+  // where they are until a slot is renamed or leaves, which marks this stale.
+  FNameAt.clear();
+  if (FSlotAt.size() <= 8)
+    for (const TFactSlot* Slot : FSlotAt)
+      FNameAt.push_back(Slot ? TNameAt{Slot->GetName().data(), Slot->GetName().size()} : TNameAt{});
+  FAnyDynamicDefault = false;
+  for (const TFactSlot* Slot : FSlotAt)
+    if (Slot && Slot->GetDefaultDynamic()) FAnyDynamicDefault = true;
   FNeedPositions = false;
 }
 
-int TFactTemplate::PositionOf(const TKBName& Name) const {
-  UpdatePositions();
-  // A template has a few slots: comparing their names is quicker than
-  // hashing the one asked for. Names whose slots have left are in the map.
-  if (FSlotAt.size() <= 8) {
-    // Most names differ in length or first character.
-    const std::size_t Length = Name.size();
-    const char First = Length ? Name[0] : '\0';
-    for (std::size_t Position = 0; Position < FSlotAt.size(); ++Position) {
-      const TFactSlot* Slot = FSlotAt[Position];
-      if (!Slot) continue;
-      const TKBName& SlotName = Slot->GetName();
-      if (SlotName.size() == Length && (Length == 0 || (SlotName[0] == First && SlotName == Name)))
-        return static_cast<int>(Position);
-    }
-  }
+int TFactTemplate::PositionOfSlowly(std::string_view Name) const {
+  // Names whose slots have left are in the map.
   const auto Found = FPositions.find(Name);
   return Found == FPositions.end() ? -1 : Found->second;
 }
@@ -528,8 +527,8 @@ IKBValue NewDefault(const TFactSlot& Slot, IKnowledgeBase* Engine) {
 }  // namespace
 
 IFact TFactTemplate::NewFact() {
-  const IFact Result(new TFact(IFactTemplate(this)));
-  Result->SetID(-1);
+  // Room for every position from the start: the first value set needs none.
+  const IFact Result(new TFact(this, static_cast<std::size_t>(GetPositionCount())));
   // A slot left empty takes a clone of its default when first read, the
   // same value as one entered now, so only what must happen now happens:
   // dynamic defaults are worked out in slot order, and dynamic checks see
@@ -540,6 +539,7 @@ IFact TFactTemplate::NewFact() {
     FillFactWithDefaults(Result);
     return Result;
   }
+  if (!FAnyDynamicDefault) return Result;
   for (const int Position : GetSortedPositions())
     if (const TFactSlot* Slot = SlotAt(Position); Slot->GetDefaultDynamic())
       Result->SetValue(Slot->GetName(), NewDefault(*Slot, Engine));

@@ -48,6 +48,11 @@ TFact::TFact(const IFactTemplate& ATemplate, const IFact& ASource) : FTemplate(A
 
 IKnowledgeBase* TFact::TemplateEngine() const noexcept { return FTemplate ? FTemplate->GetEngine() : nullptr; }
 
+bool TFact::DynamicChecks() const noexcept {
+  const IKnowledgeBase* Engine = TemplateEngine();
+  return Engine && Engine->GetTypeChecks().Contains(tcDynamic);
+}
+
 const IKBValue& TFact::ValueAt(int Position, const TFactSlot& Slot) const {
   CoverPositions();
   IKBValue& Value = FValues[static_cast<std::size_t>(Position)];
@@ -93,16 +98,16 @@ const IKBValue& TFact::ContainsKeyRef(const TSlotRef& Ref) const {
   return Slot ? ValueAt(Position, *Slot) : None;
 }
 
-void TFact::SetValue(const TKBName& Name, const IKBValue& Value) {
+void TFact::SetValue(std::string_view Name, IKBValue Value) {
   if (!FTemplate) throw EKBException(_SNoTemplate);
-  const IKnowledgeBase* Engine = TemplateEngine();
-  const bool Dynamic = Engine && Engine->GetTypeChecks().Contains(tcDynamic);
   const int Position = FTemplate->PositionOf(Name);
   TFactSlot* const Slot = FTemplate->SlotAt(Position);
-  if (!Slot) throw EKBException(Format(_SInvalidSlotName, Name));
-  IKBValue Stored = Value ? Value : FCNil;
-  // Everything is checked before anything changes, the caller's value included.
-  if (Dynamic && !Slot->IsValid(Stored)) {
+  if (!Slot) throw EKBException(Format(_SInvalidSlotName, TKBName(Name)));
+  IKBValue Stored = Value ? std::move(Value) : FCNil;
+  // Everything is checked before anything changes, the caller's value
+  // included. A value of a type the slot plainly takes passes either way,
+  // without asking the engine.
+  if (!Slot->IsPlainlyValid(Stored) && DynamicChecks() && !Slot->IsValid(Stored)) {
     const TKBType Type = Stored->GetDType();
     if (Type == dtInteger && Slot->GetSlotType().Contains(dtFloat)) {
       const IKBValue AsFloat(new TKBValue(static_cast<double>(Stored->GetAsInteger())));
@@ -126,7 +131,7 @@ void TFact::SetValue(const TKBName& Name, const IKBValue& Value) {
       throw EKBException(Slot->GetInvalidValueString(Stored));
     }
   }
-  CoverPositions();
+  if (static_cast<std::size_t>(Position) >= FValues.size()) CoverPositions();
   FValues[static_cast<std::size_t>(Position)] = std::move(Stored);
   Changed();
 }
@@ -210,27 +215,37 @@ bool TFact::Equals(const IInterface& Other) const { return Equals(Other.As<TFact
 
 std::int32_t TFact::GetHashCode() const {
   if (FHashValid) return FHashCode;
-  std::int32_t Hash = static_cast<std::int32_t>(std::hash<const void*>()(FTemplate.get()));
+  // A multiply per value; the high bits, which depend on every bit of every
+  // value, are folded down once at the end, so that tables taking their
+  // bucket from the low bits or from the high ones both spread.
+  constexpr std::uint64_t Golden = 0x9E3779B97F4A7C15ULL;
+  std::uint64_t Mix = reinterpret_cast<std::uintptr_t>(FTemplate.get());
+  const auto Add = [&Mix](std::int32_t Value) { Mix = (Mix ^ static_cast<std::uint32_t>(Value)) * Golden; };
   if (FTemplate) {
     const bool Fuzzy = FTemplate->IsFuzzy();
     CoverPositions();
-    for (const int Position : FTemplate->GetSortedPositions()) {
-      const TFactSlot& Slot = *FTemplate->SlotAt(Position);
-      if (Fuzzy && Slot.IsFuzzy()) continue;
-      const IKBValue& Entered = FValues[static_cast<std::size_t>(Position)];
-      const IKBValue& Value = Entered ? Entered : ValueAt(Position, Slot);
+    // In the template's position order: only facts of one template can be
+    // equal, and for them that order is the same.
+    const std::vector<TFactSlot*>& Slots = FTemplate->GetSlotsAt();
+    for (std::size_t Position = 0; Position < Slots.size(); ++Position) {
+      const TFactSlot* Slot = Slots[Position];
+      if (!Slot || (Fuzzy && Slot->IsFuzzy())) continue;
+      const IKBValue& Entered = FValues[Position];
+      const IKBValue& Value = Entered ? Entered : ValueAt(static_cast<int>(Position), *Slot);
       if (Value->GetDType() != dtList) {
-        Hash = HashCombine(Hash, Value->GetHashCode());
+        Add(Value->GetHashCode());
         continue;
       }
       const IValueVector List = Value->GetAsList();
-      Hash = HashCombine(Hash, List->GetCount());
-      for (const IKBValue& Item : *List) Hash = HashCombine(Hash, Item ? Item->GetHashCode() : 0);
+      Add(List->GetCount());
+      for (const IKBValue& Item : *List) Add(Item ? Item->GetHashCode() : 0);
     }
   }
-  FHashCode = Hash;
+  Mix ^= Mix >> 32;
+  Mix *= Golden;
+  FHashCode = static_cast<std::int32_t>(Mix >> 32);
   FHashValid = true;
-  return Hash;
+  return FHashCode;
 }
 
 std::string TFact::ToString() const {

@@ -3,8 +3,11 @@
 // facts, and fact sets (the deffacts construct).
 
 #include <cstdint>
+#include <cstring>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -34,7 +37,7 @@ public:
 
   TFactTemplate* GetOwner() const noexcept { return FOwner; }
   bool GetDefaultDynamic() const noexcept { return FDefaultDynamic; }
-  void SetDefaultDynamic(bool Value) noexcept { FDefaultDynamic = Value; }
+  void SetDefaultDynamic(bool Value) noexcept;
   IKBDefinedType GetExtendedTypeInfo() const;
   virtual void SetExtendedTypeInfo(const IKBDefinedType& Value);
   const TKBName& GetName() const noexcept { return FName; }
@@ -57,6 +60,12 @@ public:
   // Empty for a valid value, else "<reason> for <name> slot".
   std::string GetInvalidValueString(const IKBValue& Value) const;
   bool IsValid(const IKBValue& Value) const;
+  // Valid by its type alone: a first check that needs neither the engine nor
+  // a defined type. False says nothing.
+  bool IsPlainlyValid(const IKBValue& Value) const noexcept {
+    return Value && Value != FCNil && !FExtendedTypeInfo && Value->GetDType() != dtList &&
+           FSlotType.Contains(Value->GetDType());
+  }
   std::string ToString() const override;
 
   bool Equals(const IFactSlot& Other) const;
@@ -120,7 +129,7 @@ public:
   virtual void SetParent(const IFactTemplate& Value);
   bool IsOrdered() const noexcept { return FOrdered; }
   // True when a slot holds fuzzy values; cached until a slot type changes.
-  bool IsFuzzy() const;
+  bool IsFuzzy() const { return FNeedIsFuzzy ? UpdateIsFuzzy() : FIsFuzzy; }
   // Hash of the name and the sorted slot names; cached until a name changes.
   std::int32_t GetHashCode() const;
 
@@ -150,7 +159,20 @@ public:
     return static_cast<int>(FSlotAt.size());
   }
   // -1 for a name no slot of the template has had.
-  int PositionOf(const TKBName& Name) const;
+  int PositionOf(std::string_view Name) const {
+    if (FNeedPositions) UpdatePositions();
+    // A template has a few slots: comparing their names is quicker than
+    // hashing the one asked for. Most names differ in length or first byte.
+    const std::size_t Length = Name.size();
+    for (std::size_t Position = 0; Position < FNameAt.size(); ++Position) {
+      const TNameAt& Known = FNameAt[Position];
+      if (Known.Size == Length &&
+          (Length == 0 ||
+           (Known.Data[0] == Name[0] && (Length == 1 || std::memcmp(Known.Data + 1, Name.data() + 1, Length - 1) == 0))))
+        return static_cast<int>(Position);
+    }
+    return PositionOfSlowly(Name);
+  }
   // The slot that has the position now, or nil.
   TFactSlot* SlotAt(int Position) const {
     if (FNeedPositions) UpdatePositions();
@@ -160,6 +182,11 @@ public:
   }
   // The positions of the slots in sorted name order.
   const std::vector<int>& GetSortedPositions() const;
+  // The slots by position, nil where a slot has left.
+  const std::vector<TFactSlot*>& GetSlotsAt() const {
+    if (FNeedPositions) UpdatePositions();
+    return FSlotAt;
+  }
   std::uint64_t GetSerial() const {
     if (FNeedPositions) UpdatePositions();
     return FSerial;
@@ -200,6 +227,9 @@ private:
   void MarkStale() noexcept;
   // Brings the positions up to date with the slots.
   void UpdatePositions() const;
+  bool UpdateIsFuzzy() const;
+  // PositionOf past the names compared in place.
+  int PositionOfSlowly(std::string_view Name) const;
   // Clears the owner of a slot that leaves this template.
   void ReleaseSlot(const IFactSlot& Slot) noexcept;
 
@@ -220,9 +250,23 @@ private:
   TStringList<> FFactSlotNames;
   mutable bool FNeedPositions = true;
   mutable std::uint64_t FSerial;
-  mutable std::unordered_map<TKBName, int> FPositions;
+  // Looked up by any text, without making a name of it.
+  struct TNameHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view Name) const noexcept { return std::hash<std::string_view>()(Name); }
+  };
+  // A live slot's name in place; a position whose slot has left matches nothing.
+  struct TNameAt {
+    const char* Data = nullptr;
+    std::size_t Size = std::string_view::npos;
+  };
+  mutable std::unordered_map<TKBName, int, TNameHash, std::equal_to<>> FPositions;
   mutable std::vector<TFactSlot*> FSlotAt;
+  // The slots' names by position, for a template of few positions; else empty.
+  mutable std::vector<TNameAt> FNameAt;
   mutable std::vector<int> FSortedPositions;
+  // Some slot's default is worked out anew for each fact.
+  mutable bool FAnyDynamicDefault = false;
 };
 
 // A slot named once and read in many facts, as compiled tests do: its
@@ -375,7 +419,7 @@ public:
   IKBValue ContainsKey(const TKBName& Name) const;
   IKBValue ContainsKey(const TSlotRef& Slot) const;
   // Shares Value; under dynamic type checks converts or refuses it.
-  virtual void SetValue(const TKBName& Name, const IKBValue& Value);
+  virtual void SetValue(std::string_view Name, IKBValue Value);
   // Takes clones of Source's values; both must have the same template.
   virtual void AssignValues(const IFact& Source);
   // The values read or set so far, and their slot names, by position.
@@ -386,7 +430,7 @@ public:
   bool Equals(const IFact& Other) const;
   bool Equals(const IInterface& Other) const override;
   // Mixes the template's identity and the hash of each non-fuzzy slot value
-  // in sorted slot order, a multifield item by item after its length; equal
+  // in slot position order, a multifield item by item after its length; equal
   // facts hash alike. Kept until the fact changes through its own setters (a
   // value changed in place under the fact does not re-hash it).
   std::int32_t GetHashCode() const;
@@ -403,8 +447,13 @@ protected:
   ~TFact() override = default;
 
 private:
+  friend class TFactTemplate;
+  // A new fact of the template with room for each of its positions.
+  TFact(TFactTemplate* ATemplate, std::size_t Positions) : FValues(Positions), FTemplate(ATemplate) {}
   // The engine of the template's owner, if any.
   IKnowledgeBase* TemplateEngine() const noexcept;
+  // Under dynamic type checks of that engine.
+  bool DynamicChecks() const noexcept;
   // Crosses engines through the fact's text; true when it did.
   bool AssignAcrossEngines(const TFact& Source);
   // Both Assign forms; ThroughSetValue is the persistent one.

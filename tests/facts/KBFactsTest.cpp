@@ -120,6 +120,12 @@ TEST(FactTest, SlotPositionsOutliveChangesOfTheTemplate) {
   EXPECT_EQ(ErrorOf([&] { Fact->SetValue("age", Int(1)); }), "No such slot name: \"age\"");
   T->AddSlot("age", Int(0));
   EXPECT_EQ(Fact->GetValue("age")->GetAsInteger(), 42);
+
+  // A renamed slot answers to its new name only, a long one too.
+  T->GetSlot("age")->SetName("age-in-whole-years-since-birth");
+  Fact->SetValue("age-in-whole-years-since-birth", Int(43));
+  EXPECT_EQ(Fact->GetValue("age-in-whole-years-since-birth")->GetAsInteger(), 43);
+  EXPECT_EQ(ErrorOf([&] { Fact->SetValue("age", Int(1)); }), "No such slot name: \"age\"");
 }
 
 TEST_F(KBFactsTest, DynamicChecksGuardValuesAndDefaults) {
@@ -371,6 +377,15 @@ TEST(FactTemplateTest, NewFactAndFillingWithDefaults) {
   EXPECT_EQ(ErrorOf([&] { T->Clone(nullptr)->FillFactWithDefaults(Fact); }),
             "Unable to assign slot values, fact templates are different: p and p");
   EXPECT_EQ(ErrorOf([&] { T->FillFactWithDefaults(IFact(new TFact())); }), "Fact Template is missing");
+
+  // A default made dynamic after facts were made is worked out for the next.
+  TInferenceEngine Engine;
+  Engine.ResetGlobalVariable("g", Int(7));
+  const IFactTemplate Stamped(new TFactTemplate(&Engine, "stamped"));
+  const IFactSlot Slot = Stamped->AddSlot("n", Var("g"));
+  EXPECT_EQ(Stamped->NewFact()->GetValue("n")->GetToString(), "?g");
+  Slot->SetDefaultDynamic(true);
+  EXPECT_EQ(Stamped->NewFact()->GetValue("n")->GetAsInteger(), 7);
 }
 
 TEST(FactTemplateTest, CopiesReadTheirSlotsAgainInTheirEngine) {
