@@ -6,6 +6,7 @@
 #include <ctime>
 
 #include "cogent/engine/InferenceEngine.h"
+#include "cogent/host/Guards.h"
 #include "cogent/matching/ReteNetwork.h"
 #include "cogent/rules/ActivationAgenda.h"
 
@@ -85,32 +86,26 @@ void TInferenceEngine::FireTop() {
     delete FCurrentAgendaItem;
     FCurrentAgendaItem = nullptr;
   };
-  // Open-coded rather than a scope guard, which asks for the exceptions in
-  // flight twice a firing; the first exception wins.
-  try {
-    if (FWatch.Contains(cwRule) && OnPrintOut) {
-      const IReteRule* Rule = FCurrentAgendaItem->GetRule();
-      const IReteToken& Token = FCurrentAgendaItem->GetToken();
-      PrintOut("", "FIRE " + std::to_string(FStatNumRulesFired) + " " + (Rule ? Rule->GetRuleName() : std::string()) +
-                       " " + (Token ? Token->GetToFactsString() : std::string()) + sLineBreak);
-    }
-    FCurrentAgendaItem->Fire();
-    if (FWatch.Contains(cwStatistics)) {
-      const std::int32_t Facts = GetFactCount();
-      const std::int32_t Activations = GetAgendaCount();
-      FStatMeanFacts = static_cast<float>(static_cast<double>(FStatMeanFacts) + Facts);
-      FStatMeanActivations = static_cast<float>(static_cast<double>(FStatMeanActivations) + Activations);
-      if (Facts > FStatMaxFacts) FStatMaxFacts = Facts;
-      if (Activations > FStatMaxActivations) FStatMaxActivations = Activations;
-    }
-  } catch (...) {
-    try {
-      Free();
-    } catch (...) {
-    }
-    throw;
-  }
-  Free();
+  RunThenClose(
+      [this] {
+        if (FWatch.Contains(cwRule) && OnPrintOut) {
+          const IReteRule* Rule = FCurrentAgendaItem->GetRule();
+          const IReteToken& Token = FCurrentAgendaItem->GetToken();
+          PrintOut("", "FIRE " + std::to_string(FStatNumRulesFired) + " " +
+                           (Rule ? Rule->GetRuleName() : std::string()) + " " +
+                           (Token ? Token->GetToFactsString() : std::string()) + sLineBreak);
+        }
+        FCurrentAgendaItem->Fire();
+        if (FWatch.Contains(cwStatistics)) {
+          const std::int32_t Facts = GetFactCount();
+          const std::int32_t Activations = GetAgendaCount();
+          FStatMeanFacts = static_cast<float>(static_cast<double>(FStatMeanFacts) + Facts);
+          FStatMeanActivations = static_cast<float>(static_cast<double>(FStatMeanActivations) + Activations);
+          if (Facts > FStatMaxFacts) FStatMaxFacts = Facts;
+          if (Activations > FStatMaxActivations) FStatMaxActivations = Activations;
+        }
+      },
+      Free);
   ++FStatNumRulesFired;
 }
 

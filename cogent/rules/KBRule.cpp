@@ -589,32 +589,19 @@ void TRule::Fire(const IReteToken& Token) {
       EndFiring(Context);
       return;
     }
-    try {
-      EndFiring(Context);
-    } catch (...) {
-      ReleaseFiringContext();
-      throw;
-    }
-    ReleaseFiringContext();
+    RunThenClose([this, Context] { EndFiring(Context); }, [this] { ReleaseFiringContext(); });
   };
-  // Open-coded rather than a scope guard, which asks for the exceptions in
-  // flight twice a firing; the first exception wins.
-  try {
-    Prepare(Token, Context);
-    FHasFired = true;
-    // A handler that sets a return value keeps the actions from running.
-    if (OnFire) OnFire(this, Context);
-    // By index: an action may change the list it stands in.
-    for (int I = 0; I < FActions->GetCount() && !Context->GetReturning(); ++I)
-      if (const IFunCall Action = FActions->GetItem(I)) Action->Execute(Context);
-  } catch (...) {
-    try {
-      End();
-    } catch (...) {
-    }
-    throw;
-  }
-  End();
+  RunThenClose(
+      [this, &Token, Context] {
+        Prepare(Token, Context);
+        FHasFired = true;
+        // A handler that sets a return value keeps the actions from running.
+        if (OnFire) OnFire(this, Context);
+        // By index: an action may change the list it stands in.
+        for (int I = 0; I < FActions->GetCount() && !Context->GetReturning(); ++I)
+          if (const IFunCall Action = FActions->GetItem(I)) Action->Execute(Context);
+      },
+      End);
 }
 
 void TRule::EndFiring(TKBContext* Context) {
