@@ -28,7 +28,8 @@ private:
 }  // namespace
 
 std::int32_t TInferenceEngine::Assert(const IFact& Fact, bool Unconditional) {
-  const IFactTemplate Template = Fact ? Fact->GetTemplate() : IFactTemplate();
+  // The fact holds its template while it is asserted: no count of our own.
+  const TFactTemplate* const Template = Fact ? Fact->GetTemplateRef().get() : nullptr;
   if (!Template) throw EKBException(_SNoTemplate);
 
   if (Template->IsFuzzy()) {
