@@ -193,8 +193,7 @@ void TFactSet::Reset() {
     const IFact Fact = GetFact(I);
     if (!Fact) continue;
     // Calls and globals in the slots take their values now, in the copy.
-    const IFact Copy = E->GetGlobalContext()->Resolve(Fact->Clone());
-    E->Assert(Copy, false);
+    E->Assert(E->GetGlobalContext()->ResolveClone(Fact), false);
   }
 }
 

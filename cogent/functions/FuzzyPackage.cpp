@@ -348,8 +348,7 @@ void TFuzzyAssertFunction::Call(const IFunCall& FunCall, TKBContext* Context, IK
     // The first argument was resolved already; the written fact stays a
     // pattern for the next firing.
     const IKBValue Value = I == 0 ? First : Evaluate(FunCall, I, Context);
-    const IFact Fact = Value->GetAsFact()->Clone();
-    Id = Engine.Assert(ContextOf(Context).Resolve(Fact), Method, Unconditional);
+    Id = Engine.Assert(ContextOf(Context).ResolveClone(Value->GetAsFact()), Method, Unconditional);
   }
   Result = Id == -1 ? FCFalse : IKBValue(new TKBValue(Id, dtFactId));
 }

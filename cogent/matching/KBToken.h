@@ -154,9 +154,9 @@ public:
 
   // What joins that share one memory need. Add with the key worked out
   // already (and whether it is exact), growing later (GrowWhenFull) when
-  // MayGrow is false; Remove that
-  // also tells where the token stood: its entry's key and the entry before
-  // it in the bucket (-1 when it came first).
+  // MayGrow is false. Remove with the key worked out, which also tells where
+  // the token stood: its entry's key and the entry before it in the bucket
+  // (-1 when it came first).
   bool Add(const IReteToken& Token, std::int32_t Key, bool MayGrow, bool Exact = false);
   bool Remove(const IReteToken& Token, std::int32_t Key, IReteToken* Removed, std::int32_t* RemovedKey,
               std::int32_t* Before);

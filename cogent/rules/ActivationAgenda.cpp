@@ -27,13 +27,7 @@ TActivation* TActivationAgenda::Extract(int Index) {
   TActivation* Result = GetActivations(Index);
   const bool FreeData = FFreeData;
   FFreeData = false;
-  try {
-    DoDelete(Index);
-  } catch (...) {
-    FFreeData = FreeData;
-    throw;
-  }
-  FFreeData = FreeData;
+  RunThenClose([this, Index] { DoDelete(Index); }, [this, FreeData] { FFreeData = FreeData; });
   return Result;
 }
 
@@ -60,7 +54,6 @@ int TActivationAgenda::IndexOfData(const TActivation* Activation) const {
     }
   return Result;
 }
-
 
 void TActivationAgenda::SetActivations(int Index, TActivation* Value) {
   const std::int32_t Node = Select(CheckIndex(Index));

@@ -585,11 +585,10 @@ void TRule::Fire(const IReteToken& Token) {
   // Both steps of the end run however the firing goes, and the kept level
   // is emptied however the end goes.
   const auto End = [this, Context] {
-    if (Context != FFiringContext.get()) {
-      EndFiring(Context);
-      return;
-    }
-    RunThenClose([this, Context] { EndFiring(Context); }, [this] { ReleaseFiringContext(); });
+    RunThenClose([this, Context] { EndFiring(Context); },
+                 [this, Context] {
+                   if (Context == FFiringContext.get()) ReleaseFiringContext();
+                 });
   };
   RunThenClose(
       [this, &Token, Context] {
