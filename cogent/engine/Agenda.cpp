@@ -44,7 +44,7 @@ void TInferenceEngine::AddActivation(TActivation* Activation) {
 }
 
 int TInferenceEngine::SearchSalience(std::int32_t Salience) {
-  const int Count = GetAgendaCount();
+  const int Count = FCache.Agenda ? FCache.Agenda->GetCount() : 0;
   if (Count == 0) return -1;
   const std::int32_t First = SalienceOf(FCache.Agenda->GetActivations(0));
   const std::int32_t Last = SalienceOf(FCache.Agenda->GetActivations(Count - 1));

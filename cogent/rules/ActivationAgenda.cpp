@@ -36,7 +36,7 @@ void TActivationAgenda::Delete(int Index) { DoDelete(CheckIndex(Index)); }
 void TActivationAgenda::Clear() { DoClear(); }
 
 int TActivationAgenda::IndexOfData(const TActivation* Activation) const {
-  if (!Activation || FRoot < 0) return -1;
+  if (!Activation || FCount == 0) return -1;
   if (Activation->FHolder == static_cast<const IActivationHolder*>(this)) {
     FCachedNode = Activation->FHolderEntry;
     FCachedIndex = RankOf(FCachedNode);
@@ -131,7 +131,11 @@ void TActivationAgenda::DoClear() {
   // The pool keeps its room for the next entries.
   FNodes.clear();
   FFreeNodes.clear();
-  FRoot = -1;
+  FTop.clear();
+  FBottom.clear();
+  FBottomHead = 0;
+  FRoot = FTreeFirst = FTreeLast = -1;
+  FCount = 0;
   FUnclaimed = 0;
   FCachedIndex = -1;
   for (TActivation* Activation : Owned) delete Activation;
@@ -145,41 +149,183 @@ void TActivationAgenda::ActivationFreed(TActivation* Activation) noexcept {
 
 void TActivationAgenda::IndexError(int Index) { throw EListError(Format(SListIndexError, Index)); }
 
-// ---------------------------------------------------------------- the tree
+// ---------------------------------------------------------------- the entries
 
-std::int32_t TActivationAgenda::Select(int Index) const noexcept {
-  if (Index == FCachedIndex) return FCachedNode;
+std::int32_t TActivationAgenda::SelectInTree(int Index) const noexcept {
   FCachedIndex = Index;
+  Index -= TopCount();
   std::int32_t Node = FRoot;
-  for (;;) {
-    const std::int32_t Left = SizeOf(At(Node).Left);
-    if (Index < Left) {
-      Node = At(Node).Left;
-    } else if (Index == Left) {
-      FCachedNode = Node;
-      return Node;
-    } else {
-      Index -= Left + 1;
-      Node = At(Node).Right;
+  if (Index == 0) {
+    Node = FTreeFirst;
+  } else if (Index == TreeCount() - 1) {
+    Node = FTreeLast;
+  } else {
+    for (;;) {
+      const std::int32_t Left = SizeOf(At(Node).Left);
+      if (Index < Left) {
+        Node = At(Node).Left;
+      } else if (Index == Left) {
+        break;
+      } else {
+        Index -= Left + 1;
+        Node = At(Node).Right;
+      }
     }
   }
-}
-
-int TActivationAgenda::RankOf(std::int32_t Node) const noexcept {
-  int Result = SizeOf(At(Node).Left);
-  for (std::int32_t Parent = At(Node).Parent; Parent >= 0; Node = Parent, Parent = At(Node).Parent)
-    if (At(Parent).Right == Node) Result += SizeOf(At(Parent).Left) + 1;
-  return Result;
-}
-
-std::int32_t TActivationAgenda::First() const noexcept {
-  std::int32_t Node = FRoot;
-  if (Node < 0) return -1;
-  while (At(Node).Left >= 0) Node = At(Node).Left;
+  FCachedNode = Node;
   return Node;
 }
 
+int TActivationAgenda::RankOf(std::int32_t Node) const noexcept {
+  const TNode& Entry = At(Node);
+  if (Entry.Parent == InTopRun) return TopCount() - 1 - Entry.Slot;
+  if (Entry.Parent == InBottomRun) return TopCount() + TreeCount() + Entry.Slot - FBottomHead;
+  return TopCount() + TreeRank(Node);
+}
+
+std::int32_t TActivationAgenda::First() const noexcept {
+  if (!FTop.empty()) return FTop.back();
+  if (FRoot >= 0) return FTreeFirst;
+  return BottomCount() > 0 ? FBottom[static_cast<std::size_t>(FBottomHead)] : -1;
+}
+
 std::int32_t TActivationAgenda::Next(std::int32_t Node) const noexcept {
+  const TNode& Entry = At(Node);
+  std::int32_t Result = -1;
+  if (Entry.Parent == InBottomRun) {
+    const std::size_t Slot = static_cast<std::size_t>(Entry.Slot) + 1;
+    return Slot < FBottom.size() ? FBottom[Slot] : -1;
+  }
+  if (Entry.Parent == InTopRun)
+    Result = Entry.Slot > 0 ? FTop[static_cast<std::size_t>(Entry.Slot - 1)] : FTreeFirst;
+  else
+    Result = TreeNext(Node);
+  if (Result < 0 && BottomCount() > 0) Result = FBottom[static_cast<std::size_t>(FBottomHead)];
+  return Result;
+}
+
+std::int32_t TActivationAgenda::InsertNode(int Index, TActivation* Activation, std::int32_t Salience,
+                                           float Strength) {
+  FCachedIndex = -1;
+  // Room first: nothing below may throw once the node is taken.
+  for (std::vector<std::int32_t>* Run : {&FTop, &FBottom})
+    if (Run->size() == Run->capacity()) Run->reserve(Run->empty() ? 16 : 2 * Run->size());
+  std::int32_t Node;
+  if (!FFreeNodes.empty()) {
+    Node = FFreeNodes.back();
+    FFreeNodes.pop_back();
+  } else {
+    Node = static_cast<std::int32_t>(FNodes.size());
+    FNodes.emplace_back();
+  }
+  At(Node) = TNode{Activation, -1, -1, -1, 1, 0, -1, Salience, Strength};
+  const int Top = TopCount();
+  const int Tree = TreeCount();
+  if (Index == 0) {
+    InsertInRun(FTop, InTopRun, Top, Node);
+  } else if (Index == FCount) {
+    InsertInRun(FBottom, InBottomRun, static_cast<int>(FBottom.size()), Node);
+  } else if (Index < Top) {
+    if (Index <= NearEnd) {
+      InsertInRun(FTop, InTopRun, Top - Index, Node);
+    } else {
+      TopIntoTree();
+      LinkInTree(Index, Node);
+    }
+  } else if (Index <= Top + Tree) {
+    LinkInTree(Index - Top, Node);
+  } else if (FCount - Index <= NearEnd) {
+    InsertInRun(FBottom, InBottomRun, FBottomHead + Index - Top - Tree, Node);
+  } else {
+    BottomIntoTree();
+    LinkInTree(Index - Top, Node);
+  }
+  ++FCount;
+  Claim(Activation, Node);
+  if (Activation && !Holds(Activation, Node)) ++FUnclaimed;
+  return Node;
+}
+
+TActivation* TActivationAgenda::RemoveNode(std::int32_t Node) noexcept {
+  FCachedIndex = -1;
+  TNode& Entry = At(Node);
+  if (Entry.Parent == InTopRun) {
+    if (TopCount() - 1 - Entry.Slot <= NearEnd) {
+      EraseFromRun(FTop, Entry.Slot);
+    } else {
+      TopIntoTree();
+      UnlinkFromTree(Node);
+    }
+  } else if (Entry.Parent == InBottomRun) {
+    if (Entry.Slot == FBottomHead) {
+      // Leaves from the front of the run: the run starts later, and drops
+      // what lies before it once that is the larger part.
+      if (++FBottomHead == static_cast<int>(FBottom.size())) {
+        FBottom.clear();
+        FBottomHead = 0;
+      } else if (FBottomHead >= 2 * NearEnd && 2 * FBottomHead >= static_cast<int>(FBottom.size())) {
+        FBottom.erase(FBottom.begin(), FBottom.begin() + FBottomHead);
+        FBottomHead = 0;
+        for (std::size_t Slot = 0; Slot < FBottom.size(); ++Slot)
+          At(FBottom[Slot]).Slot = static_cast<std::int32_t>(Slot);
+      }
+    } else if (static_cast<int>(FBottom.size()) - 1 - Entry.Slot <= NearEnd) {
+      EraseFromRun(FBottom, Entry.Slot);
+    } else {
+      BottomIntoTree();
+      UnlinkFromTree(Node);
+    }
+  } else {
+    UnlinkFromTree(Node);
+  }
+  --FCount;
+  TActivation* Result = At(Node).Data;
+  if (Result && !Holds(Result, Node)) --FUnclaimed;
+  Release(Result, Node);
+  At(Node) = TNode{};
+  if (FCount == 0) {
+    // The last entry left: the pool starts over.
+    FNodes.clear();
+    FFreeNodes.clear();
+    FTop.clear();
+    FBottom.clear();
+    FBottomHead = 0;
+  } else {
+    FFreeNodes.push_back(Node);
+  }
+  return Result;
+}
+
+void TActivationAgenda::InsertInRun(std::vector<std::int32_t>& Run, std::int32_t Parent, int Slot,
+                                    std::int32_t Node) {
+  Run.insert(Run.begin() + Slot, Node);
+  At(Node).Parent = Parent;
+  for (std::size_t After = static_cast<std::size_t>(Slot); After < Run.size(); ++After)
+    At(Run[After]).Slot = static_cast<std::int32_t>(After);
+}
+
+void TActivationAgenda::EraseFromRun(std::vector<std::int32_t>& Run, int Slot) noexcept {
+  Run.erase(Run.begin() + Slot);
+  for (std::size_t After = static_cast<std::size_t>(Slot); After < Run.size(); ++After)
+    At(Run[After]).Slot = static_cast<std::int32_t>(After);
+}
+
+void TActivationAgenda::TopIntoTree() noexcept {
+  // From the bottom of the run up, each in front of the tree.
+  for (const std::int32_t Node : FTop) LinkInTree(0, Node);
+  FTop.clear();
+}
+
+void TActivationAgenda::BottomIntoTree() noexcept {
+  for (std::size_t Slot = static_cast<std::size_t>(FBottomHead); Slot < FBottom.size(); ++Slot)
+    LinkInTree(TreeCount(), FBottom[Slot]);
+  FBottom.clear();
+  FBottomHead = 0;
+}
+
+// ---------------------------------------------------------------- the tree
+
+std::int32_t TActivationAgenda::TreeNext(std::int32_t Node) const noexcept {
   if (At(Node).Right >= 0) {
     Node = At(Node).Right;
     while (At(Node).Left >= 0) Node = At(Node).Left;
@@ -193,24 +339,51 @@ std::int32_t TActivationAgenda::Next(std::int32_t Node) const noexcept {
   return Parent;
 }
 
-std::int32_t TActivationAgenda::InsertNode(int Index, TActivation* Activation, std::int32_t Salience,
-                                           float Strength) {
-  FCachedIndex = -1;
-  std::int32_t Node;
-  if (!FFreeNodes.empty()) {
-    Node = FFreeNodes.back();
-    FFreeNodes.pop_back();
-  } else {
-    Node = static_cast<std::int32_t>(FNodes.size());
-    FNodes.emplace_back();
+std::int32_t TActivationAgenda::TreePrev(std::int32_t Node) const noexcept {
+  if (At(Node).Left >= 0) {
+    Node = At(Node).Left;
+    while (At(Node).Right >= 0) Node = At(Node).Right;
+    return Node;
   }
+  std::int32_t Parent = At(Node).Parent;
+  while (Parent >= 0 && At(Parent).Left == Node) {
+    Node = Parent;
+    Parent = At(Node).Parent;
+  }
+  return Parent;
+}
+
+int TActivationAgenda::TreeRank(std::int32_t Node) const noexcept {
+  if (Node == FTreeFirst) return 0;
+  if (Node == FTreeLast) return TreeCount() - 1;
+  int Result = SizeOf(At(Node).Left);
+  for (std::int32_t Parent = At(Node).Parent; Parent >= 0; Node = Parent, Parent = At(Node).Parent)
+    if (At(Parent).Right == Node) Result += SizeOf(At(Parent).Left) + 1;
+  return Result;
+}
+
+void TActivationAgenda::LinkInTree(int Index, std::int32_t Node) noexcept {
   TNode& Entry = At(Node);
-  Entry = TNode{Activation, -1, -1, -1, 1, NextPriority(), Salience, Strength};
+  Entry.Left = Entry.Right = Entry.Parent = -1;
+  Entry.Size = 1;
+  Entry.Slot = -1;
+  Entry.Priority = NextPriority();
   if (FRoot < 0) {
-    FRoot = Node;
+    FRoot = FTreeFirst = FTreeLast = Node;
+    return;
+  }
+  const int Count = TreeCount();
+  std::int32_t Parent;
+  if (Index == 0 || Index == Count) {
+    // At an end: below the end node, counted on the way up.
+    const bool AtFront = Index == 0;
+    Parent = AtFront ? FTreeFirst : FTreeLast;
+    (AtFront ? At(Parent).Left : At(Parent).Right) = Node;
+    (AtFront ? FTreeFirst : FTreeLast) = Node;
+    for (std::int32_t Above = Parent; Above >= 0; Above = At(Above).Parent) ++At(Above).Size;
   } else {
     // Down to the leaf place of the index, counting the newcomer on the way.
-    std::int32_t Parent = FRoot;
+    Parent = FRoot;
     for (;;) {
       TNode& P = At(Parent);
       ++P.Size;
@@ -230,16 +403,14 @@ std::int32_t TActivationAgenda::InsertNode(int Index, TActivation* Activation, s
         Parent = P.Right;
       }
     }
-    At(Node).Parent = Parent;
-    while (At(Node).Parent >= 0 && At(At(Node).Parent).Priority < At(Node).Priority) RotateUp(Node);
   }
-  Claim(Activation, Node);
-  if (Activation && !Holds(Activation, Node)) ++FUnclaimed;
-  return Node;
+  At(Node).Parent = Parent;
+  while (At(Node).Parent >= 0 && At(At(Node).Parent).Priority < At(Node).Priority) RotateUp(Node);
 }
 
-TActivation* TActivationAgenda::RemoveNode(std::int32_t Node) noexcept {
-  FCachedIndex = -1;
+void TActivationAgenda::UnlinkFromTree(std::int32_t Node) noexcept {
+  if (Node == FTreeFirst) FTreeFirst = TreeNext(Node);
+  if (Node == FTreeLast) FTreeLast = TreePrev(Node);
   // Down until it has one child at most, keeping the heap on the priorities.
   for (;;) {
     const std::int32_t Left = At(Node).Left;
@@ -257,18 +428,6 @@ TActivation* TActivationAgenda::RemoveNode(std::int32_t Node) noexcept {
   else
     At(Parent).Right = Child;
   for (std::int32_t Above = Parent; Above >= 0; Above = At(Above).Parent) --At(Above).Size;
-  TActivation* Result = At(Node).Data;
-  if (Result && !Holds(Result, Node)) --FUnclaimed;
-  Release(Result, Node);
-  At(Node) = TNode{};
-  if (FRoot < 0) {
-    // The last entry left: the pool starts over.
-    FNodes.clear();
-    FFreeNodes.clear();
-  } else {
-    FFreeNodes.push_back(Node);
-  }
-  return Result;
 }
 
 void TActivationAgenda::RotateUp(std::int32_t Node) noexcept {

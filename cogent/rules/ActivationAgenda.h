@@ -7,14 +7,21 @@
 // the entry in the middle. With one salience under depth-first every new
 // activation goes to index 0, and a flat array moves all the others each time
 // (100,000 activations of one rule took seconds); a string list also built
-// each entry's text on the way in, though a watcher reads it seldom. So the
-// entries stand in an order-statistic tree: a treap ordered by position
-// alone, each node knowing its parent and the size of its subtree. Inserting
-// at an index, reading entry i, taking out a known entry and finding an
-// entry's index each cost O(log n), expected, whatever the order of
-// insertions: the node priorities come from the agenda's own generator, never
-// from the activations. The nodes live in a pool that the agenda reuses, so
-// that an insertion allocates nothing once the pool has grown.
+// each entry's text on the way in, though a watcher reads it seldom.
+//
+// So the entries stand in three parts, in order: a run at the top, an
+// order-statistic tree, and a run at the bottom. Nearly every entry comes in
+// at one end, under either strategy, and most leave from the top or close to
+// it; the runs are flat arrays that take these in O(1), so that a long run of
+// firings never walks a tree. The tree is a treap ordered by position alone,
+// each node knowing its parent and the size of its subtree: inserting at an
+// index, reading entry i, taking out a known entry and finding an entry's
+// index each cost O(log n), expected, whatever the order of insertions (the
+// node priorities come from the agenda's own generator, never from the
+// activations). An entry that comes in or leaves deep inside a run moves the
+// whole run into the tree first; an entry moves there once at most, so this
+// costs no more than the tree would have. All nodes live in a pool that the
+// agenda reuses, so that an insertion allocates nothing once it has grown.
 //
 // An activation remembers the agenda that holds it and its node there (the
 // first agenda that takes it in while no other holds it), so that its index
@@ -48,7 +55,7 @@ public:
   // Frees its activations when it owns them.
   ~TActivationAgenda() override;
 
-  int GetCount() const noexcept { return FRoot < 0 ? 0 : FNodes[static_cast<std::size_t>(FRoot)].Size; }
+  int GetCount() const noexcept { return FCount; }
 
   // Puts the activation where FindInsertion says (-1 appends); gives the index.
   int Add(TActivation* Activation);
@@ -92,12 +99,14 @@ protected:
   // Takes out the entry at a valid index; frees the activation afterwards
   // when the agenda owns it.
   virtual void DoDelete(int Index);
-  // Empties the tree first: each activation's destructor may reach back into
+  // Empties the agenda first: each activation's destructor may reach back into
   // the engine, and must find the agenda in its final state.
   virtual void DoClear();
 
 private:
-  // A node of the tree, or a free node of the pool (Size 0).
+  // A node of the tree, an entry of one of the runs, or a free node of the
+  // pool (Size 0). An entry of a run has Size 1, its run in Parent and its
+  // place in the run's array in Slot.
   struct TNode {
     TActivation* Data = nullptr;
     std::int32_t Left = -1;
@@ -105,10 +114,17 @@ private:
     std::int32_t Parent = -1;
     std::int32_t Size = 0;
     std::uint32_t Priority = 0;
+    std::int32_t Slot = -1;
     // What the entry's text needs of the moment the activation came in.
     std::int32_t Salience = 0;
     float Strength = 1.0f;
   };
+  // Parent of an entry of the top run, and of the bottom run.
+  static constexpr std::int32_t InTopRun = -2;
+  static constexpr std::int32_t InBottomRun = -3;
+  // An entry this close to the end of its run comes in or leaves by moving
+  // the entries beyond it; deeper, the run goes into the tree.
+  static constexpr int NearEnd = 8;
 
   void ActivationFreed(TActivation* Activation) noexcept override;
 
@@ -120,23 +136,50 @@ private:
   std::int32_t SizeOf(std::int32_t Node) const noexcept {
     return Node < 0 ? 0 : FNodes[static_cast<std::size_t>(Node)].Size;
   }
+  int TreeCount() const noexcept { return SizeOf(FRoot); }
+  int TopCount() const noexcept { return static_cast<int>(FTop.size()); }
+  int BottomCount() const noexcept { return static_cast<int>(FBottom.size()) - FBottomHead; }
   TNode& At(std::int32_t Node) noexcept { return FNodes[static_cast<std::size_t>(Node)]; }
   const TNode& At(std::int32_t Node) const noexcept { return FNodes[static_cast<std::size_t>(Node)]; }
 
-  // The node of entry Index, which must be valid.
-  std::int32_t Select(int Index) const noexcept;
-  // The index of a node in the tree.
+  // The node of entry Index, which must be valid. The runs and the entry
+  // last asked for need no walk: the engine reads the top, the bottom and
+  // the entry it has just found several times an insertion or a firing.
+  std::int32_t Select(int Index) const noexcept {
+    if (Index == FCachedIndex) return FCachedNode;
+    const int Top = TopCount();
+    if (Index < Top) return FTop[static_cast<std::size_t>(Top - 1 - Index)];
+    const int Below = Index - Top - TreeCount();
+    if (Below >= 0) return FBottom[static_cast<std::size_t>(FBottomHead + Below)];
+    return SelectInTree(Index);
+  }
+  std::int32_t SelectInTree(int Index) const noexcept;
+  // The index of a node that holds an entry.
   int RankOf(std::int32_t Node) const noexcept;
   // In order, from the top: the first node, and the one after a node (-1 at the end).
   std::int32_t First() const noexcept;
   std::int32_t Next(std::int32_t Node) const noexcept;
 
-  // Takes a node from the pool and links it in at Index (0 .. count).
+  // Takes a node from the pool and places it at Index (0 .. count).
   std::int32_t InsertNode(int Index, TActivation* Activation, std::int32_t Salience, float Strength);
-  // Unlinks the node, gives it back to the pool and hands its activation back.
+  // Takes the node out, gives it back to the pool and hands its activation back.
   TActivation* RemoveNode(std::int32_t Node) noexcept;
+  // The runs' arrays with their entries' slots, and the moves of a run
+  // into the tree.
+  void InsertInRun(std::vector<std::int32_t>& Run, std::int32_t Parent, int Slot, std::int32_t Node);
+  void EraseFromRun(std::vector<std::int32_t>& Run, int Slot) noexcept;
+  void TopIntoTree() noexcept;
+  void BottomIntoTree() noexcept;
+
+  // The tree alone: a node's neighbours and index there, links at an index, unlinks.
+  std::int32_t TreeNext(std::int32_t Node) const noexcept;
+  std::int32_t TreePrev(std::int32_t Node) const noexcept;
+  int TreeRank(std::int32_t Node) const noexcept;
+  void LinkInTree(int Index, std::int32_t Node) noexcept;
+  void UnlinkFromTree(std::int32_t Node) noexcept;
   // Lifts a node above its parent, keeping the order.
   void RotateUp(std::int32_t Node) noexcept;
+
   // The activation remembers this agenda when no other holds it.
   void Claim(TActivation* Activation, std::int32_t Node) noexcept;
   void Release(TActivation* Activation, std::int32_t Node) noexcept;
@@ -148,8 +191,18 @@ private:
   std::vector<TNode> FNodes;
   std::vector<std::int32_t> FFreeNodes;
   std::int32_t FRoot = -1;
-  // The entry last looked up by index or found by identity, until the tree
-  // changes: taking an activation off asks for the same entry several times.
+  // The tree's ends, -1 while it is empty.
+  std::int32_t FTreeFirst = -1;
+  std::int32_t FTreeLast = -1;
+  // The run above the tree, the top entry last, and the run below it, from
+  // FBottomHead on: the entries before it have left from the run's front.
+  std::vector<std::int32_t> FTop;
+  std::vector<std::int32_t> FBottom;
+  int FBottomHead = 0;
+  int FCount = 0;
+  // The entry last looked up by index or found by identity, until the
+  // agenda changes: taking an activation off asks for the same entry
+  // several times.
   mutable int FCachedIndex = -1;
   mutable std::int32_t FCachedNode = -1;
   // Entries whose activation does not find them: while there are none, an
