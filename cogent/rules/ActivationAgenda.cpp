@@ -23,7 +23,6 @@ int TActivationAgenda::Add(TActivation* Activation) {
 }
 
 TActivation* TActivationAgenda::Extract(int Index) {
-  CheckIndex(Index);
   TActivation* Result = GetActivations(Index);
   const bool FreeData = FFreeData;
   FFreeData = false;
@@ -130,7 +129,7 @@ void TActivationAgenda::DoClear() {
   }
   // The pool keeps its room for the next entries.
   FNodes.clear();
-  FFreeNodes.clear();
+  FFreeNode = -1;
   FTop.clear();
   FBottom.clear();
   FBottomHead = 0;
@@ -208,12 +207,11 @@ std::int32_t TActivationAgenda::InsertNode(int Index, TActivation* Activation, s
                                            float Strength) {
   FCachedIndex = -1;
   // Room first: nothing below may throw once the node is taken.
-  for (std::vector<std::int32_t>* Run : {&FTop, &FBottom})
-    if (Run->size() == Run->capacity()) Run->reserve(Run->empty() ? 16 : 2 * Run->size());
-  std::int32_t Node;
-  if (!FFreeNodes.empty()) {
-    Node = FFreeNodes.back();
-    FFreeNodes.pop_back();
+  if (FTop.size() == FTop.capacity()) FTop.reserve(FTop.empty() ? 16 : 2 * FTop.size());
+  if (FBottom.size() == FBottom.capacity()) FBottom.reserve(FBottom.empty() ? 16 : 2 * FBottom.size());
+  std::int32_t Node = FFreeNode;
+  if (Node >= 0) {
+    FFreeNode = At(Node).Left;
   } else {
     Node = static_cast<std::int32_t>(FNodes.size());
     FNodes.emplace_back();
@@ -282,32 +280,43 @@ TActivation* TActivationAgenda::RemoveNode(std::int32_t Node) noexcept {
   TActivation* Result = At(Node).Data;
   if (Result && !Holds(Result, Node)) --FUnclaimed;
   Release(Result, Node);
-  At(Node) = TNode{};
   if (FCount == 0) {
     // The last entry left: the pool starts over.
     FNodes.clear();
-    FFreeNodes.clear();
+    FFreeNode = -1;
     FTop.clear();
     FBottom.clear();
     FBottomHead = 0;
   } else {
-    FFreeNodes.push_back(Node);
+    At(Node) = TNode{};
+    At(Node).Left = FFreeNode;
+    FFreeNode = Node;
   }
   return Result;
 }
 
 void TActivationAgenda::InsertInRun(std::vector<std::int32_t>& Run, std::int32_t Parent, int Slot,
-                                    std::int32_t Node) {
-  Run.insert(Run.begin() + Slot, Node);
+                                    std::int32_t Node) noexcept {
+  // The room is there: InsertNode made it.
+  Run.push_back(Node);
+  for (std::size_t After = Run.size() - 1; After > static_cast<std::size_t>(Slot); --After) {
+    const std::int32_t Moved = Run[After - 1];
+    Run[After] = Moved;
+    At(Moved).Slot = static_cast<std::int32_t>(After);
+  }
+  Run[static_cast<std::size_t>(Slot)] = Node;
+  At(Node).Slot = Slot;
   At(Node).Parent = Parent;
-  for (std::size_t After = static_cast<std::size_t>(Slot); After < Run.size(); ++After)
-    At(Run[After]).Slot = static_cast<std::int32_t>(After);
 }
 
 void TActivationAgenda::EraseFromRun(std::vector<std::int32_t>& Run, int Slot) noexcept {
-  Run.erase(Run.begin() + Slot);
-  for (std::size_t After = static_cast<std::size_t>(Slot); After < Run.size(); ++After)
-    At(Run[After]).Slot = static_cast<std::int32_t>(After);
+  const std::size_t Last = Run.size() - 1;
+  for (std::size_t After = static_cast<std::size_t>(Slot); After < Last; ++After) {
+    const std::int32_t Moved = Run[After + 1];
+    Run[After] = Moved;
+    At(Moved).Slot = static_cast<std::int32_t>(After);
+  }
+  Run.pop_back();
 }
 
 void TActivationAgenda::TopIntoTree() noexcept {

@@ -105,7 +105,7 @@ protected:
 
 private:
   // A node of the tree, an entry of one of the runs, or a free node of the
-  // pool (Size 0). An entry of a run has Size 1, its run in Parent and its
+  // pool (Size 0, the next free node in Left). An entry of a run has Size 1, its run in Parent and its
   // place in the run's array in Slot.
   struct TNode {
     TActivation* Data = nullptr;
@@ -166,7 +166,7 @@ private:
   TActivation* RemoveNode(std::int32_t Node) noexcept;
   // The runs' arrays with their entries' slots, and the moves of a run
   // into the tree.
-  void InsertInRun(std::vector<std::int32_t>& Run, std::int32_t Parent, int Slot, std::int32_t Node);
+  void InsertInRun(std::vector<std::int32_t>& Run, std::int32_t Parent, int Slot, std::int32_t Node) noexcept;
   void EraseFromRun(std::vector<std::int32_t>& Run, int Slot) noexcept;
   void TopIntoTree() noexcept;
   void BottomIntoTree() noexcept;
@@ -189,7 +189,8 @@ private:
 
   bool FFreeData = true;
   std::vector<TNode> FNodes;
-  std::vector<std::int32_t> FFreeNodes;
+  // The free nodes of the pool, linked through Left.
+  std::int32_t FFreeNode = -1;
   std::int32_t FRoot = -1;
   // The tree's ends, -1 while it is empty.
   std::int32_t FTreeFirst = -1;
