@@ -46,16 +46,18 @@ void TInferenceEngine::AddActivation(TActivation* Activation) {
 int TInferenceEngine::SearchSalience(std::int32_t Salience) {
   const int Count = FCache.Agenda ? FCache.Agenda->GetCount() : 0;
   if (Count == 0) return -1;
-  const std::int32_t First = SalienceOf(FCache.Agenda->GetActivations(0));
-  const std::int32_t Last = SalienceOf(FCache.Agenda->GetActivations(Count - 1));
+  // Each end is read only when the strategy asks for it: most newcomers
+  // are placed by the first end they ask.
+  const auto First = [this] { return SalienceOf(FCache.Agenda->GetActivations(0)); };
+  const auto Last = [this, Count] { return SalienceOf(FCache.Agenda->GetActivations(Count - 1)); };
   switch (FStrategy) {
     case ssDepthFirst:
-      if (Salience >= First) return 0;
-      if (Salience < Last) return -1;
+      if (Salience >= First()) return 0;
+      if (Salience < Last()) return -1;
       break;
     case ssBreadthFirst:
-      if (Salience <= Last) return -1;
-      if (Salience > First) return 0;
+      if (Salience <= Last()) return -1;
+      if (Salience > First()) return 0;
       break;
     default:
       return -1;

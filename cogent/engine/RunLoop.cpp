@@ -65,19 +65,23 @@ std::int32_t TInferenceEngine::Run(std::int32_t MaxNumber) {
 }
 
 void TInferenceEngine::FireAgenda(std::int32_t MaxNumber, std::unique_ptr<TKBAgenda>& Temporary) {
-  while (GetAgendaCount() > 0 && !FHalt && FStatNumRulesFired < MaxNumber) {
+  // The agenda and the focus are read in place, without a count taken on
+  // the module: this runs once a firing.
+  const auto Waiting = [this] { return FCache.Agenda && FCache.Agenda->GetCount() > 0; };
+  while (Waiting() && !FHalt && FStatNumRulesFired < MaxNumber) {
     const TRunLock Held(*this);
-    if (GetAgendaCount() > 0) FireTop();
+    if (Waiting()) FireTop();
     if (FEvalSalience == sEveryTime) RebuildAgenda(Temporary);
-    const IModule Top = PeekFocus();
-    if (Top != FCurrentModule) SetCurrentModule(Top);
+    // A copy of the new top: changing the module may change the stack.
+    if (FFocusStack && FFocusStack->GetCount() > 0 && FFocusStack->GetRef(0) != FCurrentModule)
+      SetCurrentModule(IModule(FFocusStack->GetRef(0)));
   }
 }
 
 void TInferenceEngine::FireTop() {
   // The activation stays on the agenda while its rule runs; the firing takes
   // it off without freeing it, and it is freed here however the rule ends.
-  FCurrentAgendaItem = GetActivation(0);
+  FCurrentAgendaItem = FCache.Agenda->GetActivations(0);
   // A rule that raised leaves its activation listed: it stands down like
   // any other, while still the current item, so that the agenda gives it
   // up without freeing it.
