@@ -220,7 +220,9 @@ std::int32_t TActivationAgenda::InsertNode(int Index, TActivation* Activation, s
   const int Top = TopCount();
   const int Tree = TreeCount();
   if (Index == 0) {
-    InsertInRun(FTop, InTopRun, Top, Node);
+    At(Node).Parent = InTopRun;
+    At(Node).Slot = Top;
+    FTop.push_back(Node);
   } else if (Index == FCount) {
     InsertInRun(FBottom, InBottomRun, static_cast<int>(FBottom.size()), Node);
   } else if (Index < Top) {
@@ -248,7 +250,9 @@ TActivation* TActivationAgenda::RemoveNode(std::int32_t Node) noexcept {
   FCachedIndex = -1;
   TNode& Entry = At(Node);
   if (Entry.Parent == InTopRun) {
-    if (TopCount() - 1 - Entry.Slot <= NearEnd) {
+    if (Entry.Slot == TopCount() - 1) {
+      FTop.pop_back();
+    } else if (TopCount() - 1 - Entry.Slot <= NearEnd) {
       EraseFromRun(FTop, Entry.Slot);
     } else {
       TopIntoTree();
@@ -288,8 +292,11 @@ TActivation* TActivationAgenda::RemoveNode(std::int32_t Node) noexcept {
     FBottom.clear();
     FBottomHead = 0;
   } else {
-    At(Node) = TNode{};
-    At(Node).Left = FFreeNode;
+    // Size 0 and no activation is all that a walk of the pool asks of it.
+    TNode& Free = At(Node);
+    Free.Data = nullptr;
+    Free.Size = 0;
+    Free.Left = FFreeNode;
     FFreeNode = Node;
   }
   return Result;
