@@ -526,6 +526,7 @@ void TJoinNode::SetPattern(TKBPattern* Value) {
 void TJoinNode::ClearMemory() {
   if (!FLeftMemory) {
     FLeftMemory = std::make_shared<TKBTokenTree>(FHashKey, FTokenIndex, FLeftSubIndex, FLeftFactIndex, !FShortCut);
+    for (const TKeyPair& Pair : FMoreKeys) FLeftMemory->AddKeyPart(Pair.TokenIndex, Pair.Left, Pair.LeftSub);
   } else {
     if (FLeftShare && FLeftShare->Open()) SplitLeftMemory();
     FLeftMemory->Clear();
@@ -533,6 +534,7 @@ void TJoinNode::ClearMemory() {
   }
   if (!FRightMemory) {
     FRightMemory = std::make_unique<TKBTokenTree>(FHashKey, 0, FRightSubIndex, FRightFactIndex, false);
+    for (const TKeyPair& Pair : FMoreKeys) FRightMemory->AddKeyPart(0, Pair.Right, Pair.RightSub);
     // The right tokens of an exists gate each extend one left token.
     FRightMemory->SetKeyByParent(FBlocksOwnLeft);
   } else {
@@ -576,6 +578,7 @@ void TJoinNode::SplitLeftMemory() {
   const std::shared_ptr<TKBTokenTree> Memory = FLeftMemory;
   auto View = std::make_shared<TKBTokenTree>(Memory->GetHash(), Memory->GetTokenIndex(), Memory->GetSubIndex(),
                                              Memory->GetFactIndex(), Memory->GetUseHashCode());
+  View->CopyKeyParts(*Memory);
   View->CopyFrom(*Memory, Share->Adding && Share->Result ? Share->Token.get() : nullptr,
                  !Share->Adding && Share->Result ? Share->Removed : IReteToken(), Share->RemovedKey, Share->Before);
   std::vector<TJoinNode*> Ahead, Behind;
@@ -676,13 +679,16 @@ void TJoinNode::AddTest(TSlotTestType Type, std::int32_t TokenIndex, const TKBNa
 }
 
 void TJoinNode::PrepareShortCut() {
-  auto Find = [this](TJoinTestType Kind) -> std::size_t {
+  auto Equality = [this](std::size_t I, TJoinTestType Kind) -> const TKBJoinTest* {
+    const auto* Join = dynamic_cast<const TKBJoinTest*>(FTests[I].get());
+    return Join && Join->GetJoinTestType() == Kind && Join->GetSlotTestType() == sttEquals ? Join : nullptr;
+  };
+  auto Find = [&](TJoinTestType Kind) -> std::size_t {
     for (std::size_t I = 0; I < FTests.size(); ++I)
-      if (const auto* Join = dynamic_cast<const TKBJoinTest*>(FTests[I].get());
-          Join && Join->GetJoinTestType() == Kind && Join->GetSlotTestType() == sttEquals)
-        return I;
+      if (Equality(I, Kind)) return I;
     return FTests.size();
   };
+  FMoreKeys.clear();
   std::size_t Index = Find(tstSlot);
   if (Index == FTests.size()) Index = Find(tstMultiSlot);
   if (Index < FTests.size()) {
@@ -696,18 +702,25 @@ void TJoinNode::PrepareShortCut() {
     }
     FShortCut = true;
     std::swap(FTests[0], FTests[Index]);
+    // Every other equality narrows the key: a token then walks past only
+    // the tokens whose keys collide, not all that share the first value.
+    for (std::size_t I = 1; I < FTests.size(); ++I) {
+      const TKBJoinTest* More = Equality(I, tstSlot);
+      if (!More) More = Equality(I, tstMultiSlot);
+      if (!More) continue;
+      const bool Items = More->GetJoinTestType() == tstMultiSlot;
+      FMoreKeys.push_back({More->GetTokenIndex(), More->GetLeftIndex(), Items ? More->GetLeftSubIndex() : NoSubIndex,
+                           More->GetRightIndex(), Items ? More->GetRightSubIndex() : NoSubIndex});
+    }
   }
   if (FLeftShare) {
     // The keys may change: the other joins keep the memory.
     LeaveLeftShare();
-    FLeftMemory.reset();
   }
-  if (!(FLeftMemory && FRightMemory && FLeftMemory->GetEmpty() && FRightMemory->GetEmpty())) {
-    // The keys may have changed: memories made before are made anew.
-    FLeftMemory.reset();
-    FRightMemory.reset();
-    ClearMemory();
-  }
+  // The keys may have changed: memories made before are made anew.
+  FLeftMemory.reset();
+  FRightMemory.reset();
+  ClearMemory();
 }
 
 bool TJoinNode::Equals(const TTestNode* Node) const {
