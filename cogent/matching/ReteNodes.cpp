@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <type_traits>
 
 #include "cogent/foundation/KBInterfaces.h"
 #include "cogent/foundation/KBMessages.h"
@@ -818,10 +819,11 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored, std:
   TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
   const TContextScope Scope(Context, Left);
   if (FShortCut && LeftKey < 0) LeftKey = FLeftMemory->GetKey(*Left);
-  const bool ByKey = ExactShortCut();
-  auto Walk = [&](const TKBTokenTree::TTokens& Bucket) {
+  // Two loops, by ByKey's type: a walk that need not compare keys pays
+  // nothing for the comparison.
+  auto Walk = [&](const TKBTokenTree::TTokens& Bucket, auto ByKey) {
     for (auto It = Bucket.begin(); It != Bucket.end(); ++It) {
-      if (ByKey && It.Key() != LeftKey) continue;
+      if (decltype(ByKey)::value && It.Key() != LeftKey) continue;
       const IReteToken& Right = *It;
       if (!Matches(Left, *Right)) continue;
       if (FNegatedPattern) {
@@ -838,10 +840,14 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored, std:
   if (FShortCut || FBlocksOwnLeft) {
     // A left token's key in its own memory is the key of the right tokens it
     // can meet: the short cut's value, or for a gate the token itself.
-    Walk(FRightMemory->GetTokens(LeftKey >= 0 ? LeftKey : FLeftMemory->GetKey(*Left)));
+    const TKBTokenTree::TTokens Bucket = FRightMemory->GetTokens(LeftKey >= 0 ? LeftKey : FLeftMemory->GetKey(*Left));
+    if (ExactShortCut())
+      Walk(Bucket, std::true_type());
+    else
+      Walk(Bucket, std::false_type());
   } else if (!FRightMemory->GetEmpty()) {
     for (std::int32_t B = FRightMemory->GetLowIndex(); B <= FRightMemory->GetHighIndex(); ++B)
-      if (!Walk(FRightMemory->GetTokens(B))) break;
+      if (!Walk(FRightMemory->GetTokens(B), std::false_type())) break;
   }
   if (!FNegatedPattern) return;
   if (Blocking > 0) {
@@ -860,10 +866,9 @@ void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
   const TTokenAction Action = Right->GetTag();
   TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
   const std::int32_t RightKey = FShortCut || FBlocksOwnLeft ? FRightMemory->GetKey(*Right) : 0;
-  const bool ByKey = ExactShortCut();
-  auto Walk = [&](const TKBTokenTree::TTokens& Bucket) {
+  auto Walk = [&](const TKBTokenTree::TTokens& Bucket, auto ByKey) {
     for (auto It = Bucket.begin(); It != Bucket.end(); ++It) {
-      if (ByKey && It.Key() != RightKey) continue;
+      if (decltype(ByKey)::value && It.Key() != RightKey) continue;
       const IReteToken& Left = *It;
       if (Context) Context->SetToken(Left);
       if (!Matches(Left, *Right)) continue;
@@ -889,10 +894,13 @@ void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
   };
   const TContextScope Scope(Context, nullptr);
   if (FShortCut || FBlocksOwnLeft) {
-    Walk(FLeftMemory->GetTokens(RightKey));
+    if (ExactShortCut())
+      Walk(FLeftMemory->GetTokens(RightKey), std::true_type());
+    else
+      Walk(FLeftMemory->GetTokens(RightKey), std::false_type());
   } else {
     for (std::int32_t B = FLeftMemory->GetLowIndex(); B <= FLeftMemory->GetHighIndex(); ++B)
-      Walk(FLeftMemory->GetTokens(B));
+      Walk(FLeftMemory->GetTokens(B), std::false_type());
   }
 }
 
