@@ -1005,21 +1005,28 @@ void TPatternMatchTerminalNode::AddActivation(const IReteToken& Token) {
 
 void TPatternMatchTerminalNode::IndexByToken(TActivation* Activation) {
   if (FActivations.size() > FByToken.size()) {
-    // Twice the buckets; each chain keeps its order, so that equal tokens
-    // are still met newest first.
-    std::vector<TActivation*> Old(FByToken.empty() ? 16 : FByToken.size() * 2, nullptr);
+    // Four times the buckets: a large node rehashes its activations, one
+    // cache miss each, a third as often as doubling would. A bucket is the
+    // top bits of the hash, so old bucket B spreads over new buckets
+    // Spread*B and the next Spread-1 alone, and a tail for each of those is
+    // all a chain needs to keep its order: equal tokens are still met
+    // newest first.
+    constexpr std::size_t Spread = 4;
+    std::vector<TActivation*> Old(FByToken.empty() ? 16 : FByToken.size() * Spread, nullptr);
     Old.swap(FByToken);
     FByTokenShift = static_cast<std::uint32_t>(32 - std::countr_zero(FByToken.size()));
-    std::vector<TActivation*> Tails(FByToken.size(), nullptr);
-    for (TActivation* Next : Old)
-      while (Next) {
+    for (std::size_t B = 0; B < Old.size(); ++B) {
+      std::array<TActivation*, Spread> Tails{};
+      for (TActivation* Next = Old[B]; Next;) {
         TActivation* Moved = Next;
         Next = Moved->FNextByToken;
         Moved->FNextByToken = nullptr;
         const std::size_t Bucket = static_cast<std::size_t>(&ByTokenHead(Moved->FListCode) - FByToken.data());
-        (Tails[Bucket] ? Tails[Bucket]->FNextByToken : FByToken[Bucket]) = Moved;
-        Tails[Bucket] = Moved;
+        TActivation*& Tail = Tails[(Bucket - B * Spread) % Spread];
+        (Tail ? Tail->FNextByToken : FByToken[Bucket]) = Moved;
+        Tail = Moved;
       }
+    }
   }
   TActivation*& Head = ByTokenHead(Activation->FListCode);
   Activation->FNextByToken = Head;
