@@ -792,8 +792,9 @@ bool TJoinNode::CallNode(const IReteToken& Token, TCallType CallType) {
       }
       break;
     case ctRight:
-      // Right tokens are never changed by the join, so the token itself is kept.
-      if (Adding ? FRightMemory->Add(Token) : FRightMemory->Remove(Token)) RunTestsVaryLeft(Token);
+      // Right tokens are never changed by the join, so the token itself is
+      // kept; the walk files it first.
+      RunTestsVaryLeft(Token);
       break;
     default:
       throw EKBException(Format(_SInvalidCallType, EnumName(CallType)));
@@ -859,13 +860,22 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored, std:
 }
 
 void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
+  // The right token goes into the memory or out of it first, under a key
+  // worked out once for the memory and the walk; an add of a token held
+  // already or the removal of one not held changes nothing.
+  const TTokenAction Action = Right->GetTag();
+  const bool Adding = Action != taRemove;
+  bool Exact = false;
+  const std::int32_t Key = FRightMemory->GetKey(*Right, Adding && FRightMemory->GetExactKeys() ? &Exact : nullptr);
+  const bool Changed =
+      Adding ? FRightMemory->Add(Right, Key, true, Exact) : FRightMemory->Remove(Right, Key, nullptr, nullptr, nullptr);
+  if (!Changed) return;
   // A join still to take its turn on the shared memory's last change must
   // not see it yet.
   if (FLeftShare && FLeftShare->Open()) SplitLeftMemory();
   if (FLeftMemory->GetCount() == 0) return;
-  const TTokenAction Action = Right->GetTag();
   TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
-  const std::int32_t RightKey = FShortCut || FBlocksOwnLeft ? FRightMemory->GetKey(*Right) : 0;
+  const std::int32_t RightKey = FShortCut || FBlocksOwnLeft ? Key : 0;
   auto Walk = [&](const TKBTokenTree::TTokens& Bucket, auto ByKey) {
     for (auto It = Bucket.begin(); It != Bucket.end(); ++It) {
       if (decltype(ByKey)::value && It.Key() != RightKey) continue;
