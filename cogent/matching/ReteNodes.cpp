@@ -639,13 +639,13 @@ bool TJoinNode::ChangeLeft(const IReteToken& Token, bool Adding, IReteToken* Rem
     if (FLeftShare->Open()) SplitLeftMemory();
   }
   TKBTokenTree& Memory = *FLeftMemory;
-  if (!FLeftShare) {
-    Key = -1;
-    return Adding ? Memory.Add(Token) : Memory.Remove(Token, Removed);
-  }
-  TLeftShare& Share = *FLeftShare;
+  // The key goes back to the caller, whose walk of the right memory looks
+  // it up without working it out again.
   bool Exact = false;
   Key = Memory.GetKey(*Token, Adding && Memory.GetExactKeys() ? &Exact : nullptr);
+  if (!FLeftShare)
+    return Adding ? Memory.Add(Token, Key, true, Exact) : Memory.Remove(Token, Key, Removed, nullptr, nullptr);
+  TLeftShare& Share = *FLeftShare;
   IReteToken Out;
   std::int32_t RemovedKey = 0;
   std::int32_t Before = -1;
