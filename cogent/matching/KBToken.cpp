@@ -163,7 +163,29 @@ std::int32_t TKBTokenTree::GetKey(const TKBToken& Token, bool* Exact) const {
   if (FUseHashCode) return AbsKey(Token.GetSortCode());
   const IFact& Fact = Token.GetFacts(FTokenIndex);
   if (FFactIndex.GetName().empty()) return Fact ? AbsKey(Fact->GetID()) : 0;
+  if (!FMoreKeys.empty()) return GetMixedKey(Token, Fact.get(), Exact);
   return GetValueKey(Fact.get(), FFactIndex, FSubIndex, Exact);
+}
+
+std::int32_t TKBTokenTree::GetMixedKey(const TKBToken& Token, const TFact* First, bool* Exact) const {
+  bool PartExact = false;
+  // The first part as it stands, so that tokens of neighbouring values keep
+  // nearby buckets while the other parts hardly vary.
+  std::uint32_t Mixed = static_cast<std::uint32_t>(GetValueKey(First, FFactIndex, FSubIndex, &PartExact));
+  bool AllExact = PartExact;
+  std::uint32_t Salt = 0;
+  for (const TKeyPart& Part : FMoreKeys) {
+    const TFact* Fact = Part.TokenIndex == FTokenIndex ? First : Token.GetFacts(Part.TokenIndex).get();
+    const auto Key = static_cast<std::uint32_t>(GetValueKey(Fact, Part.Slot, Part.SubIndex, &PartExact));
+    AllExact = AllExact && PartExact;
+    Mixed ^= (Key + ++Salt) * 0x9E3779B1u;
+  }
+  if (Exact) *Exact = AllExact;
+  return static_cast<std::int32_t>(Mixed & 0x7FFFFFFFu);
+}
+
+void TKBTokenTree::AddKeyPart(std::int32_t ATokenIndex, const TKBName& AFactIndex, std::int32_t ASubIndex) {
+  FMoreKeys.push_back({ATokenIndex, TSlotRef(AFactIndex), ASubIndex});
 }
 
 void TKBTokenTree::Link(std::int32_t At, std::int32_t Bucket, std::int32_t Tail) noexcept {
@@ -300,8 +322,17 @@ void TKBTokenTree::CopyFrom(const TKBTokenTree& Source, const TKBToken* Without,
 bool TKBTokenTree::KeysAlike(const TKBTokenTree& Other) const noexcept {
   if (FKeyByParent != Other.FKeyByParent || FUseHashCode != Other.FUseHashCode) return false;
   if (FKeyByParent || FUseHashCode) return true;
-  return FTokenIndex == Other.FTokenIndex && FSubIndex == Other.FSubIndex &&
-         FFactIndex.GetName() == Other.FFactIndex.GetName();
+  if (FTokenIndex != Other.FTokenIndex || FSubIndex != Other.FSubIndex ||
+      FFactIndex.GetName() != Other.FFactIndex.GetName() || FMoreKeys.size() != Other.FMoreKeys.size())
+    return false;
+  for (std::size_t I = 0; I < FMoreKeys.size(); ++I) {
+    const TKeyPart& Mine = FMoreKeys[I];
+    const TKeyPart& Theirs = Other.FMoreKeys[I];
+    if (Mine.TokenIndex != Theirs.TokenIndex || Mine.SubIndex != Theirs.SubIndex ||
+        Mine.Slot.GetName() != Theirs.Slot.GetName())
+      return false;
+  }
+  return true;
 }
 
 bool TKBTokenTree::SameTokens(const TKBTokenTree& Other) const noexcept {

@@ -91,7 +91,9 @@ private:
 // A token memory: a hash table of tokens in FHash buckets that grows when it
 // holds four tokens a bucket. A token is keyed by its sort code, by the id of
 // one of its facts, or by the hash of a slot value (or of one item of it) of
-// that fact, so that a join only compares the tokens of one bucket.
+// that fact, so that a join only compares the tokens of one bucket. A join
+// that tests several slots for equality keys on all of them: further parts
+// (see AddKeyPart) mix their values' hashes into the first one's.
 //
 // The tokens sit in one array of entries, each keeping its key; a bucket is
 // a chain through the array in the order its tokens came. Growing relinks the
@@ -103,6 +105,11 @@ class TKBTokenTree : public TPersistent {
     std::int32_t Key;
     // The bucket's next entry, or of the free list; -1 at the end.
     std::int32_t Next;
+  };
+  struct TKeyPart {
+    std::int32_t TokenIndex;
+    TSlotRef Slot;
+    std::int32_t SubIndex;
   };
 
 public:
@@ -169,6 +176,12 @@ public:
                 std::int32_t RestoreKey, std::int32_t Before);
   // Whether every token gets the same key here as in Other.
   bool KeysAlike(const TKBTokenTree& Other) const noexcept;
+  // Keys by one more value besides the slot given at creation: the slot (or
+  // its item SubIndex) of fact TokenIndex. Only for a memory keyed by a slot.
+  void AddKeyPart(std::int32_t ATokenIndex, const TKBName& AFactIndex, std::int32_t ASubIndex);
+  // The further parts of Other's key, in place of this one's.
+  void CopyKeyParts(const TKBTokenTree& Other) { FMoreKeys = Other.FMoreKeys; }
+  int GetKeyPartCount() const noexcept { return static_cast<int>(FMoreKeys.size()) + 1; }
   // Whether both hold the same token objects in the same buckets and order.
   bool SameTokens(const TKBTokenTree& Other) const noexcept;
 
@@ -215,6 +228,8 @@ private:
     const std::int64_t Index = static_cast<std::int64_t>(Key) % FHash;
     return static_cast<std::int32_t>(Index < 0 ? -Index : Index);
   }
+  // The key of a memory keyed by several slots.
+  std::int32_t GetMixedKey(const TKBToken& Token, const TFact* First, bool* Exact) const;
   // Appends entry At to the bucket whose last entry is Tail (-1: none).
   void Link(std::int32_t At, std::int32_t Bucket, std::int32_t Tail) noexcept;
   void Grow();
@@ -224,6 +239,7 @@ private:
   std::int32_t FSubIndex;
   std::int32_t FHash;
   std::int32_t FTokenIndex;
+  std::vector<TKeyPart> FMoreKeys;
   // Each bucket's first entry, -1 when it is empty.
   std::vector<std::int32_t> FBuckets;
   std::vector<TEntry> FEntries;

@@ -348,7 +348,8 @@ public:
   // Positions on either side; whole slots when both sub indices are -1.
   virtual void AddTest(TSlotTestType Type, std::int32_t TokenIndex, const TKBName& LeftIndex, std::int32_t LeftSub,
                        const TKBName& RightIndex, std::int32_t RightSub);
-  // Keys the memories by the values of the first equality test of slots.
+  // Keys the memories by the values of the equality tests of slots, all of
+  // them, so that a token meets only the tokens that agree on each.
   virtual void PrepareShortCut();
   // A negated join equals no other; otherwise as a test node.
   bool Equals(const TTestNode* Node) const override;
@@ -400,6 +401,15 @@ private:
   std::int32_t FLeftSubIndex = NoSubIndex;
   TKBName FLeftFactIndex;
   TKBName FRightFactIndex;
+  // The equality tests after the first that key the memories too.
+  struct TKeyPair {
+    std::int32_t TokenIndex;
+    TKBName Left;
+    std::int32_t LeftSub;
+    TKBName Right;
+    std::int32_t RightSub;
+  };
+  std::vector<TKeyPair> FMoreKeys;
 };
 
 // ---------------------------------------------------------------- TPatternMatchTerminalNode

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <type_traits>
 
 #include "cogent/foundation/KBInterfaces.h"
 #include "cogent/foundation/KBMessages.h"
@@ -526,6 +527,7 @@ void TJoinNode::SetPattern(TKBPattern* Value) {
 void TJoinNode::ClearMemory() {
   if (!FLeftMemory) {
     FLeftMemory = std::make_shared<TKBTokenTree>(FHashKey, FTokenIndex, FLeftSubIndex, FLeftFactIndex, !FShortCut);
+    for (const TKeyPair& Pair : FMoreKeys) FLeftMemory->AddKeyPart(Pair.TokenIndex, Pair.Left, Pair.LeftSub);
   } else {
     if (FLeftShare && FLeftShare->Open()) SplitLeftMemory();
     FLeftMemory->Clear();
@@ -533,6 +535,7 @@ void TJoinNode::ClearMemory() {
   }
   if (!FRightMemory) {
     FRightMemory = std::make_unique<TKBTokenTree>(FHashKey, 0, FRightSubIndex, FRightFactIndex, false);
+    for (const TKeyPair& Pair : FMoreKeys) FRightMemory->AddKeyPart(0, Pair.Right, Pair.RightSub);
     // The right tokens of an exists gate each extend one left token.
     FRightMemory->SetKeyByParent(FBlocksOwnLeft);
   } else {
@@ -576,6 +579,7 @@ void TJoinNode::SplitLeftMemory() {
   const std::shared_ptr<TKBTokenTree> Memory = FLeftMemory;
   auto View = std::make_shared<TKBTokenTree>(Memory->GetHash(), Memory->GetTokenIndex(), Memory->GetSubIndex(),
                                              Memory->GetFactIndex(), Memory->GetUseHashCode());
+  View->CopyKeyParts(*Memory);
   View->CopyFrom(*Memory, Share->Adding && Share->Result ? Share->Token.get() : nullptr,
                  !Share->Adding && Share->Result ? Share->Removed : IReteToken(), Share->RemovedKey, Share->Before);
   std::vector<TJoinNode*> Ahead, Behind;
@@ -635,13 +639,13 @@ bool TJoinNode::ChangeLeft(const IReteToken& Token, bool Adding, IReteToken* Rem
     if (FLeftShare->Open()) SplitLeftMemory();
   }
   TKBTokenTree& Memory = *FLeftMemory;
-  if (!FLeftShare) {
-    Key = -1;
-    return Adding ? Memory.Add(Token) : Memory.Remove(Token, Removed);
-  }
-  TLeftShare& Share = *FLeftShare;
+  // The key goes back to the caller, whose walk of the right memory looks
+  // it up without working it out again.
   bool Exact = false;
   Key = Memory.GetKey(*Token, Adding && Memory.GetExactKeys() ? &Exact : nullptr);
+  if (!FLeftShare)
+    return Adding ? Memory.Add(Token, Key, true, Exact) : Memory.Remove(Token, Key, Removed, nullptr, nullptr);
+  TLeftShare& Share = *FLeftShare;
   IReteToken Out;
   std::int32_t RemovedKey = 0;
   std::int32_t Before = -1;
@@ -676,13 +680,16 @@ void TJoinNode::AddTest(TSlotTestType Type, std::int32_t TokenIndex, const TKBNa
 }
 
 void TJoinNode::PrepareShortCut() {
-  auto Find = [this](TJoinTestType Kind) -> std::size_t {
+  auto Equality = [this](std::size_t I, TJoinTestType Kind) -> const TKBJoinTest* {
+    const auto* Join = dynamic_cast<const TKBJoinTest*>(FTests[I].get());
+    return Join && Join->GetJoinTestType() == Kind && Join->GetSlotTestType() == sttEquals ? Join : nullptr;
+  };
+  auto Find = [&](TJoinTestType Kind) -> std::size_t {
     for (std::size_t I = 0; I < FTests.size(); ++I)
-      if (const auto* Join = dynamic_cast<const TKBJoinTest*>(FTests[I].get());
-          Join && Join->GetJoinTestType() == Kind && Join->GetSlotTestType() == sttEquals)
-        return I;
+      if (Equality(I, Kind)) return I;
     return FTests.size();
   };
+  FMoreKeys.clear();
   std::size_t Index = Find(tstSlot);
   if (Index == FTests.size()) Index = Find(tstMultiSlot);
   if (Index < FTests.size()) {
@@ -696,18 +703,25 @@ void TJoinNode::PrepareShortCut() {
     }
     FShortCut = true;
     std::swap(FTests[0], FTests[Index]);
+    // Every other equality narrows the key: a token then walks past only
+    // the tokens whose keys collide, not all that share the first value.
+    for (std::size_t I = 1; I < FTests.size(); ++I) {
+      const TKBJoinTest* More = Equality(I, tstSlot);
+      if (!More) More = Equality(I, tstMultiSlot);
+      if (!More) continue;
+      const bool Items = More->GetJoinTestType() == tstMultiSlot;
+      FMoreKeys.push_back({More->GetTokenIndex(), More->GetLeftIndex(), Items ? More->GetLeftSubIndex() : NoSubIndex,
+                           More->GetRightIndex(), Items ? More->GetRightSubIndex() : NoSubIndex});
+    }
   }
   if (FLeftShare) {
     // The keys may change: the other joins keep the memory.
     LeaveLeftShare();
-    FLeftMemory.reset();
   }
-  if (!(FLeftMemory && FRightMemory && FLeftMemory->GetEmpty() && FRightMemory->GetEmpty())) {
-    // The keys may have changed: memories made before are made anew.
-    FLeftMemory.reset();
-    FRightMemory.reset();
-    ClearMemory();
-  }
+  // The keys may have changed: memories made before are made anew.
+  FLeftMemory.reset();
+  FRightMemory.reset();
+  ClearMemory();
 }
 
 bool TJoinNode::Equals(const TTestNode* Node) const {
@@ -778,8 +792,9 @@ bool TJoinNode::CallNode(const IReteToken& Token, TCallType CallType) {
       }
       break;
     case ctRight:
-      // Right tokens are never changed by the join, so the token itself is kept.
-      if (Adding ? FRightMemory->Add(Token) : FRightMemory->Remove(Token)) RunTestsVaryLeft(Token);
+      // Right tokens are never changed by the join, so the token itself is
+      // kept; the walk files it first.
+      RunTestsVaryLeft(Token);
       break;
     default:
       throw EKBException(Format(_SInvalidCallType, EnumName(CallType)));
@@ -805,10 +820,11 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored, std:
   TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
   const TContextScope Scope(Context, Left);
   if (FShortCut && LeftKey < 0) LeftKey = FLeftMemory->GetKey(*Left);
-  const bool ByKey = ExactShortCut();
-  auto Walk = [&](const TKBTokenTree::TTokens& Bucket) {
+  // Two loops, by ByKey's type: a walk that need not compare keys pays
+  // nothing for the comparison.
+  auto Walk = [&](const TKBTokenTree::TTokens& Bucket, auto ByKey) {
     for (auto It = Bucket.begin(); It != Bucket.end(); ++It) {
-      if (ByKey && It.Key() != LeftKey) continue;
+      if (decltype(ByKey)::value && It.Key() != LeftKey) continue;
       const IReteToken& Right = *It;
       if (!Matches(Left, *Right)) continue;
       if (FNegatedPattern) {
@@ -825,10 +841,14 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored, std:
   if (FShortCut || FBlocksOwnLeft) {
     // A left token's key in its own memory is the key of the right tokens it
     // can meet: the short cut's value, or for a gate the token itself.
-    Walk(FRightMemory->GetTokens(LeftKey >= 0 ? LeftKey : FLeftMemory->GetKey(*Left)));
+    const TKBTokenTree::TTokens Bucket = FRightMemory->GetTokens(LeftKey >= 0 ? LeftKey : FLeftMemory->GetKey(*Left));
+    if (ExactShortCut())
+      Walk(Bucket, std::true_type());
+    else
+      Walk(Bucket, std::false_type());
   } else if (!FRightMemory->GetEmpty()) {
     for (std::int32_t B = FRightMemory->GetLowIndex(); B <= FRightMemory->GetHighIndex(); ++B)
-      if (!Walk(FRightMemory->GetTokens(B))) break;
+      if (!Walk(FRightMemory->GetTokens(B), std::false_type())) break;
   }
   if (!FNegatedPattern) return;
   if (Blocking > 0) {
@@ -840,17 +860,25 @@ void TJoinNode::RunTestsVaryRight(const IReteToken& Left, TKBToken* Stored, std:
 }
 
 void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
+  // The right token goes into the memory or out of it first, under a key
+  // worked out once for the memory and the walk; an add of a token held
+  // already or the removal of one not held changes nothing.
+  const TTokenAction Action = Right->GetTag();
+  const bool Adding = Action != taRemove;
+  bool Exact = false;
+  const std::int32_t Key = FRightMemory->GetKey(*Right, Adding && FRightMemory->GetExactKeys() ? &Exact : nullptr);
+  const bool Changed =
+      Adding ? FRightMemory->Add(Right, Key, true, Exact) : FRightMemory->Remove(Right, Key, nullptr, nullptr, nullptr);
+  if (!Changed) return;
   // A join still to take its turn on the shared memory's last change must
   // not see it yet.
   if (FLeftShare && FLeftShare->Open()) SplitLeftMemory();
   if (FLeftMemory->GetCount() == 0) return;
-  const TTokenAction Action = Right->GetTag();
   TKBContext* Context = FContextTests == 0 || FBlocksOwnLeft ? nullptr : GetContext();
-  const std::int32_t RightKey = FShortCut || FBlocksOwnLeft ? FRightMemory->GetKey(*Right) : 0;
-  const bool ByKey = ExactShortCut();
-  auto Walk = [&](const TKBTokenTree::TTokens& Bucket) {
+  const std::int32_t RightKey = FShortCut || FBlocksOwnLeft ? Key : 0;
+  auto Walk = [&](const TKBTokenTree::TTokens& Bucket, auto ByKey) {
     for (auto It = Bucket.begin(); It != Bucket.end(); ++It) {
-      if (ByKey && It.Key() != RightKey) continue;
+      if (decltype(ByKey)::value && It.Key() != RightKey) continue;
       const IReteToken& Left = *It;
       if (Context) Context->SetToken(Left);
       if (!Matches(Left, *Right)) continue;
@@ -876,10 +904,13 @@ void TJoinNode::RunTestsVaryLeft(const IReteToken& Right) {
   };
   const TContextScope Scope(Context, nullptr);
   if (FShortCut || FBlocksOwnLeft) {
-    Walk(FLeftMemory->GetTokens(RightKey));
+    if (ExactShortCut())
+      Walk(FLeftMemory->GetTokens(RightKey), std::true_type());
+    else
+      Walk(FLeftMemory->GetTokens(RightKey), std::false_type());
   } else {
     for (std::int32_t B = FLeftMemory->GetLowIndex(); B <= FLeftMemory->GetHighIndex(); ++B)
-      Walk(FLeftMemory->GetTokens(B));
+      Walk(FLeftMemory->GetTokens(B), std::false_type());
   }
 }
 
@@ -984,21 +1015,28 @@ void TPatternMatchTerminalNode::AddActivation(const IReteToken& Token) {
 
 void TPatternMatchTerminalNode::IndexByToken(TActivation* Activation) {
   if (FActivations.size() > FByToken.size()) {
-    // Twice the buckets; each chain keeps its order, so that equal tokens
-    // are still met newest first.
-    std::vector<TActivation*> Old(FByToken.empty() ? 16 : FByToken.size() * 2, nullptr);
+    // Four times the buckets: a large node rehashes its activations, one
+    // cache miss each, a third as often as doubling would. A bucket is the
+    // top bits of the hash, so old bucket B spreads over new buckets
+    // Spread*B and the next Spread-1 alone, and a tail for each of those is
+    // all a chain needs to keep its order: equal tokens are still met
+    // newest first.
+    constexpr std::size_t Spread = 4;
+    std::vector<TActivation*> Old(FByToken.empty() ? 16 : FByToken.size() * Spread, nullptr);
     Old.swap(FByToken);
     FByTokenShift = static_cast<std::uint32_t>(32 - std::countr_zero(FByToken.size()));
-    std::vector<TActivation*> Tails(FByToken.size(), nullptr);
-    for (TActivation* Next : Old)
-      while (Next) {
+    for (std::size_t B = 0; B < Old.size(); ++B) {
+      std::array<TActivation*, Spread> Tails{};
+      for (TActivation* Next = Old[B]; Next;) {
         TActivation* Moved = Next;
         Next = Moved->FNextByToken;
         Moved->FNextByToken = nullptr;
         const std::size_t Bucket = static_cast<std::size_t>(&ByTokenHead(Moved->FListCode) - FByToken.data());
-        (Tails[Bucket] ? Tails[Bucket]->FNextByToken : FByToken[Bucket]) = Moved;
-        Tails[Bucket] = Moved;
+        TActivation*& Tail = Tails[(Bucket - B * Spread) % Spread];
+        (Tail ? Tail->FNextByToken : FByToken[Bucket]) = Moved;
+        Tail = Moved;
       }
+    }
   }
   TActivation*& Head = ByTokenHead(Activation->FListCode);
   Activation->FNextByToken = Head;

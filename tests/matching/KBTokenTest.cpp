@@ -163,5 +163,43 @@ TEST_F(KBTokenTest, MemoryGrowsAndReusesRoomKeepingEachBucketsOrder) {
   EXPECT_EQ(Memory.GetHighIndex(), 0);
 }
 
+TEST(KBTokenTreeKeys, SeveralSlotsKeyAlikeOnBothSidesAndOnlyPlainValuesAreExact) {
+  // A join on (a of fact 1, b of fact 0): the left memory reads the token,
+  // the right memory the one fact, and both must file a match alike.
+  const IFactTemplate P(new TFactTemplate(nullptr, "pair"));
+  P->AddSlot("a", Int(0));
+  P->AddSlot("b", Int(0));
+  auto Pair = [&](std::int32_t Id, const IKBValue& A, const IKBValue& B) {
+    const IFact Fact(new TFact(P));
+    Fact->SetID(Id);
+    Fact->SetValue("a", A);
+    Fact->SetValue("b", B);
+    return Fact;
+  };
+  TKBTokenTree Left(101, 1, NoSubIndex, "a", false);
+  Left.AddKeyPart(0, "b", NoSubIndex);
+  TKBTokenTree Right(101, 0, NoSubIndex, "a", false);
+  Right.AddKeyPart(0, "b", NoSubIndex);
+  const IReteToken Token = Extend(One(Pair(1, Int(9), Int(2))), Pair(2, Int(1), Int(8)));
+  const std::int32_t Key = Left.GetKey(*Token);
+  EXPECT_EQ(Right.GetKey(*One(Pair(3, Int(1), Int(2)))), Key);
+  EXPECT_NE(Right.GetKey(*One(Pair(4, Int(1), Int(3)))), Key);
+  EXPECT_NE(Right.GetKey(*One(Pair(5, Int(2), Int(2)))), Key);
+
+  // Keys alike need the same parts in the same order.
+  TKBTokenTree FirstOnly(101, 0, NoSubIndex, "a", false);
+  EXPECT_FALSE(Right.KeysAlike(FirstOnly));
+  FirstOnly.AddKeyPart(0, "b", NoSubIndex);
+  EXPECT_TRUE(Right.KeysAlike(FirstOnly));
+
+  // A list in any part leaves the keys inexact until the memory is emptied.
+  EXPECT_TRUE(Right.Add(One(Pair(6, Int(1), Int(2)))));
+  EXPECT_TRUE(Right.GetExactKeys());
+  EXPECT_TRUE(Right.Add(One(Pair(7, Int(1), List({Int(2)})))));
+  EXPECT_FALSE(Right.GetExactKeys());
+  Right.Clear();
+  EXPECT_TRUE(Right.GetExactKeys());
+}
+
 }  // namespace
 }  // namespace cogent
