@@ -38,9 +38,10 @@ void SubstFunCall(const IFunCall& Call, const TRenames& Renames) {
 // The fact that stands in a token for a negated pattern, or for a branch
 // that no fact satisfied.
 bool IsNullFact(const IFact& Fact, const IKnowledgeBase& Engine) {
-  if (Fact == Engine.GetNullFact()) return true;
-  const IFactTemplate Template = Fact->GetTemplate();
-  return Template && Template->GetTemplateName() == std::string_view(SNullFact);
+  // The name first: it settles most facts without a count.
+  const IFactTemplate& Template = Fact->GetTemplateRef();
+  if (Template && Template->GetTemplateName() == std::string_view(SNullFact)) return true;
+  return Fact == Engine.GetNullFact();
 }
 
 }  // namespace
@@ -503,14 +504,16 @@ void TRule::Change(TObject* Sender) {
 bool TRule::BindingValue(const TBinding& Binding, const IReteToken& Token, const IKnowledgeBase* Host,
                          IKBValue& Value) const {
   if (Binding.IsLocal()) return false;
-  const IFact Fact = Token ? Token->GetFacts(Binding.GetFactIndex()) : IFact();
+  if (!Token) return false;
+  const IFact& Fact = Token->GetFacts(Binding.GetFactIndex());
   // No fact satisfied a negated pattern or a branch: nothing to bind.
   if (!Fact || (Host && IsNullFact(Fact, *Host))) return false;
   if (Binding.IsFactAddress()) {
     Value = IKBValue(new TKBValue(Fact->GetID(), dtFactId));
+  } else if (Binding.GetSubIndex() == NoSubIndex) {
+    Value = Fact->GetValueRef(Binding.GetSlotRef());
   } else {
-    Value = Fact->GetValue(Binding.GetSlotRef());
-    if (Binding.GetSubIndex() != NoSubIndex) Value = Value->GetAsList()->Get(Binding.GetSubIndex());
+    Value = Fact->GetValueRef(Binding.GetSlotRef())->GetAsList()->Get(Binding.GetSubIndex());
   }
   return true;
 }
@@ -530,7 +533,8 @@ bool TRule::RefillFiringContext(const IReteToken& Token, const IKnowledgeBase* H
     if (Bound != (FLayout[I] != nullptr)) return false;
     if (Bound) FLayout[I]->SetValue(Value);
   }
-  FLayout.back()->SetValue(RuleNameValue());
+  // The rule's name stays bound between firings.
+  if (FLayout.back()->GetValue() != RuleNameValue()) FLayout.back()->SetValue(RuleNameValue());
   return true;
 }
 
@@ -598,7 +602,7 @@ void TRule::Fire(const IReteToken& Token) {
         if (OnFire) OnFire(this, Context);
         // By index: an action may change the list it stands in.
         for (int I = 0; I < FActions->GetCount() && !Context->GetReturning(); ++I)
-          if (const IFunCall Action = FActions->GetItem(I)) Action->Execute(Context);
+          if (const IFunCall Action = FActions->GetItem(I)) TFunctionCall::RunCall(Action, Context);
       },
       End);
 }
@@ -618,8 +622,8 @@ void TRule::ReleaseFiringContext() {
   // The kept level lets go of what the firing bound; bindings that the
   // actions added leave with the layout.
   if (FLayoutValid && FLayoutStamp == Context.GetBindings().GetStamp()) {
-    for (TBinding* Binding : FLayout)
-      if (Binding) Binding->SetValue(nullptr);
+    for (std::size_t I = 0; I + 1 < FLayout.size(); ++I)
+      if (FLayout[I]) FLayout[I]->SetValue(nullptr);
   } else {
     FLayoutValid = false;
     Context.Clear();
