@@ -44,6 +44,25 @@ bool IsNullFact(const IFact& Fact, const IKnowledgeBase& Engine) {
   return Fact == Engine.GetNullFact();
 }
 
+// The value that Binding takes from Token, nil when it takes none. A value
+// that a fact of the token holds comes as the fact's own handle, good while
+// the fact stays as it is; one made for the occasion lands in Keep.
+const IKBValue* TokenValue(const TBinding& Binding, const IReteToken& Token, const IKnowledgeBase* Host,
+                           IKBValue& Keep) {
+  if (Binding.IsLocal() || !Token) return nullptr;
+  const IFact& Fact = Token->GetFacts(Binding.GetFactIndex());
+  // No fact satisfied a negated pattern or a branch: nothing to bind.
+  if (!Fact || (Host && IsNullFact(Fact, *Host))) return nullptr;
+  if (Binding.IsFactAddress()) {
+    Keep = IKBValue(new TKBValue(Fact->GetID(), dtFactId));
+    return &Keep;
+  }
+  const IKBValue& Value = Fact->GetValueRef(Binding.GetSlotRef());
+  if (Binding.GetSubIndex() == NoSubIndex) return &Value;
+  Keep = Value->GetAsList()->Get(Binding.GetSubIndex());
+  return &Keep;
+}
+
 }  // namespace
 
 // ================================================================ TRulePatternList
@@ -503,18 +522,10 @@ void TRule::Change(TObject* Sender) {
 
 bool TRule::BindingValue(const TBinding& Binding, const IReteToken& Token, const IKnowledgeBase* Host,
                          IKBValue& Value) const {
-  if (Binding.IsLocal()) return false;
-  if (!Token) return false;
-  const IFact& Fact = Token->GetFacts(Binding.GetFactIndex());
-  // No fact satisfied a negated pattern or a branch: nothing to bind.
-  if (!Fact || (Host && IsNullFact(Fact, *Host))) return false;
-  if (Binding.IsFactAddress()) {
-    Value = IKBValue(new TKBValue(Fact->GetID(), dtFactId));
-  } else if (Binding.GetSubIndex() == NoSubIndex) {
-    Value = Fact->GetValueRef(Binding.GetSlotRef());
-  } else {
-    Value = Fact->GetValueRef(Binding.GetSlotRef())->GetAsList()->Get(Binding.GetSubIndex());
-  }
+  IKBValue Keep;
+  const IKBValue* Found = TokenValue(Binding, Token, Host, Keep);
+  if (!Found) return false;
+  Value = *Found;
   return true;
 }
 
@@ -525,13 +536,13 @@ const IKBValue& TRule::RuleNameValue() {
 
 bool TRule::RefillFiringContext(const IReteToken& Token, const IKnowledgeBase* Host) {
   if (!FLayoutValid || FLayoutStamp != FFiringContext->GetBindings().GetStamp()) return false;
-  IKBValue Value;
+  IKBValue Keep;
   for (std::size_t I = 0; I < FBindings.size(); ++I) {
-    const bool Bound = BindingValue(*FBindings[I], Token, Host, Value);
+    const IKBValue* Value = TokenValue(*FBindings[I], Token, Host, Keep);
     // A binding skipped now but not then, or the other way round, has its
     // name in the table when it should not, or not when it should.
-    if (Bound != (FLayout[I] != nullptr)) return false;
-    if (Bound) FLayout[I]->SetValue(Value);
+    if ((Value != nullptr) != (FLayout[I] != nullptr)) return false;
+    if (Value) FLayout[I]->SetValue(*Value);
   }
   // The rule's name stays bound between firings.
   if (FLayout.back()->GetValue() != RuleNameValue()) FLayout.back()->SetValue(RuleNameValue());
