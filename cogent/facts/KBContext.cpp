@@ -1,7 +1,9 @@
 #include "cogent/facts/KBContext.h"
 
+#include <atomic>
 #include <vector>
 
+#include "cogent/facts/KBPackages.h"
 #include "cogent/matching/KBToken.h"
 #include "cogent/values/KBDefinedType.h"
 
@@ -63,7 +65,13 @@ std::string TBinding::ToString() const {
 
 // ---------------------------------------------------------------- TBindings
 
-TBindings::TBindings(TKBContext* AOwner) : FOwner(AOwner) {}
+namespace {
+std::atomic<std::uint64_t> LastStamp{0};
+}  // namespace
+
+TBindings::TBindings(TKBContext* AOwner) : FOwner(AOwner) { Restamp(); }
+
+void TBindings::Restamp() noexcept { FStamp = LastStamp.fetch_add(1, std::memory_order_relaxed) + 1; }
 
 TBindings::~TBindings() {
   // The owner is going too: free the bindings and tell nobody.
@@ -89,7 +97,7 @@ void TBindings::Add(TBinding* Binding) {
 }
 
 void TBindings::Clear() {
-  ++FStamp;
+  Restamp();
   std::vector<std::unique_ptr<TBinding>> Gone;
   Gone.reserve(static_cast<std::size_t>(FCount));
   for (const auto& Item : FItems)
@@ -102,7 +110,7 @@ void TBindings::Clear() {
 void TBindings::DoAdd(std::int32_t HashCode, std::int32_t Index, const std::string& Key, TBinding* const& Value) {
   if (!Value) return;
   TBinding* const Binding = Value;
-  ++FStamp;
+  Restamp();
   TInherited::DoAdd(HashCode, Index, Key, Binding);
   Notify(Binding, tnAdded);
 }
@@ -117,7 +125,7 @@ void TBindings::DoSetValue(std::int32_t Index, TBinding* const& Value) {
   TBinding* const Old = FItems[Index].Value;
   TInherited::DoSetValue(Index, Binding);
   if (Old == Binding) return;
-  ++FStamp;
+  Restamp();
   const std::unique_ptr<TBinding> Gone(Old);
   Notify(Old, tnDeleted);
   Notify(Binding, tnAdded);
@@ -126,7 +134,7 @@ void TBindings::DoSetValue(std::int32_t Index, TBinding* const& Value) {
 TBinding* TBindings::DoRemove(const std::string& Key, std::int32_t HashCode, TCollectionNotification Notification) {
   TBinding* const Result = TInherited::DoRemove(Key, HashCode, Notification);
   if (!Result) return nullptr;
-  ++FStamp;
+  Restamp();
   if (Notification == cnExtracted) {
     Notify(Result, tnDeleted);
     return Result;
@@ -355,30 +363,63 @@ IFact TKBContext::Resolve(const IFact& Fact) {
   return Fact;
 }
 
+TKBValue* TKBContext::PeekBound(const TBindingInfo& Info, IKBValue& Keep) {
+  const int FactCount = FToken ? FToken->GetCount() : 0;
+  const IFact* Fact = nullptr;
+  if (Info.GetFactIndex() == FactCount && FFact)
+    Fact = &FFact;
+  else if (FToken)
+    Fact = &FToken->GetFacts(Info.GetFactIndex());
+  if (!Fact || !*Fact) throw EListError(Format(SListIndexError, Info.GetFactIndex()));
+  if (Info.IsFactAddress()) {
+    Keep = IKBValue(new TKBValue((*Fact)->GetID(), dtFactId));
+    return Keep.get();
+  }
+  const IKBValue& SlotValue = (*Fact)->GetValueRef(Info.GetSlotRef());
+  if (Info.GetSubIndex() == NoSubIndex) return SlotValue.get();
+  Keep = SlotValue->GetAsList()->Get(Info.GetSubIndex());
+  return Keep.get();
+}
+
+IKBValue TKBContext::ResolveValue(TKBValue& Value) {
+  // A call runs without the round through the value and a second cast of
+  // this context.
+  if (Value.GetDType() == dtFunCall)
+    if (const IFunCall Call = Value.GetAsFunCall()) return TFunctionCall::RunCall(Call, this);
+  return Value.Resolve(this);
+}
+
 IFact TKBContext::ResolveClone(const IFact& Fact) {
-  const IFactTemplate Template = Fact ? Fact->GetTemplate() : IFactTemplate();
-  if (!Template) return Fact ? Fact->Clone() : Fact;
-  const IFact Result(new TFact(Template));
+  if (!Fact || !Fact->GetTemplateRef()) return Fact ? Fact->Clone() : Fact;
+  const IFact Result(new TFact(Fact->GetTemplateRef()));
   Result->SetID(Fact->GetID());
   Result->SetTag(Fact->GetTag());
-  const bool Fuzzy = Template->IsFuzzy();
-  // Slot by slot in name order, as Resolve goes.
-  for (std::size_t I = 0; I < Template->GetSortedPositions().size(); ++I) {
-    const int Position = Template->GetSortedPositions()[I];
-    const TFactSlot* Slot = Template->SlotAt(Position);
+  // The clone's template, which nothing can take from the clone while its
+  // values resolve.
+  const TFactTemplate& Template = *Result->GetTemplateRef();
+  const bool Fuzzy = Template.IsFuzzy();
+  // Slot by slot in name order, as Resolve goes. Resolving may run any
+  // function, so the template's tables are read afresh after each slot.
+  for (std::size_t I = 0;; ++I) {
+    const std::vector<int>& Positions = Template.GetSortedPositions();
+    if (I >= Positions.size()) break;
+    const int Position = Positions[I];
+    const TFactSlot* Slot = Template.SlotAt(Position);
     if (!Slot) continue;
     IKBValue Value;
     if (TKBValue* Entered = Fact->GetEnteredValue(Position)) {
       // A clone resolves as its original does, except that a value standing
       // for itself gives the clone.
-      Value = Entered->Resolve(this);
+      Value = ResolveValue(*Entered);
       if (Value.get() == Entered) Value = Entered->Clone();
     } else {
       // The default a clone would enter as its slot is first read.
       const IKBValue Default = Slot->GetSlotDefault();
       Value = Default ? Default->Clone()->Resolve(this) : FCNil;
     }
-    Result->SetValue(Slot->GetName(), FitSlotValue(*Template, Fuzzy, Slot->GetName(), std::move(Value)));
+    Slot = Template.SlotAt(Position);
+    if (!Slot) continue;
+    Result->SetValue(Slot->GetName(), FitSlotValue(Template, Fuzzy, Slot->GetName(), std::move(Value)));
   }
   return Result;
 }

@@ -105,7 +105,9 @@ public:
 
   TKBContext* GetOwner() const noexcept { return FOwner; }
   // Changes whenever a binding enters, leaves or is replaced, so that a
-  // caller may keep pointers to the bindings while it stays the same.
+  // caller may keep pointers to the bindings while it stays the same. No two
+  // tables ever show the same stamp, so a stamp alone names one table in one
+  // state, and is never 0.
   std::uint64_t GetStamp() const noexcept { return FStamp; }
   // Enters Binding under its own name, in place of one of that name.
   virtual void Add(TBinding* Binding);
@@ -123,8 +125,10 @@ protected:
   TBinding* DoRemove(const std::string& Key, std::int32_t HashCode, TCollectionNotification Notification) override;
 
 private:
+  void Restamp() noexcept;
+
   TKBContext* FOwner;
-  std::uint64_t FStamp = 0;
+  std::uint64_t FStamp;
 };
 
 // ---------------------------------------------------------------- TKBContext
@@ -207,6 +211,12 @@ public:
   // resolving replaces anyway: a rule's action asserts its written fact so.
   IFact ResolveClone(const IFact& Fact);
 
+  // The value a binding address stands for here, as a value that holds the
+  // address resolves it; the fact past the token's last one is the fact
+  // under test. A value that a fact owns comes without a count and holds
+  // while the fact stays as it is; one made for the occasion lands in Keep.
+  TKBValue* PeekBound(const TBindingInfo& Info, IKBValue& Keep);
+
   // Copies the return state, the value as a clone; bindings stay.
   void Assign(TPersistent* Source) override;
 
@@ -214,6 +224,8 @@ private:
   TKBContext* Root() noexcept;
   const TKBContext* Root() const noexcept;
   void ExpandInto(TValueVector& Result, const IValueVector& List);
+  // Value->Resolve(this), with a call run directly.
+  IKBValue ResolveValue(TKBValue& Value);
   // One slot's resolved value, fitted as Resolve fits it.
   IKBValue FitSlotValue(const TFactTemplate& Template, bool Fuzzy, const TKBName& Name, IKBValue Value);
   static void FlattenInto(TValueVector& Result, const IValueVector& List);

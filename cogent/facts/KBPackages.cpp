@@ -192,6 +192,13 @@ void TKBUserFunction::Call(const IFunCall& FunCall, TObject* Context, IKBValue& 
   Call(FunCall, AsContext(Context), Result);
 }
 
+void TKBUserFunction::Invoke(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
+  const int Count = FunCall ? FunCall->GetArgumentCount() : 0;
+  if (Count < FMinArgumentCount) throw EKBException(Format(_STooFewArgs, FFunctionName));
+  if (Count > FMaxArgumentCount) throw EKBException(Format(_STooManyArgs, FFunctionName));
+  Call(FunCall, Context, Result);
+}
+
 void TKBUserFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   (void)FunCall;
   (void)Context;
@@ -291,13 +298,18 @@ IKBValue TFunctionCall::GetArgument(int Index) const {
 void TFunctionCall::SetArgument(int Index, const IKBValue& Value) {
   if (Index < 0 || Index >= GetArgumentCount()) throw EListError(Format(SListIndexError, Index));
   FArguments[static_cast<std::size_t>(Index)] = Value;
+  ForgetVariableBindings();
 }
 
-void TFunctionCall::Clear() { FArguments.clear(); }
+void TFunctionCall::Clear() {
+  FArguments.clear();
+  ForgetVariableBindings();
+}
 
 void TFunctionCall::Delete(int Index) {
   if (Index < 0 || Index >= GetArgumentCount()) throw EListError(Format(SListIndexError, Index));
   FArguments.erase(FArguments.begin() + Index);
+  ForgetVariableBindings();
 }
 
 void TFunctionCall::Bind(TKBContext* Context) {
@@ -312,16 +324,77 @@ void TFunctionCall::Bind(TKBContext* Context) {
 
 IKBValue TFunctionCall::Execute(TObject* Context) {
   TKBContext* KBContext = AsContext(Context);
-  Bind(KBContext);
-  if (!FUserFunction) NoSuchFunction(FName);
-  CheckStack(FName);
-  // Both stay alive through the call whatever the function does to tables
-  // and rules.
-  const IFunCall Self(this);
-  const IUserFunction Function(FUserFunction);
+  // The call stays alive through its run whatever the function does to
+  // tables and rules.
+  return Run(IFunCall(this), KBContext);
+}
+
+IKBValue TFunctionCall::Run(const IFunCall& Call, TKBContext* Context) {
+  TFunctionCall& Self = *Call;
+  if (!Self.FUserFunction) {
+    Self.Bind(Context);
+    if (!Self.FUserFunction) NoSuchFunction(Self.FName);
+  }
+  CheckStack(Self.FName);
+  // The function too, should the call let go of it.
+  const IUserFunction Function(Self.FUserFunction);
   IKBValue Result;
-  Function->Call(Self, Context, Result);
+  Function->Invoke(Call, Context, Result);
   return Result;
+}
+
+IKBValue TFunctionCall::ResolveArgument(int Index, TKBContext* Context) {
+  IKBValue Keep;
+  TKBValue* Value = PeekArgument(Index, Context, Keep);
+  return Keep ? Keep : IKBValue(Value);
+}
+
+TKBValue* TFunctionCall::PeekArgument(int Index, TKBContext* Context, IKBValue& Keep) {
+  if (Index < 0 || Index >= GetArgumentCount()) throw EListError(Format(SListIndexError, Index));
+  TKBValue* const Argument = FArguments[static_cast<std::size_t>(Index)].get();
+  if (!Argument) return nullptr;
+  switch (Argument->GetDType()) {
+    case dtVariable:
+    case dtMultiVariable:
+      if (const TBinding* Binding = FindVariableBinding(static_cast<std::size_t>(Index), *Argument, Context))
+        if (TKBValue* Value = Binding->GetValue().get()) return Value;
+      // Outer levels, and the errors, as the value itself resolves.
+      Keep = Argument->Resolve(Context);
+      return Keep.get();
+    case dtObject:
+      if (Context)
+        if (const auto* Info = ObjectAs<TBindingInfo>(Argument->GetAsObject())) return Context->PeekBound(*Info, Keep);
+      break;
+    case dtFunCall:
+      if (const IFunCall Call = Argument->GetAsFunCall()) {
+        Keep = RunCall(Call, Context);
+        return Keep.get();
+      }
+      break;
+    case dtSingletons:
+      break;
+    default:
+      return Argument;
+  }
+  // The argument may change under its own resolution.
+  const IKBValue Held(Argument);
+  Keep = Held->Resolve(Context);
+  return Keep.get();
+}
+
+TBinding* TFunctionCall::FindVariableBinding(std::size_t Index, const TKBValue& Argument, TKBContext* Context) {
+  // Only a binding of the context's own level is kept: one found further up
+  // could be hidden by a binding that enters a level in between.
+  if (!Context) return nullptr;
+  const TBindings& Level = Context->GetBindings();
+  if (FVariableBindings.size() < FArguments.size()) FVariableBindings.resize(FArguments.size());
+  TVariableBinding& Known = FVariableBindings[Index];
+  const std::string_view Name = Argument.GetText();
+  if (Known.Stamp == Level.GetStamp() && Known.Binding->GetName() == Name) return Known.Binding;
+  TBinding* Binding = nullptr;
+  if (!Level.TryGetValue(std::string(Name), Binding) || !Binding) return nullptr;
+  Known = {Level.GetStamp(), Binding};
+  return Binding;
 }
 
 IKBValue TFunctionCall::SimpleExecute(TKBContext* Context) {
@@ -331,7 +404,7 @@ IKBValue TFunctionCall::SimpleExecute(TKBContext* Context) {
   const IUserFunction Function(FUserFunction);
   IKBValue Result;
   try {
-    Function->Call(Self, static_cast<TObject*>(Context), Result);
+    Function->Invoke(Self, Context, Result);
   } catch (const std::exception& E) {
     throw EKBException(Format(SFunctionError, FName, std::string(E.what())));
   }
@@ -375,6 +448,7 @@ void TFunctionCall::AssignFrom(const TFunctionCall& Source) {
   FComment = Source.FComment;
   FTag = Source.FTag;
   FArguments = std::move(Arguments);
+  ForgetVariableBindings();
 }
 
 void TFunctionCall::Assign(const IInterface& Source) {

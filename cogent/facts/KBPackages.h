@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -228,6 +229,8 @@ public:
   // The checking entry: the argument count against the limits, then the
   // function's own Call. Context must be nil or a TKBContext.
   void Call(const IFunCall& FunCall, TObject* Context, IKBValue& Result);
+  // The same for a caller whose context is one already.
+  void Invoke(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result);
 
   // Copies limits and comment, then the name (through SetFunctionName).
   void Assign(TPersistent* Source) override;
@@ -352,6 +355,19 @@ public:
   // For a caller that has set the function itself: no lookup, and any error
   // comes back as "<name> error: <message>".
   virtual IKBValue SimpleExecute(TKBContext* Context);
+  // Call->Execute(Context) for a caller that holds Call and has its context
+  // as one already.
+  static IKBValue RunCall(const IFunCall& Call, TKBContext* Context) {
+    return typeid(*Call) == typeid(TFunctionCall) ? Run(Call, Context) : Call->Execute(Context);
+  }
+  // Argument Index as a function reads it: a value that stands for itself
+  // as it is, a variable through its binding, a call by running it. Raises
+  // EListError for an index out of range.
+  IKBValue ResolveArgument(int Index, TKBContext* Context);
+  // The same without a count where the value has an owner (this call, a
+  // binding, a fact), so read it before anything else runs; a value made
+  // for the occasion lands in Keep, which owns it.
+  TKBValue* PeekArgument(int Index, TKBContext* Context, IKBValue& Keep);
   // Forgets the functions this call and the calls in its arguments found,
   // so that each looks its function up again by name when next run.
   void ForgetFunctions();
@@ -381,9 +397,24 @@ private:
   void AssignFrom(const TFunctionCall& Source);
   // The function for this call; raises _SNoSuchFunction when none is known.
   void Bind(TKBContext* Context);
+  // Execute for a caller that holds Call and has its context as one.
+  static IKBValue Run(const IFunCall& Call, TKBContext* Context);
+  // The binding of the variable argument at Index in Context's own level,
+  // kept while that level does not change; nil when the level has none.
+  TBinding* FindVariableBinding(std::size_t Index, const TKBValue& Argument, TKBContext* Context);
+  void ForgetVariableBindings() noexcept { FVariableBindings.clear(); }
+
+  // Where a variable argument found its binding: in the level whose table
+  // showed Stamp.
+  struct TVariableBinding {
+    std::uint64_t Stamp = 0;
+    TBinding* Binding = nullptr;
+  };
 
   IReasoner* FReasoner = nullptr;
   std::vector<IKBValue> FArguments;
+  // By argument index, made on the first variable resolved.
+  std::vector<TVariableBinding> FVariableBindings;
   IUserFunction FUserFunction;
   std::string FName;
   std::intptr_t FTag = 0;

@@ -103,7 +103,8 @@ void TAssertFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValu
   std::int32_t Id = -1;
   for (int I = 0; I < FunCall->GetArgumentCount(); ++I) {
     // The written fact stays a pattern for the next firing.
-    const IFact Fact = Evaluate(FunCall, I, Context)->GetAsFact();
+    IKBValue Keep;
+    const IFact Fact = PeekEvaluated(FunCall, I, Context, Keep).GetAsFact();
     Id = Engine.Assert(ContextOf(Context).ResolveClone(Fact), false);
   }
   Result = Id == -1 ? FCFalse : FactIdValue(Id);

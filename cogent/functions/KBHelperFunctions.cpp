@@ -27,45 +27,41 @@ TKBContext& ContextOf(TKBContext* Context) {
   return *Context;
 }
 
+IKBValue ResolveArgument(const IFunCall& FunCall, int Index, TKBContext* Context) {
+  return FunCall->ResolveArgument(Index, Context);
+}
+
 namespace {
-// The kinds whose resolution gives the value itself: an argument of these
-// is passed on without the call.
-bool StandsForItself(TKBType Type) noexcept {
-  switch (Type) {
-    case dtVariable:
-    case dtMultiVariable:
-    case dtObject:
-    case dtFunCall:
-    case dtSingletons:
-      return false;
-    default:
-      return true;
-  }
+[[noreturn]] void NoArgumentValue(const IFunCall& FunCall, int Index) {
+  throw EKBException(Format(SNoArgumentValue, Index + 1, FunCall->GetName()));
 }
 }  // namespace
 
-IKBValue ResolveArgument(const IFunCall& FunCall, int Index, TKBContext* Context) {
-  IKBValue Argument = FunCall->GetArgument(Index);
-  if (!Argument || StandsForItself(Argument->GetDType())) return Argument;
-  return Argument->Resolve(Context);
-}
-
 IKBValue Evaluate(const IFunCall& FunCall, int Index, TKBContext* Context) {
   IKBValue Result = ResolveArgument(FunCall, Index, Context);
-  if (!Result) throw EKBException(Format(SNoArgumentValue, Index + 1, FunCall->GetName()));
+  if (!Result) NoArgumentValue(FunCall, Index);
   return Result;
 }
 
+const TKBValue& PeekEvaluated(const IFunCall& FunCall, int Index, TKBContext* Context, IKBValue& Keep) {
+  const TKBValue* Result = FunCall->PeekArgument(Index, Context, Keep);
+  if (!Result) NoArgumentValue(FunCall, Index);
+  return *Result;
+}
+
 std::string TextOf(const IFunCall& FunCall, int Index, TKBContext* Context) {
-  return Evaluate(FunCall, Index, Context)->GetAsString();
+  IKBValue Keep;
+  return PeekEvaluated(FunCall, Index, Context, Keep).GetAsString();
 }
 
 double NumberOf(const IFunCall& FunCall, int Index, TKBContext* Context) {
-  return Evaluate(FunCall, Index, Context)->GetAsNumeric();
+  IKBValue Keep;
+  return PeekEvaluated(FunCall, Index, Context, Keep).GetAsNumeric();
 }
 
 std::int32_t IntegerOf(const IFunCall& FunCall, int Index, TKBContext* Context) {
-  return Evaluate(FunCall, Index, Context)->GetAsInteger();
+  IKBValue Keep;
+  return PeekEvaluated(FunCall, Index, Context, Keep).GetAsInteger();
 }
 
 IValueVector ListOf(const IFunCall& FunCall, int Index, TKBContext* Context) {

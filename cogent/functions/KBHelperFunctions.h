@@ -66,6 +66,9 @@ TKBContext& ContextOf(TKBContext* Context);
 // gives no value (a call of a function without a result), since the caller
 // goes on to read it; ResolveArgument passes whatever comes back.
 IKBValue Evaluate(const IFunCall& FunCall, int Index, TKBContext* Context);
+// Evaluate without a count where the value has an owner: read it before
+// anything else runs. A value made for the occasion lands in Keep.
+const TKBValue& PeekEvaluated(const IFunCall& FunCall, int Index, TKBContext* Context, IKBValue& Keep);
 IKBValue ResolveArgument(const IFunCall& FunCall, int Index, TKBContext* Context);
 // Argument Index evaluated and read as text, as a number, as an integer or
 // as a list.

@@ -47,10 +47,11 @@ IKBValue Fold(const IFunCall& FunCall, TKBContext* Context, bool StartWithFirst,
   bool Float = false;
   double Accumulator = Start;
   for (int I = 0; I < FunCall->GetArgumentCount(); ++I) {
-    const IKBValue Value = Evaluate(FunCall, I, Context);
-    const double Number = Value->GetAsNumeric();
+    IKBValue Keep;
+    const TKBValue& Value = PeekEvaluated(FunCall, I, Context, Keep);
+    const double Number = Value.GetAsNumeric();
     Accumulator = I == 0 && StartWithFirst ? Number : CheckFloat(Apply(Accumulator, Number));
-    Float = Float || IsFloat(Value);
+    Float = Float || Value.GetDType() == dtFloat;
   }
   return Float ? NewFloat(Accumulator) : NewInteger(TruncToInteger(Accumulator));
 }

@@ -50,9 +50,9 @@ bool AllAgainstFirst(const IFunCall& FunCall, TKBContext* Context, Same&& Test) 
 // Each argument against the one before it, as numbers.
 template <class Order>
 bool Chain(const IFunCall& FunCall, TKBContext* Context, Order&& InOrder) {
-  double Previous = Evaluate(FunCall, 0, Context)->GetAsNumeric();
+  double Previous = NumberOf(FunCall, 0, Context);
   for (int I = 1; I < FunCall->GetArgumentCount(); ++I) {
-    const double Next = Evaluate(FunCall, I, Context)->GetAsNumeric();
+    const double Next = NumberOf(FunCall, I, Context);
     if (!InOrder(Previous, Next)) return false;
     Previous = Next;
   }

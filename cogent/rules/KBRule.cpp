@@ -38,9 +38,29 @@ void SubstFunCall(const IFunCall& Call, const TRenames& Renames) {
 // The fact that stands in a token for a negated pattern, or for a branch
 // that no fact satisfied.
 bool IsNullFact(const IFact& Fact, const IKnowledgeBase& Engine) {
-  if (Fact == Engine.GetNullFact()) return true;
-  const IFactTemplate Template = Fact->GetTemplate();
-  return Template && Template->GetTemplateName() == std::string_view(SNullFact);
+  // The name first: it settles most facts without a count.
+  const IFactTemplate& Template = Fact->GetTemplateRef();
+  if (Template && Template->GetTemplateName() == std::string_view(SNullFact)) return true;
+  return Fact == Engine.GetNullFact();
+}
+
+// The value that Binding takes from Token, nil when it takes none. A value
+// that a fact of the token holds comes as the fact's own handle, good while
+// the fact stays as it is; one made for the occasion lands in Keep.
+const IKBValue* TokenValue(const TBinding& Binding, const IReteToken& Token, const IKnowledgeBase* Host,
+                           IKBValue& Keep) {
+  if (Binding.IsLocal() || !Token) return nullptr;
+  const IFact& Fact = Token->GetFacts(Binding.GetFactIndex());
+  // No fact satisfied a negated pattern or a branch: nothing to bind.
+  if (!Fact || (Host && IsNullFact(Fact, *Host))) return nullptr;
+  if (Binding.IsFactAddress()) {
+    Keep = IKBValue(new TKBValue(Fact->GetID(), dtFactId));
+    return &Keep;
+  }
+  const IKBValue& Value = Fact->GetValueRef(Binding.GetSlotRef());
+  if (Binding.GetSubIndex() == NoSubIndex) return &Value;
+  Keep = Value->GetAsList()->Get(Binding.GetSubIndex());
+  return &Keep;
 }
 
 }  // namespace
@@ -502,16 +522,10 @@ void TRule::Change(TObject* Sender) {
 
 bool TRule::BindingValue(const TBinding& Binding, const IReteToken& Token, const IKnowledgeBase* Host,
                          IKBValue& Value) const {
-  if (Binding.IsLocal()) return false;
-  const IFact Fact = Token ? Token->GetFacts(Binding.GetFactIndex()) : IFact();
-  // No fact satisfied a negated pattern or a branch: nothing to bind.
-  if (!Fact || (Host && IsNullFact(Fact, *Host))) return false;
-  if (Binding.IsFactAddress()) {
-    Value = IKBValue(new TKBValue(Fact->GetID(), dtFactId));
-  } else {
-    Value = Fact->GetValue(Binding.GetSlotRef());
-    if (Binding.GetSubIndex() != NoSubIndex) Value = Value->GetAsList()->Get(Binding.GetSubIndex());
-  }
+  IKBValue Keep;
+  const IKBValue* Found = TokenValue(Binding, Token, Host, Keep);
+  if (!Found) return false;
+  Value = *Found;
   return true;
 }
 
@@ -522,15 +536,16 @@ const IKBValue& TRule::RuleNameValue() {
 
 bool TRule::RefillFiringContext(const IReteToken& Token, const IKnowledgeBase* Host) {
   if (!FLayoutValid || FLayoutStamp != FFiringContext->GetBindings().GetStamp()) return false;
-  IKBValue Value;
+  IKBValue Keep;
   for (std::size_t I = 0; I < FBindings.size(); ++I) {
-    const bool Bound = BindingValue(*FBindings[I], Token, Host, Value);
+    const IKBValue* Value = TokenValue(*FBindings[I], Token, Host, Keep);
     // A binding skipped now but not then, or the other way round, has its
     // name in the table when it should not, or not when it should.
-    if (Bound != (FLayout[I] != nullptr)) return false;
-    if (Bound) FLayout[I]->SetValue(Value);
+    if ((Value != nullptr) != (FLayout[I] != nullptr)) return false;
+    if (Value) FLayout[I]->SetValue(*Value);
   }
-  FLayout.back()->SetValue(RuleNameValue());
+  // The rule's name stays bound between firings.
+  if (FLayout.back()->GetValue() != RuleNameValue()) FLayout.back()->SetValue(RuleNameValue());
   return true;
 }
 
@@ -598,7 +613,7 @@ void TRule::Fire(const IReteToken& Token) {
         if (OnFire) OnFire(this, Context);
         // By index: an action may change the list it stands in.
         for (int I = 0; I < FActions->GetCount() && !Context->GetReturning(); ++I)
-          if (const IFunCall Action = FActions->GetItem(I)) Action->Execute(Context);
+          if (const IFunCall Action = FActions->GetItem(I)) TFunctionCall::RunCall(Action, Context);
       },
       End);
 }
@@ -618,8 +633,8 @@ void TRule::ReleaseFiringContext() {
   // The kept level lets go of what the firing bound; bindings that the
   // actions added leave with the layout.
   if (FLayoutValid && FLayoutStamp == Context.GetBindings().GetStamp()) {
-    for (TBinding* Binding : FLayout)
-      if (Binding) Binding->SetValue(nullptr);
+    for (std::size_t I = 0; I + 1 < FLayout.size(); ++I)
+      if (FLayout[I]) FLayout[I]->SetValue(nullptr);
   } else {
     FLayoutValid = false;
     Context.Clear();

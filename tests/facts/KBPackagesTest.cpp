@@ -66,6 +66,36 @@ IFunCall MakeCall(const std::string& Name, std::vector<IKBValue> Arguments = {})
 
 IKBValue CallValue(const IFunCall& Call) { return IKBValue(new TKBValue(Call)); }
 
+// A variable argument keeps the binding it found only while the level that
+// holds it stays as it is.
+TEST(KBPackagesTest, VariableArgumentsFollowTheirLevels) {
+  TKBContext Root(nullptr, nullptr);
+  const IFunCall Call = MakeCall("zz-any", {Var("x")});
+  for (int Value = 1; Value <= 3; ++Value) {
+    // Each level is new, likely made where the last one was freed.
+    const std::unique_ptr<TKBContext> Level = Root.Push();
+    Level->AddLocalBinding("x", Int(Value));
+    EXPECT_EQ(Call->ResolveArgument(0, Level.get())->GetAsInteger(), Value);
+  }
+  const std::unique_ptr<TKBContext> Level = Root.Push();
+  Level->AddLocalBinding("x", Int(1));
+  Level->AddLocalBinding("y", Int(2));
+  EXPECT_EQ(Call->ResolveArgument(0, Level.get())->GetAsInteger(), 1);
+  // A binding that takes another's place, and an argument renamed in place.
+  Level->AddLocalBinding("x", Int(3));
+  EXPECT_EQ(Call->ResolveArgument(0, Level.get())->GetAsInteger(), 3);
+  Call->GetArgument(0)->SetAsVariable("y");
+  EXPECT_EQ(Call->ResolveArgument(0, Level.get())->GetAsInteger(), 2);
+  // An outer binding, one of this level that hides it, and its leaving.
+  const IFunCall Outer = MakeCall("zz-any", {Var("z")});
+  Root.AddLocalBinding("z", Int(4));
+  EXPECT_EQ(Outer->ResolveArgument(0, Level.get())->GetAsInteger(), 4);
+  Level->AddLocalBinding("z", Int(5));
+  EXPECT_EQ(Outer->ResolveArgument(0, Level.get())->GetAsInteger(), 5);
+  Level->Clear();
+  EXPECT_EQ(Outer->ResolveArgument(0, Level.get())->GetAsInteger(), 4);
+}
+
 TEST(KBPackagesTest, HostFunctionsRegisterAndNestedCallsEvaluate) {
   TInferenceEngine Engine;
   auto* Package = new THostPackage(&Engine);
