@@ -248,6 +248,21 @@ private:
   // Hangs " for pattern match = " and this node's text on a passing error.
   bool AddsErrorText() const noexcept;
 
+  // A call of <, <=, > or >= between slots of the fact and numbers, which the
+  // node compares itself while the call still runs the built-in comparison it
+  // was compiled from. Anything else the call runs as written.
+  struct TNumericOrder {
+    enum TKind : std::uint8_t { okUnknown, okNone, okLess, okLessEqual, okGreater, okGreaterEqual };
+    TKind Kind = okUnknown;
+    const TFunctionCall* Call = nullptr;
+    const TKBUserFunction* Function = nullptr;
+    const TBindingInfo* Slots[2]{};  // the operands read from the fact; null for a number
+    double Numbers[2]{};
+  };
+  void CompileNumericOrder();
+  // 1 or 0 when both operands are numbers, -1 when the call must run.
+  int RunNumericOrder(const TFact& Fact) const;
+
   IKBValue FValue;
   TNodeArgsArray FArguments;
   TPatternMatchTest FPatternMatchTest = pmtUnknown;
@@ -257,6 +272,7 @@ private:
   TSlotRef FSlot2;
   std::int32_t FNumber1 = 0;  // position, length or first sub index
   std::int32_t FNumber2 = NoSubIndex;
+  TNumericOrder FOrder;
 };
 
 // ---------------------------------------------------------------- TTestNode

@@ -7,6 +7,7 @@
 #include <bit>
 #include <type_traits>
 
+#include "cogent/facts/KBPackages.h"
 #include "cogent/foundation/KBInterfaces.h"
 #include "cogent/foundation/KBMessages.h"
 #include "cogent/matching/ReteNetwork.h"
@@ -179,6 +180,7 @@ void TPatternMatchNode::SetPatternMatchTest(TPatternMatchTest Test, const TNodeA
   FArguments = Args;
   FValue = Value;
   FIsCall = Value && Value->GetDType() == dtFunCall;
+  FOrder = {};
   auto Text = [&](std::size_t I) -> std::string {
     if (I >= Args.size()) return {};
     if (const auto* S = std::get_if<std::string>(&Args[I])) return *S;
@@ -257,10 +259,78 @@ bool TPatternMatchNode::TestClassType(const TFactTemplate* Template) const {
 
 bool TPatternMatchNode::TestValue(const IReteToken& Token, const IKBValue& Slot, bool Negate) {
   if (!FIsCall) return CallChildren(Token, FValue, Slot, Negate);
-  bool Result = Evaluate(FValue, Token, Token->GetFact());
+  const int Ordered = FOrder.Kind > TNumericOrder::okNone ? RunNumericOrder(*Token->GetFact()) : -1;
+  bool Result = Ordered >= 0 ? Ordered == 1 : Evaluate(FValue, Token, Token->GetFact());
+  // The call has found its function by now.
+  if (FOrder.Kind == TNumericOrder::okUnknown) CompileNumericOrder();
   if (Negate) Result = !Result;
   if (Result) TReteNode::CallChildren(Token);
   return Result;
+}
+
+void TPatternMatchNode::CompileNumericOrder() {
+  FOrder = {};
+  FOrder.Kind = TNumericOrder::okNone;
+  const IFunCall Call = FValue ? FValue->GetAsFunCall() : IFunCall();
+  if (!Call || Call->GetArgumentCount() != 2 || !Call->GetUserFunction()) return;
+  static constexpr std::pair<std::string_view, TNumericOrder::TKind> Kinds[] = {
+      {"TLtFunction", TNumericOrder::okLess},
+      {"TLtOrEqFunction", TNumericOrder::okLessEqual},
+      {"TGtFunction", TNumericOrder::okGreater},
+      {"TGtOrEqFunction", TNumericOrder::okGreaterEqual}};
+  const std::string Class = Call->GetUserFunction()->ClassName();
+  TNumericOrder Order;
+  for (const auto& [Name, Kind] : Kinds)
+    if (Class == Name) Order.Kind = Kind;
+  if (Order.Kind == TNumericOrder::okUnknown) return;
+  for (int I = 0; I < 2; ++I) {
+    const IKBValue Argument = Call->GetArgument(I);
+    if (!Argument) return;
+    switch (Argument->GetDType()) {
+      case dtInteger:
+      case dtFloat:
+        Order.Numbers[I] = Argument->GetAsFloat();
+        break;
+      case dtObject: {
+        const auto* Info = ObjectAs<TBindingInfo>(Argument->GetAsObject());
+        if (!Info || Info->IsFactAddress() || Info->IsLocal() || Info->GetSubIndex() != NoSubIndex) return;
+        Order.Slots[I] = Info;
+        break;
+      }
+      default:
+        return;
+    }
+  }
+  // The node's value holds the call, its arguments and its function.
+  Order.Call = Call.get();
+  Order.Function = Call->GetUserFunction().get();
+  FOrder = Order;
+}
+
+int TPatternMatchNode::RunNumericOrder(const TFact& Fact) const {
+  if (FOrder.Call->GetUserFunction().get() != FOrder.Function) return -1;
+  double X[2];
+  for (int I = 0; I < 2; ++I) {
+    if (!FOrder.Slots[I]) {
+      X[I] = FOrder.Numbers[I];
+      continue;
+    }
+    const TKBValue* Value = Fact.GetValueRef(FOrder.Slots[I]->GetSlotRef()).get();
+    if (!Value || (Value->GetDType() != dtInteger && Value->GetDType() != dtFloat)) return -1;
+    X[I] = Value->GetAsFloat();
+  }
+  switch (FOrder.Kind) {
+    case TNumericOrder::okLess:
+      return X[0] < X[1];
+    case TNumericOrder::okLessEqual:
+      return X[0] <= X[1];
+    case TNumericOrder::okGreater:
+      return X[0] > X[1];
+    case TNumericOrder::okGreaterEqual:
+      return X[0] >= X[1];
+    default:
+      return -1;
+  }
 }
 
 bool TPatternMatchNode::RunTest(const IReteToken& Token) {
