@@ -27,26 +27,9 @@ TKBContext& ContextOf(TKBContext* Context) {
   return *Context;
 }
 
-namespace {
-// The kinds whose resolution gives the value itself: an argument of these
-// is passed on without the call.
-bool StandsForItself(TKBType Type) noexcept {
-  switch (Type) {
-    case dtVariable:
-    case dtMultiVariable:
-    case dtObject:
-    case dtFunCall:
-    case dtSingletons:
-      return false;
-    default:
-      return true;
-  }
-}
-}  // namespace
-
 IKBValue ResolveArgument(const IFunCall& FunCall, int Index, TKBContext* Context) {
   IKBValue Argument = FunCall->GetArgument(Index);
-  if (!Argument || StandsForItself(Argument->GetDType())) return Argument;
+  if (!Argument || TKBValue::StandsForItself(Argument->GetDType())) return Argument;
   return Argument->Resolve(Context);
 }
 
