@@ -56,12 +56,18 @@ public:
   }
 
   int Add(TItem Item) {
+    const int Index = AddSilently(std::move(Item));
+    Notify(FItems.back(), lnAdded);
+    return Index;
+  }
+  // Add without a word to Notify, for a descendant whose Notify does nothing
+  // with an add.
+  int AddSilently(TItem Item) {
     // Room for three from the start: the smallest block of the heap (or of
     // the pool) holds as many, where a list of three grown one item at a
     // time would end in a block of four.
     if (FItems.capacity() == 0) FItems.reserve(3);
     FItems.push_back(std::move(Item));
-    Notify(FItems.back(), lnAdded);
     return GetCount() - 1;
   }
   void Insert(int Index, TItem Item) {

@@ -76,10 +76,7 @@ std::int32_t TInferenceEngine::Assert(const IFact& Fact, TFuzzyInferenceMethod F
 
 void TInferenceEngine::AddFactToModule(const IFact& Fact, const IModule& Module) {
   if (Module) Module->FocusModule();
-  {
-    TUpdatingGuard Updating(FCache.Facts);
-    FCache.Facts->Add(Fact);
-  }
+  FCache.Facts->Append(Fact);
   // The fact is in the list before the network sees it.
   if (FCache.Rete) FCache.Rete->ProcessFact(Fact, taAdd);
 }

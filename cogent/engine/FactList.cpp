@@ -35,41 +35,46 @@ std::size_t TFactHashIndex::Home(std::int32_t Hash) const noexcept {
                                    0x9E3779B97F4A7C15ULL) >> FShift) & FMask;
 }
 
+std::int32_t TFactHashIndex::HashOf(TEntry Entry) noexcept { return FactOf(Entry)->GetLastHashCode(); }
+
 void TFactHashIndex::Clear() noexcept {
-  std::vector<TEntry>().swap(FEntries);
+  decltype(FEntries)().swap(FEntries);
   FMask = FCount = 0;
   FShift = 64;
 }
 
-void TFactHashIndex::Reserve(std::size_t Count) {
-  if (Count * 2 > FEntries.size()) Rebuild(Count);
-}
-
-void TFactHashIndex::Rebuild(std::size_t Count) {
+void TFactHashIndex::Resize(std::size_t Count) {
   // At most half full.
   const std::size_t Capacity = std::bit_ceil(std::max<std::size_t>(16, Count * 2));
-  std::vector<TEntry> Old(Capacity);
-  Old.swap(FEntries);
+  decltype(FEntries) Fresh(Capacity);
+  Fresh.swap(FEntries);
   FMask = Capacity - 1;
   FShift = 64 - std::countr_zero(Capacity);
   FCount = 0;
-  // The new table has room for all: each entry goes to the first free one
-  // from its home.
-  for (const TEntry& Entry : Old) {
-    if (!Entry.Fact) continue;
-    std::size_t I = Home(Entry.Hash);
-    while (FEntries[I].Fact) I = (I + 1) & FMask;
-    FEntries[I] = Entry;
-    ++FCount;
-  }
 }
 
-void TFactHashIndex::Add(std::int32_t Hash, TFact* Fact) {
-  if ((FCount + 1) * 2 > FEntries.size()) Rebuild(FEntries.size());
+void TFactHashIndex::Place(TEntry Entry, std::int32_t Hash) noexcept {
   std::size_t I = Home(Hash);
-  while (FEntries[I].Fact) I = (I + 1) & FMask;
-  FEntries[I] = {Fact, Hash};
+  while (FEntries[I]) I = (I + 1) & FMask;
+  FEntries[I] = Entry;
   ++FCount;
+}
+
+void TFactHashIndex::Rebuild(const IFact* Facts, std::size_t Count) {
+  Resize(Count);
+  // From the list rather than from the old table: the facts come in the order
+  // they were made, which is mostly their order in memory.
+  for (std::size_t I = 0; I < Count; ++I)
+    if (TFact* Fact = Facts[I].get()) {
+      const std::int32_t Hash = Fact->GetHashCode();
+      Place(EntryOf(Hash, Fact), Hash);
+    }
+}
+
+bool TFactHashIndex::Add(std::int32_t Hash, TFact* Fact) {
+  if ((FCount + 1) * 2 > FEntries.size()) return false;
+  Place(EntryOf(Hash, Fact), Hash);
+  return true;
 }
 
 void TFactHashIndex::Erase(std::size_t Index) noexcept {
@@ -78,22 +83,22 @@ void TFactHashIndex::Erase(std::size_t Index) noexcept {
   // entry, and churn at a steady count never rebuilds the table (a rebuild
   // would take a second table's worth of fresh pages).
   std::size_t Hole = Index;
-  for (std::size_t I = (Hole + 1) & FMask; FEntries[I].Fact; I = (I + 1) & FMask) {
-    const std::size_t FromHome = (I - Home(FEntries[I].Hash)) & FMask;
+  for (std::size_t I = (Hole + 1) & FMask; FEntries[I]; I = (I + 1) & FMask) {
+    const std::size_t FromHome = (I - Home(HashOf(FEntries[I]))) & FMask;
     if (FromHome >= ((I - Hole) & FMask)) {
       FEntries[Hole] = FEntries[I];
       Hole = I;
     }
   }
-  FEntries[Hole] = {};
+  FEntries[Hole] = 0;
   --FCount;
 }
 
 bool TFactHashIndex::Remove(std::int32_t Hash, const TFact* Fact) noexcept {
   if (FEntries.empty()) return false;
   for (std::size_t I = Home(Hash);; I = (I + 1) & FMask) {
-    if (!FEntries[I].Fact) return false;
-    if (FEntries[I].Fact == Fact) {
+    if (!FEntries[I]) return false;
+    if (FactOf(FEntries[I]) == Fact) {
       Erase(I);
       return true;
     }
@@ -102,7 +107,7 @@ bool TFactHashIndex::Remove(std::int32_t Hash, const TFact* Fact) noexcept {
 
 bool TFactHashIndex::RemoveAnywhere(const TFact* Fact) noexcept {
   for (std::size_t I = 0; I < FEntries.size(); ++I)
-    if (FEntries[I].Fact == Fact) {
+    if (FEntries[I] && FactOf(FEntries[I]) == Fact) {
       Erase(I);
       return true;
     }
@@ -111,10 +116,7 @@ bool TFactHashIndex::RemoveAnywhere(const TFact* Fact) noexcept {
 
 // ---------------------------------------------------------------- caches
 
-void TFacts::CreateCache() {
-  FCache.Reserve(static_cast<std::size_t>(GetCount()));
-  for (const IFact& Fact : *this) CacheAdd(Fact);
-}
+void TFacts::CreateCache() { FCache.Rebuild(Items().data(), Items().size()); }
 
 void TFacts::FreeCache() { FCache.Clear(); }
 
@@ -128,19 +130,20 @@ void TFacts::SetCacheHashCodes(bool Value) {
 }
 
 void TFacts::CacheAdd(const IFact& Fact) {
-  if (FCacheHashCodes && Fact) FCache.Add(Fact->GetHashCode(), Fact.get());
+  // The list holds the fact already: an index that is full is made anew from it.
+  if (FCacheHashCodes && Fact && !FCache.Add(Fact->GetHashCode(), Fact.get())) CreateCache();
 }
 
 void TFacts::CacheRemove(const IFact& Fact) {
   if (!FCacheHashCodes || !Fact) return;
-  // A value changed in place under the fact moved its hash: find it the long way.
-  if (!FCache.Remove(Fact->GetHashCode(), Fact.get())) FCache.RemoveAnywhere(Fact.get());
+  // Filed under the hash last worked out; where that moved since, found the long way.
+  if (!FCache.Remove(Fact->GetLastHashCode(), Fact.get())) FCache.RemoveAnywhere(Fact.get());
 }
 
 // ---------------------------------------------------------------- list work
 
 int TFacts::ListAdd(const IFact& Item) {
-  const int Index = TInterfaceListPersistent<TFact>::Add(Item);
+  const int Index = AddSilently(Item);
   CacheAdd(Item);
   return Index;
 }
@@ -148,7 +151,7 @@ int TFacts::ListAdd(const IFact& Item) {
 void TFacts::ListDelete(int Index) {
   const IFact Fact = Get(Index);
   CacheRemove(Fact);
-  TInterfaceListPersistent<TFact>::Delete(Index);
+  TFactList::Delete(Index);
 }
 
 int TFacts::Add(const IFact& Item) {
@@ -174,7 +177,7 @@ int TFacts::Add(const IFact& Item) {
 
 void TFacts::Insert(int Index, const IFact& Item) {
   if (FUpdating || !FEngine) {
-    TInterfaceListPersistent<TFact>::Insert(Index, Item);
+    TFactList::Insert(Index, Item);
     CacheAdd(Item);
     return;
   }
@@ -183,8 +186,8 @@ void TFacts::Insert(int Index, const IFact& Item) {
   const int Current = IndexOf(Item);
   if (Current < 0) return;
   FUpdating = true;
-  TInterfaceListPersistent<TFact>::Delete(Current);
-  TInterfaceListPersistent<TFact>::Insert(std::min(Index, GetCount()), Item);
+  TFactList::Delete(Current);
+  TFactList::Insert(std::min(Index, GetCount()), Item);
   FUpdating = false;
 }
 
@@ -210,7 +213,7 @@ int TFacts::Remove(const IInterface& Item) {
 
 void TFacts::Clear() {
   FCache.Clear();
-  TInterfaceListPersistent<TFact>::Clear();
+  TFactList::Clear();
   FMaxID = 0;
   if (FEngine) FEngine->RetractFacts();
 }
@@ -233,7 +236,7 @@ int TFacts::IndexOf(const IFact& Item) const {
   if (!Item) return -1;
   const std::int32_t Id = Item->GetID();
   if (GetCount() < BinarySearchThreshold || Id == -1)
-    return TInterfaceListPersistent<TFact>::IndexOf(Item);
+    return TFactList::IndexOf(Item);
   return FindFact(Id);
 }
 
@@ -349,7 +352,7 @@ void TFacts::AddCopies(const TFacts& Source) {
 void TFacts::Assign(TPersistent* Source) {
   auto* Facts = dynamic_cast<TFacts*>(Source);
   if (!Facts) {
-    TInterfaceListPersistent<TFact>::Assign(Source);
+    TFactList::Assign(Source);
     return;
   }
   if (Facts == this) return;
@@ -360,7 +363,7 @@ void TFacts::Assign(TPersistent* Source) {
 void TFacts::AssignLocal(TPersistent* Source) {
   auto* Facts = dynamic_cast<TFacts*>(Source);
   if (!Facts) {
-    TInterfaceListPersistent<TFact>::Assign(Source);
+    TFactList::Assign(Source);
     return;
   }
   if (Facts == this) return;
@@ -372,7 +375,7 @@ void TFacts::AssignLocal(TPersistent* Source) {
 void TFacts::AssignTo(TPersistent* Dest) {
   auto* Strings = dynamic_cast<TStrings*>(Dest);
   if (!Strings) {
-    TInterfaceListPersistent<TFact>::AssignTo(Dest);
+    TFactList::AssignTo(Dest);
     return;
   }
   const auto Update = UpdateGuard(*Strings);

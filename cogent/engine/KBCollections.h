@@ -289,11 +289,20 @@ private:
 // Facts under their hash codes, for finding a fact by content: open
 // addressing with linear probing in one flat table, so that a look-up reads
 // one run of neighbouring entries instead of chasing a node per fact.
+//
+// An entry is one word: the fact's address, and where the address leaves
+// them free (as user addresses of the usual 64-bit systems do) the low 16
+// bits of the hash in its top bits, marked by the low bit, which an aligned
+// fact leaves free. A probe compares those bits and reads the fact only when
+// they agree; an entry moved by a removal or a rebuild reads its fact's hash.
 class TFactHashIndex {
 public:
   void Clear() noexcept;
-  void Reserve(std::size_t Count);
-  void Add(std::int32_t Hash, TFact* Fact);
+  // False, with nothing added, when the index is full: the caller rebuilds
+  // it from all its facts, this one among them.
+  bool Add(std::int32_t Hash, TFact* Fact);
+  // Every fact of Facts anew; nil items are left out.
+  void Rebuild(const IFact* Facts, std::size_t Count);
   // False when Fact is not filed under Hash.
   bool Remove(std::int32_t Hash, const TFact* Fact) noexcept;
   // For a fact whose hash moved since it was filed.
@@ -302,39 +311,56 @@ public:
   void ForEach(std::int32_t Hash, TVisit&& Visit) const {
     if (FEntries.empty()) return;
     for (std::size_t I = Home(Hash);; I = (I + 1) & FMask) {
-      const TEntry& Entry = FEntries[I];
-      if (!Entry.Fact) return;
-      if (Entry.Hash == Hash) Visit(Entry.Fact);
+      const TEntry Entry = FEntries[I];
+      if (!Entry) return;
+      if (Entry & Tagged) {
+        if (Entry >> TagShift == static_cast<std::uint16_t>(Hash) && HashOf(Entry) == Hash) Visit(FactOf(Entry));
+      } else if (HashOf(Entry) == Hash) {
+        Visit(FactOf(Entry));
+      }
     }
   }
 
 private:
-  // The hash beside its fact, so that a probe reads one cache line: a nil
-  // fact is an empty entry.
-  struct TEntry {
-    TFact* Fact = nullptr;
-    std::int32_t Hash = 0;
-  };
+  using TEntry = std::uint64_t;
+  static constexpr TEntry Tagged = 1;
+  static constexpr int TagShift = 48;
+  static constexpr TEntry AddressMask = (TEntry{1} << TagShift) - 2;
+  static TEntry EntryOf(std::int32_t Hash, const TFact* Fact) noexcept {
+    const auto Address = static_cast<TEntry>(reinterpret_cast<std::uintptr_t>(Fact));
+    if (Address >> TagShift) return Address;
+    return Address | Tagged | static_cast<TEntry>(static_cast<std::uint16_t>(Hash)) << TagShift;
+  }
+  static TFact* FactOf(TEntry Entry) noexcept {
+    return reinterpret_cast<TFact*>(static_cast<std::uintptr_t>(Entry & Tagged ? Entry & AddressMask : Entry));
+  }
+  // The hash the fact was last worked out under.
+  static std::int32_t HashOf(TEntry Entry) noexcept;
   std::size_t Home(std::int32_t Hash) const noexcept;
-  void Rebuild(std::size_t Capacity);
+  void Resize(std::size_t Count);
+  void Place(TEntry Entry, std::int32_t Hash) noexcept;
   void Erase(std::size_t Index) noexcept;
-  std::vector<TEntry> FEntries;
+  std::vector<TEntry, pool::TLargeAllocator<TEntry>> FEntries;
   std::size_t FMask = 0;
   std::size_t FCount = 0;
   int FShift = 64;
 };
 
-
 // The facts of one module in ascending id order, with caches that find a
 // fact by content. A host may use it as a plain list: adding asserts,
 // deleting retracts.
-class TFacts : public TInterfaceListPersistent<TFact>, public TKBEngineBound {
+class TFacts : public TInterfaceListPersistent<TFact, pool::TLargeAllocator<IFact>>, public TKBEngineBound {
+  using TFactList = TInterfaceListPersistent<TFact, pool::TLargeAllocator<IFact>>;
+
 public:
   TFacts(TInferenceEngine* AEngine, TModule* AModule);
   // Owned by its module, not counted.
   ~TFacts() override;
 
   int Add(const IFact& Item);
+  // The engine's own add, past the door: the fact goes to the end of the
+  // list and into the index.
+  int Append(const IFact& Item) { return ListAdd(Item); }
   void Insert(int Index, const IFact& Item);
   void Delete(int Index);
   int Remove(const IInterface& Item);
@@ -373,7 +399,8 @@ private:
   void FreeCache();
   void CacheAdd(const IFact& Fact);
   void CacheRemove(const IFact& Fact);
-  // List work without the engine.
+  // List work without the engine. The list hears nothing of its own adds:
+  // it has no Notify of its own.
   int ListAdd(const IFact& Item);
   void ListDelete(int Index);
   void AddCopies(const TFacts& Source);

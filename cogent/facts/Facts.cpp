@@ -39,11 +39,23 @@ IKBValue CloneDefault(const TFactSlot& Slot) {
 
 // ================================================================ TFact
 
-// Working memory holds many facts: a fact fits an 80-byte block of the allocator.
-static_assert(sizeof(TFact) <= 72);
+// Working memory holds many facts: a fact fits a 64-byte block of the pool.
+static_assert(sizeof(TFact) <= 64);
 
 TFact::TFact(const IFactTemplate& ATemplate, const IFact& ASource) : FTemplate(ATemplate) {
   if (ASource) Assign(IInterface(ASource));
+}
+
+TFact::~TFact() {
+  if (FHasTag) SetSideTag(this, 0);
+}
+
+std::intptr_t TFact::LookUpTag() const noexcept { return FindSideTag(this); }
+
+void TFact::SetTag(std::intptr_t Value) {
+  if (!Value && !FHasTag) return;
+  SetSideTag(this, Value);
+  FHasTag = Value != 0;
 }
 
 IKnowledgeBase* TFact::TemplateEngine() const noexcept { return FTemplate ? FTemplate->GetEngine() : nullptr; }
@@ -285,7 +297,7 @@ void TFact::AssignFact(const TFact& Source, bool ThroughSetValue) {
       AssignAcrossEngines(Source)) {
     // A fact read from text has no number and no tag yet.
     FID = ThroughSetValue ? -1 : Source.FID;
-    FTag = ThroughSetValue ? 0 : Source.FTag;
+    SetTag(ThroughSetValue ? 0 : Source.GetTag());
     return;
   }
   if (!Source.FTemplate) {
@@ -309,7 +321,7 @@ void TFact::AssignFact(const TFact& Source, bool ThroughSetValue) {
     ReplaceValues(std::move(Values));
   }
   FID = Source.FID;
-  FTag = Source.FTag;
+  SetTag(Source.GetTag());
 }
 
 void TFact::Assign(TPersistent* Source) {

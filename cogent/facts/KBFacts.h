@@ -390,8 +390,9 @@ public:
   const IFactTemplate& GetTemplateRef() const noexcept { return FTemplate; }
   // Values of the slots the two templates share survive the change.
   virtual void SetTemplate(const IFactTemplate& Value);
-  std::intptr_t GetTag() const override { return FTag; }
-  void SetTag(std::intptr_t Value) override { FTag = Value; }
+  // Few facts carry a tag: it lives in a table of its own, keyed by the fact.
+  std::intptr_t GetTag() const override { return FHasTag ? LookUpTag() : 0; }
+  void SetTag(std::intptr_t Value) override;
 
   // The slot's value, entered from the default on first reading; raises
   // _SInvalidSlotName for a slot the template lacks.
@@ -434,6 +435,9 @@ public:
   // facts hash alike. Kept until the fact changes through its own setters (a
   // value changed in place under the fact does not re-hash it).
   std::int32_t GetHashCode() const;
+  // The hash code as last worked out, also when the fact has changed since:
+  // the one an index filed the fact under.
+  std::int32_t GetLastHashCode() const noexcept { return FHashCode; }
   std::string ToString() const override;
   // "f-<id> <text>", the id padded to the digits of the engine's counter.
   std::string GetToIDString() const;
@@ -444,10 +448,11 @@ public:
   IInterface CloneInterface() const override;
 
 protected:
-  ~TFact() override = default;
+  ~TFact() override;
 
 private:
   friend class TFactTemplate;
+  std::intptr_t LookUpTag() const noexcept;
   // A new fact of the template with room for each of its positions.
   TFact(TFactTemplate* ATemplate, std::size_t Positions) : FValues(Positions), FTemplate(ATemplate) {}
   // The engine of the template's owner, if any.
@@ -482,7 +487,7 @@ private:
   mutable std::int32_t FHashCode = 0;
   std::int32_t FID = -1;
   mutable bool FHashValid = false;
-  std::intptr_t FTag = 0;
+  bool FHasTag = false;
   IFactTemplate FTemplate;
 };
 

@@ -352,7 +352,7 @@ IKBValue TFunctionCall::ResolveArgument(int Index, TKBContext* Context) {
 TKBValue* TFunctionCall::PeekArgument(int Index, TKBContext* Context, IKBValue& Keep) {
   if (Index < 0 || Index >= GetArgumentCount()) throw EListError(Format(SListIndexError, Index));
   TKBValue* const Argument = FArguments[static_cast<std::size_t>(Index)].get();
-  if (!Argument) return nullptr;
+  if (!Argument || TKBValue::StandsForItself(Argument->GetDType())) return Argument;
   switch (Argument->GetDType()) {
     case dtVariable:
     case dtMultiVariable:
@@ -371,10 +371,8 @@ TKBValue* TFunctionCall::PeekArgument(int Index, TKBContext* Context, IKBValue& 
         return Keep.get();
       }
       break;
-    case dtSingletons:
-      break;
     default:
-      return Argument;
+      break;
   }
   // The argument may change under its own resolution.
   const IKBValue Held(Argument);

@@ -133,6 +133,31 @@ struct TAllocator {
   }
 };
 
+// Arrays as large as working memory, such as a module's fact list and the
+// index over it: from LargeBlock on, pages of their own that go back to the
+// system when the array is freed. The heap would keep each outgrown array
+// resident for later use; and pages past what was written are not resident.
+constexpr std::size_t LargeBlock = 256 * 1024;
+void* AllocateLarge(std::size_t Size);
+void FreeLarge(void* Block, std::size_t Size) noexcept;
+
+template <class T>
+struct TLargeAllocator {
+  using value_type = T;
+  TLargeAllocator() noexcept = default;
+  template <class U>
+  TLargeAllocator(const TLargeAllocator<U>&) noexcept {}
+  T* allocate(std::size_t Count) {
+    if (Count > static_cast<std::size_t>(-1) / sizeof(T)) throw std::bad_array_new_length();
+    return static_cast<T*>(AllocateLarge(Count * sizeof(T)));
+  }
+  void deallocate(T* Items, std::size_t Count) noexcept { FreeLarge(Items, Count * sizeof(T)); }
+  template <class U>
+  bool operator==(const TLargeAllocator<U>&) const noexcept {
+    return true;
+  }
+};
+
 }  // namespace cogent::pool
 
 // Class-level allocation from the pool. A derived class inherits it; the

@@ -40,6 +40,19 @@ TExtraTable& Extras() {
   return *Result;
 }
 
+// The side tags, and their count for the check without the lock. Never
+// destroyed, as the side blocks.
+struct TSideTags {
+  std::mutex Lock;
+  std::unordered_map<const void*, std::intptr_t> Items;
+  std::atomic<std::size_t> Count{0};
+};
+
+TSideTags& SideTags() {
+  static TSideTags* const Result = new TSideTags;
+  return *Result;
+}
+
 // "%.4f" without the process locale; a negative value that rounds to zero
 // prints as zero.
 std::string FloatText(double Value) {
@@ -96,6 +109,25 @@ bool IsInterfaceKind(TKBType AType) {
 }
 
 }  // namespace
+
+std::intptr_t FindSideTag(const void* Object) noexcept {
+  TSideTags& Tags = SideTags();
+  const std::lock_guard<std::mutex> Guard(Tags.Lock);
+  const auto Found = Tags.Items.find(Object);
+  return Found == Tags.Items.end() ? 0 : Found->second;
+}
+
+void SetSideTag(const void* Object, std::intptr_t Value) {
+  TSideTags& Tags = SideTags();
+  const std::lock_guard<std::mutex> Guard(Tags.Lock);
+  if (Value)
+    Tags.Items[Object] = Value;
+  else
+    Tags.Items.erase(Object);
+  Tags.Count.store(Tags.Items.size(), std::memory_order_relaxed);
+}
+
+bool AnySideTags() noexcept { return SideTags().Count.load(std::memory_order_relaxed) != 0; }
 
 bool SameFloat(double A, double B) noexcept {
   const TFloatKey KeyA = FloatKey(A);
@@ -161,6 +193,8 @@ TKBText* TKBText::Make(std::string_view Text) {
 
 // A value in 32 bytes takes a 32-byte block of the pool.
 static_assert(sizeof(TKBValue) <= 32);
+// A list takes a 56-byte block, its tag being in the side table.
+static_assert(sizeof(TValueVector) <= 56);
 
 // ---------------------------------------------------------------- TKBValueNexus
 
@@ -666,7 +700,7 @@ bool TKBValue::EqualsStar(const IKBValue& Other) const {
   return false;
 }
 
-std::int32_t TKBValue::GetHashCode() const {
+std::int32_t TKBValue::HashOtherKinds() const {
   switch (FKBType) {
     case dtNone:
       return 0;
@@ -894,6 +928,7 @@ std::string TKBValue::GetToString() const {
 // ---------------------------------------------------------------- resolution
 
 IKBValue TKBValue::Resolve(TObject* Context) {
+  if (StandsForItself(FKBType)) return Self();
   switch (FKBType) {
     case dtVariable:
     case dtMultiVariable: {
@@ -1017,7 +1052,7 @@ void TValueVector::Assign(const IInterface& Source) {
   if (Vector.get() == this) return;
   Clear();
   for (const IKBValue& Item : *Vector) Add(Item ? Item->Clone() : IKBValue());
-  FTag = Vector->FTag;
+  SetTag(Vector->GetTag());
 }
 
 void TValueVector::Assign(TPersistent* Source) {

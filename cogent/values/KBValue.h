@@ -48,6 +48,16 @@ private:
 
 using TKBValueChangeEvent = std::function<void(const IKBValue& Value)>;
 
+// Tags of the objects that working memory holds by the million (facts,
+// lists), which seldom carry one: kept by address in one table, so that the
+// objects keep no field for them. Setting 0 takes the entry out; an object
+// that has one takes it out before it goes.
+std::intptr_t FindSideTag(const void* Object) noexcept;
+void SetSideTag(const void* Object, std::intptr_t Value);
+// False while no object has a tag: an object that keeps no mark of its own
+// asks before it looks.
+bool AnySideTags() noexcept;
+
 // The text of a string, symbol, variable or slot value: immutable, counted
 // and shared by the copies of a value, with its hash worked out once.
 class TKBText {
@@ -181,7 +191,12 @@ public:
   bool Equals(const IInterface& Other) const;
   // Loose: Other is read through this value's kind; a refused conversion raises.
   virtual bool EqualsStar(const IKBValue& Other) const;
-  std::int32_t GetHashCode() const;
+  std::int32_t GetHashCode() const {
+    // The kinds facts hold most, in line.
+    if (FKBType == dtInteger) return static_cast<std::int32_t>(static_cast<std::uint32_t>(FValue.VInteger));
+    if (FKBType == dtAtom) return FValue.VText->GetHash();
+    return HashOtherKinds();
+  }
 
   // ------------------------------------------------------------ copying
   void Assign(TPersistent* Source) override;
@@ -197,6 +212,13 @@ public:
   // The value this value stands for in Context (a TKBContext where one is
   // needed); this value itself for constants.
   virtual IKBValue Resolve(TObject* Context);
+  // The kinds whose values Resolve gives back as they stand, so that a caller
+  // may skip the call: all but variables, objects (a slot binding is one),
+  // calls and singletons.
+  static constexpr bool StandsForItself(TKBType Type) noexcept {
+    return Type != dtVariable && Type != dtMultiVariable && Type != dtObject && Type != dtFunCall &&
+           Type != dtSingletons;
+  }
 
   virtual void Notification(TComponent* AComponent, TOperation Operation);
 
@@ -207,6 +229,7 @@ protected:
 
 private:
   [[noreturn]] void TypeError(const char* Label) const;
+  std::int32_t HashOtherKinds() const;
   void StoreString(TKBType AType, const std::string& Value);
   void StoreInteger(TKBType AType, std::intptr_t Value);
   void StoreInterface(TKBType AType, IInterface Value);
@@ -279,14 +302,16 @@ public:
   void Assign(const IInterface& Source) override;
   // Refused: a vector is copied only through the interface.
   void Assign(TPersistent* Source) override;
-  std::intptr_t GetTag() const override { return FTag; }
-  void SetTag(std::intptr_t Value) override { FTag = Value; }
+  // In the side table: a list has no room of its own for a tag.
+  std::intptr_t GetTag() const override { return AnySideTags() ? FindSideTag(this) : 0; }
+  void SetTag(std::intptr_t Value) override {
+    if (Value || AnySideTags()) SetSideTag(this, Value);
+  }
 
 protected:
-  ~TValueVector() override = default;
-
-private:
-  std::intptr_t FTag = 0;
+  ~TValueVector() override {
+    if (AnySideTags()) SetSideTag(this, 0);
+  }
 };
 
 // ---------------------------------------------------------------- TSingletonsVector

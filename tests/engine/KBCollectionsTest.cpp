@@ -328,16 +328,19 @@ TEST(KBCollectionsTest, ModuleListOperationsAreEngineOperations) {
 // taken out, from the middle of a run of equal homes or from a run that
 // wraps past the table's end, the rest is still found under its hash.
 TEST(KBCollectionsTest, FactIndexFindsEveryFactLeftAfterRemovals) {
+  // Three contents only, so that runs collide and overlap; the index reads
+  // each fact's own hash when entries move.
+  const IFactTemplate Template(new TFactTemplate(nullptr, "t"));
+  Template->AddSlot("a", FCNil);
   std::vector<IFact> Facts;
-  for (int I = 0; I < 24; ++I) Facts.emplace_back(new TFact());
+  for (int I = 0; I < 24; ++I) {
+    Facts.push_back(Template->NewFact());
+    Facts.back()->SetValue("a", IKBValue(new TKBValue(I % 3, dtInteger)));
+  }
   TFactHashIndex Index;
-  // Three hashes only, so that runs collide and overlap; one of them has
-  // its home in the last entry of the table of 64 that 24 facts take, so
-  // that its run wraps.
-  std::int32_t Last = 0;
-  while (((static_cast<std::uint64_t>(static_cast<std::uint32_t>(Last)) * 0x9E3779B97F4A7C15ULL) >> 58) != 63) ++Last;
-  const auto HashOf = [Last](int I) { return I % 3 == 0 ? Last : static_cast<std::int32_t>(I % 3) * 40503; };
-  for (int I = 0; I < 24; ++I) Index.Add(HashOf(I), Facts[static_cast<std::size_t>(I)].get());
+  EXPECT_FALSE(Index.Add(Facts[0]->GetHashCode(), Facts[0].get()));
+  Index.Rebuild(Facts.data(), Facts.size());
+  const auto HashOf = [&](int I) { return Facts[static_cast<std::size_t>(I)]->GetHashCode(); };
   const auto Found = [&](int I) {
     int Seen = 0;
     Index.ForEach(HashOf(I), [&](TFact* Fact) { Seen += Fact == Facts[static_cast<std::size_t>(I)].get(); });
