@@ -60,6 +60,19 @@ TEST(RuleProgramTest, AChainOfRulesRunsToItsEnd) {
   EXPECT_EQ(P.Engine.Run(), 0);
 }
 
+TEST(RuleProgramTest, OrderTestsInPatternsTakeNumbersOfEitherKindAndNumericText) {
+  TProgram P(R"(
+    (deftemplate p (slot a) (slot b))
+    (defrule lt (p (a ?a) (b ?b&:(< ?a ?b))) => (printout t "lt " ?a crlf))
+    (defrule ge (p (a ?a&:(>= ?a 2.5)) (b ?b)) => (printout t "ge " ?b crlf))
+    (deffacts f (p (a 1) (b 2.5)) (p (a 3.0) (b 3)) (p (a "2") (b 4)) (p (a 2.5) (b 1)) (p (a 7) (b "8")))
+  )", ssBreadthFirst);
+  P.Engine.Run();
+  EXPECT_EQ(P.Output, "lt 1\r\nge 3\r\nlt 2\r\nge 1\r\nlt 7\r\nge 8\r\n");
+  // A value that is no number still fails as the call does.
+  EXPECT_THROW(P.Engine.Parse("(assert (p (a x) (b 1)))", true), Exception);
+}
+
 TEST(RuleProgramTest, SalienceFirstThenStrategyOrdersEqualRules) {
   const std::string Text = R"(
     (defrule a (go) => ) (defrule b (go) => ) (defrule c (go) => )
