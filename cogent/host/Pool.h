@@ -112,27 +112,6 @@ inline void Free(void* Block, std::size_t Size) noexcept {
 
 #endif
 
-// For the arrays of containers that hold a few small items each, such as
-// the items of a short list: no allocator header, and a block of the
-// pool's sizes instead of a heap chunk.
-template <class T>
-struct TAllocator {
-  using value_type = T;
-  TAllocator() noexcept = default;
-  template <class U>
-  TAllocator(const TAllocator<U>&) noexcept {}
-  T* allocate(std::size_t Count) {
-    static_assert(alignof(T) <= Granule);
-    if (Count > static_cast<std::size_t>(-1) / sizeof(T)) throw std::bad_array_new_length();
-    return static_cast<T*>(Allocate(Count * sizeof(T)));
-  }
-  void deallocate(T* Items, std::size_t Count) noexcept { Free(Items, Count * sizeof(T)); }
-  template <class U>
-  bool operator==(const TAllocator<U>&) const noexcept {
-    return true;
-  }
-};
-
 // Arrays as large as working memory, such as a module's fact list and the
 // index over it: from LargeBlock on, pages of their own that go back to the
 // system when the array is freed. The heap would keep each outgrown array
@@ -141,22 +120,37 @@ constexpr std::size_t LargeBlock = 256 * 1024;
 void* AllocateLarge(std::size_t Size);
 void FreeLarge(void* Block, std::size_t Size) noexcept;
 
-template <class T>
-struct TLargeAllocator {
+// A standard allocator over a pair of block functions.
+template <class T, void* (*AllocateBlock)(std::size_t), void (*FreeBlock)(void*, std::size_t) noexcept>
+struct TBlockAllocator {
   using value_type = T;
-  TLargeAllocator() noexcept = default;
   template <class U>
-  TLargeAllocator(const TLargeAllocator<U>&) noexcept {}
+  struct rebind {
+    using other = TBlockAllocator<U, AllocateBlock, FreeBlock>;
+  };
+  TBlockAllocator() noexcept = default;
+  template <class U>
+  TBlockAllocator(const TBlockAllocator<U, AllocateBlock, FreeBlock>&) noexcept {}
   T* allocate(std::size_t Count) {
+    static_assert(alignof(T) <= Granule);
     if (Count > static_cast<std::size_t>(-1) / sizeof(T)) throw std::bad_array_new_length();
-    return static_cast<T*>(AllocateLarge(Count * sizeof(T)));
+    return static_cast<T*>(AllocateBlock(Count * sizeof(T)));
   }
-  void deallocate(T* Items, std::size_t Count) noexcept { FreeLarge(Items, Count * sizeof(T)); }
+  void deallocate(T* Items, std::size_t Count) noexcept { FreeBlock(Items, Count * sizeof(T)); }
   template <class U>
-  bool operator==(const TLargeAllocator<U>&) const noexcept {
+  bool operator==(const TBlockAllocator<U, AllocateBlock, FreeBlock>&) const noexcept {
     return true;
   }
 };
+
+// For the arrays of containers that hold a few small items each, such as
+// the items of a short list: no allocator header, and a block of the
+// pool's sizes instead of a heap chunk.
+template <class T>
+using TAllocator = TBlockAllocator<T, Allocate, Free>;
+
+template <class T>
+using TLargeAllocator = TBlockAllocator<T, AllocateLarge, FreeLarge>;
 
 }  // namespace cogent::pool
 
