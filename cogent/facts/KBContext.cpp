@@ -25,6 +25,17 @@ std::string EnumName(TTableNotification V) {
 
 // ---------------------------------------------------------------- TBindingInfo
 
+const IKBValue& TBindingInfo::ValueIn(const TFact& Fact, IKBValue& Keep) const {
+  if (IsFactAddress()) {
+    Keep = IKBValue(new TKBValue(Fact.GetID(), dtFactId));
+    return Keep;
+  }
+  const IKBValue& Value = Fact.GetValueRef(GetSlotRef());
+  if (GetSubIndex() == NoSubIndex) return Value;
+  Keep = Value->GetAsList()->Get(GetSubIndex());
+  return Keep;
+}
+
 bool TBindingInfo::Equals(const TObject* Other) const {
   const auto* Info = dynamic_cast<const TBindingInfo*>(Other);
   if (!Info) return false;
@@ -371,14 +382,7 @@ TKBValue* TKBContext::PeekBound(const TBindingInfo& Info, IKBValue& Keep) {
   else if (FToken)
     Fact = &FToken->GetFacts(Info.GetFactIndex());
   if (!Fact || !*Fact) throw EListError(Format(SListIndexError, Info.GetFactIndex()));
-  if (Info.IsFactAddress()) {
-    Keep = IKBValue(new TKBValue((*Fact)->GetID(), dtFactId));
-    return Keep.get();
-  }
-  const IKBValue& SlotValue = (*Fact)->GetValueRef(Info.GetSlotRef());
-  if (Info.GetSubIndex() == NoSubIndex) return SlotValue.get();
-  Keep = SlotValue->GetAsList()->Get(Info.GetSubIndex());
-  return Keep.get();
+  return Info.ValueIn(**Fact, Keep).get();
 }
 
 IKBValue TKBContext::ResolveValue(TKBValue& Value) {

@@ -47,6 +47,10 @@ public:
   bool IsLocal() const noexcept { return FKind == akLocal; }
   std::int32_t GetSubIndex() const noexcept { return FSubIndex; }
   void SetSubIndex(std::int32_t Value) noexcept { FSubIndex = Value; }
+  // What the address reads from Fact: the slot's value as the fact holds
+  // it, good while the fact stays as it is; a value made for the occasion
+  // (the fact's id, an item of the slot's list) lands in Keep.
+  const IKBValue& ValueIn(const TFact& Fact, IKBValue& Keep) const;
 
   // Same address; Other must be a binding info itself.
   virtual bool Equals(const TObject* Other) const;

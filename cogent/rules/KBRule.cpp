@@ -53,14 +53,7 @@ const IKBValue* TokenValue(const TBinding& Binding, const IReteToken& Token, con
   const IFact& Fact = Token->GetFacts(Binding.GetFactIndex());
   // No fact satisfied a negated pattern or a branch: nothing to bind.
   if (!Fact || (Host && IsNullFact(Fact, *Host))) return nullptr;
-  if (Binding.IsFactAddress()) {
-    Keep = IKBValue(new TKBValue(Fact->GetID(), dtFactId));
-    return &Keep;
-  }
-  const IKBValue& Value = Fact->GetValueRef(Binding.GetSlotRef());
-  if (Binding.GetSubIndex() == NoSubIndex) return &Value;
-  Keep = Value->GetAsList()->Get(Binding.GetSubIndex());
-  return &Keep;
+  return &Binding.ValueIn(*Fact, Keep);
 }
 
 }  // namespace
