@@ -236,7 +236,13 @@ bool TKBTokenTree::Add(const IReteToken& Token, std::int32_t Key, bool MayGrow, 
 }
 
 void TKBTokenTree::GrowWhenFull() {
-  if (FCount > 4 * static_cast<std::int64_t>(FHash)) Grow();
+  // A memory that joins look up by key holds a token a bucket at most: its
+  // tokens' keys often come in runs (ids, counters), which then meet empty
+  // buckets on the way in, and a lookup visits no token filed long before
+  // under a key of the same bucket. A memory that joins walk whole keeps
+  // four a bucket, so that the walk passes fewer empty buckets.
+  const bool Keyed = FKeyByParent || (!FUseHashCode && !FFactIndex.GetName().empty());
+  if (FCount > (Keyed ? 1 : 4) * static_cast<std::int64_t>(FHash)) Grow();
 }
 
 void TKBTokenTree::Grow() {

@@ -125,6 +125,9 @@ private:
   // activation of its bucket.
   std::int32_t FListCode = 0;
   TActivation* FNextByToken = nullptr;
+  // The node's count of activations made when it made this one: the index,
+  // built late, files equal tokens newest first by it.
+  std::uint64_t FSerial = 0;
 };
 
 // ---------------------------------------------------------------- vocabulary
@@ -474,8 +477,11 @@ private:
   void Forget(TActivation* Activation) noexcept;
   // Takes the activation out of the list and the index.
   void Unlist(TActivation* Activation) noexcept;
-  // Files a listed activation under its token's sort code.
+  // Files a listed activation under its token's sort code, once the index
+  // is built.
   void IndexByToken(TActivation* Activation);
+  // Builds the index from the listed activations, oldest first.
+  void BuildIndex();
   TActivation*& ByTokenHead(std::int32_t Code) noexcept {
     return FByToken[(static_cast<std::uint32_t>(Code) * 0x9E3779B1u) >> FByTokenShift];
   }
@@ -487,9 +493,14 @@ private:
   // The activations by their token's sort code, so that a retraction finds
   // its activation without a scan: buckets (a power of two, at least as many
   // as activations) chained through the activations, the newest first, so
-  // that indexing allocates nothing per activation.
+  // that indexing allocates nothing per activation. Built at the first
+  // retraction that reaches the node: until then no lookup needs it, and
+  // filing and unfiling each activation would cost a random memory access
+  // apiece.
   std::vector<TActivation*> FByToken;
   std::uint32_t FByTokenShift = 32;
+  bool FIndexed = false;
+  std::uint64_t FSerial = 0;
 };
 
 // ---------------------------------------------------------------- TReteNetwork

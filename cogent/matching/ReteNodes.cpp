@@ -1079,7 +1079,8 @@ void TPatternMatchTerminalNode::AddActivation(const IReteToken& Token) {
   Activation->FListIndex = GetActivationCount();
   FActivations.push_back(Activation);
   Activation->FListCode = Token->GetSortCode();
-  IndexByToken(Activation);
+  Activation->FSerial = ++FSerial;
+  if (FIndexed) IndexByToken(Activation);
   GetRete()->Activate(Activation);
 }
 
@@ -1113,6 +1114,14 @@ void TPatternMatchTerminalNode::IndexByToken(TActivation* Activation) {
   Head = Activation;
 }
 
+void TPatternMatchTerminalNode::BuildIndex() {
+  std::vector<TActivation*> Listed(FActivations);
+  std::sort(Listed.begin(), Listed.end(),
+            [](const TActivation* A, const TActivation* B) { return A->FSerial < B->FSerial; });
+  FIndexed = true;
+  for (TActivation* Activation : Listed) IndexByToken(Activation);
+}
+
 void TPatternMatchTerminalNode::Unlist(TActivation* Activation) noexcept {
   const int Index = IndexOf(Activation);
   if (Index < 0) return;
@@ -1121,6 +1130,7 @@ void TPatternMatchTerminalNode::Unlist(TActivation* Activation) noexcept {
   Last->FListIndex = Index;
   FActivations.pop_back();
   Activation->FListIndex = -1;
+  if (!FIndexed) return;
   for (TActivation** Link = &ByTokenHead(Activation->FListCode); *Link; Link = &(*Link)->FNextByToken)
     if (*Link == Activation) {
       *Link = Activation->FNextByToken;
@@ -1147,7 +1157,8 @@ void TPatternMatchTerminalNode::StandDown() {
 }
 
 void TPatternMatchTerminalNode::StandDown(const IReteToken& Token) {
-  if (FByToken.empty()) return;
+  if (FActivations.empty()) return;
+  if (!FIndexed) BuildIndex();
   const std::int32_t Code = Token->GetSortCode();
   for (TActivation* Activation = ByTokenHead(Code); Activation; Activation = Activation->FNextByToken)
     if (Activation->FListCode == Code && Activation->FToken && Activation->FToken->Equals(Token)) {
@@ -1172,8 +1183,10 @@ void TPatternMatchTerminalNode::Relist(TActivation* Original, TActivation* Repla
   Replacement->FListIndex = Index;
   Original->FListIndex = -1;
   // The same token, so the same sort code: the replacement takes the
-  // original's place in its bucket.
+  // original's place in its bucket, and in the order of the index.
   Replacement->FListCode = Original->FListCode;
+  Replacement->FSerial = Original->FSerial;
+  if (!FIndexed) return;
   for (TActivation** Link = &ByTokenHead(Original->FListCode); *Link; Link = &(*Link)->FNextByToken)
     if (*Link == Original) {
       Replacement->FNextByToken = Original->FNextByToken;
