@@ -193,10 +193,12 @@ void TKBUserFunction::Call(const IFunCall& FunCall, TObject* Context, IKBValue& 
 }
 
 void TKBUserFunction::Invoke(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
-  const int Count = FunCall ? FunCall->GetArgumentCount() : 0;
-  if (Count < FMinArgumentCount) throw EKBException(Format(_STooFewArgs, FFunctionName));
-  if (Count > FMaxArgumentCount) throw EKBException(Format(_STooManyArgs, FFunctionName));
+  CheckArgumentCount(FunCall ? FunCall->GetArgumentCount() : 0);
   Call(FunCall, Context, Result);
+}
+
+void TKBUserFunction::ArgumentCountError(int Count) const {
+  throw EKBException(Format(Count < FMinArgumentCount ? _STooFewArgs : _STooManyArgs, FFunctionName));
 }
 
 void TKBUserFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
@@ -330,17 +332,36 @@ IKBValue TFunctionCall::Execute(TObject* Context) {
 }
 
 IKBValue TFunctionCall::Run(const IFunCall& Call, TKBContext* Context) {
+  IKBValue Result;
+  Perform(Call, Context, &Result);
+  return Result;
+}
+
+void TFunctionCall::RunStatement(const IFunCall& Call, TKBContext* Context) {
+  if (typeid(*Call) == typeid(TFunctionCall))
+    Perform(Call, Context, nullptr);
+  else
+    Call->Execute(Context);
+}
+
+void TFunctionCall::Perform(const IFunCall& Call, TKBContext* Context, IKBValue* Result) {
   TFunctionCall& Self = *Call;
   if (!Self.FUserFunction) {
     Self.Bind(Context);
     if (!Self.FUserFunction) NoSuchFunction(Self.FName);
   }
   CheckStack(Self.FName);
+  TKBUserFunction& Known = *Self.FUserFunction;
+  if (const TKBUserFunction::TDirectEntry Entry = Known.GetDirectEntry()) {
+    // The entry never reaches the function object, so nothing holds it.
+    Known.CheckArgumentCount(Self.GetArgumentCount());
+    Entry(Call, Context, Result);
+    return;
+  }
   // The function too, should the call let go of it.
   const IUserFunction Function(Self.FUserFunction);
-  IKBValue Result;
-  Function->Invoke(Call, Context, Result);
-  return Result;
+  IKBValue Dropped;
+  Function->Invoke(Call, Context, Result ? *Result : Dropped);
 }
 
 IKBValue TFunctionCall::ResolveArgument(int Index, TKBContext* Context) {

@@ -232,6 +232,17 @@ public:
   // The same for a caller whose context is one already.
   void Invoke(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result);
 
+  // The work of a built-in function that needs nothing of its object, which
+  // a compiled call reaches without the virtual Call and without holding the
+  // function. Result is null when the caller drops the value, so that a
+  // function whose result costs something to make may skip it.
+  using TDirectEntry = void (*)(const IFunCall& FunCall, TKBContext* Context, IKBValue* Result);
+  TDirectEntry GetDirectEntry() const noexcept { return FDirectEntry; }
+  // Raises _STooFewArgs or _STooManyArgs for a count outside the limits.
+  void CheckArgumentCount(int Count) const {
+    if (Count < FMinArgumentCount || Count > FMaxArgumentCount) ArgumentCountError(Count);
+  }
+
   // Copies limits and comment, then the name (through SetFunctionName).
   void Assign(TPersistent* Source) override;
 
@@ -247,6 +258,12 @@ protected:
   // first, reads FunCall's arguments and resolves the ones it needs.
   virtual void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result);
   virtual void InitMetaData() {}
+  // For InitMetaData of class T: an object of a class derived from T, which
+  // may do its work differently, keeps going through Call.
+  template <class T>
+  void SetDirectEntry(TDirectEntry Entry) noexcept {
+    if (typeid(*this) == typeid(T)) FDirectEntry = Entry;
+  }
 
   std::int32_t FMinArgumentCount = 0;
   std::int32_t FMaxArgumentCount = NoArgumentLimit;
@@ -260,8 +277,10 @@ private:
   // holds this function, so a reasoner in the list always holds it.
   void Register(IReasoner* Reasoner);
   bool HeldBy(IReasoner* Reasoner) const;
+  [[noreturn]] void ArgumentCountError(int Count) const;
 
   TBaseReasonerList FReasoners{this};
+  TDirectEntry FDirectEntry = nullptr;
   bool FConstructed = false;
 };
 
@@ -360,6 +379,8 @@ public:
   static IKBValue RunCall(const IFunCall& Call, TKBContext* Context) {
     return typeid(*Call) == typeid(TFunctionCall) ? Run(Call, Context) : Call->Execute(Context);
   }
+  // RunCall for a call whose value nobody reads, such as a rule's action.
+  static void RunStatement(const IFunCall& Call, TKBContext* Context);
   // Argument Index as a function reads it: a value that stands for itself
   // as it is, a variable through its binding, a call by running it. Raises
   // EListError for an index out of range.
@@ -399,6 +420,8 @@ private:
   void Bind(TKBContext* Context);
   // Execute for a caller that holds Call and has its context as one.
   static IKBValue Run(const IFunCall& Call, TKBContext* Context);
+  // Run's work; a null Result drops the value.
+  static void Perform(const IFunCall& Call, TKBContext* Context, IKBValue* Result);
   // The binding of the variable argument at Index in Context's own level,
   // kept while that level does not change; nil when the level has none.
   TBinding* FindVariableBinding(std::size_t Index, const TKBValue& Argument, TKBContext* Context);

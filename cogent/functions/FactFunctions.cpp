@@ -93,12 +93,9 @@ bool WatchesOf(const std::string& Word, TConstructWatches& Watches) {
 
 // ---------------------------------------------------------------- assertion
 
-void TAssertFunction::InitMetaData() {
-  Describe("assert", "Asserts each fact and returns the id of the last, or FALSE", " <fact>*", 0);
-}
+namespace {
 
-void TAssertFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
-  TBuiltInFunction::Call(FunCall, Context, Result);
+void AssertFacts(const IFunCall& FunCall, TKBContext* Context, IKBValue* Result) {
   TInferenceEngine& Engine = EngineOf(Context);
   std::int32_t Id = -1;
   for (int I = 0; I < FunCall->GetArgumentCount(); ++I) {
@@ -107,7 +104,20 @@ void TAssertFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValu
     const IFact Fact = PeekEvaluated(FunCall, I, Context, Keep).GetAsFact();
     Id = Engine.Assert(ContextOf(Context).ResolveClone(Fact), false);
   }
-  Result = Id == -1 ? FCFalse : FactIdValue(Id);
+  // A rule's action drops the id: no value is made for it.
+  if (Result) *Result = Id == -1 ? FCFalse : FactIdValue(Id);
+}
+
+}  // namespace
+
+void TAssertFunction::InitMetaData() {
+  Describe("assert", "Asserts each fact and returns the id of the last, or FALSE", " <fact>*", 0);
+  SetDirectEntry<TAssertFunction>(&AssertFacts);
+}
+
+void TAssertFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
+  TBuiltInFunction::Call(FunCall, Context, Result);
+  AssertFacts(FunCall, Context, &Result);
 }
 
 void TAssertStringFunction::InitMetaData() {

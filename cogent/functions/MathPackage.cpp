@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 #include "cogent/host/Math.h"
 
@@ -131,32 +132,56 @@ void TMathPackage::CreateFunctions() {
 
 // ---------------------------------------------------------------- arithmetic
 
+namespace {
+
+// The direct entries of the arithmetic: the arguments are read even when
+// the caller drops the value, for what reading them does.
+void Sum(const IFunCall& FunCall, TKBContext* Context, IKBValue* Result) {
+  IKBValue Value = Fold(FunCall, Context, false, 0.0, [](double A, double B) { return A + B; });
+  if (Result) *Result = std::move(Value);
+}
+
+void Difference(const IFunCall& FunCall, TKBContext* Context, IKBValue* Result) {
+  IKBValue Value = Fold(FunCall, Context, true, 0.0, [](double A, double B) { return A - B; });
+  if (Result) *Result = std::move(Value);
+}
+
+void Product(const IFunCall& FunCall, TKBContext* Context, IKBValue* Result) {
+  IKBValue Value = Fold(FunCall, Context, false, 1.0, [](double A, double B) { return A * B; });
+  if (Result) *Result = std::move(Value);
+}
+
+}  // namespace
+
 void TPlusFunction::InitMetaData() {
   Describe("+", "Returns the sum of the arguments, a float if any argument is a float", " <numeric-expression>+", 0);
+  SetDirectEntry<TPlusFunction>(&Sum);
 }
 
 void TPlusFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  Result = Fold(FunCall, Context, false, 0.0, [](double A, double B) { return A + B; });
+  Sum(FunCall, Context, &Result);
 }
 
 void TMinusFunction::InitMetaData() {
   Describe("-", "Returns the first argument less each of the others", " <numeric-expression>+", 1);
+  SetDirectEntry<TMinusFunction>(&Difference);
 }
 
 void TMinusFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  Result = Fold(FunCall, Context, true, 0.0, [](double A, double B) { return A - B; });
+  Difference(FunCall, Context, &Result);
 }
 
 void TTimesFunction::InitMetaData() {
   Describe("*", "Returns the product of the arguments, a float if any argument is a float", " <numeric-expression>+",
            0);
+  SetDirectEntry<TTimesFunction>(&Product);
 }
 
 void TTimesFunction::Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
   TBuiltInFunction::Call(FunCall, Context, Result);
-  Result = Fold(FunCall, Context, false, 1.0, [](double A, double B) { return A * B; });
+  Product(FunCall, Context, &Result);
 }
 
 void TDivideFunction::InitMetaData() {

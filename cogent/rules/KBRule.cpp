@@ -606,7 +606,7 @@ void TRule::Fire(const IReteToken& Token) {
         if (OnFire) OnFire(this, Context);
         // By index: an action may change the list it stands in.
         for (int I = 0; I < FActions->GetCount() && !Context->GetReturning(); ++I)
-          if (const IFunCall Action = FActions->GetItem(I)) TFunctionCall::RunCall(Action, Context);
+          if (const IFunCall Action = FActions->GetItem(I)) TFunctionCall::RunStatement(Action, Context);
       },
       End);
 }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "FunctionsTestSupport.h"
+#include "cogent/functions/MathPackage.h"
 
 namespace cogent::test {
 
@@ -23,6 +24,29 @@ TEST(MathFunctions, SumsAndProductsTakeTheirKindFromTheArguments) {
   EXPECT_EQ("Too few arguments for -", ErrorOfCall(Engine, "(-)"));
   EXPECT_EQ("Not a numeric type.  Value (a) is a dtAtom type", ErrorOfCall(Engine, "(+ 1 a)"));
   EXPECT_EQ("Floating point overflow", ErrorOfCall(Engine, "(* 1.0e300 1.0e300)"));
+}
+
+namespace {
+
+// A host's own + that does its work differently.
+class TDoublingPlus : public TPlusFunction {
+protected:
+  void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) override {
+    TPlusFunction::Call(FunCall, Context, Result);
+    Result = NewInteger(2 * Result->GetAsInteger());
+  }
+};
+
+}  // namespace
+
+TEST(MathFunctions, AClassDerivedFromABuiltInKeepsItsOwnCall) {
+  const IFunCall Call(new TFunctionCall("+"));
+  Call->AddArgument(1, dtInteger);
+  Call->AddArgument(2, dtInteger);
+  Call->SetUserFunction(TKBUserFunction::Create<TPlusFunction>());
+  EXPECT_EQ(3, Call->Execute(nullptr)->GetAsInteger());
+  Call->SetUserFunction(TKBUserFunction::Create<TDoublingPlus>());
+  EXPECT_EQ(6, Call->Execute(nullptr)->GetAsInteger());
 }
 
 TEST(MathFunctions, DivisionAndRemainders) {
