@@ -113,34 +113,45 @@ const IKBValue& TFact::ContainsKeyRef(const TSlotRef& Ref) const {
 void TFact::SetValue(std::string_view Name, IKBValue Value) {
   if (!FTemplate) throw EKBException(_SNoTemplate);
   const int Position = FTemplate->PositionOf(Name);
-  TFactSlot* const Slot = FTemplate->SlotAt(Position);
+  const TFactSlot* const Slot = FTemplate->SlotAt(Position);
   if (!Slot) throw EKBException(Format(_SInvalidSlotName, TKBName(Name)));
+  StoreAt(Position, *Slot, std::move(Value));
+}
+
+void TFact::SetValueAt(int Position, const IKBValue& Value) {
+  if (!FTemplate) throw EKBException(_SNoTemplate);
+  const TFactSlot* const Slot = FTemplate->SlotAt(Position);
+  if (!Slot) throw EKBException(Format(_SInvalidSlotName, std::to_string(Position)));
+  StoreAt(Position, *Slot, Value);
+}
+
+void TFact::StoreAt(int Position, const TFactSlot& Slot, IKBValue Value) {
   IKBValue Stored = Value ? std::move(Value) : FCNil;
   // Everything is checked before anything changes, the caller's value
   // included. A value of a type the slot plainly takes passes either way,
   // without asking the engine.
-  if (!Slot->IsPlainlyValid(Stored) && DynamicChecks() && !Slot->IsValid(Stored)) {
+  if (!Slot.IsPlainlyValid(Stored) && DynamicChecks() && !Slot.IsValid(Stored)) {
     const TKBType Type = Stored->GetDType();
-    if (Type == dtInteger && Slot->GetSlotType().Contains(dtFloat)) {
+    if (Type == dtInteger && Slot.GetSlotType().Contains(dtFloat)) {
       const IKBValue AsFloat(new TKBValue(static_cast<double>(Stored->GetAsInteger())));
-      if (!Slot->IsValid(AsFloat)) throw EKBException(Slot->GetInvalidValueString(Stored));
+      if (!Slot.IsValid(AsFloat)) throw EKBException(Slot.GetInvalidValueString(Stored));
       // The caller's value changes with the conversion; a shared constant never does.
       if (IsValueConstant(Stored))
         Stored = AsFloat;
       else
         Stored->SetAsFloat(AsFloat->GetAsFloat());
-    } else if ((Type == dtAtom || Type == dtString) && Slot->GetSlotType().Contains(dtFuzzy)) {
+    } else if ((Type == dtAtom || Type == dtString) && Slot.GetSlotType().Contains(dtFuzzy)) {
       // A word for a fuzzy slot is a linguistic expression of its variable.
-      const IKBDefinedType DefType = Slot->GetExtendedTypeInfo();
+      const IKBDefinedType DefType = Slot.GetExtendedTypeInfo();
       const IFuzzyVariable Variable = DefType ? DefType->GetFuzzyType() : IFuzzyVariable();
       const IFuzzySet Set = Variable ? Variable->GetFuzzySetFromExpression(Stored->GetAsString()) : IFuzzySet();
-      if (!Set) throw EKBException(Slot->GetInvalidValueString(Stored));
+      if (!Set) throw EKBException(Slot.GetInvalidValueString(Stored));
       if (IsValueConstant(Stored))
         Stored = IKBValue(new TKBValue(Set));
       else
         Stored->SetAsFuzzy(Set);
     } else {
-      throw EKBException(Slot->GetInvalidValueString(Stored));
+      throw EKBException(Slot.GetInvalidValueString(Stored));
     }
   }
   if (static_cast<std::size_t>(Position) >= FValues.size()) CoverPositions();

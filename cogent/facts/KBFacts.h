@@ -421,6 +421,9 @@ public:
   IKBValue ContainsKey(const TSlotRef& Slot) const;
   // Shares Value; under dynamic type checks converts or refuses it.
   virtual void SetValue(std::string_view Name, IKBValue Value);
+  // SetValue for the slot at Position, as the template's PositionOf gives it;
+  // raises _SInvalidSlotName when no slot of the template has the position.
+  void SetValueAt(int Position, const IKBValue& Value);
   // Takes clones of Source's values; both must have the same template.
   virtual void AssignValues(const IFact& Source);
   // The values read or set so far, and their slot names, by position.
@@ -470,6 +473,8 @@ private:
   // The value at the position of Slot, entered from its default on first reading.
   const IKBValue& ValueAt(int Position, const TFactSlot& Slot) const;
   const IKBValue& GetValueRefSlowly(const TSlotRef& Slot) const;
+  // Stores Value at the position of Slot, after the checks of SetValue.
+  void StoreAt(int Position, const TFactSlot& Slot, IKBValue Value);
   // GetValue of the slot at Position, called Name.
   const IKBValue& GetValueAt(int Position, const TKBName& Name) const;
   // Room for every position of the template, so that a reference to one

@@ -118,6 +118,10 @@ TEST(FactTest, SlotPositionsOutliveChangesOfTheTemplate) {
   T->RemoveSlot("age");
   EXPECT_EQ(Fact->ContainsKey(Age), nullptr);
   EXPECT_EQ(ErrorOf([&] { Fact->SetValue("age", Int(1)); }), "No such slot name: \"age\"");
+  const int AgeAt = T->PositionOf("age");
+  EXPECT_EQ(ErrorOf([&] { Fact->SetValueAt(AgeAt, Int(1)); }),
+            "No such slot name: \"" + std::to_string(AgeAt) + "\"");
+  EXPECT_EQ(ErrorOf([&] { Fact->SetValueAt(-1, Int(1)); }), "No such slot name: \"-1\"");
   T->AddSlot("age", Int(0));
   EXPECT_EQ(Fact->GetValue("age")->GetAsInteger(), 42);
 
@@ -125,6 +129,11 @@ TEST(FactTest, SlotPositionsOutliveChangesOfTheTemplate) {
   T->GetSlot("age")->SetName("age-in-whole-years-since-birth");
   Fact->SetValue("age-in-whole-years-since-birth", Int(43));
   EXPECT_EQ(Fact->GetValue("age-in-whole-years-since-birth")->GetAsInteger(), 43);
+  // By position: the same slot, whatever its name now, and nil stores nil.
+  Fact->SetValueAt(AgeAt, Int(44));
+  EXPECT_EQ(Fact->GetValue("age-in-whole-years-since-birth")->GetAsInteger(), 44);
+  Fact->SetValueAt(T->PositionOf("name"), nullptr);
+  EXPECT_EQ(Fact->GetValue("name"), FCNil);
   EXPECT_EQ(ErrorOf([&] { Fact->SetValue("age", Int(1)); }), "No such slot name: \"age\"");
 }
 
