@@ -137,6 +137,35 @@ TEST(FactTest, SlotPositionsOutliveChangesOfTheTemplate) {
   EXPECT_EQ(ErrorOf([&] { Fact->SetValue("age", Int(1)); }), "No such slot name: \"age\"");
 }
 
+TEST(FactTest, NamesAlikeFindTheirOwnSlotsInSmallAndLargeTemplates) {
+  // Names of one length and first byte, in a template whose names are
+  // compared in place and in one past that many slots.
+  for (const int Extra : {0, 12}) {
+    const IFactTemplate T = Template("t");
+    for (const char* Name : {"ab", "ac", "abc", "b"}) T->AddSlot(Name, Int(0));
+    for (int I = 0; I < Extra; ++I) T->AddSlot("x" + std::to_string(I), Int(0));
+    const IFact Fact(new TFact(T));
+    Fact->SetValue("ac", Int(2));
+    Fact->SetValue("abc", Int(3));
+    Fact->SetValue("ab", Int(1));
+    EXPECT_EQ(Fact->GetValue("ab")->GetAsInteger(), 1);
+    EXPECT_EQ(Fact->GetValue("ac")->GetAsInteger(), 2);
+    EXPECT_EQ(Fact->GetValue("abc")->GetAsInteger(), 3);
+    EXPECT_EQ(Fact->GetValue("b")->GetAsInteger(), 0);
+    EXPECT_EQ(ErrorOf([&] { Fact->SetValue("ad", Int(1)); }), "No such slot name: \"ad\"");
+    EXPECT_EQ(ErrorOf([&] { Fact->SetValue("", Int(1)); }), "No such slot name: \"\"");
+    // Equal content hashes alike, whatever order the values came in.
+    const IFact Other(new TFact(T));
+    Other->SetValue("ab", Int(1));
+    Other->SetValue("abc", Int(3));
+    Other->SetValue("ac", Int(2));
+    EXPECT_TRUE(Fact->Equals(Other));
+    EXPECT_EQ(Fact->GetHashCode(), Other->GetHashCode());
+    Other->SetValue("b", Int(4));
+    EXPECT_NE(Fact->GetHashCode(), Other->GetHashCode());
+  }
+}
+
 TEST_F(KBFactsTest, DynamicChecksGuardValuesAndDefaults) {
   Engine.SetTypeChecks(TTypeChecks{tcDynamic});
   const IFactTemplate T = Template("reading", &Engine);
