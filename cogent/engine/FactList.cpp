@@ -38,7 +38,8 @@ std::size_t TFactHashIndex::Home(std::int32_t Hash) const noexcept {
 std::int32_t TFactHashIndex::HashOf(TEntry Entry) noexcept { return FactOf(Entry)->GetLastHashCode(); }
 
 void TFactHashIndex::Clear() noexcept {
-  decltype(FEntries)().swap(FEntries);
+  if (FEntries) pool::FreeLarge(FEntries, (FMask + 1) * sizeof(TEntry));
+  FEntries = nullptr;
   FMask = FCount = 0;
   FShift = 64;
 }
@@ -46,8 +47,9 @@ void TFactHashIndex::Clear() noexcept {
 void TFactHashIndex::Resize(std::size_t Count) {
   // At most half full.
   const std::size_t Capacity = std::bit_ceil(std::max<std::size_t>(16, Count * 2));
-  decltype(FEntries) Fresh(Capacity);
-  Fresh.swap(FEntries);
+  auto* const Fresh = static_cast<TEntry*>(pool::AllocateLargeZeroed(Capacity * sizeof(TEntry)));
+  Clear();
+  FEntries = Fresh;
   FMask = Capacity - 1;
   FShift = 64 - std::countr_zero(Capacity);
   FCount = 0;
@@ -72,7 +74,7 @@ void TFactHashIndex::Rebuild(const IFact* Facts, std::size_t Count) {
 }
 
 bool TFactHashIndex::Add(std::int32_t Hash, TFact* Fact) {
-  if ((FCount + 1) * 2 > FEntries.size()) return false;
+  if (!FEntries || (FCount + 1) * 2 > FMask + 1) return false;
   Place(EntryOf(Hash, Fact), Hash);
   return true;
 }
@@ -95,7 +97,7 @@ void TFactHashIndex::Erase(std::size_t Index) noexcept {
 }
 
 bool TFactHashIndex::Remove(std::int32_t Hash, const TFact* Fact) noexcept {
-  if (FEntries.empty()) return false;
+  if (!FEntries) return false;
   for (std::size_t I = Home(Hash);; I = (I + 1) & FMask) {
     if (!FEntries[I]) return false;
     if (FactOf(FEntries[I]) == Fact) {
@@ -106,7 +108,7 @@ bool TFactHashIndex::Remove(std::int32_t Hash, const TFact* Fact) noexcept {
 }
 
 bool TFactHashIndex::RemoveAnywhere(const TFact* Fact) noexcept {
-  for (std::size_t I = 0; I < FEntries.size(); ++I)
+  for (std::size_t I = 0; FEntries && I <= FMask; ++I)
     if (FEntries[I] && FactOf(FEntries[I]) == Fact) {
       Erase(I);
       return true;

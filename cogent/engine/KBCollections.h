@@ -297,6 +297,11 @@ private:
 // they agree; an entry moved by a removal or a rebuild reads its fact's hash.
 class TFactHashIndex {
 public:
+  TFactHashIndex() = default;
+  TFactHashIndex(const TFactHashIndex&) = delete;
+  TFactHashIndex& operator=(const TFactHashIndex&) = delete;
+  ~TFactHashIndex() { Clear(); }
+
   void Clear() noexcept;
   // False, with nothing added, when the index is full: the caller rebuilds
   // it from all its facts, this one among them.
@@ -309,7 +314,7 @@ public:
   bool RemoveAnywhere(const TFact* Fact) noexcept;
   template <class TVisit>
   void ForEach(std::int32_t Hash, TVisit&& Visit) const {
-    if (FEntries.empty()) return;
+    if (!FEntries) return;
     for (std::size_t I = Home(Hash);; I = (I + 1) & FMask) {
       const TEntry Entry = FEntries[I];
       if (!Entry) return;
@@ -340,7 +345,9 @@ private:
   void Resize(std::size_t Count);
   void Place(TEntry Entry, std::int32_t Hash) noexcept;
   void Erase(std::size_t Index) noexcept;
-  std::vector<TEntry, pool::TLargeAllocator<TEntry>> FEntries;
+  // FMask + 1 entries from the pool's large blocks, nil while empty; a new
+  // table comes zeroed from them, fresh pages without a pass of our own.
+  TEntry* FEntries = nullptr;
   std::size_t FMask = 0;
   std::size_t FCount = 0;
   int FShift = 64;

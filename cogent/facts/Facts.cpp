@@ -30,6 +30,10 @@ private:
   std::int32_t FIndex = -1;
 };
 
+[[noreturn, gnu::noinline]] void RefuseSlotName(std::string_view Name) {
+  throw EKBException(Format(_SInvalidSlotName, TKBName(Name)));
+}
+
 IKBValue CloneDefault(const TFactSlot& Slot) {
   const IKBValue Default = Slot.GetSlotDefault();
   return Default ? Default->Clone() : FCNil;
@@ -110,42 +114,88 @@ const IKBValue& TFact::ContainsKeyRef(const TSlotRef& Ref) const {
   return Slot ? ValueAt(Position, *Slot) : None;
 }
 
+inline void TFact::Put(int Position, IKBValue&& Value) {
+  const auto At = static_cast<std::size_t>(Position);
+  if (At >= FValues.size()) [[unlikely]]
+    CoverPositions();
+  FValues[At] = std::move(Value);
+  Changed();
+}
+
 void TFact::SetValue(std::string_view Name, IKBValue Value) {
-  if (!FTemplate) throw EKBException(_SNoTemplate);
-  const int Position = FTemplate->PositionOf(Name);
-  TFactSlot* const Slot = FTemplate->SlotAt(Position);
-  if (!Slot) throw EKBException(Format(_SInvalidSlotName, TKBName(Name)));
+  // The common case calls nothing: a slot found among the names kept in
+  // place, a value its type plainly takes, room for it. Any other takes the
+  // long way, which begins again.
+  int Position;
+  const TFactSlot* Slot;
+  if (const TFactTemplate* const Template = FTemplate.get();
+      Template && (Slot = Template->KnownSlotNamed(Name, Position)) && Slot->IsPlainlyValid(Value) &&
+      static_cast<std::size_t>(Position) < FValues.size()) [[likely]] {
+    IKBValue& Target = FValues[static_cast<std::size_t>(Position)];
+    // The value replaced goes last: its end may run code that reads the fact.
+    const IKBValue Replaced = std::move(Target);
+    Target = std::move(Value);
+    Changed();
+    return;
+  }
+  SetValueSlowly(Name, Value);
+}
+
+void TFact::SetValueSlowly(std::string_view Name, IKBValue& Value) {
+  const TFactTemplate* const Template = FTemplate.get();
+  if (!Template) [[unlikely]]
+    throw EKBException(_SNoTemplate);
+  int Position;
+  const TFactSlot* const Slot = Template->SlotNamed(Name, Position);
+  if (!Slot) [[unlikely]]
+    RefuseSlotName(Name);
+  if (Slot->IsPlainlyValid(Value)) [[likely]]
+    Put(Position, std::move(Value));
+  else
+    StoreAt(Position, *Slot, std::move(Value));
+}
+
+void TFact::SetValueAt(int Position, const IKBValue& Value) {
+  const TFactTemplate* const Template = FTemplate.get();
+  if (!Template) throw EKBException(_SNoTemplate);
+  const TFactSlot* const Slot = Template->SlotAt(Position);
+  if (!Slot) throw EKBException(Format(_SInvalidSlotName, std::to_string(Position)));
+  if (Slot->IsPlainlyValid(Value)) [[likely]]
+    Put(Position, IKBValue(Value));
+  else
+    StoreAt(Position, *Slot, Value);
+}
+
+void TFact::StoreAt(int Position, const TFactSlot& Slot, IKBValue Value) {
   IKBValue Stored = Value ? std::move(Value) : FCNil;
   // Everything is checked before anything changes, the caller's value
   // included. A value of a type the slot plainly takes passes either way,
   // without asking the engine.
-  if (!Slot->IsPlainlyValid(Stored) && DynamicChecks() && !Slot->IsValid(Stored)) {
+  if (!Slot.IsPlainlyValid(Stored) && DynamicChecks() && !Slot.IsValid(Stored)) {
     const TKBType Type = Stored->GetDType();
-    if (Type == dtInteger && Slot->GetSlotType().Contains(dtFloat)) {
+    if (Type == dtInteger && Slot.GetSlotType().Contains(dtFloat)) {
       const IKBValue AsFloat(new TKBValue(static_cast<double>(Stored->GetAsInteger())));
-      if (!Slot->IsValid(AsFloat)) throw EKBException(Slot->GetInvalidValueString(Stored));
+      if (!Slot.IsValid(AsFloat)) throw EKBException(Slot.GetInvalidValueString(Stored));
       // The caller's value changes with the conversion; a shared constant never does.
       if (IsValueConstant(Stored))
         Stored = AsFloat;
       else
         Stored->SetAsFloat(AsFloat->GetAsFloat());
-    } else if ((Type == dtAtom || Type == dtString) && Slot->GetSlotType().Contains(dtFuzzy)) {
+    } else if ((Type == dtAtom || Type == dtString) && Slot.GetSlotType().Contains(dtFuzzy)) {
       // A word for a fuzzy slot is a linguistic expression of its variable.
-      const IKBDefinedType DefType = Slot->GetExtendedTypeInfo();
+      const IKBDefinedType DefType = Slot.GetExtendedTypeInfo();
       const IFuzzyVariable Variable = DefType ? DefType->GetFuzzyType() : IFuzzyVariable();
       const IFuzzySet Set = Variable ? Variable->GetFuzzySetFromExpression(Stored->GetAsString()) : IFuzzySet();
-      if (!Set) throw EKBException(Slot->GetInvalidValueString(Stored));
+      if (!Set) throw EKBException(Slot.GetInvalidValueString(Stored));
       if (IsValueConstant(Stored))
         Stored = IKBValue(new TKBValue(Set));
       else
         Stored->SetAsFuzzy(Set);
     } else {
-      throw EKBException(Slot->GetInvalidValueString(Stored));
+      throw EKBException(Slot.GetInvalidValueString(Stored));
     }
   }
-  if (static_cast<std::size_t>(Position) >= FValues.size()) CoverPositions();
-  FValues[static_cast<std::size_t>(Position)] = std::move(Stored);
-  Changed();
+  Put(Position, std::move(Stored));
 }
 
 void TFact::SetTemplate(const IFactTemplate& Value) {
@@ -225,36 +275,48 @@ bool TFact::Equals(const IFact& Other) const {
 
 bool TFact::Equals(const IInterface& Other) const { return Equals(Other.As<TFact>()); }
 
-std::int32_t TFact::GetHashCode() const {
-  if (FHashValid) return FHashCode;
-  // A multiply per value; the high bits, which depend on every bit of every
-  // value, are folded down once at the end, so that tables taking their
-  // bucket from the low bits or from the high ones both spread.
-  constexpr std::uint64_t Golden = 0x9E3779B97F4A7C15ULL;
-  std::uint64_t Mix = reinterpret_cast<std::uintptr_t>(FTemplate.get());
-  const auto Add = [&Mix](std::int32_t Value) { Mix = (Mix ^ static_cast<std::uint32_t>(Value)) * Golden; };
-  if (FTemplate) {
-    const bool Fuzzy = FTemplate->IsFuzzy();
-    CoverPositions();
+namespace {
+constexpr std::uint64_t HashGolden = 0x9E3779B97F4A7C15ULL;
+
+// A multiply per value; the high bits, which depend on every bit of every
+// value, are folded down once at the end, so that tables taking their
+// bucket from the low bits or from the high ones both spread.
+std::uint64_t MixIn(std::uint64_t Mix, std::int32_t Hash) noexcept {
+  return (Mix ^ static_cast<std::uint32_t>(Hash)) * HashGolden;
+}
+
+// A multifield: its length, then item by item.
+[[gnu::noinline]] std::uint64_t MixInList(std::uint64_t Mix, const TValueVector& List) {
+  Mix = MixIn(Mix, List.GetCount());
+  for (const IKBValue& Item : List) Mix = MixIn(Mix, Item ? Item->GetHashCode() : 0);
+  return Mix;
+}
+}  // namespace
+
+std::int32_t TFact::HashValues() const {
+  const TFactTemplate* const Template = FTemplate.get();
+  std::uint64_t Mix = reinterpret_cast<std::uintptr_t>(Template);
+  if (Template) {
+    const bool Fuzzy = Template->IsFuzzy();
     // In the template's position order: only facts of one template can be
     // equal, and for them that order is the same.
-    const std::vector<TFactSlot*>& Slots = FTemplate->GetSlotsAt();
-    for (std::size_t Position = 0; Position < Slots.size(); ++Position) {
-      const TFactSlot* Slot = Slots[Position];
-      if (!Slot || (Fuzzy && Slot->IsFuzzy())) continue;
-      const IKBValue& Entered = FValues[Position];
-      const IKBValue& Value = Entered ? Entered : ValueAt(static_cast<int>(Position), *Slot);
-      if (Value->GetDType() != dtList) {
-        Add(Value->GetHashCode());
-        continue;
-      }
-      const IValueVector List = Value->GetAsList();
-      Add(List->GetCount());
-      for (const IKBValue& Item : *List) Add(Item ? Item->GetHashCode() : 0);
+    const std::vector<TFactSlot*>& Slots = Template->GetSlotsAt();
+    if (FValues.size() < Slots.size()) CoverPositions();
+    // Neither array moves below: a default entered fills its place only.
+    const IKBValue* Entered = FValues.begin();
+    for (TFactSlot* const* Slot = Slots.data(); Slot != Slots.data() + Slots.size(); ++Slot, ++Entered) {
+      if (!*Slot || (Fuzzy && (*Slot)->IsFuzzy())) continue;
+      const TKBValue* Value = Entered->get();
+      if (!Value) [[unlikely]]
+        Value = ValueAt(static_cast<int>(Slot - Slots.data()), **Slot).get();
+      if (const TValueVector* const List = Value->GetListInPlace()) [[unlikely]]
+        Mix = MixInList(Mix, *List);
+      else
+        Mix = MixIn(Mix, Value->GetHashCode());
     }
   }
   Mix ^= Mix >> 32;
-  Mix *= Golden;
+  Mix *= HashGolden;
   FHashCode = static_cast<std::int32_t>(Mix >> 32);
   FHashValid = true;
   return FHashCode;

@@ -161,17 +161,25 @@ public:
   // -1 for a name no slot of the template has had.
   int PositionOf(std::string_view Name) const {
     if (FNeedPositions) UpdatePositions();
-    // A template has a few slots: comparing their names is quicker than
-    // hashing the one asked for. Most names differ in length or first byte.
-    const std::size_t Length = Name.size();
-    for (std::size_t Position = 0; Position < FNameAt.size(); ++Position) {
-      const TNameAt& Known = FNameAt[Position];
-      if (Known.Size == Length &&
-          (Length == 0 ||
-           (Known.Data[0] == Name[0] && (Length == 1 || std::memcmp(Known.Data + 1, Name.data() + 1, Length - 1) == 0))))
-        return static_cast<int>(Position);
-    }
-    return PositionOfSlowly(Name);
+    const int Position = LiveNameAt(Name);
+    return Position >= 0 ? Position : PositionOfSlowly(Name);
+  }
+  // The slot called Name now, nil if none is, and its position; the one
+  // look-up that setting a value by name takes.
+  TFactSlot* SlotNamed(std::string_view Name, int& Position) const {
+    if (FNeedPositions) UpdatePositions();
+    Position = LiveNameAt(Name);
+    if (Position >= 0) return FSlotAt[static_cast<std::size_t>(Position)];
+    Position = PositionOfSlowly(Name);
+    return Position >= 0 ? FSlotAt[static_cast<std::size_t>(Position)] : nullptr;
+  }
+  // The same while the positions are up to date and Name is among the names
+  // kept in place, else nil: a look-up that calls nothing, for a caller that
+  // takes the long way when it fails.
+  TFactSlot* KnownSlotNamed(std::string_view Name, int& Position) const noexcept {
+    if (FNeedPositions) return nullptr;
+    Position = LiveNameAt(Name);
+    return Position >= 0 ? FSlotAt[static_cast<std::size_t>(Position)] : nullptr;
   }
   // The slot that has the position now, or nil.
   TFactSlot* SlotAt(int Position) const {
@@ -228,6 +236,25 @@ private:
   // Brings the positions up to date with the slots.
   void UpdatePositions() const;
   bool UpdateIsFuzzy() const;
+  // The position of the live slot called Name among the names kept in
+  // place, else -1. A template has a few slots: comparing their names is
+  // quicker than hashing the one asked for, and most names differ in length
+  // or first byte.
+  int LiveNameAt(std::string_view Name) const noexcept {
+    const std::size_t Length = Name.size();
+    const char* const Text = Name.data();
+    const TNameAt* const Names = FNameAt.data();
+    const std::size_t Count = FNameAt.size();
+    for (std::size_t Position = 0; Position < Count; ++Position) {
+      const TNameAt& Known = Names[Position];
+      if (Known.Size != Length || (Length != 0 && Known.Data[0] != Text[0])) continue;
+      // Slot names are short: a byte loop here beats a call.
+      std::size_t Same = 1;
+      while (Same < Length && Known.Data[Same] == Text[Same]) ++Same;
+      if (Same >= Length) return static_cast<int>(Position);
+    }
+    return -1;
+  }
   // PositionOf past the names compared in place.
   int PositionOfSlowly(std::string_view Name) const;
   // Clears the owner of a slot that leaves this template.
@@ -308,7 +335,17 @@ public:
       ::new (static_cast<void*>(&FOne)) IKBValue();
     } else if (Count) {
       FItems = static_cast<IKBValue*>(pool::Allocate(Count * sizeof(IKBValue)));
-      std::uninitialized_value_construct_n(FItems, Count);
+      // A template has a few slots: a call to clear a few words costs more
+      // than storing them.
+      switch (Count) {
+        case 4: ::new (static_cast<void*>(FItems + 3)) IKBValue(); [[fallthrough]];
+        case 3: ::new (static_cast<void*>(FItems + 2)) IKBValue(); [[fallthrough]];
+        case 2:
+          ::new (static_cast<void*>(FItems + 1)) IKBValue();
+          ::new (static_cast<void*>(FItems)) IKBValue();
+          break;
+        default: std::uninitialized_value_construct_n(FItems, Count);
+      }
     }
     FCount = Narrow(Count);
   }
@@ -421,6 +458,9 @@ public:
   IKBValue ContainsKey(const TSlotRef& Slot) const;
   // Shares Value; under dynamic type checks converts or refuses it.
   virtual void SetValue(std::string_view Name, IKBValue Value);
+  // SetValue for the slot at Position, as the template's PositionOf gives it;
+  // raises _SInvalidSlotName when no slot of the template has the position.
+  void SetValueAt(int Position, const IKBValue& Value);
   // Takes clones of Source's values; both must have the same template.
   virtual void AssignValues(const IFact& Source);
   // The values read or set so far, and their slot names, by position.
@@ -434,7 +474,7 @@ public:
   // in slot position order, a multifield item by item after its length; equal
   // facts hash alike. Kept until the fact changes through its own setters (a
   // value changed in place under the fact does not re-hash it).
-  std::int32_t GetHashCode() const;
+  std::int32_t GetHashCode() const { return FHashValid ? FHashCode : HashValues(); }
   // The hash code as last worked out, also when the fact has changed since:
   // the one an index filed the fact under.
   std::int32_t GetLastHashCode() const noexcept { return FHashCode; }
@@ -470,6 +510,14 @@ private:
   // The value at the position of Slot, entered from its default on first reading.
   const IKBValue& ValueAt(int Position, const TFactSlot& Slot) const;
   const IKBValue& GetValueRefSlowly(const TSlotRef& Slot) const;
+  // Stores Value at the position of Slot, after the checks of SetValue.
+  void StoreAt(int Position, const TFactSlot& Slot, IKBValue Value);
+  // Stores a value that needs no check.
+  void Put(int Position, IKBValue&& Value);
+  // SetValue past its common case.
+  void SetValueSlowly(std::string_view Name, IKBValue& Value);
+  // Works the hash code out and keeps it.
+  std::int32_t HashValues() const;
   // GetValue of the slot at Position, called Name.
   const IKBValue& GetValueAt(int Position, const TKBName& Name) const;
   // Room for every position of the template, so that a reference to one

@@ -3,6 +3,7 @@
 
 #include "cogent/host/Pool.h"
 
+#include <cstring>
 #include <mutex>
 
 #if defined(__linux__)
@@ -159,6 +160,12 @@ void* AllocateLarge(std::size_t Size) {
   return Block;
 }
 
+void* AllocateLargeZeroed(std::size_t Size) {
+  void* const Block = AllocateLarge(Size);
+  if (Size < LargeBlock) std::memset(Block, 0, Size);
+  return Block;
+}
+
 void FreeLarge(void* Block, std::size_t Size) noexcept {
   if (!Block) return;
   if (Size < LargeBlock)
@@ -170,6 +177,7 @@ void FreeLarge(void* Block, std::size_t Size) noexcept {
 #else
 
 void* AllocateLarge(std::size_t Size) { return ::operator new(Size); }
+void* AllocateLargeZeroed(std::size_t Size) { return std::memset(::operator new(Size), 0, Size); }
 void FreeLarge(void* Block, std::size_t) noexcept { ::operator delete(Block); }
 
 #endif

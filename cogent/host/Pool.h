@@ -118,6 +118,9 @@ inline void Free(void* Block, std::size_t Size) noexcept {
 // resident for later use; and pages past what was written are not resident.
 constexpr std::size_t LargeBlock = 256 * 1024;
 void* AllocateLarge(std::size_t Size);
+// The same with every byte 0: pages of their own come so from the system,
+// and only a smaller block is cleared.
+void* AllocateLargeZeroed(std::size_t Size);
 void FreeLarge(void* Block, std::size_t Size) noexcept;
 
 // A standard allocator over a pair of block functions.

@@ -209,11 +209,7 @@ TKBValue::TKBValue(TPersistentClass AClass) : FKBType(dtClass) {
   FValue.VInteger = PointerCell(AClass);
 }
 
-TKBValue::TKBValue(std::int32_t AValue, TKBType AType) {
-  if (!KBIntegerTypes.Contains(AType)) throw EKBException(_SInvalidValueType);
-  FKBType = AType;
-  FValue.VInteger = AValue;
-}
+void TKBValue::InvalidValueType() { throw EKBException(_SInvalidValueType); }
 
 TKBValue::TKBValue(const std::string& AValue, TKBType AType) {
   if (!KBStringTypes.Contains(AType)) throw EKBException(_SInvalidValueType);

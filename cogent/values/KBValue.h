@@ -110,7 +110,12 @@ public:
   TKBValue& operator=(const TKBValue&) = delete;
   explicit TKBValue(TPersistentClass AClass);
   // AType must be dtInteger, dtFactId or dtDescriptor.
-  TKBValue(std::int32_t AValue, TKBType AType);
+  TKBValue(std::int32_t AValue, TKBType AType) {
+    if (!KBIntegerTypes.Contains(AType)) [[unlikely]]
+      InvalidValueType();
+    FKBType = AType;
+    FValue.VInteger = AValue;
+  }
   // AType must be dtAtom, dtString, dtVariable, dtMultiVariable, dtSlot or dtMultiSlot.
   TKBValue(const std::string& AValue, TKBType AType);
   TKBValue(const char* AValue, TKBType AType) : TKBValue(std::string(AValue), AType) {}
@@ -152,6 +157,9 @@ public:
   IFact GetAsFact() const;
   IFunCall GetAsFunCall() const;
   IValueVector GetAsList() const;
+  // The list of a multifield without a count of its own, for readers that
+  // hold the value meanwhile; nil for other kinds.
+  const TValueVector* GetListInPlace() const noexcept;
   TObject* GetAsObject() const;
   TObject* GetAsOwnedObject() const;
   TPersistentClass GetAsClass() const;
@@ -229,6 +237,7 @@ protected:
 
 private:
   [[noreturn]] void TypeError(const char* Label) const;
+  [[noreturn]] static void InvalidValueType();
   std::int32_t HashOtherKinds() const;
   void StoreString(TKBType AType, const std::string& Value);
   void StoreInteger(TKBType AType, std::intptr_t Value);
@@ -313,6 +322,10 @@ protected:
     if (AnySideTags()) SetSideTag(this, 0);
   }
 };
+
+inline const TValueVector* TKBValue::GetListInPlace() const noexcept {
+  return FKBType == dtList ? static_cast<const TValueVector*>(FValue.VInterface) : nullptr;
+}
 
 // ---------------------------------------------------------------- TSingletonsVector
 

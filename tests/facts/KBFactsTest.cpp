@@ -118,6 +118,10 @@ TEST(FactTest, SlotPositionsOutliveChangesOfTheTemplate) {
   T->RemoveSlot("age");
   EXPECT_EQ(Fact->ContainsKey(Age), nullptr);
   EXPECT_EQ(ErrorOf([&] { Fact->SetValue("age", Int(1)); }), "No such slot name: \"age\"");
+  const int AgeAt = T->PositionOf("age");
+  EXPECT_EQ(ErrorOf([&] { Fact->SetValueAt(AgeAt, Int(1)); }),
+            "No such slot name: \"" + std::to_string(AgeAt) + "\"");
+  EXPECT_EQ(ErrorOf([&] { Fact->SetValueAt(-1, Int(1)); }), "No such slot name: \"-1\"");
   T->AddSlot("age", Int(0));
   EXPECT_EQ(Fact->GetValue("age")->GetAsInteger(), 42);
 
@@ -125,7 +129,41 @@ TEST(FactTest, SlotPositionsOutliveChangesOfTheTemplate) {
   T->GetSlot("age")->SetName("age-in-whole-years-since-birth");
   Fact->SetValue("age-in-whole-years-since-birth", Int(43));
   EXPECT_EQ(Fact->GetValue("age-in-whole-years-since-birth")->GetAsInteger(), 43);
+  // By position, as the template gives it for the name; nil stores nil.
+  Fact->SetValueAt(T->PositionOf("age-in-whole-years-since-birth"), Int(44));
+  EXPECT_EQ(Fact->GetValue("age-in-whole-years-since-birth")->GetAsInteger(), 44);
+  Fact->SetValueAt(T->PositionOf("name"), nullptr);
+  EXPECT_EQ(Fact->GetValue("name"), FCNil);
   EXPECT_EQ(ErrorOf([&] { Fact->SetValue("age", Int(1)); }), "No such slot name: \"age\"");
+}
+
+TEST(FactTest, NamesAlikeFindTheirOwnSlotsInSmallAndLargeTemplates) {
+  // Names of one length and first byte, in a template whose names are
+  // compared in place and in one past that many slots.
+  for (const int Extra : {0, 12}) {
+    const IFactTemplate T = Template("t");
+    for (const char* Name : {"ab", "ac", "abc", "b"}) T->AddSlot(Name, Int(0));
+    for (int I = 0; I < Extra; ++I) T->AddSlot("x" + std::to_string(I), Int(0));
+    const IFact Fact(new TFact(T));
+    Fact->SetValue("ac", Int(2));
+    Fact->SetValue("abc", Int(3));
+    Fact->SetValue("ab", Int(1));
+    EXPECT_EQ(Fact->GetValue("ab")->GetAsInteger(), 1);
+    EXPECT_EQ(Fact->GetValue("ac")->GetAsInteger(), 2);
+    EXPECT_EQ(Fact->GetValue("abc")->GetAsInteger(), 3);
+    EXPECT_EQ(Fact->GetValue("b")->GetAsInteger(), 0);
+    EXPECT_EQ(ErrorOf([&] { Fact->SetValue("ad", Int(1)); }), "No such slot name: \"ad\"");
+    EXPECT_EQ(ErrorOf([&] { Fact->SetValue("", Int(1)); }), "No such slot name: \"\"");
+    // Equal content hashes alike, whatever order the values came in.
+    const IFact Other(new TFact(T));
+    Other->SetValue("ab", Int(1));
+    Other->SetValue("abc", Int(3));
+    Other->SetValue("ac", Int(2));
+    EXPECT_TRUE(Fact->Equals(Other));
+    EXPECT_EQ(Fact->GetHashCode(), Other->GetHashCode());
+    Other->SetValue("b", Int(4));
+    EXPECT_NE(Fact->GetHashCode(), Other->GetHashCode());
+  }
 }
 
 TEST_F(KBFactsTest, DynamicChecksGuardValuesAndDefaults) {
