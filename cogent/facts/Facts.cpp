@@ -146,13 +146,9 @@ void TFact::SetValueSlowly(std::string_view Name, IKBValue& Value) {
   if (!Template) [[unlikely]]
     throw EKBException(_SNoTemplate);
   int Position;
-  const TFactSlot* const Slot = Template->SlotNamed(Name, Position);
-  if (!Slot) [[unlikely]]
+  if (!Template->SlotNamed(Name, Position)) [[unlikely]]
     RefuseSlotName(Name);
-  if (Slot->IsPlainlyValid(Value)) [[likely]]
-    Put(Position, std::move(Value));
-  else
-    StoreAt(Position, *Slot, std::move(Value));
+  SetValueAt(Position, Value);
 }
 
 void TFact::SetValueAt(int Position, const IKBValue& Value) {
