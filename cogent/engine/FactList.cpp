@@ -38,8 +38,7 @@ std::size_t TFactHashIndex::Home(std::int32_t Hash) const noexcept {
 std::int32_t TFactHashIndex::HashOf(TEntry Entry) noexcept { return FactOf(Entry)->GetLastHashCode(); }
 
 void TFactHashIndex::Clear() noexcept {
-  if (FEntries) pool::FreeLarge(FEntries, (FMask + 1) * sizeof(TEntry));
-  FEntries = nullptr;
+  FEntries.reset();
   FMask = FCount = 0;
   FShift = 64;
 }
@@ -47,9 +46,9 @@ void TFactHashIndex::Clear() noexcept {
 void TFactHashIndex::Resize(std::size_t Count) {
   // At most half full.
   const std::size_t Capacity = std::bit_ceil(std::max<std::size_t>(16, Count * 2));
-  auto* const Fresh = static_cast<TEntry*>(pool::AllocateLargeZeroed(Capacity * sizeof(TEntry)));
-  Clear();
-  FEntries = Fresh;
+  const std::size_t Bytes = Capacity * sizeof(TEntry);
+  FEntries = std::unique_ptr<TEntry[], TFreeLargeTable>(static_cast<TEntry*>(pool::AllocateLargeZeroed(Bytes)),
+                                                        TFreeLargeTable{Bytes});
   FMask = Capacity - 1;
   FShift = 64 - std::countr_zero(Capacity);
   FCount = 0;

@@ -4,6 +4,7 @@
 // module, to its module. A second construct under a name follows the
 // engine's DuplicateConstructs.
 
+#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -295,13 +296,14 @@ private:
 // bits of the hash in its top bits, marked by the low bit, which an aligned
 // fact leaves free. A probe compares those bits and reads the fact only when
 // they agree; an entry moved by a removal or a rebuild reads its fact's hash.
+// Gives a table back to the pool's large blocks, which need its size.
+struct TFreeLargeTable {
+  std::size_t Bytes = 0;
+  void operator()(void* Table) const noexcept { pool::FreeLarge(Table, Bytes); }
+};
+
 class TFactHashIndex {
 public:
-  TFactHashIndex() = default;
-  TFactHashIndex(const TFactHashIndex&) = delete;
-  TFactHashIndex& operator=(const TFactHashIndex&) = delete;
-  ~TFactHashIndex() { Clear(); }
-
   void Clear() noexcept;
   // False, with nothing added, when the index is full: the caller rebuilds
   // it from all its facts, this one among them.
@@ -347,7 +349,7 @@ private:
   void Erase(std::size_t Index) noexcept;
   // FMask + 1 entries from the pool's large blocks, nil while empty; a new
   // table comes zeroed from them, fresh pages without a pass of our own.
-  TEntry* FEntries = nullptr;
+  std::unique_ptr<TEntry[], TFreeLargeTable> FEntries;
   std::size_t FMask = 0;
   std::size_t FCount = 0;
   int FShift = 64;

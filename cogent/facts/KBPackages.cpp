@@ -184,15 +184,12 @@ std::string TKBUserFunction::ToString(IReasoner* Reasoner) const {
 }
 
 void TKBUserFunction::Call(const IFunCall& FunCall, TObject* Context, IKBValue& Result) {
-  // The fields, not the getters: an interpreted function reports its own
-  // parameters but checks them itself.
-  const int Count = FunCall ? FunCall->GetArgumentCount() : 0;
-  if (Count < FMinArgumentCount) throw EKBException(Format(_STooFewArgs, FFunctionName));
-  if (Count > FMaxArgumentCount) throw EKBException(Format(_STooManyArgs, FFunctionName));
-  Call(FunCall, AsContext(Context), Result);
+  Invoke(FunCall, AsContext(Context), Result);
 }
 
 void TKBUserFunction::Invoke(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) {
+  // The limits as fields, not through the getters: an interpreted function
+  // reports its own parameters but checks them itself.
   CheckArgumentCount(FunCall ? FunCall->GetArgumentCount() : 0);
   Call(FunCall, Context, Result);
 }

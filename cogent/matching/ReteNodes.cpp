@@ -1170,7 +1170,10 @@ void TPatternMatchTerminalNode::StandDown(const IReteToken& Token) {
 void TPatternMatchTerminalNode::FastClear() noexcept {
   for (TActivation* Activation : FActivations) Activation->FListIndex = -1;
   FActivations.clear();
-  std::fill(FByToken.begin(), FByToken.end(), nullptr);
+  // Until the next retraction that reaches the node, no index again.
+  std::vector<TActivation*>().swap(FByToken);
+  FByTokenShift = 32;
+  FIndexed = false;
 }
 
 void TPatternMatchTerminalNode::Forget(TActivation* Activation) noexcept { Unlist(Activation); }

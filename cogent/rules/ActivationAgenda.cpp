@@ -127,7 +127,14 @@ void TActivationAgenda::DoClear() {
     Release(Activation, Node);
     if (FFreeData && Activation) Owned.push_back(Activation);
   }
-  // The pool keeps its room for the next entries.
+  StartOver();
+  FUnclaimed = 0;
+  FCachedIndex = -1;
+  for (TActivation* Activation : Owned) delete Activation;
+}
+
+void TActivationAgenda::StartOver() noexcept {
+  // The pool and the runs keep their room for the next entries.
   FNodes.clear();
   FFreeNode = -1;
   FTop.clear();
@@ -135,9 +142,6 @@ void TActivationAgenda::DoClear() {
   FBottomHead = 0;
   FRoot = FTreeFirst = FTreeLast = -1;
   FCount = 0;
-  FUnclaimed = 0;
-  FCachedIndex = -1;
-  for (TActivation* Activation : Owned) delete Activation;
 }
 
 void TActivationAgenda::ActivationFreed(TActivation* Activation) noexcept {
@@ -285,12 +289,8 @@ TActivation* TActivationAgenda::RemoveNode(std::int32_t Node) noexcept {
   if (Result && !Holds(Result, Node)) --FUnclaimed;
   Release(Result, Node);
   if (FCount == 0) {
-    // The last entry left: the pool starts over.
-    FNodes.clear();
-    FFreeNode = -1;
-    FTop.clear();
-    FBottom.clear();
-    FBottomHead = 0;
+    // The last entry left.
+    StartOver();
   } else {
     // Size 0 and no activation is all that a walk of the pool asks of it.
     TNode& Free = At(Node);

@@ -105,8 +105,8 @@ protected:
 
 private:
   // A node of the tree, an entry of one of the runs, or a free node of the
-  // pool (Size 0, the next free node in Left). An entry of a run has Size 1, its run in Parent and its
-  // place in the run's array in Slot.
+  // pool (Size 0, the next free node in Left). An entry of a run has Size 1,
+  // its run in Parent and its place in the run's array in Slot.
   struct TNode {
     TActivation* Data = nullptr;
     std::int32_t Left = -1;
@@ -170,6 +170,8 @@ private:
   void EraseFromRun(std::vector<std::int32_t>& Run, int Slot) noexcept;
   void TopIntoTree() noexcept;
   void BottomIntoTree() noexcept;
+  // No entries: the pool, the runs and the tree empty.
+  void StartOver() noexcept;
 
   // The tree alone: a node's neighbours and index there, links at an index, unlinks.
   std::int32_t TreeNext(std::int32_t Node) const noexcept;
