@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <new>
+#include <vector>
 
 #if defined(__SANITIZE_ADDRESS__)
 #define COGENT_POOL_OFF 1
@@ -154,6 +155,11 @@ using TAllocator = TBlockAllocator<T, Allocate, Free>;
 
 template <class T>
 using TLargeAllocator = TBlockAllocator<T, AllocateLarge, FreeLarge>;
+
+// An array that may grow as large as working memory: past LargeBlock its
+// pages are huge ones where the system offers them, a fault per 2 MB.
+template <class T>
+using TLargeVector = std::vector<T, TLargeAllocator<T>>;
 
 }  // namespace cogent::pool
 

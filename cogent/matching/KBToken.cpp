@@ -37,9 +37,9 @@ TKBToken::TKBToken(TTokenAction AAction, const IFact& AFact) noexcept
 TKBToken::TKBToken(const TKBToken& Source) noexcept
     : TKBTokenPersistent(Source),
       FCount(Source.FCount),
+      FStrength(Source.FStrength),
       FFact(Source.FFact),
       FParent(Source.FParent),
-      FStrength(Source.FStrength),
       FSortCode(Source.FSortCode),
       FTag(Source.FTag) {}
 
@@ -55,9 +55,9 @@ TKBToken::TKBToken(const IReteToken& Source) noexcept {
 
 TKBToken::TKBToken(const IReteToken& AParent, const IFact& AFact) noexcept
     : FCount(AParent ? AParent->FCount + 1 : 1),
+      FStrength(AParent ? AParent->FStrength : 1.0f),
       FFact(AFact),
       FParent(AParent),
-      FStrength(AParent ? AParent->FStrength : 1.0f),
       FSortCode(ExtendSortCode(AParent ? AParent->FSortCode : 0, AFact)),
       FTag(AParent ? AParent->FTag : taClear) {}
 
@@ -249,12 +249,12 @@ void TKBTokenTree::Grow() {
   // Buckets stay short however many tokens come: a memory of many tokens
   // spreads them over more buckets. The entries are relinked bucket by
   // bucket, so that tokens of one new bucket keep the order they had.
-  std::vector<std::int32_t> Old(static_cast<std::size_t>(FHash > (1 << 29) ? FHash : FHash * 2 + 1), -1);
+  pool::TLargeVector<std::int32_t> Old(static_cast<std::size_t>(FHash > (1 << 29) ? FHash : FHash * 2 + 1), -1);
   Old.swap(FBuckets);
   FHash = static_cast<std::int32_t>(FBuckets.size());
   FLowIndex = FHash + 1;
   FHighIndex = -1;
-  std::vector<std::int32_t> Tails(FBuckets.size(), -1);
+  pool::TLargeVector<std::int32_t> Tails(FBuckets.size(), -1);
   for (std::int32_t At : Old)
     while (At >= 0) {
       const std::int32_t Next = FEntries[static_cast<std::size_t>(At)].Next;

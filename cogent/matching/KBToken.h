@@ -77,11 +77,13 @@ protected:
   ~TKBToken() override = default;
 
 private:
+  // The counts and the strength first, where they fill the gap the count of
+  // references leaves: a token is 56 bytes, not 64.
   std::int32_t FCount = 0;
   std::int32_t FNegatedCount = 0;
+  float FStrength = 1.0f;
   IFact FFact;
   IReteToken FParent;
-  float FStrength = 1.0f;
   std::int32_t FSortCode = 0;
   TTokenAction FTag = taClear;
 };
@@ -106,6 +108,7 @@ class TKBTokenTree : public TPersistent {
     // The bucket's next entry, or of the free list; -1 at the end.
     std::int32_t Next;
   };
+  using TEntries = pool::TLargeVector<TEntry>;
   struct TKeyPart {
     std::int32_t TokenIndex;
     TSlotRef Slot;
@@ -118,7 +121,7 @@ public:
   public:
     class iterator {
     public:
-      iterator(const std::vector<TEntry>* AEntries, std::int32_t AAt) noexcept : FEntries(AEntries), FAt(AAt) {}
+      iterator(const TEntries* AEntries, std::int32_t AAt) noexcept : FEntries(AEntries), FAt(AAt) {}
       const IReteToken& operator*() const noexcept { return (*FEntries)[static_cast<std::size_t>(FAt)].Token; }
       // The key the token is filed under, read without visiting the token.
       std::int32_t Key() const noexcept { return (*FEntries)[static_cast<std::size_t>(FAt)].Key; }
@@ -129,16 +132,16 @@ public:
       bool operator==(const iterator& Other) const noexcept { return FAt == Other.FAt; }
 
     private:
-      const std::vector<TEntry>* FEntries;
+      const TEntries* FEntries;
       std::int32_t FAt;
     };
-    TTokens(const std::vector<TEntry>* AEntries, std::int32_t AFirst) noexcept : FEntries(AEntries), FFirst(AFirst) {}
+    TTokens(const TEntries* AEntries, std::int32_t AFirst) noexcept : FEntries(AEntries), FFirst(AFirst) {}
     iterator begin() const noexcept { return {FEntries, FFirst}; }
     iterator end() const noexcept { return {FEntries, -1}; }
     bool IsEmpty() const noexcept { return FFirst < 0; }
 
   private:
-    const std::vector<TEntry>* FEntries;
+    const TEntries* FEntries;
     std::int32_t FFirst;
   };
 
@@ -241,8 +244,8 @@ private:
   std::int32_t FTokenIndex;
   std::vector<TKeyPart> FMoreKeys;
   // Each bucket's first entry, -1 when it is empty.
-  std::vector<std::int32_t> FBuckets;
-  std::vector<TEntry> FEntries;
+  pool::TLargeVector<std::int32_t> FBuckets;
+  TEntries FEntries;
   // The first unused entry of FEntries, chained through Next.
   std::int32_t FFree = -1;
   bool FKeyByParent = false;

@@ -83,6 +83,8 @@ protected:
 // stood down or fired.
 class TActivation : public TPersistent {
 public:
+  COGENT_POOLED(TActivation)
+
   TActivation(IReteRule* ARule, const IReteToken& AToken, TPatternMatchTerminalNode* ANode, float AStrength);
   TActivation(const TActivation&) = delete;
   TActivation& operator=(const TActivation&) = delete;
@@ -489,7 +491,7 @@ private:
   bool FInitialized = false;
   IReteRule* FRule = nullptr;
   // In no particular order: an activation leaves by a swap with the last.
-  std::vector<TActivation*> FActivations;
+  pool::TLargeVector<TActivation*> FActivations;
   // The activations by their token's sort code, so that a retraction finds
   // its activation without a scan: buckets (a power of two, at least as many
   // as activations) chained through the activations, the newest first, so
@@ -497,7 +499,7 @@ private:
   // retraction that reaches the node: until then no lookup needs it, and
   // filing and unfiling each activation would cost a random memory access
   // apiece.
-  std::vector<TActivation*> FByToken;
+  pool::TLargeVector<TActivation*> FByToken;
   std::uint32_t FByTokenShift = 32;
   bool FIndexed = false;
   std::uint64_t FSerial = 0;

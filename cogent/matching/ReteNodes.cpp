@@ -1093,7 +1093,7 @@ void TPatternMatchTerminalNode::IndexByToken(TActivation* Activation) {
     // all a chain needs to keep its order: equal tokens are still met
     // newest first.
     constexpr std::size_t Spread = 4;
-    std::vector<TActivation*> Old(FByToken.empty() ? 16 : FByToken.size() * Spread, nullptr);
+    pool::TLargeVector<TActivation*> Old(FByToken.empty() ? 16 : FByToken.size() * Spread, nullptr);
     Old.swap(FByToken);
     FByTokenShift = static_cast<std::uint32_t>(32 - std::countr_zero(FByToken.size()));
     for (std::size_t B = 0; B < Old.size(); ++B) {
@@ -1115,7 +1115,7 @@ void TPatternMatchTerminalNode::IndexByToken(TActivation* Activation) {
 }
 
 void TPatternMatchTerminalNode::BuildIndex() {
-  std::vector<TActivation*> Listed(FActivations);
+  pool::TLargeVector<TActivation*> Listed(FActivations);
   std::sort(Listed.begin(), Listed.end(),
             [](const TActivation* A, const TActivation* B) { return A->FSerial < B->FSerial; });
   FIndexed = true;
@@ -1171,7 +1171,7 @@ void TPatternMatchTerminalNode::FastClear() noexcept {
   for (TActivation* Activation : FActivations) Activation->FListIndex = -1;
   FActivations.clear();
   // Until the next retraction that reaches the node, no index again.
-  std::vector<TActivation*>().swap(FByToken);
+  pool::TLargeVector<TActivation*>().swap(FByToken);
   FByTokenShift = 32;
   FIndexed = false;
 }

@@ -302,7 +302,7 @@ TActivation* TActivationAgenda::RemoveNode(std::int32_t Node) noexcept {
   return Result;
 }
 
-void TActivationAgenda::InsertInRun(std::vector<std::int32_t>& Run, std::int32_t Parent, int Slot,
+void TActivationAgenda::InsertInRun(pool::TLargeVector<std::int32_t>& Run, std::int32_t Parent, int Slot,
                                     std::int32_t Node) noexcept {
   // The room is there: InsertNode made it.
   Run.push_back(Node);
@@ -316,7 +316,7 @@ void TActivationAgenda::InsertInRun(std::vector<std::int32_t>& Run, std::int32_t
   At(Node).Parent = Parent;
 }
 
-void TActivationAgenda::EraseFromRun(std::vector<std::int32_t>& Run, int Slot) noexcept {
+void TActivationAgenda::EraseFromRun(pool::TLargeVector<std::int32_t>& Run, int Slot) noexcept {
   const std::size_t Last = Run.size() - 1;
   for (std::size_t After = static_cast<std::size_t>(Slot); After < Last; ++After) {
     const std::int32_t Moved = Run[After + 1];

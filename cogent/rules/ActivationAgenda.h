@@ -166,8 +166,8 @@ private:
   TActivation* RemoveNode(std::int32_t Node) noexcept;
   // The runs' arrays with their entries' slots, and the moves of a run
   // into the tree.
-  void InsertInRun(std::vector<std::int32_t>& Run, std::int32_t Parent, int Slot, std::int32_t Node) noexcept;
-  void EraseFromRun(std::vector<std::int32_t>& Run, int Slot) noexcept;
+  void InsertInRun(pool::TLargeVector<std::int32_t>& Run, std::int32_t Parent, int Slot, std::int32_t Node) noexcept;
+  void EraseFromRun(pool::TLargeVector<std::int32_t>& Run, int Slot) noexcept;
   void TopIntoTree() noexcept;
   void BottomIntoTree() noexcept;
   // No entries: the pool, the runs and the tree empty.
@@ -190,7 +190,7 @@ private:
   std::uint32_t NextPriority() noexcept;
 
   bool FFreeData = true;
-  std::vector<TNode> FNodes;
+  pool::TLargeVector<TNode> FNodes;
   // The free nodes of the pool, linked through Left.
   std::int32_t FFreeNode = -1;
   std::int32_t FRoot = -1;
@@ -199,8 +199,8 @@ private:
   std::int32_t FTreeLast = -1;
   // The run above the tree, the top entry last, and the run below it, from
   // FBottomHead on: the entries before it have left from the run's front.
-  std::vector<std::int32_t> FTop;
-  std::vector<std::int32_t> FBottom;
+  pool::TLargeVector<std::int32_t> FTop;
+  pool::TLargeVector<std::int32_t> FBottom;
   int FBottomHead = 0;
   int FCount = 0;
   // The entry last looked up by index or found by identity, until the
