@@ -291,7 +291,7 @@ std::uint64_t MixIn(std::uint64_t Mix, std::int32_t Hash) noexcept {
 
 std::int32_t TFact::HashValues() const {
   const TFactTemplate* const Template = FTemplate.get();
-  std::uint64_t Mix = reinterpret_cast<std::uintptr_t>(Template);
+  std::uint64_t Mix = 0;
   if (Template) {
     const bool Fuzzy = Template->IsFuzzy();
     // In the template's position order: only facts of one template can be
@@ -311,6 +311,11 @@ std::int32_t TFact::HashValues() const {
         Mix = MixIn(Mix, Value->GetHashCode());
     }
   }
+  // The template comes in last, past the multiplies: mixed in first, its
+  // address, which differs from another template's in a few low bits, would
+  // cancel against a first value that differs in the same bits (an integer
+  // id), and the facts of two templates would pair off under one hash.
+  Mix ^= reinterpret_cast<std::uintptr_t>(Template);
   Mix ^= Mix >> 32;
   Mix *= HashGolden;
   FHashCode = static_cast<std::int32_t>(Mix >> 32);

@@ -221,6 +221,17 @@ TEST(FactTest, EqualityHashAndCopies) {
   C->SetValue("name", Atom("ann"));
   C->SetValue("age", Int(30));
   EXPECT_FALSE(A->Equals(C));
+  // Facts of two templates hash apart even where their values differ in
+  // just the bits that the templates' addresses do.
+  const IFactTemplate U = Template("u"), V = Template("v");
+  U->AddSlot("n", Int(0));
+  V->AddSlot("n", Int(0));
+  const auto Apart = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(U.get()) ^
+                                                reinterpret_cast<std::uintptr_t>(V.get()));
+  const IFact OfU(new TFact(U)), OfV(new TFact(V));
+  OfU->SetValue("n", Int(5));
+  OfV->SetValue("n", Int(static_cast<std::int32_t>(5U ^ Apart)));
+  EXPECT_NE(OfU->GetHashCode(), OfV->GetHashCode());
 
   // Copies clone the values and keep the number; AssignValues takes the
   // values only, Assign the number too.
