@@ -528,7 +528,7 @@ IKBValue NewDefault(const TFactSlot& Slot, IKnowledgeBase* Engine) {
 
 IFact TFactTemplate::NewFact() {
   // Room for every position from the start: the first value set needs none.
-  const IFact Result(new TFact(this, static_cast<std::size_t>(GetPositionCount())));
+  const IFact Result = NewBlankFact();
   // A slot left empty takes a clone of its default when first read, the
   // same value as one entered now, so only what must happen now happens:
   // dynamic defaults are worked out in slot order, and dynamic checks see

@@ -395,7 +395,7 @@ IKBValue TKBContext::ResolveValue(TKBValue& Value) {
 
 IFact TKBContext::ResolveClone(const IFact& Fact) {
   if (!Fact || !Fact->GetTemplateRef()) return Fact ? Fact->Clone() : Fact;
-  const IFact Result(new TFact(Fact->GetTemplateRef()));
+  const IFact Result = Fact->GetTemplateRef()->NewBlankFact();
   Result->SetID(Fact->GetID());
   Result->SetTag(Fact->GetTag());
   // The clone's template, which nothing can take from the clone while its

@@ -204,6 +204,9 @@ public:
 
   // A fact of this template with id -1, filled with defaults.
   virtual IFact NewFact();
+  // A fact of this template with room for every slot and nothing in any:
+  // what a copy fills slot by slot.
+  IFact NewBlankFact();
   // Gives Fact a clone of each slot's default; dynamic defaults are resolved
   // in the engine's global context.
   virtual void FillFactWithDefaults(const IFact& Fact);
@@ -538,6 +541,10 @@ private:
   bool FHasTag = false;
   IFactTemplate FTemplate;
 };
+
+inline IFact TFactTemplate::NewBlankFact() {
+  return IFact(new TFact(this, static_cast<std::size_t>(GetPositionCount())));
+}
 
 // ---------------------------------------------------------------- fact sets
 

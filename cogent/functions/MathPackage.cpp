@@ -41,20 +41,47 @@ namespace {
 
 bool IsFloat(const IKBValue& Value) { return Value->GetDType() == dtFloat; }
 
-// Folds the numeric readings of the arguments into an accumulator; one float
-// among them makes the result a float.
+// Folds the numeric readings of the arguments, from argument From on, into
+// an accumulator; one float among them makes the result a float. Read, when
+// given, is argument From already evaluated.
 template <class Step>
-IKBValue Fold(const IFunCall& FunCall, TKBContext* Context, bool StartWithFirst, double Start, Step&& Apply) {
+IKBValue FoldFrom(const IFunCall& FunCall, TKBContext* Context, int From, const TKBValue* Read, bool StartWithFirst,
+                  double Accumulator, Step&& Apply) {
   bool Float = false;
-  double Accumulator = Start;
-  for (int I = 0; I < FunCall->GetArgumentCount(); ++I) {
+  for (int I = From; I < FunCall->GetArgumentCount(); ++I) {
     IKBValue Keep;
-    const TKBValue& Value = PeekEvaluated(FunCall, I, Context, Keep);
+    const TKBValue& Value = I == From && Read ? *Read : PeekEvaluated(FunCall, I, Context, Keep);
     const double Number = Value.GetAsNumeric();
     Accumulator = I == 0 && StartWithFirst ? Number : CheckFloat(Apply(Accumulator, Number));
     Float = Float || Value.GetDType() == dtFloat;
   }
   return Float ? NewFloat(Accumulator) : NewInteger(TruncToInteger(Accumulator));
+}
+
+template <class Step>
+IKBValue Fold(const IFunCall& FunCall, TKBContext* Context, bool StartWithFirst, double Start, Step&& Apply) {
+  return FoldFrom(FunCall, Context, 0, nullptr, StartWithFirst, Start, Apply);
+}
+
+// A sum, or a difference from the first argument: while the arguments are
+// integers they add in 64 bits, which is exact where the doubles of the fold
+// are (up to 2^22 arguments of 32 bits stay inside a double's 53), and wraps
+// to 32 bits as the fold's result does. The first argument of another kind
+// carries the sum over into the fold.
+template <class Step>
+IKBValue AddUp(const IFunCall& FunCall, TKBContext* Context, bool Subtract, Step&& Apply) {
+  const int Count = FunCall->GetArgumentCount();
+  if (Count > (1 << 22)) return Fold(FunCall, Context, Subtract, 0.0, Apply);
+  std::int64_t Whole = 0;
+  for (int I = 0; I < Count; ++I) {
+    IKBValue Keep;
+    const TKBValue& Value = PeekEvaluated(FunCall, I, Context, Keep);
+    if (Value.GetDType() != dtInteger) [[unlikely]]
+      return FoldFrom(FunCall, Context, I, &Value, Subtract, static_cast<double>(Whole), Apply);
+    const std::int64_t Number = Value.GetAsInteger();
+    Whole = I == 0 ? Number : Subtract ? Whole - Number : Whole + Number;
+  }
+  return NewInteger(static_cast<std::int32_t>(static_cast<std::uint32_t>(Whole)));
 }
 
 // The best argument by Better; only an argument that becomes the best can
@@ -137,12 +164,12 @@ namespace {
 // The direct entries of the arithmetic: the arguments are read even when
 // the caller drops the value, for what reading them does.
 void Sum(const IFunCall& FunCall, TKBContext* Context, IKBValue* Result) {
-  IKBValue Value = Fold(FunCall, Context, false, 0.0, [](double A, double B) { return A + B; });
+  IKBValue Value = AddUp(FunCall, Context, false, [](double A, double B) { return A + B; });
   if (Result) *Result = std::move(Value);
 }
 
 void Difference(const IFunCall& FunCall, TKBContext* Context, IKBValue* Result) {
-  IKBValue Value = Fold(FunCall, Context, true, 0.0, [](double A, double B) { return A - B; });
+  IKBValue Value = AddUp(FunCall, Context, true, [](double A, double B) { return A - B; });
   if (Result) *Result = std::move(Value);
 }
 

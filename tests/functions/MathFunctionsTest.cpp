@@ -20,6 +20,9 @@ TEST(MathFunctions, SumsAndProductsTakeTheirKindFromTheArguments) {
   EXPECT_EQ("dtInteger -4", Eval(Engine, "(- 1 2 3)"));
   // Whole results wrap to 32 bits.
   EXPECT_EQ("dtInteger -2147483648", Eval(Engine, "(+ 2147483647 1)"));
+  EXPECT_EQ("dtInteger -2147483647", Eval(Engine, "(- -2147483648 2147483647 2147483647 1)"));
+  // Integers summed past 32 bits carry their whole sum into a float.
+  EXPECT_EQ("dtFloat 6442450941.5000", Eval(Engine, "(+ 2147483647 2147483647 2147483647 0.5)"));
   EXPECT_EQ("dtInteger 0", Eval(Engine, "(* 65536 65536)"));
   EXPECT_EQ("Too few arguments for -", ErrorOfCall(Engine, "(-)"));
   EXPECT_EQ("Not a numeric type.  Value (a) is a dtAtom type", ErrorOfCall(Engine, "(+ 1 a)"));
