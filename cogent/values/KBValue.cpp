@@ -484,7 +484,7 @@ std::string TKBValue::GetAsString() const {
   }
 }
 
-std::int32_t TKBValue::GetAsInteger() const {
+std::int32_t TKBValue::IntegerOfOtherKinds() const {
   std::int32_t Result = 0;
   switch (FKBType) {
     case dtFloat:

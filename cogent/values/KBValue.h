@@ -148,7 +148,11 @@ public:
   std::string GetAsMultiVariable() const { return GetAsString(); }
   std::string GetAsSlot() const { return GetAsString(); }
   std::string GetAsMultiSlot() const { return GetAsString(); }
-  std::int32_t GetAsInteger() const;
+  std::int32_t GetAsInteger() const {
+    // The kind read most, in line.
+    if (FKBType == dtInteger) return static_cast<std::int32_t>(static_cast<std::uint32_t>(FValue.VInteger));
+    return IntegerOfOtherKinds();
+  }
   double GetAsFloat() const;
   double GetAsNumeric() const { return GetAsFloat(); }
   std::int32_t GetAsFactId() const;
@@ -239,6 +243,7 @@ private:
   [[noreturn]] void TypeError(const char* Label) const;
   [[noreturn]] static void InvalidValueType();
   std::int32_t HashOtherKinds() const;
+  std::int32_t IntegerOfOtherKinds() const;
   void StoreString(TKBType AType, const std::string& Value);
   void StoreInteger(TKBType AType, std::intptr_t Value);
   void StoreInterface(TKBType AType, IInterface Value);
