@@ -287,6 +287,12 @@ private:
 
 // ---------------------------------------------------------------- TFacts
 
+// Gives a table back to the pool's large blocks, which need its size.
+struct TFreeLargeTable {
+  std::size_t Bytes = 0;
+  void operator()(void* Table) const noexcept { pool::FreeLarge(Table, Bytes); }
+};
+
 // Facts under their hash codes, for finding a fact by content: open
 // addressing with linear probing in one flat table, so that a look-up reads
 // one run of neighbouring entries instead of chasing a node per fact.
@@ -296,12 +302,6 @@ private:
 // bits of the hash in its top bits, marked by the low bit, which an aligned
 // fact leaves free. A probe compares those bits and reads the fact only when
 // they agree; an entry moved by a removal or a rebuild reads its fact's hash.
-// Gives a table back to the pool's large blocks, which need its size.
-struct TFreeLargeTable {
-  std::size_t Bytes = 0;
-  void operator()(void* Table) const noexcept { pool::FreeLarge(Table, Bytes); }
-};
-
 class TFactHashIndex {
 public:
   void Clear() noexcept;

@@ -128,8 +128,6 @@ void TActivationAgenda::DoClear() {
     if (FFreeData && Activation) Owned.push_back(Activation);
   }
   StartOver();
-  FUnclaimed = 0;
-  FCachedIndex = -1;
   for (TActivation* Activation : Owned) delete Activation;
 }
 
@@ -142,6 +140,8 @@ void TActivationAgenda::StartOver() noexcept {
   FBottomHead = 0;
   FRoot = FTreeFirst = FTreeLast = -1;
   FCount = 0;
+  FUnclaimed = 0;
+  FCachedIndex = -1;
 }
 
 void TActivationAgenda::ActivationFreed(TActivation* Activation) noexcept {

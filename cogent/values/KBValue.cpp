@@ -498,7 +498,6 @@ std::int32_t TKBValue::IntegerOfOtherKinds() const {
       if (TryStrToFloat(Text, Float) && TruncToInt32(Float, Result)) return Result;
       break;
     }
-    case dtInteger:
     case dtFactId:
     case dtDescriptor:
     case dtExternalAddress:

@@ -150,8 +150,7 @@ public:
   std::string GetAsMultiSlot() const { return GetAsString(); }
   std::int32_t GetAsInteger() const {
     // The kind read most, in line.
-    if (FKBType == dtInteger) return static_cast<std::int32_t>(static_cast<std::uint32_t>(FValue.VInteger));
-    return IntegerOfOtherKinds();
+    return FKBType == dtInteger ? IntegerInPlace() : IntegerOfOtherKinds();
   }
   double GetAsFloat() const;
   double GetAsNumeric() const { return GetAsFloat(); }
@@ -205,7 +204,7 @@ public:
   virtual bool EqualsStar(const IKBValue& Other) const;
   std::int32_t GetHashCode() const {
     // The kinds facts hold most, in line.
-    if (FKBType == dtInteger) return static_cast<std::int32_t>(static_cast<std::uint32_t>(FValue.VInteger));
+    if (FKBType == dtInteger) return IntegerInPlace();
     if (FKBType == dtAtom) return FValue.VText->GetHash();
     return HashOtherKinds();
   }
@@ -243,6 +242,10 @@ private:
   [[noreturn]] void TypeError(const char* Label) const;
   [[noreturn]] static void InvalidValueType();
   std::int32_t HashOtherKinds() const;
+  // The low 32 bits of the cell, which is an integer's value and its hash.
+  std::int32_t IntegerInPlace() const noexcept {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(FValue.VInteger));
+  }
   std::int32_t IntegerOfOtherKinds() const;
   void StoreString(TKBType AType, const std::string& Value);
   void StoreInteger(TKBType AType, std::intptr_t Value);
