@@ -44,6 +44,11 @@ struct TChunk {
   void* Memory;
 };
 
+// Outgrown large blocks kept as runs, at most this many bytes at a time: a
+// block freed while working memory grows is used up by it soon, and one freed
+// as working memory shrinks stays with the process as chunks do.
+constexpr std::size_t SpareLimit = 64 * 1024 * 1024;
+
 struct TSupply {
   std::mutex Lock;
   TBatch* Batches[ClassCount] = {};
@@ -51,6 +56,10 @@ struct TSupply {
   TChunk* Chunks = nullptr;
   char* NextRun = nullptr;
   char* ChunkEnd = nullptr;
+  // Whole runs of freed large blocks, taken before fresh chunks: their pages
+  // are resident, where a fresh page costs the system a clearing.
+  TRun* Spares = nullptr;
+  std::size_t SpareBytes = 0;
 };
 
 // Never destroyed: blocks are freed by the destructors of other objects with
@@ -104,6 +113,41 @@ void Register() noexcept {
   static thread_local TThreadEnd End;
 }
 
+namespace {
+
+// A run of fresh blocks' worth of memory: a spare one, else the next of the
+// current chunk, else the first of a new chunk. The caller holds the lock.
+char* TakeRun(TSupply& S) {
+  if (TRun* const Spare = S.Spares) {
+    char* const Run = reinterpret_cast<char*>(Spare);
+    char* const Next = Run + RunBytes;
+    S.Spares = Next == Spare->End ? Spare->Next : ::new (static_cast<void*>(Next)) TRun{Spare->Next, Spare->End};
+    S.SpareBytes -= RunBytes;
+    return Run;
+  }
+  if (S.NextRun == S.ChunkEnd) {
+    auto* Link = new TChunk{S.Chunks, nullptr};
+    try {
+      Link->Memory = ::operator new(ChunkBytes, std::align_val_t{ChunkBytes});
+    } catch (...) {
+      delete Link;
+      throw;
+    }
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+    // Only advice: where it is refused the chunk has ordinary pages.
+    madvise(Link->Memory, ChunkBytes, MADV_HUGEPAGE);
+#endif
+    S.Chunks = Link;
+    S.NextRun = static_cast<char*>(Link->Memory);
+    S.ChunkEnd = S.NextRun + ChunkBytes;
+  }
+  char* const Run = S.NextRun;
+  S.NextRun += RunBytes;
+  return Run;
+}
+
+}  // namespace
+
 void* Refill(std::size_t Class) {
   if (!ThreadCaches.Registered) Register();
   TSizeCache& Cache = ThreadCaches.Sizes[Class];
@@ -119,25 +163,9 @@ void* Refill(std::size_t Class) {
       Cache.Fresh = reinterpret_cast<char*>(Run);
       Cache.FreshEnd = Run->End;
     } else {
-      if (S.NextRun == S.ChunkEnd) {
-        auto* Link = new TChunk{S.Chunks, nullptr};
-        try {
-          Link->Memory = ::operator new(ChunkBytes, std::align_val_t{ChunkBytes});
-        } catch (...) {
-          delete Link;
-          throw;
-        }
-#if defined(__linux__) && defined(MADV_HUGEPAGE)
-        // Only advice: where it is refused the chunk has ordinary pages.
-        madvise(Link->Memory, ChunkBytes, MADV_HUGEPAGE);
-#endif
-        S.Chunks = Link;
-        S.NextRun = static_cast<char*>(Link->Memory);
-        S.ChunkEnd = S.NextRun + ChunkBytes;
-      }
-      Cache.Fresh = S.NextRun;
-      Cache.FreshEnd = S.NextRun + RunBytes / BlockSize(Class) * BlockSize(Class);
-      S.NextRun += RunBytes;
+      char* const Taken = TakeRun(S);
+      Cache.Fresh = Taken;
+      Cache.FreshEnd = Taken + RunBytes / BlockSize(Class) * BlockSize(Class);
     }
   }
   void* Block = Allocate(BlockSize(Class));
@@ -168,10 +196,24 @@ void* AllocateLargeZeroed(std::size_t Size) {
 
 void FreeLarge(void* Block, std::size_t Size) noexcept {
   if (!Block) return;
-  if (Size < LargeBlock)
+  if (Size < LargeBlock) {
     ::operator delete(Block);
-  else
-    munmap(Block, Size);
+    return;
+  }
+  // Whole runs from the block's start become spares while there is room for
+  // them; the pages past them go back to the system.
+  std::size_t Kept = Size / RunBytes * RunBytes;
+  {
+    TSupply& S = Supply();
+    const std::lock_guard<std::mutex> Guard(S.Lock);
+    if (S.SpareBytes + Kept > SpareLimit) {
+      Kept = 0;
+    } else {
+      S.Spares = ::new (Block) TRun{S.Spares, static_cast<char*>(Block) + Kept};
+      S.SpareBytes += Kept;
+    }
+  }
+  if (Kept < Size) munmap(static_cast<char*>(Block) + Kept, Size - Kept);
 }
 
 #else

@@ -114,9 +114,10 @@ inline void Free(void* Block, std::size_t Size) noexcept {
 #endif
 
 // Arrays as large as working memory, such as a module's fact list and the
-// index over it: from LargeBlock on, pages of their own that go back to the
-// system when the array is freed. The heap would keep each outgrown array
-// resident for later use; and pages past what was written are not resident.
+// index over it: from LargeBlock on, pages of their own, so that pages past
+// what was written are not resident. A freed one becomes fresh blocks of the
+// pool, up to a bound, and the rest of it goes back to the system: an array
+// outgrown while working memory grows is used up by the blocks it grows by.
 constexpr std::size_t LargeBlock = 256 * 1024;
 void* AllocateLarge(std::size_t Size);
 // The same with every byte 0: pages of their own come so from the system,

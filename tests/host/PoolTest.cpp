@@ -69,4 +69,27 @@ TEST(Pool, BlocksNeverOverlapWhileFreedOnesComeBackAcrossThreads) {
   pool::Free(Large, pool::MaxBlock + 1);
 }
 
+TEST(Pool, AnOutgrownLargeBlockBecomesFreshBlocks) {
+  // Not a whole number of runs: the tail past the last whole run goes back to
+  // the system, and what is kept must stay usable.
+  const std::size_t Size = pool::LargeBlock + 5000;
+  auto* Large = static_cast<char*>(pool::AllocateLarge(Size));
+  std::memset(Large, 1, Size);
+  pool::FreeLarge(Large, Size);
+  // More than a run's worth, so that the thread takes a new run.
+  const std::vector<TPooledThing*> Things = MakeThings(3000);
+  EXPECT_TRUE(Intact(Things));
+  EXPECT_EQ(std::set<TPooledThing*>(Things.begin(), Things.end()).size(), Things.size());
+#ifndef COGENT_POOL_OFF
+  const auto Start = reinterpret_cast<std::uintptr_t>(Large);
+  bool Reused = false;
+  for (const TPooledThing* Thing : Things) {
+    const auto Address = reinterpret_cast<std::uintptr_t>(Thing);
+    Reused = Reused || (Address >= Start && Address < Start + Size);
+  }
+  EXPECT_TRUE(Reused);
+#endif
+  for (TPooledThing* Thing : Things) delete Thing;
+}
+
 }  // namespace cogent::test
