@@ -403,8 +403,8 @@ std::vector<TFigure> Figures() {
   Result.push_back({"scaling, 10^4 to 10^6 facts (time ratio per doubling)", "x", 2, true,
                     Scaling,
                     [](const std::vector<double>& F) {
-                      return "(median of five rounds: 10^4 " + Fixed(F[1], 3) + " s, 10^5 " + Fixed(F[2], 3) + " s, 10^6 " + Fixed(F[3], 2) +
-                             " s)";
+                      return "(median of five rounds: 10^4 " + Fixed(F[1], 3) + " s, 10^5 " + Fixed(F[2], 3) +
+                             " s, 10^6 " + Fixed(F[3], 2) + " s)";
                     }});
   return Result;
 }
