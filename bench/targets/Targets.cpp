@@ -351,12 +351,16 @@ std::vector<double> Scaling() {
   std::vector<std::vector<double>> Rounds;
   for (int Round = 0; Round < 5; ++Round) {
     std::vector<double> Seconds(3, 0.0);
+    int Runs[3] = {};
     for (const int Size : {0, 1, 2, 1, 0}) {
-      const int Runs = Size == 2 ? 1 : 1000000 / Facts[Size] / 2;
-      const double Sum = LinearSeconds(Facts[Size], Runs);
+      // Half a size's runs at each of its two turns; the largest has one.
+      const int Half = std::max(1, 1000000 / Facts[Size] / 2);
+      const double Sum = LinearSeconds(Facts[Size], Half);
       if (Sum < 0) return {};
-      Seconds[Size] += Sum / (Size == 2 ? 1 : 2 * Runs);
+      Seconds[Size] += Sum;
+      Runs[Size] += Half;
     }
+    for (int Size = 0; Size < 3; ++Size) Seconds[Size] /= Runs[Size];
     // A hundred times the facts is log2(100) doublings.
     Seconds.insert(Seconds.begin(), std::pow(Seconds[2] / Seconds[0], 1 / std::log2(100.0)));
     Rounds.push_back(std::move(Seconds));
