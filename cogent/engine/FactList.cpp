@@ -30,9 +30,21 @@ TFacts::~TFacts() = default;
 // ---------------------------------------------------------------- hash index
 
 std::size_t TFactHashIndex::Home(std::int32_t Hash) const noexcept {
-  // The high bits of a Fibonacci product: neighbouring hash codes scatter.
-  return static_cast<std::size_t>((static_cast<std::uint64_t>(static_cast<std::uint32_t>(Hash)) *
-                                   0x9E3779B97F4A7C15ULL) >> FShift) & FMask;
+  // The cache line from the high bits of a Fibonacci product of the code's
+  // upper bits, which scatters the lines; the place in the line from the
+  // code's low bits, every Lanes-th entry, and a lane from the product. Facts
+  // numbered in sequence, which differ in those low bits alone, then share a
+  // line, and asserting them reads a line per Block facts rather than a
+  // distant entry per fact, as the join memories do for integer keys. A run
+  // leaves the other lane free for a run that lands on the same line: runs
+  // that filled whole lines would pile up into long clusters to probe.
+  constexpr std::size_t Line = 64 / sizeof(TEntry);
+  constexpr std::size_t Block = std::size_t{1} << TFact::NeighbourBits;
+  constexpr std::size_t Lanes = Line / Block;
+  const auto Code = static_cast<std::uint32_t>(Hash);
+  const auto Scattered = static_cast<std::size_t>(
+      (static_cast<std::uint64_t>(Code >> TFact::NeighbourBits) * 0x9E3779B97F4A7C15ULL) >> FShift);
+  return (Scattered & FMask & ~(Line - 1)) | (Code & (Block - 1)) * Lanes | (Scattered & (Lanes - 1));
 }
 
 std::int32_t TFactHashIndex::HashOf(TEntry Entry) noexcept { return FactOf(Entry)->GetLastHashCode(); }

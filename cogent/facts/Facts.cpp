@@ -281,17 +281,39 @@ std::uint64_t MixIn(std::uint64_t Mix, std::int32_t Hash) noexcept {
   return (Mix ^ static_cast<std::uint32_t>(Hash)) * HashGolden;
 }
 
+// The mix of a fact's fields so far, and its first integer field, negative
+// while there is none.
+struct TFactMix {
+  std::uint64_t Mix;
+  std::int64_t Near;
+};
+
+// The first integer goes in without its low bits, which the code takes apart.
+inline void MixInField(TFactMix& Fields, const TKBValue& Value) noexcept {
+  const std::int32_t Hash = Value.GetHashCode();
+  if (Value.GetDType() == dtInteger && Fields.Near < 0) {
+    Fields.Near = static_cast<std::uint32_t>(Hash);
+    Fields.Mix = MixIn(Fields.Mix, static_cast<std::int32_t>(Fields.Near >> TFact::NeighbourBits));
+  } else {
+    Fields.Mix = MixIn(Fields.Mix, Hash);
+  }
+}
+
 // A multifield: its length, then item by item.
-[[gnu::noinline]] std::uint64_t MixInList(std::uint64_t Mix, const TValueVector& List) {
-  Mix = MixIn(Mix, List.GetCount());
-  for (const IKBValue& Item : List) Mix = MixIn(Mix, Item ? Item->GetHashCode() : 0);
-  return Mix;
+[[gnu::noinline]] TFactMix MixInList(TFactMix Fields, const TValueVector& List) noexcept {
+  Fields.Mix = MixIn(Fields.Mix, List.GetCount());
+  for (const IKBValue& Item : List)
+    if (Item)
+      MixInField(Fields, *Item);
+    else
+      Fields.Mix = MixIn(Fields.Mix, 0);
+  return Fields;
 }
 }  // namespace
 
 std::int32_t TFact::HashValues() const {
   const TFactTemplate* const Template = FTemplate.get();
-  std::uint64_t Mix = 0;
+  TFactMix Fields{0, -1};
   if (Template) {
     const bool Fuzzy = Template->IsFuzzy();
     // In the template's position order: only facts of one template can be
@@ -306,19 +328,22 @@ std::int32_t TFact::HashValues() const {
       if (!Value) [[unlikely]]
         Value = ValueAt(static_cast<int>(Slot - Slots.data()), **Slot).get();
       if (const TValueVector* const List = Value->GetListInPlace()) [[unlikely]]
-        Mix = MixInList(Mix, *List);
+        Fields = MixInList(Fields, *List);
       else
-        Mix = MixIn(Mix, Value->GetHashCode());
+        MixInField(Fields, *Value);
     }
   }
   // The template comes in last, past the multiplies: mixed in first, its
   // address, which differs from another template's in a few low bits, would
   // cancel against a first value that differs in the same bits (an integer
   // id), and the facts of two templates would pair off under one hash.
-  Mix ^= reinterpret_cast<std::uintptr_t>(Template);
+  std::uint64_t Mix = Fields.Mix ^ reinterpret_cast<std::uintptr_t>(Template);
   Mix ^= Mix >> 32;
   Mix *= HashGolden;
-  FHashCode = static_cast<std::int32_t>(Mix >> 32);
+  constexpr std::uint32_t NearMask = (1u << NeighbourBits) - 1;
+  const auto High = static_cast<std::uint32_t>(Mix >> 32);
+  const auto Near = static_cast<std::uint32_t>(Fields.Near);
+  FHashCode = static_cast<std::int32_t>((High & ~NearMask) | ((High ^ Near) & NearMask));
   FHashValid = true;
   return FHashCode;
 }

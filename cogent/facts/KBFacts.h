@@ -477,7 +477,13 @@ public:
   // in slot position order, a multifield item by item after its length; equal
   // facts hash alike. Kept until the fact changes through its own setters (a
   // value changed in place under the fact does not re-hash it).
+  //
+  // The fact's first integer field gives the code its low NeighbourBits bits
+  // (mixed with the rest) and is mixed in without them: facts that differ in
+  // those bits of that field alone, as facts numbered in sequence do, share
+  // the code's other bits, and an index can file them side by side.
   std::int32_t GetHashCode() const { return FHashValid ? FHashCode : HashValues(); }
+  static constexpr int NeighbourBits = 2;
   // The hash code as last worked out, also when the fact has changed since:
   // the one an index filed the fact under.
   std::int32_t GetLastHashCode() const noexcept { return FHashCode; }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -232,6 +233,17 @@ TEST(FactTest, EqualityHashAndCopies) {
   OfU->SetValue("n", Int(5));
   OfV->SetValue("n", Int(static_cast<std::int32_t>(5U ^ Apart)));
   EXPECT_NE(OfU->GetHashCode(), OfV->GetHashCode());
+  // Facts numbered in sequence part in their codes' low bits only, so that
+  // the index can file them side by side; their codes still all differ.
+  constexpr int Run = 1 << TFact::NeighbourBits;
+  std::set<std::int32_t> Codes;
+  for (int N = 4 * Run; N < 5 * Run; ++N) {
+    const IFact Numbered(new TFact(U));
+    Numbered->SetValue("n", Int(N));
+    Codes.insert(Numbered->GetHashCode());
+  }
+  EXPECT_EQ(Codes.size(), static_cast<std::size_t>(Run));
+  EXPECT_EQ(*Codes.begin() >> TFact::NeighbourBits, *Codes.rbegin() >> TFact::NeighbourBits);
 
   // Copies clone the values and keep the number; AssignValues takes the
   // values only, Assign the number too.
