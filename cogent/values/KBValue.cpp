@@ -74,10 +74,6 @@ bool TruncToInt32(double Value, std::int32_t& Result) {
   return true;
 }
 
-std::int32_t Low32(std::intptr_t Value) {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uintptr_t>(Value)));
-}
-
 template <class T>
 std::intptr_t PointerCell(T* Pointer) {
   return reinterpret_cast<std::intptr_t>(Pointer);
@@ -501,7 +497,7 @@ std::int32_t TKBValue::IntegerOfOtherKinds() const {
     case dtFactId:
     case dtDescriptor:
     case dtExternalAddress:
-      return Low32(FValue.VInteger);
+      return IntegerInPlace();
     case dtFuzzy:
       if (FValue.VInterface && TruncToInt32(std::round(Interface<TFuzzySet>()->GetCrispValue()), Result))
         return Result;
@@ -712,12 +708,12 @@ std::int32_t TKBValue::HashOtherKinds() const {
     case dtFactId:
     case dtDescriptor:
     case dtExternalAddress:
-      return Low32(FValue.VInteger);
+      return IntegerInPlace();
     case dtFloat:
       return FloatHash(FValue.VExtended);
     case dtObject:
     case dtClass:
-      return Low32(FValue.VInteger);
+      return IntegerInPlace();
     case dtFunCall:
       return GetAsFunCall()->GetHashCode();
     case dtFact:
@@ -911,7 +907,7 @@ std::string TKBValue::GetToString() const {
       return Class ? Class->ClassName() : std::string();
     }
     case dtExternalAddress:
-      return "<External-Address: " + IntToStr(Low32(FValue.VInteger)) + ">";
+      return "<External-Address: " + IntToStr(IntegerInPlace()) + ">";
     case dtSingletons:
       return GetAsSingletons()->ToString();
     case dtFuzzy:
