@@ -27,7 +27,7 @@ inline constexpr const char* SUnbalancedOperation = "Unbalanced stack or queue o
 // class body needs it, only the member bodies do. A list of many small
 // instances may keep its items through an allocator of its own.
 template <class T = TRefCounted, class TItemAllocator = std::allocator<Ref<T>>>
-class TInterfaceListPersistent : public TPersistent, public TRefCounted {
+class TInterfaceListPersistent : public TPersistent {
 public:
   using TItem = Ref<T>;
   using TItems = std::vector<TItem, TItemAllocator>;

@@ -43,8 +43,8 @@ IKBValue CloneDefault(const TFactSlot& Slot) {
 
 // ================================================================ TFact
 
-// Working memory holds many facts: a fact fits a 64-byte block of the pool.
-static_assert(sizeof(TFact) <= 64);
+// Working memory holds many facts: a fact fits a 56-byte block of the pool.
+static_assert(sizeof(TFact) <= 56);
 
 TFact::TFact(const IFactTemplate& ATemplate, const IFact& ASource) : FTemplate(ATemplate) {
   if (ASource) Assign(IInterface(ASource));

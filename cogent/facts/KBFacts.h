@@ -26,7 +26,7 @@ class TFactTemplate;
 // ---------------------------------------------------------------- TFactSlot
 
 // A persistent base that adds only interface support.
-class TFactSlotPersistent : public TPersistent, public TRefCounted, public ICloneable {};
+class TFactSlotPersistent : public TPersistent, public ICloneable {};
 
 // One named slot of a template: its allowed types, its default and an
 // optional defined type that constrains it.
@@ -418,7 +418,7 @@ private:
 
 // One item of working memory. Slot values are filled in lazily from the
 // template's defaults as they are read.
-class TFact : public TPersistent, public TRefCounted, public ICloneable {
+class TFact : public TPersistent, public ICloneable {
 public:
   COGENT_POOLED(TFact)
 

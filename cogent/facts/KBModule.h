@@ -78,7 +78,7 @@ struct TModuleCache : TModuleCollectionsOf<TBorrowedPtr> {
 // no module name; an import names the exporting module. Each kind of
 // construct is shared not at all, wholly, or by the names in its list; the
 // lists decide the share as they change.
-class TModuleImportExport : public TPersistent, public TRefCounted, public ICloneable {
+class TModuleImportExport : public TPersistent, public ICloneable {
 public:
   TModuleImportExport(TModule* AOwnerModule, std::string AModuleName);
 
@@ -131,7 +131,7 @@ private:
   std::intptr_t FTag = 0;
 };
 
-class TModule : public TPersistent, public TRefCounted, public ICloneable {
+class TModule : public TPersistent, public ICloneable {
 public:
   // AEngine is the knowledge base; the module hears of its destruction.
   TModule(TComponent* AEngine, bool AIsMain);

@@ -175,7 +175,7 @@ private:
 // construction, which C++ cannot reach from a base constructor: make
 // functions with Create<T>(...), or add them to a package, which finishes
 // them as they enter.
-class TKBUserFunction : public TPersistent, public TRefCounted {
+class TKBUserFunction : public TPersistent {
 public:
   static constexpr std::int32_t NoArgumentLimit = 2147483647;
 
@@ -332,7 +332,7 @@ private:
 
 // A compiled call: a function name and the raw arguments as written. The
 // function is looked up on the first execution and kept.
-class TFunctionCall : public TPersistent, public TRefCounted, public ICloneable {
+class TFunctionCall : public TPersistent, public ICloneable {
 public:
   explicit TFunctionCall(std::string AName = {});
   TFunctionCall(IReasoner* AReasoner, std::string AName);

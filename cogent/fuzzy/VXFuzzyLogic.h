@@ -239,7 +239,7 @@ using TFuzzyPoints = std::vector<TFuzzyPoint>;
 // Clone makes an instance of the set's own class: a subclass registers itself
 // with RegisterClass<TSubclass, TFuzzySet>() (which also lets a variable make
 // it by class), or overrides NewInstance.
-class TFuzzySet : public TPersistent, public TRefCounted, public ICloneable {
+class TFuzzySet : public TPersistent, public ICloneable {
 public:
   // A callback of Iterate: X and the membership of this set (Y1) and of the
   // other (Y2) there, and the equality threshold of this set. True stops the
@@ -435,7 +435,7 @@ using TIFuzzySet = TFuzzySet;
 // terms (is-term flag set) and sets made on it that are no terms, such as the
 // empty set. Set names are case-sensitive; a set added under a name that is
 // already held replaces it in its place and keeps its order number.
-class TFuzzyVariable : public TPersistent, public TRefCounted, public ICloneable {
+class TFuzzyVariable : public TPersistent, public ICloneable {
 public:
   explicit TFuzzyVariable(const std::string& Name = {});
   TFuzzyVariable(const TFuzzyVariable&) = delete;

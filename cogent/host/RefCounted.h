@@ -8,15 +8,18 @@
 #include <type_traits>
 #include <utility>
 
+#include "cogent/host/Object.h"
+
 namespace cogent {
 
-class TRefCounted {
+// The count sits right after the table pointer of TObject, and a derived
+// class's first small field fills the rest of that word.
+class TRefCounted : public TObject {
 public:
   TRefCounted() noexcept = default;
   // A copy is a new object: it starts with no references.
-  TRefCounted(const TRefCounted&) noexcept {}
+  TRefCounted(const TRefCounted&) noexcept : TObject() {}
   TRefCounted& operator=(const TRefCounted&) noexcept { return *this; }
-  virtual ~TRefCounted() = default;
 
   std::int32_t _AddRef() const noexcept {
     return FRefCount.fetch_add(1, std::memory_order_relaxed) + 1;

@@ -36,7 +36,7 @@ class TKBStreamTokenPersistent : public TPersistent {};
 // dtVariable and dtMultiVariable (name without "?" or "$?"), and the
 // punctuation '&', '(', ')', '=', '[', ']', '|', '~' with the character as
 // text.
-class TKBStreamToken : public TKBStreamTokenPersistent, public TRefCounted, public ICloneable {
+class TKBStreamToken : public TKBStreamTokenPersistent, public ICloneable {
 public:
   TKBStreamToken() = default;
   TKBStreamToken(std::int32_t ADataType, std::int32_t ALineNumber, std::string AText = {}, double ANumber = 0);

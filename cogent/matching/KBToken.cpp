@@ -29,6 +29,9 @@ std::int32_t AbsKey(std::int32_t Key) noexcept {
 
 }  // namespace
 
+// Join memories hold tokens by the million: one fits a 48-byte block.
+static_assert(sizeof(TKBToken) <= 48);
+
 // ================================================================ TKBToken
 
 TKBToken::TKBToken(TTokenAction AAction, const IFact& AFact) noexcept

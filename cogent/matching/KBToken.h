@@ -20,7 +20,7 @@ using IReteToken = Ref<TKBToken>;
 
 // ---------------------------------------------------------------- TKBToken
 
-class TKBTokenPersistent : public TPersistent, public TRefCounted {};
+class TKBTokenPersistent : public TPersistent {};
 
 class TKBToken : public TKBTokenPersistent {
 public:
@@ -78,7 +78,7 @@ protected:
 
 private:
   // The counts and the strength first, where they fill the gap the count of
-  // references leaves: a token is 56 bytes, not 64.
+  // references leaves: a token is 48 bytes, not 56.
   std::int32_t FCount = 0;
   std::int32_t FNegatedCount = 0;
   float FStrength = 1.0f;

@@ -112,24 +112,26 @@ public:
 private:
   friend class TPatternMatchTerminalNode;
   friend class TActivationAgenda;
+  // The strength first, beside the reference count, and the other small
+  // fields last: an activation is 72 bytes.
+  float FStrength = 1.0f;
   IReteRule* FRule;
   IReteToken FToken;
   TPatternMatchTerminalNode* FNode;
-  float FStrength = 1.0f;
+  // The agenda that finds the activation's entry without a search, and (below)
+  // the entry there. The first agenda to take the activation in while no
+  // other holds it sets them; the agenda clears them when the entry goes.
+  IActivationHolder* FHolder = nullptr;
+  // The node's index by token: the next activation of its bucket, and (below)
+  // the sort code it is filed under.
+  TActivation* FNextByToken = nullptr;
   // Where the node lists it; -1 once it left the list.
   int FListIndex = -1;
-  // The agenda that finds the activation's entry without a search, and the
-  // entry there. The first agenda to take the activation in while no other
-  // holds it sets them; the agenda clears them when the entry goes.
-  IActivationHolder* FHolder = nullptr;
   std::int32_t FHolderEntry = -1;
-  // The node's index by token: the sort code it is filed under, and the next
-  // activation of its bucket.
   std::int32_t FListCode = 0;
-  TActivation* FNextByToken = nullptr;
-  // The node's count of activations made when it made this one: the index,
-  // built late, files equal tokens newest first by it.
-  std::uint64_t FSerial = 0;
+  // The node's count of activations, modulo 2^32, when it made this one: the
+  // index, built late, files equal tokens newest first by it.
+  std::uint32_t FSerial = 0;
 };
 
 // ---------------------------------------------------------------- vocabulary
@@ -502,7 +504,7 @@ private:
   pool::TLargeVector<TActivation*> FByToken;
   std::uint32_t FByTokenShift = 32;
   bool FIndexed = false;
-  std::uint64_t FSerial = 0;
+  std::uint32_t FSerial = 0;
 };
 
 // ---------------------------------------------------------------- TReteNetwork

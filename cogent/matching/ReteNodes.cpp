@@ -78,6 +78,9 @@ std::string NodeArgToString(const TNodeArg& Arg) {
 
 // ================================================================ TActivation
 
+// A large agenda holds activations by the million: one fits a 72-byte block.
+static_assert(sizeof(TActivation) <= 72);
+
 TActivation::TActivation(IReteRule* ARule, const IReteToken& AToken, TPatternMatchTerminalNode* ANode,
                          float AStrength)
     : FRule(ARule), FToken(AToken), FNode(ANode) {
@@ -1116,8 +1119,10 @@ void TPatternMatchTerminalNode::IndexByToken(TActivation* Activation) {
 
 void TPatternMatchTerminalNode::BuildIndex() {
   pool::TLargeVector<TActivation*> Listed(FActivations);
-  std::sort(Listed.begin(), Listed.end(),
-            [](const TActivation* A, const TActivation* B) { return A->FSerial < B->FSerial; });
+  // Oldest first, by age rather than by serial, so that the order holds
+  // across the serial's wrapping round.
+  const auto Age = [this](const TActivation* A) { return static_cast<std::uint32_t>(FSerial - A->FSerial); };
+  std::sort(Listed.begin(), Listed.end(), [&Age](const TActivation* A, const TActivation* B) { return Age(A) > Age(B); });
   FIndexed = true;
   for (TActivation* Activation : Listed) IndexByToken(Activation);
 }

@@ -18,7 +18,7 @@ class TModule;
 // holds it, the home among them. The modules own their tables, so these are
 // back references: a table takes itself out of the list when it lets go of
 // the construct, and the home is cleared when its table does.
-class TModuleConstruct : public TPersistent, public TRefCounted, public ICloneable {
+class TModuleConstruct : public TPersistent, public ICloneable {
 public:
   TModuleConstruct() = default;
 

@@ -187,10 +187,10 @@ TKBText* TKBText::Make(std::string_view Text) {
   return Made;
 }
 
-// A value in 32 bytes takes a 32-byte block of the pool.
-static_assert(sizeof(TKBValue) <= 32);
-// A list takes a 56-byte block, its tag being in the side table.
-static_assert(sizeof(TValueVector) <= 56);
+// A value in 24 bytes takes a 24-byte block of the pool.
+static_assert(sizeof(TKBValue) <= 24);
+// A list takes a 48-byte block, its tag being in the side table.
+static_assert(sizeof(TValueVector) <= 48);
 
 // ---------------------------------------------------------------- TKBValueNexus
 

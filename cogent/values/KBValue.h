@@ -101,7 +101,7 @@ union TKBValueRec {
 // with its last reference, so its destructor is protected. It offers what
 // ICloneable asks without deriving from it: a fact holds a value per slot,
 // and one more table pointer in each would cost a fifth of the value.
-class TKBValue : public TBugPersistent, public TRefCounted {
+class TKBValue : public TBugPersistent {
 public:
   COGENT_POOLED(TKBValue)
 
@@ -272,7 +272,7 @@ private:
   IKBValue Self() const { return IKBValue(const_cast<TKBValue*>(this)); }
 
   // The kind and the mark of a side block fill the gap after the reference
-  // count: a value is 32 bytes. The side block lives in a table of its own,
+  // count: a value is 24 bytes. The side block lives in a table of its own,
   // keyed by the value, which only the few values that use it pay for.
   TKBType FKBType = dtNone;
   bool FHasExtra = false;
@@ -339,7 +339,7 @@ inline const TValueVector* TKBValue::GetListInPlace() const noexcept {
 
 // Paired x and y lists: the points of a fuzzy value as written, before they
 // are resolved.
-class TSingletonsVector : public TBugPersistent, public TRefCounted, public ICloneable {
+class TSingletonsVector : public TBugPersistent, public ICloneable {
 public:
   explicit TSingletonsVector(ISingletonsParser* AParser = nullptr);
 
