@@ -175,6 +175,10 @@ private:
 // construction, which C++ cannot reach from a base constructor: make
 // functions with Create<T>(...), or add them to a package, which finishes
 // them as they enter.
+// The test a function makes of two numbers, where it is one of the ordering
+// comparisons: the network runs such a test without the call.
+enum class TNumericComparison : std::uint8_t { ncNone, ncLess, ncLessEqual, ncGreater, ncGreaterEqual };
+
 class TKBUserFunction : public TPersistent {
 public:
   static constexpr std::int32_t NoArgumentLimit = 2147483647;
@@ -221,6 +225,9 @@ public:
   virtual void SetMaxArgumentCount(std::int32_t Value);
   // A deffunction written in the rule language.
   virtual bool IsInterpreted() const { return false; }
+  // What a call of this function with two numbers tests; ncNone unless the
+  // function is one of the built-in ordering comparisons.
+  virtual TNumericComparison GetNumericComparison() const noexcept { return TNumericComparison::ncNone; }
   // The reasoner's description of this function.
   std::string ToString(IReasoner* Reasoner) const;
   using TPersistent::ToString;

@@ -122,3 +122,16 @@ bool IsValidUTF8(std::string_view Text) noexcept;
     void InitMetaData() override;                                                        \
     void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) override;  \
   };
+
+// Declares a built-in ordering comparison, which the network may run in place
+// of the call: final, so that no subclass changes what it tests.
+#define COGENT_NUMERIC_COMPARISON_FUNCTION(Class, Comparison)                                         \
+  class Class final : public TBuiltInFunction {                                                       \
+  public:                                                                                             \
+    using TBuiltInFunction::TBuiltInFunction;                                                         \
+    TNumericComparison GetNumericComparison() const noexcept override { return Comparison; }          \
+                                                                                                      \
+  protected:                                                                                          \
+    void InitMetaData() override;                                                                     \
+    void Call(const IFunCall& FunCall, TKBContext* Context, IKBValue& Result) override;               \
+  };

@@ -19,6 +19,7 @@
 #include "cogent/common/VXGraph.h"
 #include "cogent/facts/KBContext.h"
 #include "cogent/facts/KBModule.h"
+#include "cogent/facts/KBPackages.h"
 #include "cogent/facts/KBSlotTest.h"
 #include "cogent/matching/KBToken.h"
 
@@ -259,8 +260,8 @@ private:
   // node compares itself while the call still runs the built-in comparison it
   // was compiled from. Anything else the call runs as written.
   struct TNumericOrder {
-    enum TKind : std::uint8_t { okUnknown, okNone, okLess, okLessEqual, okGreater, okGreaterEqual };
-    TKind Kind = okUnknown;
+    bool Compiled = false;  // the call has been looked at
+    TNumericComparison Comparison = TNumericComparison::ncNone;
     const TFunctionCall* Call = nullptr;
     const TKBUserFunction* Function = nullptr;
     const TBindingInfo* Slots[2]{};  // the operands read from the fact; null for a number

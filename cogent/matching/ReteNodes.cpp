@@ -262,10 +262,11 @@ bool TPatternMatchNode::TestClassType(const TFactTemplate* Template) const {
 
 bool TPatternMatchNode::TestValue(const IReteToken& Token, const IKBValue& Slot, bool Negate) {
   if (!FIsCall) return CallChildren(Token, FValue, Slot, Negate);
-  const int Ordered = FOrder.Kind > TNumericOrder::okNone ? RunNumericOrder(*Token->GetFact()) : -1;
+  const int Ordered =
+      FOrder.Comparison != TNumericComparison::ncNone ? RunNumericOrder(*Token->GetFact()) : -1;
   bool Result = Ordered >= 0 ? Ordered == 1 : Evaluate(FValue, Token, Token->GetFact());
   // The call has found its function by now.
-  if (FOrder.Kind == TNumericOrder::okUnknown) CompileNumericOrder();
+  if (!FOrder.Compiled) CompileNumericOrder();
   if (Negate) Result = !Result;
   if (Result) TReteNode::CallChildren(Token);
   return Result;
@@ -273,19 +274,13 @@ bool TPatternMatchNode::TestValue(const IReteToken& Token, const IKBValue& Slot,
 
 void TPatternMatchNode::CompileNumericOrder() {
   FOrder = {};
-  FOrder.Kind = TNumericOrder::okNone;
+  FOrder.Compiled = true;
   const IFunCall Call = FValue ? FValue->GetAsFunCall() : IFunCall();
   if (!Call || Call->GetArgumentCount() != 2 || !Call->GetUserFunction()) return;
-  static constexpr std::pair<std::string_view, TNumericOrder::TKind> Kinds[] = {
-      {"TLtFunction", TNumericOrder::okLess},
-      {"TLtOrEqFunction", TNumericOrder::okLessEqual},
-      {"TGtFunction", TNumericOrder::okGreater},
-      {"TGtOrEqFunction", TNumericOrder::okGreaterEqual}};
-  const std::string Class = Call->GetUserFunction()->ClassName();
   TNumericOrder Order;
-  for (const auto& [Name, Kind] : Kinds)
-    if (Class == Name) Order.Kind = Kind;
-  if (Order.Kind == TNumericOrder::okUnknown) return;
+  Order.Compiled = true;
+  Order.Comparison = Call->GetUserFunction()->GetNumericComparison();
+  if (Order.Comparison == TNumericComparison::ncNone) return;
   for (int I = 0; I < 2; ++I) {
     const IKBValue Argument = Call->GetArgument(I);
     if (!Argument) return;
@@ -322,14 +317,14 @@ int TPatternMatchNode::RunNumericOrder(const TFact& Fact) const {
     if (!Value || (Value->GetDType() != dtInteger && Value->GetDType() != dtFloat)) return -1;
     X[I] = Value->GetAsFloat();
   }
-  switch (FOrder.Kind) {
-    case TNumericOrder::okLess:
+  switch (FOrder.Comparison) {
+    case TNumericComparison::ncLess:
       return X[0] < X[1];
-    case TNumericOrder::okLessEqual:
+    case TNumericComparison::ncLessEqual:
       return X[0] <= X[1];
-    case TNumericOrder::okGreater:
+    case TNumericComparison::ncGreater:
       return X[0] > X[1];
-    case TNumericOrder::okGreaterEqual:
+    case TNumericComparison::ncGreaterEqual:
       return X[0] >= X[1];
     default:
       return -1;
