@@ -23,8 +23,15 @@ TKBContext* AsContext(TObject* Context) {
 
 // Every call the user's text nests (arguments, deffunctions, files that load
 // files) comes through here, so this is where a runaway nesting is stopped.
+// The check is asked at every call and stays in line; the error is built
+// out of line.
+[[noreturn, gnu::noinline]] void CallsTooDeep(const std::string& Name) {
+  throw EKBException(Format(_SCallsTooDeep, Name));
+}
+
 void CheckStack(const std::string& Name) {
-  if (StackNearlyExhausted()) throw EKBException(Format(_SCallsTooDeep, Name));
+  if (StackNearlyExhausted()) [[unlikely]]
+    CallsTooDeep(Name);
 }
 
 // Registered when the unit starts, so that "PackageFunctions" finds them.
