@@ -23,12 +23,17 @@ constexpr std::size_t ChunkRuns = 32;
 constexpr std::size_t ChunkBytes = RunBytes * ChunkRuns;
 
 // Freed blocks linked through Next, as the first block of the batch says.
+// The first block links the batches; the second, where there is one, keeps
+// their count, so that a batch asks no more than two words of a block.
 struct TBatch {
   TFreeBlock Head;
   TBatch* NextBatch;
+};
+struct TBatchCount {
+  TFreeBlock Head;
   std::size_t Count;
 };
-static_assert(sizeof(TBatch) <= MinBlock);
+static_assert(sizeof(TBatch) <= MinBlock && sizeof(TBatchCount) <= MinBlock);
 
 // What is left of a run of fresh blocks, given back by a thread that ended.
 struct TRun {
@@ -71,7 +76,16 @@ TSupply& Supply() {
 
 void PushBatch(TSupply& S, std::size_t Class, TFreeBlock* First, std::size_t Count) noexcept {
   TFreeBlock* const Second = First->Next;
-  S.Batches[Class] = ::new (static_cast<void*>(First)) TBatch{{Second}, S.Batches[Class], Count};
+  if (Second) {
+    TFreeBlock* const Third = Second->Next;
+    ::new (static_cast<void*>(Second)) TBatchCount{{Third}, Count};
+  }
+  S.Batches[Class] = ::new (static_cast<void*>(First)) TBatch{{Second}, S.Batches[Class]};
+}
+
+// The number of blocks of a batch: one where the first is the last.
+std::size_t CountOf(const TBatch& Batch) noexcept {
+  return Batch.Head.Next ? reinterpret_cast<const TBatchCount*>(Batch.Head.Next)->Count : 1;
 }
 
 // Everything Cache holds goes to the shared supply; the caller holds the lock.
@@ -157,7 +171,7 @@ void* Refill(std::size_t Class) {
     if (TBatch* Batch = S.Batches[Class]) {
       S.Batches[Class] = Batch->NextBatch;
       Cache.Free = &Batch->Head;
-      Cache.Count = static_cast<std::uint32_t>(Batch->Count);
+      Cache.Count = static_cast<std::uint32_t>(CountOf(*Batch));
     } else if (TRun* Run = S.Runs[Class]) {
       S.Runs[Class] = Run->Next;
       Cache.Fresh = reinterpret_cast<char*>(Run);

@@ -28,11 +28,12 @@
 
 namespace cogent::pool {
 
-// Block sizes are multiples of the granule, from three words (what a batch of
-// freed blocks keeps in its first block) up to MaxBlock; larger objects, of
-// classes derived from a pooled one, go to the global operator new.
+// Block sizes are multiples of the granule, from two words (what a batch of
+// freed blocks keeps in each of its first two blocks) up to MaxBlock; larger
+// objects, of classes derived from a pooled one, go to the global operator
+// new.
 constexpr std::size_t Granule = 8;
-constexpr std::size_t MinBlock = 24;
+constexpr std::size_t MinBlock = 16;
 constexpr std::size_t MaxBlock = 128;
 constexpr std::size_t ClassCount = MaxBlock / Granule + 1;
 // Freed blocks a thread keeps of one size before it passes half of them on.
