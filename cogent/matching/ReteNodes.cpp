@@ -1117,7 +1117,8 @@ void TPatternMatchTerminalNode::BuildIndex() {
   // Oldest first, by age rather than by serial, so that the order holds
   // across the serial's wrapping round.
   const auto Age = [this](const TActivation* A) { return static_cast<std::uint32_t>(FSerial - A->FSerial); };
-  std::sort(Listed.begin(), Listed.end(), [&Age](const TActivation* A, const TActivation* B) { return Age(A) > Age(B); });
+  std::sort(Listed.begin(), Listed.end(),
+            [&Age](const TActivation* A, const TActivation* B) { return Age(A) > Age(B); });
   FIndexed = true;
   for (TActivation* Activation : Listed) IndexByToken(Activation);
 }
