@@ -181,8 +181,8 @@ std::int32_t TActivationAgenda::SelectInTree(int Index) const noexcept {
 
 int TActivationAgenda::RankOf(std::int32_t Node) const noexcept {
   const TNode& Entry = At(Node);
-  if (Entry.Parent == InTopRun) return TopCount() - 1 - Entry.Slot;
-  if (Entry.Parent == InBottomRun) return TopCount() + TreeCount() + Entry.Slot - FBottomHead;
+  if (Entry.Parent == InTopRun) return TopCount() - 1 - Entry.Slot();
+  if (Entry.Parent == InBottomRun) return TopCount() + TreeCount() + Entry.Slot() - FBottomHead;
   return TopCount() + TreeRank(Node);
 }
 
@@ -196,11 +196,11 @@ std::int32_t TActivationAgenda::Next(std::int32_t Node) const noexcept {
   const TNode& Entry = At(Node);
   std::int32_t Result = -1;
   if (Entry.Parent == InBottomRun) {
-    const std::size_t Slot = static_cast<std::size_t>(Entry.Slot) + 1;
+    const std::size_t Slot = static_cast<std::size_t>(Entry.Slot()) + 1;
     return Slot < FBottom.size() ? FBottom[Slot] : -1;
   }
   if (Entry.Parent == InTopRun)
-    Result = Entry.Slot > 0 ? FTop[static_cast<std::size_t>(Entry.Slot - 1)] : FTreeFirst;
+    Result = Entry.Slot() > 0 ? FTop[static_cast<std::size_t>(Entry.Slot() - 1)] : FTreeFirst;
   else
     Result = TreeNext(Node);
   if (Result < 0 && BottomCount() > 0) Result = FBottom[static_cast<std::size_t>(FBottomHead)];
@@ -220,12 +220,12 @@ std::int32_t TActivationAgenda::InsertNode(int Index, TActivation* Activation, s
     Node = static_cast<std::int32_t>(FNodes.size());
     FNodes.emplace_back();
   }
-  At(Node) = TNode{Activation, -1, -1, -1, 1, 0, -1, Salience, Strength};
+  At(Node) = TNode{Activation, -1, -1, -1, 1, Salience, Strength};
   const int Top = TopCount();
   const int Tree = TreeCount();
   if (Index == 0) {
     At(Node).Parent = InTopRun;
-    At(Node).Slot = Top;
+    At(Node).Slot() = Top;
     FTop.push_back(Node);
   } else if (Index == FCount) {
     InsertInRun(FBottom, InBottomRun, static_cast<int>(FBottom.size()), Node);
@@ -254,16 +254,16 @@ TActivation* TActivationAgenda::RemoveNode(std::int32_t Node) noexcept {
   FCachedIndex = -1;
   TNode& Entry = At(Node);
   if (Entry.Parent == InTopRun) {
-    if (Entry.Slot == TopCount() - 1) {
+    if (Entry.Slot() == TopCount() - 1) {
       FTop.pop_back();
-    } else if (TopCount() - 1 - Entry.Slot <= NearEnd) {
-      EraseFromRun(FTop, Entry.Slot);
+    } else if (TopCount() - 1 - Entry.Slot() <= NearEnd) {
+      EraseFromRun(FTop, Entry.Slot());
     } else {
       TopIntoTree();
       UnlinkFromTree(Node);
     }
   } else if (Entry.Parent == InBottomRun) {
-    if (Entry.Slot == FBottomHead) {
+    if (Entry.Slot() == FBottomHead) {
       // Leaves from the front of the run: the run starts later, and drops
       // what lies before it once that is the larger part.
       if (++FBottomHead == static_cast<int>(FBottom.size())) {
@@ -273,10 +273,10 @@ TActivation* TActivationAgenda::RemoveNode(std::int32_t Node) noexcept {
         FBottom.erase(FBottom.begin(), FBottom.begin() + FBottomHead);
         FBottomHead = 0;
         for (std::size_t Slot = 0; Slot < FBottom.size(); ++Slot)
-          At(FBottom[Slot]).Slot = static_cast<std::int32_t>(Slot);
+          At(FBottom[Slot]).Slot() = static_cast<std::int32_t>(Slot);
       }
-    } else if (static_cast<int>(FBottom.size()) - 1 - Entry.Slot <= NearEnd) {
-      EraseFromRun(FBottom, Entry.Slot);
+    } else if (static_cast<int>(FBottom.size()) - 1 - Entry.Slot() <= NearEnd) {
+      EraseFromRun(FBottom, Entry.Slot());
     } else {
       BottomIntoTree();
       UnlinkFromTree(Node);
@@ -309,10 +309,10 @@ void TActivationAgenda::InsertInRun(pool::TLargeVector<std::int32_t>& Run, std::
   for (std::size_t After = Run.size() - 1; After > static_cast<std::size_t>(Slot); --After) {
     const std::int32_t Moved = Run[After - 1];
     Run[After] = Moved;
-    At(Moved).Slot = static_cast<std::int32_t>(After);
+    At(Moved).Slot() = static_cast<std::int32_t>(After);
   }
   Run[static_cast<std::size_t>(Slot)] = Node;
-  At(Node).Slot = Slot;
+  At(Node).Slot() = Slot;
   At(Node).Parent = Parent;
 }
 
@@ -321,7 +321,7 @@ void TActivationAgenda::EraseFromRun(pool::TLargeVector<std::int32_t>& Run, int 
   for (std::size_t After = static_cast<std::size_t>(Slot); After < Last; ++After) {
     const std::int32_t Moved = Run[After + 1];
     Run[After] = Moved;
-    At(Moved).Slot = static_cast<std::int32_t>(After);
+    At(Moved).Slot() = static_cast<std::int32_t>(After);
   }
   Run.pop_back();
 }
@@ -382,8 +382,6 @@ void TActivationAgenda::LinkInTree(int Index, std::int32_t Node) noexcept {
   TNode& Entry = At(Node);
   Entry.Left = Entry.Right = Entry.Parent = -1;
   Entry.Size = 1;
-  Entry.Slot = -1;
-  Entry.Priority = NextPriority();
   if (FRoot < 0) {
     FRoot = FTreeFirst = FTreeLast = Node;
     return;
@@ -421,7 +419,7 @@ void TActivationAgenda::LinkInTree(int Index, std::int32_t Node) noexcept {
     }
   }
   At(Node).Parent = Parent;
-  while (At(Node).Parent >= 0 && At(At(Node).Parent).Priority < At(Node).Priority) RotateUp(Node);
+  while (At(Node).Parent >= 0 && PriorityOf(At(Node).Parent) < PriorityOf(Node)) RotateUp(Node);
 }
 
 void TActivationAgenda::UnlinkFromTree(std::int32_t Node) noexcept {
@@ -432,7 +430,7 @@ void TActivationAgenda::UnlinkFromTree(std::int32_t Node) noexcept {
     const std::int32_t Left = At(Node).Left;
     const std::int32_t Right = At(Node).Right;
     if (Left < 0 || Right < 0) break;
-    RotateUp(At(Left).Priority > At(Right).Priority ? Left : Right);
+    RotateUp(PriorityOf(Left) > PriorityOf(Right) ? Left : Right);
   }
   const std::int32_t Child = At(Node).Left >= 0 ? At(Node).Left : At(Node).Right;
   const std::int32_t Parent = At(Node).Parent;
@@ -488,12 +486,12 @@ void TActivationAgenda::Release(TActivation* Activation, std::int32_t Node) noex
   Activation->FHolderEntry = -1;
 }
 
-std::uint32_t TActivationAgenda::NextPriority() noexcept {
-  // xorshift32: cheap, and independent of what the agenda holds.
-  FSeed ^= FSeed << 13;
-  FSeed ^= FSeed >> 17;
-  FSeed ^= FSeed << 5;
-  return FSeed;
+std::uint32_t TActivationAgenda::PriorityOf(std::int32_t Node) noexcept {
+  // A mixing step that is one to one: no two nodes share a priority.
+  auto X = static_cast<std::uint32_t>(Node) + 0x9E3779B9u;
+  X = (X ^ (X >> 16)) * 0x85EBCA6Bu;
+  X = (X ^ (X >> 13)) * 0xC2B2AE35u;
+  return X ^ (X >> 16);
 }
 
 // ================================================================ TKBAgenda

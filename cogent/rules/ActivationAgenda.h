@@ -106,19 +106,22 @@ protected:
 private:
   // A node of the tree, an entry of one of the runs, or a free node of the
   // pool (Size 0, the next free node in Left). An entry of a run has Size 1,
-  // its run in Parent and its place in the run's array in Slot.
+  // its run in Parent and its place in the run's array in Slot, which is
+  // where a node of the tree keeps its left child: a node is 32 bytes.
   struct TNode {
     TActivation* Data = nullptr;
     std::int32_t Left = -1;
     std::int32_t Right = -1;
     std::int32_t Parent = -1;
     std::int32_t Size = 0;
-    std::uint32_t Priority = 0;
-    std::int32_t Slot = -1;
     // What the entry's text needs of the moment the activation came in.
     std::int32_t Salience = 0;
     float Strength = 1.0f;
+
+    std::int32_t& Slot() noexcept { return Left; }
+    std::int32_t Slot() const noexcept { return Left; }
   };
+  static_assert(sizeof(TNode) <= 32);
   // Parent of an entry of the top run, and of the bottom run.
   static constexpr std::int32_t InTopRun = -2;
   static constexpr std::int32_t InBottomRun = -3;
@@ -187,7 +190,9 @@ private:
   void Release(TActivation* Activation, std::int32_t Node) noexcept;
   // Whether the activation finds Node of this agenda as its entry.
   bool Holds(const TActivation* Activation, std::int32_t Node) const noexcept;
-  std::uint32_t NextPriority() noexcept;
+  // A node's place in the heap order of the tree: a hash of its index, which
+  // has nothing to do with the place of its entry in the agenda's order.
+  static std::uint32_t PriorityOf(std::int32_t Node) noexcept;
 
   bool FFreeData = true;
   pool::TLargeVector<TNode> FNodes;
@@ -211,7 +216,6 @@ private:
   // Entries whose activation does not find them: while there are none, an
   // activation that does not name this agenda is on it nowhere.
   int FUnclaimed = 0;
-  std::uint32_t FSeed = 0x9E3779B9u;
 };
 
 // ---------------------------------------------------------------- TKBAgenda
