@@ -7,8 +7,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <type_traits>
-#include <typeinfo>
 #include <vector>
 
 #include "cogent/host/RefCounted.h"
@@ -17,7 +15,6 @@
 
 namespace cogent {
 
-class TObject;
 class TPersistent;
 class TFiler;
 class TComponent;
